@@ -1,0 +1,29 @@
+/** Places in node values where a searched text stands; what highlighting marks. */
+#ifndef ZDBS_ENGINE_HITS_H
+#define ZDBS_ENGINE_HITS_H
+
+#include <cstddef>
+#include <vector>
+
+#include "zdbs/engine/node_table.h"
+
+namespace zdbs {
+
+/** A stretch of a node's value, in bytes of UTF-8. */
+struct HitRange {
+    std::size_t offset;
+    std::size_t length;
+};
+
+/** Answers where the value conditions of one request hit. */
+class HitRanges {
+public:
+    virtual ~HitRanges() = default;
+
+    /** The hits in the value of `node`: ascending, not overlapping, not empty. */
+    virtual std::vector<HitRange> find(NodeId node) const = 0;
+};
+
+}  // namespace zdbs
+
+#endif
