@@ -78,6 +78,7 @@ enum class Status : std::int32_t {
     unknownDocument = 326,
     documentExists = 328,
     notGranted = 330,
+    badDocumentName = 332,
 
     // Loading.
     fileUnreadable = 400,
@@ -91,10 +92,14 @@ enum class Status : std::int32_t {
     unknownEncoding = 416,
     compressedDamaged = 418,
     writeFailed = 420,
+    valueTooLong = 422,
+    entitiesTooDeep = 424,
 };
 
 /** Bit 0 decides, as everywhere at the boundary. */
-constexpr bool succeeded(Status status) { return (static_cast<std::int32_t>(status) & 1) != 0; }
+constexpr bool succeeded(Status status) {
+    return (static_cast<std::int32_t>(status) & 1) != 0;
+}
 
 /** One row of the table: `{0}`, `{1}` … in the sentence stand for what Failure is given. */
 struct StatusRow {

@@ -1,0 +1,37 @@
+#include "prg/xml/xpath/parser/zx_token_text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "prg/xml/xpath/parser/zx_parser_main.h"
+#include "prg/xml/xpath/parser/zx_scanner.h"
+
+void *myalloc(size_t size, void *scanner) {
+    if (ZXParserMain *driver = xpath_get_extra(scanner)) return driver->Alloc(size);
+    return std::calloc(size, 1);
+}
+
+char *mystrdup(const char *text, void *scanner) {
+    if (ZXParserMain *driver = xpath_get_extra(scanner)) return driver->StrDup(text);
+    return strdup(text != nullptr ? text : "");
+}
+
+char *unquote(const char *text, char quote, void *scanner) {
+    if (text == nullptr) return nullptr;
+    const size_t length = std::strlen(text);
+    if (length == 0 || text[0] != quote || text[length - 1] != quote) {
+        return mystrdup(text, scanner);
+    }
+    const size_t inner = std::max<size_t>(length, 2) - 2;  // a lone quote has nothing inside
+    auto *value = static_cast<char *>(myalloc(length, scanner));
+    if (value == nullptr) return nullptr;
+    std::memcpy(value, text + 1, inner);
+    value[inner] = '\0';
+    return value;
+}
+
+ZXSymbol *find_symbol(const char *name, void *scanner) {
+    const ZXParserMain *driver = xpath_get_extra(scanner);
+    return driver != nullptr ? driver->Lookup(name) : nullptr;
+}

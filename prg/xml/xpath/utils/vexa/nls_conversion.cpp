@@ -1,0 +1,64 @@
+#include "prg/xml/xpath/utils/vexa/nls_conversion.h"
+
+#include <unicode/ucnv.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "prg/xml/xpath/utils/vexa/vexa.h"
+
+namespace {
+
+struct Closer {
+    void operator()(UConverter *converter) const { ucnv_close(converter); }
+};
+using Converter = std::unique_ptr<UConverter, Closer>;
+
+/** Null when there is none of that name. */
+Converter openConverter(const char *name) {
+    UErrorCode error = U_ZERO_ERROR;
+    return Converter(ucnv_open(name, &error));
+}
+
+UConverter *defaultConverter() {
+    static const Converter converter = openConverter(ucnv_getDefaultName());
+    return converter.get();
+}
+
+UConverter *utf8Converter() {
+    static const Converter converter = openConverter("UTF-8");
+    return converter.get();
+}
+
+/** ICU tells what it would have written, had there been room. */
+int32_t written(int32_t told, int32_t capacity, int32_t length) {
+    return std::clamp(told, 0, capacity) + (length == -1 ? 1 : 0);
+}
+
+}  // namespace
+
+int32_t nls2ucs(char16_t *out, int32_t capacity, const char *text, int32_t length) {
+    UErrorCode error = U_ZERO_ERROR;
+    const int32_t told = ucnv_toUChars(defaultConverter(), out, capacity, text, length, &error);
+    return written(told, capacity, length);
+}
+
+int32_t ucs2utf(char *out, int32_t capacity, const char16_t *text, int32_t length) {
+    UErrorCode error = U_ZERO_ERROR;
+    const int32_t told = ucnv_fromUChars(utf8Converter(), out, capacity, text, length, &error);
+    return written(told, capacity, length);
+}
+
+std::unique_ptr<char[]> Vexa::nls2utf(const char *text, int32_t length, int32_t * /*lengthOut*/) {
+    // What is longer than the areas below can be counted for is cut.
+    constexpr size_t longest = std::numeric_limits<int32_t>::max() / 8 - 1;
+    const size_t given = length < 0 ? std::strlen(text) : static_cast<size_t>(length);
+    const auto n = static_cast<int32_t>(std::min(given, longest));
+    const auto ucs = std::make_unique<char16_t[]>(static_cast<size_t>(n) * 2);
+    const int32_t m = nls2ucs(ucs.get(), 2 * n, text, n);
+    auto utf = std::make_unique<char[]>(static_cast<size_t>(m) * 4 + 1);
+    ucs2utf(utf.get(), 4 * m, ucs.get(), m);
+    return utf;
+}

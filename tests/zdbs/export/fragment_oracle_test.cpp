@@ -1,0 +1,275 @@
+/** Fragment specifications against libxml2: every node of random documents as the match. */
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
+
+#include <memory>
+#include <random>
+#include <unordered_map>
+
+#include "tests/zdbs/support/memory_node_table.h"
+#include "zdbs/export/fragment_compiler.h"
+#include "zdbs/export/fragment_evaluator.h"
+
+namespace zdbs {
+namespace {
+
+using testing::MemoryNodeTable;
+using testing::tableFromXml;
+
+/** Random documents of a few names and values, so that much repeats. */
+class RandomDocument {
+public:
+    explicit RandomDocument(unsigned seed) : random_(seed) {}
+
+    std::string make() {
+        text_ = "<a>";
+        content(0);
+        return text_ + "</a>";
+    }
+
+private:
+    int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
+
+    void content(int depth) {
+        const int count = below(5);
+        bool afterText = false;
+        for (int index = 0; index < count; ++index) {
+            const int kind = below(10);
+            if (kind == 0) text_ += "<!--v1-->";
+            if (kind == 1) text_ += "<?p 1?>";
+            if (kind >= 2 && kind < 5 && !afterText) text_ += values[below(4)];
+            if (kind >= 5 && depth < 5) element(depth);
+            afterText = kind >= 2 && kind < 5;
+        }
+    }
+
+    void element(int depth) {
+        const std::string name = names[below(3)];
+        text_ += "<" + name;
+        if (below(3) == 0) text_ += std::string(" x='") + values[below(4)] + "'";
+        if (below(4) == 0) text_ += std::string(" y='") + values[below(4)] + "'";
+        text_ += ">";
+        content(depth + 1);
+        text_ += "</" + name + ">";
+    }
+
+    static constexpr const char *names[] = {"a", "b", "c"};
+    static constexpr const char *values[] = {"1", "2", "v1", "3v"};
+
+    std::mt19937 random_;
+    std::string text_;
+};
+
+/** A document in libxml2, its nodes numbered as the node table numbers them. */
+class Oracle {
+public:
+    explicit Oracle(const std::string &xml)
+        : document_(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "o.xml", nullptr,
+                                  XML_PARSE_NONET),
+                    &xmlFreeDoc),
+          context_(xmlXPathNewContext(document_.get()), &xmlXPathFreeContext) {
+        for (xmlNodePtr node = document_->children; node != nullptr; node = node->next)
+            number(node);
+    }
+
+    NodeIds select(const std::string &xpath, NodeId from) {
+        xmlXPathSetContextNode(nodes_[from - 1], context_.get());
+        const std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
+            xmlXPathEval(reinterpret_cast<const xmlChar *>(xpath.c_str()), context_.get()),
+            &xmlXPathFreeObject);
+        NodeIds result;
+        if (!found) {
+            ADD_FAILURE() << xpath;
+            return result;
+        }
+        for (int index = 0; index < xmlXPathNodeSetGetLength(found->nodesetval); ++index) {
+            const auto place = numbers_.find(found->nodesetval->nodeTab[index]);
+            if (place != numbers_.end()) result.push_back(place->second);  // not the root
+        }
+        std::sort(result.begin(), result.end());
+        return result;
+    }
+
+private:
+    void number(xmlNodePtr node) {
+        add(node);
+        if (node->type != XML_ELEMENT_NODE) return;
+        for (xmlAttrPtr attribute = node->properties; attribute != nullptr;
+             attribute = attribute->next)
+            add(reinterpret_cast<xmlNodePtr>(attribute));
+        for (xmlNodePtr child = node->children; child != nullptr; child = child->next)
+            number(child);
+    }
+
+    void add(xmlNodePtr node) {
+        nodes_.push_back(node);
+        numbers_[node] = static_cast<NodeId>(nodes_.size());
+    }
+
+    std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document_;
+    std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context_;
+    std::vector<xmlNodePtr> nodes_;
+    std::unordered_map<xmlNodePtr, NodeId> numbers_;
+};
+
+/** The same condition in a specification and in XPath 1.0. */
+struct Condition {
+    const char *spec;
+    const char *xpath;
+};
+
+constexpr Condition conditions[] = {
+    {"", ""},
+    {"[1]", "[1]"},
+    {"[2]", "[2]"},
+    {"[position()=last()]", "[last()]"},
+    {"[last()-1]", "[last()-1]"},
+    {"[position()>1]", "[position()>1]"},
+    {"[position()<3]", "[position()<3]"},
+    {"[position()<=2]", "[position()<=2]"},
+    {"[position()!=2]", "[position()!=2]"},
+    {"[position()>=2]", "[position()>=2]"},
+    {"[position()<last()]", "[position()<last()]"},
+    {"[position()=last()-1]", "[position()=last()-1]"},
+    {"[position()>1.5]", "[position()>1.5]"},
+    {"[last()=2]", "[position()=last()-1]"},
+    {"[b]", "[b]"},
+    {"[@x]", "[@x]"},
+    {"[@*]", "[@*]"},
+    {"[b/c]", "[b/c]"},
+    {"[b/@x]", "[b/@x]"},
+    {"[b[2]]", "[b[2]]"},
+    {"[b[@x]/c]", "[b[@x]/c]"},
+    {"[..]", "[parent::*]"},
+    {"[../b]", "[../b]"},
+    {"[.//c]", "[.//c]"},
+    {"[//c]", "[.//c]"},
+    {"[/b/c]", "[b/c]"},
+    {"[following-sibling::b]", "[following-sibling::b]"},
+    {"[preceding-sibling::*[1]]", "[preceding-sibling::*[1]]"},
+    {"[ancestor::b[2]]", "[ancestor::b[2]]"},
+    {"[following::c]", "[following::c]"},
+    {"[@x='1']", "[@x='1']"},
+    {"[@x!='1']", "[@x!='1']"},
+    {"[@x<2]", "[@x<2]"},
+    {"[@x>=2]", "[@x>=2]"},
+    {"[b/@x='v1']", "[b/@x='v1']"},
+    {"[text()='v1']", "[.//text()='v1']"},
+    {"[text()=2]", "[.//text()=2]"},
+    {"[text()!='1']", "[.//text()!='1']"},
+    {"[b='1']", "[b//text()='1']"},
+    {"[b/c='1']", "[b/c//text()='1']"},
+    {"[*>1]", "[*//text()>1]"},
+    {"[b!='']", "[b//text()!='']"},
+    {"[@x!='']", "[@x!='']"},
+    {"[contains(.,'v')]", "[.//text()[contains(.,'v')]]"},
+    {"[contains(text(),'v')]", "[.//text()[contains(.,'v')]]"},
+    {"[contains(@x,'v')]", "[contains(@x,'v')]"},
+    {"[contains(@y,'')]", "[@y]"},
+    {"[contains(b/text(),'v')]", "[.//b//text()[contains(.,'v')]]"},
+    {"[contains(b/@x,'v')]", "[b[contains(@x,'v')]]"},
+    {"[.='v1']", ""},
+    {"[a and b]", "[a and b]"},
+    {"[a or b]", "[a or b]"},
+    {"[@x and contains(.,'1')]", "[@x and .//text()[contains(.,'1')]]"},
+    {"[@x or @y='1']", "[@x or @y='1']"},
+    {"[@x and position()=1]", "[@x][1]"},
+    {"[position()=1 and @x]", "[position()=1 and @x]"},
+    {"[position()=1 or @x]", "[position()=1 or @x]"},
+    {"[@x or position()=1]", "[@x]"},
+    {"[position()=1 or position()=3]", "[1]"},
+    {"[position()>1 and position()<3]", "[position()>1][position()<3]"},
+    {"[@x][1]", "[@x][1]"},
+    {"[1][@x]", "[1][@x]"},
+    {"[@x][b][position()=last()]", "[@x][b][last()]"},
+    {"[position()>1][2]", "[position()>1][2]"},
+    {"[b/position()=2]", "[b[2]]"},
+    {"[b/last()=1]", "[b[last()]]"},
+    {"[@x][b/position()=2]", "[@x][b[2]]"},
+};
+
+constexpr const char *axes[] = {"child",
+                                "descendant",
+                                "descendant-or-self",
+                                "self",
+                                "parent",
+                                "ancestor",
+                                "attribute",
+                                "ancestor-or-self",
+                                "following-sibling",
+                                "following",
+                                "preceding-sibling",
+                                "preceding"};
+
+constexpr const char *tests[] = {"a",      "b",      "x",         "*",
+                                 "node()", "text()", "comment()", "processing-instruction()"};
+
+class FragmentOracle : public ::testing::TestWithParam<unsigned> {
+protected:
+    FragmentOracle()
+        : xml_(RandomDocument(GetParam()).make()), nodes_(tableFromXml(xml_)), oracle_(xml_) {}
+
+    void compare(const std::string &spec, const std::string &xpath) {
+        const FragmentSpec plan = compileFragmentSpec(spec);
+        FragmentEvaluator evaluator(nodes_);
+        const bool looksAfter = xpath.find("following::") != std::string::npos;
+        for (NodeId node = 1; node <= nodes_.nodeCount(); ++node) {
+            // libxml2 leaves out what is below the element of an attribute.
+            if (looksAfter && nodes_.kind(node) == NodeKind::attribute) continue;
+            ASSERT_EQ(evaluator.select(plan, node), oracle_.select(xpath, node))
+                << spec << " as " << xpath << " from node " << node << " of " << xml_;
+        }
+    }
+
+    std::string xml_;
+    MemoryNodeTable nodes_;
+    Oracle oracle_;
+};
+
+TEST_P(FragmentOracle, AgreesOnEveryAxisTestAndCondition) {
+    for (const char *axis : axes) {
+        for (const char *test : tests) {
+            const std::string step = std::string("/") + axis + "::" + test;
+            for (const Condition &condition : conditions)
+                compare(step + condition.spec, "." + step + condition.xpath);
+        }
+    }
+}
+
+TEST_P(FragmentOracle, AgreesOnPathsOfSeveralSteps) {
+    std::mt19937 random(GetParam());
+    const auto pick = [&random](const auto &list) -> decltype(auto) {
+        return list[std::uniform_int_distribution<std::size_t>(0, std::size(list) - 1)(random)];
+    };
+    const char *const separators[] = {"/", "/", "//"};
+    for (int count = 0; count < 800; ++count) {
+        std::string spec;
+        std::string xpath = ".";
+        bool fromAttributes = false;
+        for (int steps = 0; steps < 2 + count % 2; ++steps) {
+            const std::string axis = pick(axes);
+            const std::string step = pick(separators) + axis + "::" + pick(tests);
+            const Condition &condition = pick(conditions);
+            const bool looksAfter =
+                (axis + condition.xpath).find("following") == 0 ||
+                std::string(condition.xpath).find("following::") != std::string::npos;
+            if (fromAttributes && looksAfter) break;
+            spec += step + condition.spec;
+            xpath += step + condition.xpath;
+            fromAttributes = fromAttributes || axis == "attribute";
+        }
+        compare(spec, xpath);
+    }
+}
+
+TEST_P(FragmentOracle, AgreesOnUnions) {
+    compare("/a|/b", "./a|./b");
+    compare("//b|/a|//@x", ".//b|./a|.//@x");
+    compare("/..|/b[1]|//b", "./..|./b[1]|.//b");
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, FragmentOracle, ::testing::Range(1U, 9U));
+
+}  // namespace
+}  // namespace zdbs

@@ -1,0 +1,54 @@
+#include "zdbs/engine/embedded_engine.h"
+
+#include <string>
+#include <utility>
+
+#include "zdbs/engine/embedded_database.h"
+#include "zdbs/status/status.h"
+#include "zdbs/store/home.h"
+#include "zdbs/store/snapshot.h"
+
+namespace zdbs {
+namespace {
+
+class EmbeddedEngine : public Engine {
+public:
+    explicit EmbeddedEngine(std::shared_ptr<Home> home) : home_(std::move(home)) {}
+
+    bool authenticate(std::string_view user, std::string_view password) const override {
+        return home_->authenticate(user, password);
+    }
+
+    bool hasDatabase(std::string_view user, std::string_view database) const override {
+        return home_->hasDatabase(database) && home_->mayRead(user, database);
+    }
+
+    /** The grant is looked at again with each new state, so that a revoke takes hold. */
+    std::unique_ptr<OpenDatabase> open(std::string_view user,
+                                       std::string_view database) const override {
+        auto newest = [home = home_, user = std::string(user), name = std::string(database)] {
+            if (!home->hasDatabase(name) || !home->mayRead(user, name)) {
+                throw Failure(Status::unknownDatabase, {name});
+            }
+            return home->snapshot(name);
+        };
+        return makeEmbeddedDatabase(std::string(database), newest);
+    }
+
+private:
+    std::shared_ptr<Home> home_;
+};
+
+}  // namespace
+
+std::unique_ptr<Engine> makeEmbeddedEngine(std::shared_ptr<Home> home) {
+    return std::make_unique<EmbeddedEngine>(std::move(home));
+}
+
+std::unique_ptr<OpenDatabase> openAsOwner(const std::shared_ptr<Home> &home,
+                                          std::string_view database) {
+    auto newest = [home, name = std::string(database)] { return home->snapshot(name); };
+    return makeEmbeddedDatabase(std::string(database), newest);
+}
+
+}  // namespace zdbs

@@ -1,0 +1,51 @@
+/** The field terms of a conjunction, tested node by node. */
+#ifndef ZDBS_ENGINE_NODE_FILTER_H
+#define ZDBS_ENGINE_NODE_FILTER_H
+
+#include <span>
+#include <vector>
+
+#include "zdbs/command/command.h"
+#include "zdbs/engine/node_table.h"
+#include "zdbs/values/value_test.h"
+
+namespace zdbs {
+
+/** The word that N_TYPE has for a kind of node. */
+std::string_view typeWord(NodeKind kind);
+
+/**
+ * A conjunction of field terms, some of them negated. A node without the field that
+ * a term asks about does not satisfy the term: an element has no value, a text no
+ * name. Terms are tested in the order of what they cost.
+ */
+class NodeFilter {
+public:
+    void add(const FieldTerm &term, bool negated);
+
+    bool empty() const { return tests_.empty(); }
+    bool accepts(const NodeTable &table, NodeId node) const;
+
+    /** Those of `nodes` that are accepted. */
+    std::vector<NodeId> select(const NodeTable &table, std::span<const NodeId> nodes) const;
+
+    /** The tests that a value must pass; negated ones are not among them. */
+    std::vector<ValueTest> valueTests() const;
+
+private:
+    struct Test {
+        Field field;
+        bool negated;
+        ValueTest text;     ///< of the fields that are texts
+        Relation relation;  ///< of the fields that are numbers
+        double number;
+    };
+
+    static bool satisfies(const NodeTable &table, NodeId node, const Test &test);
+
+    std::vector<Test> tests_;
+};
+
+}  // namespace zdbs
+
+#endif

@@ -1,0 +1,96 @@
+/** Expat's events of one document, as nodes for a writer. */
+#ifndef ZDBS_LOAD_DOCUMENT_READER_H
+#define ZDBS_LOAD_DOCUMENT_READER_H
+
+#include <expat.h>
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "zdbs/load/encoding.h"
+#include "zdbs/load/entity_table.h"
+#include "zdbs/load/loader.h"
+
+namespace zdbs {
+
+/**
+ * Reads one document into a writer that has begun it. Nothing recurses over the
+ * tree; expat recurses over entities, whose nesting is limited.
+ */
+class DocumentReader {
+public:
+    DocumentReader(Writer &writer, const LoadOptions &options, std::string_view file);
+
+    /** Once. Answers the size of the document. Throws as Loader::load(). */
+    std::uint64_t read(Input &input, const std::function<void(const Input &)> &report);
+
+private:
+    struct ParserFree {
+        void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+    };
+    using ParserOwner = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
+
+    void setHandlers();
+    void setPrologHandlers();
+
+    /** Runs an event; what it throws stops the parser and is thrown by read(). */
+    template <typename Event>
+    static void handle(void *self, const Event &event);
+    [[noreturn]] void rethrowWithPosition(const std::exception_ptr &failure) const;
+
+    void startElement(const char *name, const char **attributes);
+    void endElement();
+    void characters(std::string_view text);
+    void comment(std::string_view text);
+    void instruction(std::string_view target, std::string_view text);
+    void unhandled(std::string_view text);
+    void declareEntity(bool isParameter, std::string_view name,
+                       std::optional<std::string_view> text);
+    void setEncoding(const char *name);
+    bool mapEncoding(const char *name, XML_Encoding &encoding);
+
+    void finishText();
+    bool keepsSpace() const;
+    void checkReferences();
+    void checkLength(std::string_view value) const;
+    void checkName(std::string_view local, std::string_view prefix) const;
+    NodeName splitName(std::string_view name) const;
+    void addDeclarations();
+    void addAttributes(const char **attributes, std::size_t count);
+
+    std::string_view rawEvent() const;
+    std::string entityAtError() const;
+    [[noreturn]] void throwParserError() const;
+    [[noreturn]] void throwUnexpandable(std::string_view entity) const;
+    [[noreturn]] void throwTooLong() const;
+    std::string position() const;
+
+    Writer &writer_;
+    LoadOptions options_;
+    std::string file_;
+    ParserOwner parser_;
+    EntityTable entities_;
+    std::exception_ptr failure_;
+
+    std::string text_;
+    std::vector<bool> keepSpace_;  ///< of each open element: is xml:space "preserve"?
+    std::vector<std::pair<std::string, std::string>> declarations_;  ///< of the next element
+    bool hasDoctype_ = false;
+    bool inDoctype_ = false;
+    std::string encodingName_;
+    std::optional<ByteMap> byteMap_;
+    std::set<std::string, std::less<>> expandable_;  ///< entities that were looked at
+};
+
+}  // namespace zdbs
+
+#endif

@@ -1,0 +1,63 @@
+/** XML text into nodes: the XPath 1.0 data model, through expat. */
+#ifndef ZDBS_LOAD_LOADER_H
+#define ZDBS_LOAD_LOADER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <utility>
+
+#include "zdbs/load/input.h"
+#include "zdbs/store/writer.h"
+
+namespace zdbs {
+
+/** Limits and choices of a load. Lengths in bytes of UTF-8. */
+struct LoadOptions {
+    bool stripSpace = false;               ///< drop texts of white space only (xml:space is heeded)
+    std::size_t maxDepth = 10000;          ///< of open elements
+    std::size_t maxAttributes = 10000;     ///< of one element, namespace declarations included
+    std::size_t maxNameLength = 4096;      ///< of a name, prefix included; of a namespace name
+    std::size_t maxValueLength = 1 << 30;  ///< of one text, attribute, comment or instruction
+    std::size_t maxEntityNesting = 256;    ///< of entities in entities
+};
+
+/**
+ * Loads one document: adjacent character data and CDATA are one text, white
+ * space is kept, entities of the internal subset are expanded, defaults of its
+ * attribute lists count, namespace declarations are no attributes. Nothing
+ * outside the input is ever read.
+ *
+ * `file` stands in front of messages ("file:line:column: …"), `document` is the
+ * name that the document gets. When this throws, the document is abandoned and
+ * the writer is as before the call, unless the failure is the store's own.
+ *
+ * Expanded entities are limited to a hundred times the input (by expat, from 8
+ * MiB of them on). A text of white space is one of the four characters that XML
+ * calls so.
+ *
+ * Throws Failure: malformed, tooDeep, tooManyNodes, tooManyAttributes,
+ * nameTooLong, valueTooLong, entityLimit, entitiesTooDeep, unknownEntity,
+ * unknownEncoding, fileUnreadable, compressedDamaged, badDocumentName,
+ * documentExists, and the writer's.
+ */
+class Loader {
+public:
+    explicit Loader(Writer &writer, const LoadOptions &options = {})
+        : writer_(writer), options_(options) {}
+
+    /** Called after each piece of input; what it throws ends the load. */
+    void onProgress(std::function<void(const Input &)> report) { report_ = std::move(report); }
+
+    void load(Input &input, std::string_view file, std::string_view document);
+
+private:
+    Writer &writer_;
+    LoadOptions options_;
+    std::function<void(const Input &)> report_;
+};
+
+}  // namespace zdbs
+
+#endif

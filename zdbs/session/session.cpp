@@ -1,0 +1,171 @@
+#include "zdbs/session/session.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <variant>
+
+#include "zdbs/command/command_parser.h"
+#include "zdbs/session/nested_scope.h"
+#include "zdbs/status/status.h"
+
+namespace zdbs {
+namespace {
+
+std::int32_t clamped(std::int64_t number) {
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::min(number, most));
+}
+
+template <typename... Operations>
+struct Overloaded : Operations... {
+    using Operations::operator()...;
+};
+template <typename... Operations>
+Overloaded(Operations...) -> Overloaded<Operations...>;
+
+/** What follows the first word of a command. */
+std::string_view afterFirstWord(std::string_view command) {
+    constexpr std::string_view blanks = " \t\r\n";
+    std::size_t word = std::min(command.find_first_not_of(blanks), command.size());
+    std::size_t end = std::min(command.find_first_of(blanks, word), command.size());
+    std::size_t rest = std::min(command.find_first_not_of(blanks, end), command.size());
+    return command.substr(rest);
+}
+
+}  // namespace
+
+Session::Session(std::shared_ptr<const Engine> engine, std::string_view user,
+                 std::string_view password)
+    : engine_(std::move(engine)), user_(user) {
+    if (!engine_->authenticate(user, password)) throw Failure(Status::loginFailed);
+}
+
+std::unique_ptr<Session> Session::ofOwner(std::unique_ptr<OpenDatabase> database) {
+    std::unique_ptr<Session> session(new Session());
+    session->database_ = std::move(database);
+    return session;
+}
+
+void Session::execute(std::string_view text) {
+    Command command = parseCommand(text);
+    std::visit(Overloaded{
+                   [&](const BaseCommand &base_) { base(base_.database); },
+                   [&](const FindCommand &find_) { find(find_.condition, afterFirstWord(text)); },
+                   [&](const DeleteCommand &delete_) { state_.sets.remove(delete_.sets); },
+                   [&](const RenumberCommand &) { state_.sets.renumber(); },
+                   [&](const DefineHitsCommand &) { state_.settings.hits = true; },
+                   [&](const DefineFindMinCommand &min) { state_.settings.findMin = min.minimum; },
+               },
+               command);
+}
+
+void Session::base(const std::string &name) {
+    if (database_ && database_->name() == name) {
+        refresh();
+    } else {
+        if (!hasDatabase(name)) throw Failure(Status::unknownDatabase, {name});
+        database_ = engine_->open(user_, name);
+        state_.sets.clear();
+    }
+    keep(database().everything());
+}
+
+void Session::find(const Condition &condition, std::string_view text) {
+    using Clock = std::chrono::steady_clock;
+    OpenDatabase &open = database();
+    Clock::time_point begin = Clock::now();
+    ResultSetPtr set = open.evaluate(
+        condition, [this](SetReference reference) { return state_.sets.find(reference); });
+    std::int64_t records = set->size();
+    if (records == 0 && state_.settings.findMin != 0) throw Failure(Status::noHits);
+    keep(std::move(set));
+    if (!observer_) return;
+    observer_({std::string(text), state_.sets.newest(), records, Clock::now() - begin,
+               open.plan(condition)});
+}
+
+void Session::keep(ResultSetPtr set) {
+    if (nested_ != nullptr) nested_->made_.push_back(set);
+    state_.sets.add(std::move(set));
+}
+
+LastSearch Session::lastSearch() const {
+    if (state_.sets.empty()) throw Failure(Status::noSet);
+    LastSearch result;
+    result.number = state_.sets.newest();
+    const ResultSetPtr &set = state_.sets.find({result.number, 0});
+    if (set != countedSet_) {
+        countedHits_ = database().hits(*set);
+        countedSet_ = set;
+    }
+    result.records = clamped(set->size());
+    result.hits = clamped(countedHits_);
+    return result;
+}
+
+void Session::saveStatus() {
+    refresh();
+    state_.saved = state_.settings;
+}
+
+void Session::loadStatus() {
+    if (!state_.saved) throw Failure(Status::noSavedStatus);
+    state_.settings = *state_.saved;
+}
+
+bool Session::hasDatabase(std::string_view name) const {
+    if (engine_) return engine_->hasDatabase(user_, name);
+    return database_ && database_->name() == name;
+}
+
+const std::string &Session::databaseName() const {
+    return database().name();
+}
+
+SetRecord Session::record(std::int32_t number, std::int32_t ordinal) const {
+    const ResultSetPtr &set = state_.sets.find({number, 0});
+    if (ordinal < 1 || ordinal > set->size()) {
+        throw Failure(Status::noSuchRecord, {std::to_string(ordinal)});
+    }
+    NodeId record = database().record(*set, ordinal);
+    return {record, database().hitWords(*set, record)};
+}
+
+void Session::observe(std::function<void(const ExecutedFind &)> observer) {
+    observer_ = std::move(observer);
+}
+
+/** A nested request sees the state that it began with. */
+void Session::refresh() {
+    if (!database_ || nested_ != nullptr) return;
+    if (database_->refresh()) carrySetsOver();
+}
+
+void Session::carrySetsOver() {
+    countedSet_ = nullptr;
+    state_.sets.replaceEach([this](const ResultSetPtr &set) { return database_->carryOver(set); });
+}
+
+OpenDatabase &Session::database() const {
+    if (!database_) throw Failure(Status::noDatabase);
+    return *database_;
+}
+
+NestedScope::NestedScope(Session &session) : session_(session), outer_(session.nested_) {
+    session_.database();
+    session_.refresh();
+    before_ = std::exchange(session_.state_, {});
+    session_.nested_ = this;
+}
+
+NestedScope::~NestedScope() {
+    session_.nested_ = outer_;
+    session_.state_ = std::move(before_);
+}
+
+const ResultSetPtr &NestedScope::set(std::int32_t number) const {
+    return session_.state_.sets.find({number, 0});
+}
+
+}  // namespace zdbs

@@ -1,0 +1,44 @@
+/** The numbered sets of a session. */
+#ifndef ZDBS_SESSION_SET_TABLE_H
+#define ZDBS_SESSION_SET_TABLE_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <span>
+
+#include "zdbs/engine/engine.h"
+
+namespace zdbs {
+
+/** Sets by number, from 1. Numbers grow in order of creation. */
+class SetTable {
+public:
+    /** Takes in a set under the number above the highest present; returns the number. */
+    std::int32_t add(ResultSetPtr set);
+
+    /** Throws Failure(unknownSet). */
+    const ResultSetPtr &find(SetReference reference) const;
+
+    /** Removes all of them, or throws Failure(unknownSet) and removes none. */
+    void remove(std::span<const SetReference> references);
+
+    /** Closes the gaps: the numbers are 1 … k afterwards. */
+    void renumber();
+
+    void clear() { sets_.clear(); }
+    bool empty() const { return sets_.empty(); }
+
+    /** Number of the most recent set; REQUIRES: not empty. */
+    std::int32_t newest() const { return sets_.rbegin()->first; }
+
+    /** Puts another set in the place of each. */
+    void replaceEach(const std::function<ResultSetPtr(const ResultSetPtr &)> &replacement);
+
+private:
+    std::map<std::int32_t, ResultSetPtr> sets_;
+};
+
+}  // namespace zdbs
+
+#endif

@@ -1,0 +1,421 @@
+#include "zdbs/store/environment.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cerrno>
+#include <condition_variable>
+#include <map>
+#include <utility>
+
+#include "zdbs/status/status.h"
+#include "zdbs/store/private_files.h"
+#include "zdbs/store/records.h"
+
+namespace zdbs {
+
+namespace {
+
+constexpr mdb_mode_t fileMode = 0600;
+constexpr unsigned maxReaders = 2048;  // of all processes together; 64 bytes each in the lock file
+constexpr std::size_t smallestMap = std::size_t{1} << 26;
+
+constexpr std::array<const char *, tableCount> tableNames = {"meta",  "documents", "documentNames",
+                                                             "names", "blocks",    "longElements"};
+
+/** LMDB reported that the map is full; ends a run of WriteTransaction::run(). */
+struct MapFull {};
+
+/** A file as the system knows it, under whatever path. */
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+struct Registry {
+    std::mutex mutex;
+    std::condition_variable closed;
+    std::map<FileIdentity, std::weak_ptr<Environment>> open;
+    std::map<const Environment *, FileIdentity> identities;
+};
+
+// Never destroyed: environments that live until the end of the process still close through it.
+Registry &registry() {
+    static Registry *const instance = new Registry;
+    return *instance;
+}
+
+std::filesystem::path dataFile(const std::filesystem::path &directory) {
+    return directory / "data.mdb";
+}
+
+std::filesystem::path lockFile(const std::filesystem::path &directory) {
+    return directory / "lock.mdb";
+}
+
+FileIdentity identify(const std::filesystem::path &directory) {
+    struct stat file {};
+    if (::stat(dataFile(directory).c_str(), &file) == 0) return {file.st_dev, file.st_ino};
+    if (errno == ENOENT || errno == ENOTDIR)
+        throw Failure(Status::unknownDatabase, {directory.filename().native()});
+    throw Failure(Status::homeUnreadable, {directory.native(), ::mdb_strerror(errno)});
+}
+
+bool anyoneMayWrite(const std::filesystem::path &path) {
+    struct stat file {};
+    return ::stat(path.c_str(), &file) != 0 || (file.st_mode & 0222) != 0;
+}
+
+MDB_val toVal(std::string_view bytes) {
+    // LMDB takes keys and records through pointers to non-const and leaves them alone.
+    return {bytes.size(), const_cast<char *>(bytes.data())};
+}
+
+std::string_view toView(const MDB_val &value) {
+    return {static_cast<const char *>(value.mv_data), value.mv_size};
+}
+
+class Cursor {
+public:
+    Cursor(MDB_txn *transaction, MDB_dbi table)
+        : error_(::mdb_cursor_open(transaction, table, &cursor_)) {}
+    ~Cursor() {
+        if (cursor_) ::mdb_cursor_close(cursor_);
+    }
+    Cursor(const Cursor &) = delete;
+    Cursor &operator=(const Cursor &) = delete;
+
+    /** Moves; `key` is where to for MDB_SET_RANGE. Answers LMDB's error number. */
+    int move(MDB_cursor_op where, std::string_view key = {}) {
+        if (error_ != MDB_SUCCESS) return error_;
+        key_ = toVal(key);
+        return ::mdb_cursor_get(cursor_, &key_, &record_, where);
+    }
+    std::string_view key() const { return toView(key_); }
+    std::string_view record() const { return toView(record_); }
+    int remove() { return ::mdb_cursor_del(cursor_, 0); }
+
+private:
+    MDB_cursor *cursor_ = nullptr;
+    int error_;
+    MDB_val key_{};
+    MDB_val record_{};
+};
+
+}  // namespace
+
+std::shared_ptr<Environment> Environment::open(const std::filesystem::path &directory,
+                                               std::size_t mapSize) {
+    Registry &all = registry();
+    std::unique_lock lock(all.mutex);
+    const FileIdentity identity = identify(directory);
+    for (;;) {
+        const auto found = all.open.find(identity);
+        if (found == all.open.end()) break;
+        if (auto shared = found->second.lock()) return shared;
+        // Its last user is about to close it, which has to be over before it is opened again.
+        all.closed.wait(lock);
+    }
+    std::shared_ptr<Environment> shared(new Environment(directory, mapSize, false), closeShared);
+    all.open.emplace(identity, shared);
+    all.identities.emplace(shared.get(), identity);
+    return shared;
+}
+
+void Environment::closeShared(Environment *environment) {
+    Registry &all = registry();
+    const std::lock_guard lock(all.mutex);
+    const auto identity = all.identities.find(environment);
+    if (identity != all.identities.end()) {
+        all.open.erase(identity->second);
+        all.identities.erase(identity);
+    }
+    delete environment;
+    all.closed.notify_all();
+}
+
+void Environment::create(const std::filesystem::path &directory) {
+    const Environment made(directory, defaultMapSize, true);
+    makePrivate(dataFile(directory));
+    makePrivate(lockFile(directory));
+}
+
+Environment::Environment(std::filesystem::path directory, std::size_t mapSize, bool creating)
+    : directory_(std::move(directory)) {
+    const unsigned flags = creating ? MDB_NOTLS : openFlags();
+    readOnly_ = (flags & MDB_RDONLY) != 0;
+    int error = openMap(mapSize, flags);
+    for (; error == ENOMEM && mapSize > smallestMap; error = openMap(mapSize, flags))
+        mapSize /= 4;
+    if (error != MDB_SUCCESS) fail(error);
+    try {
+        removeDeadReaders();
+        if (creating) createTables();
+        checkVersion();
+        openTables();
+    } catch (...) {
+        ::mdb_env_close(env_);
+        throw;
+    }
+}
+
+Environment::~Environment() {
+    ::mdb_env_close(env_);
+}
+
+// Without a writable data file nothing can change here, and reading does not need the lock file
+// either when nobody else may write: a backup, say, whose files are all read-only.
+unsigned Environment::openFlags() const {
+    if (::faccessat(AT_FDCWD, dataFile(directory_).c_str(), W_OK, AT_EACCESS) == 0 ||
+        (errno != EACCES && errno != EROFS))
+        return MDB_NOTLS;
+    return MDB_NOTLS | MDB_RDONLY | (anyoneMayWrite(dataFile(directory_)) ? 0 : MDB_NOLOCK);
+}
+
+int Environment::openMap(std::size_t mapSize, unsigned flags) {
+    int error = ::mdb_env_create(&env_);
+    if (error != MDB_SUCCESS) return error;
+    error = ::mdb_env_set_mapsize(env_, mapSize);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_maxdbs(env_, tableCount);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_maxreaders(env_, maxReaders);
+    if (error == MDB_SUCCESS) error = ::mdb_env_open(env_, directory_.c_str(), flags, fileMode);
+    if (error != MDB_SUCCESS) ::mdb_env_close(std::exchange(env_, nullptr));
+    return error;
+}
+
+void Environment::createTables() {
+    MDB_txn *transaction = nullptr;
+    int error = ::mdb_txn_begin(env_, nullptr, 0, &transaction);
+    if (error != MDB_SUCCESS) fail(error);
+    for (std::size_t i = 0; i < tableCount && error == MDB_SUCCESS; ++i)
+        error = ::mdb_dbi_open(transaction, tableNames[i], MDB_CREATE, &tables_[i]);
+    const std::string records[] = {encodeNumber(formatVersion), encodeState({})};
+    const std::string_view keys[] = {versionKey, stateKey};
+    for (std::size_t i = 0; i < 2 && error == MDB_SUCCESS; ++i) {
+        MDB_val key = toVal(keys[i]);
+        MDB_val record = toVal(records[i]);
+        error = ::mdb_put(transaction, tables_[0], &key, &record, 0);
+    }
+    if (error == MDB_SUCCESS) {
+        error = ::mdb_txn_commit(transaction);
+    } else {
+        ::mdb_txn_abort(transaction);
+    }
+    if (error != MDB_SUCCESS) fail(error);
+}
+
+// The version's place is the same in every format, past and future.
+void Environment::checkVersion() {
+    MDB_txn *transaction = beginRead();
+    MDB_dbi meta = 0;
+    int error = ::mdb_dbi_open(transaction, tableNames[0], 0, &meta);
+    MDB_val key = toVal(versionKey);
+    MDB_val record{};
+    if (error == MDB_SUCCESS) error = ::mdb_get(transaction, meta, &key, &record);
+    const auto version = error == MDB_SUCCESS ? decodeNumber(toView(record)) : std::nullopt;
+    endRead(transaction);
+    if (!version) throw Failure(Status::homeDamaged, {directory_.native(), "it has no version"});
+    if (*version == formatVersion) return;
+    throw Failure(Status::homeVersion,
+                  {directory_.native(),
+                   std::to_string(*version) + " instead of " + std::to_string(formatVersion)});
+}
+
+void Environment::openTables() {
+    MDB_txn *transaction = beginRead();
+    int error = MDB_SUCCESS;
+    for (std::size_t i = 0; i < tableCount && error == MDB_SUCCESS; ++i)
+        error = ::mdb_dbi_open(transaction, tableNames[i], 0, &tables_[i]);
+    // A commit keeps the handles; there is nothing else to it in a reading transaction.
+    const int committed = ::mdb_txn_commit(transaction);
+    --readers_;
+    if (error != MDB_SUCCESS)
+        throw Failure(Status::homeDamaged, {directory_.native(), "a table is missing"});
+    if (committed != MDB_SUCCESS) fail(committed);
+}
+
+std::uint64_t Environment::fileSize() const {
+    struct stat file {};
+    if (::stat(dataFile(directory_).c_str(), &file) != 0) return 0;
+    return static_cast<std::uint64_t>(file.st_blocks) * 512;
+}
+
+void Environment::removeDeadReaders() {
+    int dead = 0;
+    ::mdb_reader_check(env_, &dead);
+}
+
+MDB_txn *Environment::beginRead() {
+    const std::lock_guard lock(mapMutex_);
+    MDB_txn *transaction = nullptr;
+    int error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    if (error == MDB_READERS_FULL) {
+        removeDeadReaders();
+        error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    }
+    if (error == MDB_MAP_RESIZED && readers_ == 0) {
+        // Another process made the file larger than the map: take its size.
+        error = ::mdb_env_set_mapsize(env_, 0);
+        if (error == MDB_SUCCESS) error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    }
+    if (error != MDB_SUCCESS) fail(error);
+    ++readers_;
+    return transaction;
+}
+
+void Environment::endRead(MDB_txn *transaction) {
+    const std::lock_guard lock(mapMutex_);
+    ::mdb_txn_abort(transaction);
+    --readers_;
+}
+
+void Environment::grow() {
+    const std::lock_guard lock(mapMutex_);
+    if (readers_ > 0)
+        throw Failure(Status::storeFailed,
+                      {directory_.native() + ": its map cannot grow while it is read"});
+    MDB_envinfo info{};
+    int error = ::mdb_env_info(env_, &info);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_mapsize(env_, info.me_mapsize * 2);
+    if (error != MDB_SUCCESS) fail(error);
+}
+
+void Environment::fail(int error) const {
+    const std::string text = ::mdb_strerror(error);
+    const std::string &place = directory_.native();
+    switch (error) {
+        case ENOENT:
+            throw Failure(Status::unknownDatabase, {directory_.filename().native()});
+        case ENOMEM:
+            throw Failure(Status::outOfMemory);
+        case MDB_CORRUPTED:
+        case MDB_PAGE_NOTFOUND:
+        case MDB_INVALID:
+            throw Failure(Status::homeDamaged, {place, text});
+        case MDB_VERSION_MISMATCH:
+            throw Failure(Status::homeVersion, {place, text});
+        case EACCES:
+        case EPERM:
+            throw Failure(Status::homeUnreadable, {place, text});
+        default:
+            if (error > 0) throwWriteError(error, dataFile(directory_));
+            throw Failure(Status::storeFailed, {place + ": " + text});
+    }
+}
+
+ReadTransaction::ReadTransaction(std::shared_ptr<Environment> environment)
+    : environment_(std::move(environment)), transaction_(environment_->beginRead()) {}
+
+ReadTransaction::~ReadTransaction() {
+    environment_->endRead(transaction_);
+}
+
+std::optional<std::string_view> ReadTransaction::get(Table table, std::string_view key) const {
+    MDB_val keyVal = toVal(key);
+    MDB_val record{};
+    const MDB_dbi handle = environment_->tables_[static_cast<std::size_t>(table)];
+    const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
+    if (error == MDB_NOTFOUND) return std::nullopt;
+    if (error != MDB_SUCCESS) environment_->fail(error);
+    return toView(record);
+}
+
+void ReadTransaction::forEach(
+    Table table, const std::function<bool(std::string_view, std::string_view)> &visit) const {
+    Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
+    int error = cursor.move(MDB_FIRST);
+    while (error == MDB_SUCCESS && visit(cursor.key(), cursor.record()))
+        error = cursor.move(MDB_NEXT);
+    if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
+}
+
+bool ReadTransaction::hasFrom(Table table, std::string_view first) const {
+    Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
+    const int error = cursor.move(MDB_SET_RANGE, first);
+    if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
+    return error == MDB_SUCCESS;
+}
+
+TableSize ReadTransaction::size(Table table) const {
+    MDB_stat stat{};
+    const MDB_dbi handle = environment_->tables_[static_cast<std::size_t>(table)];
+    const int error = ::mdb_stat(transaction_, handle, &stat);
+    if (error != MDB_SUCCESS) environment_->fail(error);
+    const std::uint64_t pages = stat.ms_branch_pages + stat.ms_leaf_pages + stat.ms_overflow_pages;
+    return {pages * stat.ms_psize, stat.ms_entries};
+}
+
+void WriteTransaction::run(Environment &environment,
+                           const std::function<void(WriteTransaction &)> &work) {
+    if (environment.readOnly_) throwWriteError(EROFS, dataFile(environment.directory_));
+    for (;;) {
+        try {
+            WriteTransaction transaction(environment);
+            work(transaction);
+            transaction.commit();
+            return;
+        } catch (const MapFull &) {
+            environment.grow();
+        }
+    }
+}
+
+WriteTransaction::WriteTransaction(Environment &environment) : environment_(environment) {
+    if (environment_.broken_)
+        throw Failure(Status::storeFailed, {environment_.directory_.native() +
+                                            ": a write failed before, and this process ends"});
+    check(::mdb_txn_begin(environment_.env_, nullptr, 0, &transaction_));
+}
+
+WriteTransaction::~WriteTransaction() {
+    if (transaction_) ::mdb_txn_abort(transaction_);
+}
+
+void WriteTransaction::commit() {
+    check(::mdb_txn_commit(std::exchange(transaction_, nullptr)));
+}
+
+void WriteTransaction::check(int error) const {
+    if (error == MDB_SUCCESS) return;
+    if (error == MDB_MAP_FULL || error == MDB_MAP_RESIZED) throw MapFull{};
+    environment_.broken_ = true;
+    environment_.fail(error);
+}
+
+std::optional<std::string> WriteTransaction::get(Table table, std::string_view key) const {
+    MDB_val keyVal = toVal(key);
+    MDB_val record{};
+    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
+    const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
+    if (error == MDB_NOTFOUND) return std::nullopt;
+    check(error);
+    return std::string(toView(record));
+}
+
+void WriteTransaction::put(Table table, std::string_view key, std::string_view record) {
+    MDB_val keyVal = toVal(key);
+    MDB_val recordVal = toVal(record);
+    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
+    check(::mdb_put(transaction_, handle, &keyVal, &recordVal, 0));
+}
+
+void WriteTransaction::remove(Table table, std::string_view key) {
+    MDB_val keyVal = toVal(key);
+    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
+    const int error = ::mdb_del(transaction_, handle, &keyVal, nullptr);
+    if (error != MDB_NOTFOUND) check(error);
+}
+
+void WriteTransaction::removeRange(Table table, std::string_view first,
+                                   std::optional<std::string_view> last) {
+    Cursor cursor(transaction_, environment_.tables_[static_cast<std::size_t>(table)]);
+    int error = cursor.move(MDB_SET_RANGE, first);
+    while (error == MDB_SUCCESS && (!last || cursor.key() <= *last)) {
+        check(cursor.remove());
+        // What followed is under the cursor now; at the end of a page only MDB_NEXT sees that.
+        error = cursor.move(MDB_SET_RANGE, first);
+    }
+    if (error != MDB_NOTFOUND) check(error);
+}
+
+}  // namespace zdbs

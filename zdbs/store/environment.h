@@ -1,0 +1,158 @@
+/**
+ * The LMDB environment of one database: its two files, its tables, its map.
+ * The only place that calls LMDB.
+ */
+#ifndef ZDBS_STORE_ENVIRONMENT_H
+#define ZDBS_STORE_ENVIRONMENT_H
+
+#include <lmdb.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zdbs {
+
+enum class Table : std::size_t { meta, documents, documentNames, names, blocks, longElements };
+
+constexpr std::size_t tableCount = 6;
+
+/**
+ * Address space for the map of a database, and with it the most that it can
+ * hold. It costs nothing until it is used. Where the system grants less (a limit
+ * on address space), less is taken and grown when the file fills it.
+ */
+constexpr std::size_t defaultMapSize = std::size_t{1} << 40;
+
+/** Pages that a table takes. */
+struct TableSize {
+    std::uint64_t bytes;
+    std::uint64_t records;
+};
+
+/**
+ * An open environment. LMDB forbids to open a file twice in one process, so
+ * there is one object for each database, shared by all who use it and closed
+ * with the last of them. Any thread may call. Not usable after fork().
+ */
+class Environment {
+public:
+    /**
+     * Opens the database in that directory, or shares the one that is open; then
+     * `mapSize` is not looked at. Read-only where the data file cannot be written.
+     * Throws Failure: unknownDatabase, homeUnreadable, homeVersion, homeDamaged, storeFailed.
+     */
+    static std::shared_ptr<Environment> open(const std::filesystem::path &directory,
+                                             std::size_t mapSize = defaultMapSize);
+
+    /** Makes the files of an empty database in a directory that is there. */
+    static void create(const std::filesystem::path &directory);
+
+    ~Environment();
+    Environment(const Environment &) = delete;
+    Environment &operator=(const Environment &) = delete;
+
+    const std::filesystem::path &directory() const { return directory_; }
+    bool readOnly() const { return readOnly_; }
+
+    /** Bytes that the data file takes on disk. */
+    std::uint64_t fileSize() const;
+
+    /** Gives back the places of readers that died. */
+    void removeDeadReaders();
+
+private:
+    friend class ReadTransaction;
+    friend class WriteTransaction;
+
+    Environment(std::filesystem::path directory, std::size_t mapSize, bool creating);
+    static void closeShared(Environment *environment);
+
+    int openMap(std::size_t mapSize, unsigned flags);
+    unsigned openFlags() const;
+    void openTables();
+    void createTables();
+    void checkVersion();
+    MDB_txn *beginRead();
+    void endRead(MDB_txn *transaction);
+    void grow();
+    [[noreturn]] void fail(int error) const;
+
+    std::filesystem::path directory_;
+    bool readOnly_ = false;
+    bool broken_ = false;  ///< a write failed: this process writes no more
+    MDB_env *env_ = nullptr;
+    std::array<MDB_dbi, tableCount> tables_{};
+    std::mutex mapMutex_;  ///< the map may only change while no transaction is open
+    int readers_ = 0;
+};
+
+/** A consistent view; views of records live as long as it. Reading is for one thread at a time. */
+class ReadTransaction {
+public:
+    /** Throws Failure: storeFailed. */
+    explicit ReadTransaction(std::shared_ptr<Environment> environment);
+    ~ReadTransaction();
+    ReadTransaction(const ReadTransaction &) = delete;
+    ReadTransaction &operator=(const ReadTransaction &) = delete;
+
+    std::optional<std::string_view> get(Table table, std::string_view key) const;
+
+    /** Calls `visit` with each key and record in order of key until it answers false. */
+    void forEach(Table table,
+                 const std::function<bool(std::string_view, std::string_view)> &visit) const;
+
+    /** Is there a record with this key or a greater one? */
+    bool hasFrom(Table table, std::string_view first) const;
+
+    TableSize size(Table table) const;
+
+private:
+    std::shared_ptr<Environment> environment_;
+    MDB_txn *transaction_;
+};
+
+/** Changes to the tables, inside write(). */
+class WriteTransaction {
+public:
+    /**
+     * Runs `work` in a transaction and commits it; what `work` throws ends the
+     * transaction without a trace. When the map has to grow, `work` is run again
+     * from the start, so it must not keep anything of a run that did not return.
+     *
+     * A failed write is final: LMDB could report success for a later commit on
+     * top of pages that never reached the disk, so this process writes no more.
+     * Throws Failure: diskFull, homeReadOnly, storeFailed.
+     */
+    static void run(Environment &environment, const std::function<void(WriteTransaction &)> &work);
+
+    std::optional<std::string> get(Table table, std::string_view key) const;
+    void put(Table table, std::string_view key, std::string_view record);
+
+    /** Removes a record that is there, or nothing. */
+    void remove(Table table, std::string_view key);
+
+    /** Removes the records whose keys are `first` … `last`, or from `first` to the end. */
+    void removeRange(Table table, std::string_view first,
+                     std::optional<std::string_view> last = std::nullopt);
+
+private:
+    explicit WriteTransaction(Environment &environment);
+    ~WriteTransaction();
+    void commit();
+    void check(int error) const;
+
+    Environment &environment_;
+    MDB_txn *transaction_ = nullptr;
+};
+
+}  // namespace zdbs
+
+#endif

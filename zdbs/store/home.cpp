@@ -1,0 +1,260 @@
+#include "zdbs/store/home.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "foundation/run_control.h"
+#include "zdbs/status/status.h"
+#include "zdbs/store/environment.h"
+#include "zdbs/store/private_files.h"
+#include "zdbs/store/snapshot.h"
+#include "zdbs/store/writer.h"
+#include "zdbs/users/names.h"
+#include "zdbs/users/user_table.h"
+
+namespace zdbs {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char *homeSetting = "ZDBS_HOME";
+constexpr const char *usersName = "users";
+constexpr const char *lockName = "lock";
+constexpr const char *databasesName = "databases";
+constexpr const char *dataFileName = "data.mdb";
+
+std::string setting(const char *name) {
+    char *value = ZfxReadRCS(name);
+    if (!value) return "";
+    std::string text = value;
+    ZfxFreeRCS(value);
+    return text;
+}
+
+std::string environmentVariable(const char *name) {
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::string userDirectory() {
+    const std::string home = environmentVariable("HOME");
+    if (!home.empty()) return home;
+    const passwd *entry = ::getpwuid(::geteuid());
+    return entry && entry->pw_dir ? entry->pw_dir : "";
+}
+
+[[noreturn]] void throwReadError(int error, const fs::path &path) {
+    if (error == ENOENT || error == ENOTDIR) throw Failure(Status::homeMissing, {path.native()});
+    throw Failure(Status::homeUnreadable, {path.native(), std::system_category().message(error)});
+}
+
+std::string readUsersFile(const fs::path &home) {
+    const fs::path path = home / usersName;
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throwReadError(errno, home);
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    if (file.bad()) throwReadError(EIO, home);
+    return text;
+}
+
+// What Home::create() makes before the users file, which comes last.
+bool isUnfinishedHome(const fs::path &path) {
+    for (const auto &entry : fs::directory_iterator(path)) {
+        const std::string name = entry.path().filename().native();
+        if (name == databasesName && fs::is_empty(entry.path())) continue;
+        if (name != lockName && name != std::string(usersName) + ".new") return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+fs::path Home::locate() {
+    const std::string configured = setting(homeSetting);
+    if (!configured.empty()) return configured;
+    const fs::path data = environmentVariable("XDG_DATA_HOME");
+    // The base directory rules: a path that is not absolute is ignored.
+    if (data.is_absolute()) return data / "zdbs";
+    const fs::path user = userDirectory();
+    if (user.empty()) throw Failure(Status::homeMissing);
+    return user / ".local" / "share" / "zdbs";
+}
+
+Home::Home(fs::path path) : path_(std::move(path)) {}
+
+Home::~Home() = default;
+
+std::shared_ptr<Home> Home::open(const fs::path &path) {
+    std::shared_ptr<Home> home(new Home(path));
+    home->readUsers();
+    return home;
+}
+
+std::shared_ptr<Home> Home::create(const fs::path &path) {
+    try {
+        if (fs::exists(path) && (!fs::is_directory(path) || !isUnfinishedHome(path)))
+            throw Failure(Status::homeExists, {path.native()});
+        if (path.has_parent_path()) fs::create_directories(path.parent_path());
+    } catch (const fs::filesystem_error &error) {
+        throwWriteError(error.code().value(), error.path1());
+    }
+    makePrivateDirectory(path);
+    const FileLock lock(path / lockName);
+    if (fs::exists(path / usersName)) throw Failure(Status::homeExists, {path.native()});
+    makePrivateDirectory(path / databasesName);
+    replacePrivateFile(path / usersName, UserTable().serialize());
+    return open(path);
+}
+
+UserTable Home::readUsers() const {
+    return UserTable::parse(readUsersFile(path_), (path_ / usersName).native());
+}
+
+void Home::changeUsers(const std::function<void(UserTable &)> &change) {
+    const FileLock lock(path_ / lockName);
+    UserTable table = readUsers();
+    change(table);
+    replacePrivateFile(path_ / usersName, table.serialize());
+}
+
+bool Home::authenticate(std::string_view user, std::string_view password) const {
+    return readUsers().authenticate(user, password);
+}
+
+bool Home::mayRead(std::string_view user, std::string_view database) const {
+    return readUsers().mayRead(user, database);
+}
+
+std::vector<std::string> Home::users() const {
+    return readUsers().users();
+}
+
+std::vector<std::string> Home::grants(std::string_view user) const {
+    return readUsers().grants(user);
+}
+
+void Home::addUser(std::string_view user, std::string_view password) {
+    changeUsers([&](UserTable &table) { table.add(user, password); });
+}
+
+void Home::setPassword(std::string_view user, std::string_view password) {
+    changeUsers([&](UserTable &table) { table.setPassword(user, password); });
+}
+
+void Home::removeUser(std::string_view user) {
+    changeUsers([&](UserTable &table) { table.remove(user); });
+}
+
+void Home::grant(std::string_view user, std::string_view database) {
+    changeUsers([&](UserTable &table) {
+        table.grant(user, database);
+        // A grant that waits for a database of that name would surprise whoever makes one.
+        if (database != everyDatabase && !hasDatabase(database))
+            throw Failure(Status::unknownDatabase, {database});
+    });
+}
+
+void Home::revoke(std::string_view user, std::string_view database) {
+    changeUsers([&](UserTable &table) { table.revoke(user, database); });
+}
+
+fs::path Home::databasePath(std::string_view database) const {
+    return path_ / databasesName / database;
+}
+
+bool Home::hasDatabase(std::string_view database) const {
+    if (!isValidName(database)) return false;
+    std::error_code ignored;
+    return fs::exists(databasePath(database) / dataFileName, ignored);
+}
+
+std::vector<std::string> Home::databases() const {
+    std::vector<std::string> names;
+    std::error_code error;
+    fs::directory_iterator entry(path_ / databasesName, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename().native();
+        if (hasDatabase(name)) names.push_back(name);
+    }
+    if (error) throwReadError(error.value(), path_);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// A database is made under a name that no database can have and then renamed, so that it is
+// there as a whole or not at all; dropping goes the same way backwards.
+void Home::createDatabase(std::string_view database) {
+    requireValidName(database);
+    const FileLock lock(path_ / lockName);
+    removeLeftovers();
+    if (hasDatabase(database)) throw Failure(Status::databaseExists, {database});
+    const fs::path making = path_ / databasesName / ("." + std::string(database));
+    makePrivateDirectory(making);
+    Environment::create(making);
+    { const FileLock writer(making / Writer::lockFileName); }
+    syncDirectory(making);
+    if (::rename(making.c_str(), databasePath(database).c_str()) != 0)
+        throwWriteError(errno, databasePath(database));
+    syncDirectory(path_ / databasesName);
+}
+
+void Home::dropDatabase(std::string_view database) {
+    if (!hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
+    const fs::path directory = databasePath(database);
+    const FileLock writer(directory / Writer::lockFileName);
+    if (!writer.isAt(directory / Writer::lockFileName))
+        throw Failure(Status::unknownDatabase, {database});
+    // The grants go first: they must not be there for a later database of the same name.
+    changeUsers([&](UserTable &table) { table.forgetDatabase(database); });
+    const FileLock lock(path_ / lockName);
+    removeLeftovers();
+    const fs::path dropped = path_ / databasesName / ("." + std::string(database));
+    if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
+    syncDirectory(path_ / databasesName);
+    removeLeftovers();
+}
+
+// What a killed creation or drop left. REQUIRES the lock of the home.
+void Home::removeLeftovers() const {
+    std::error_code error;
+    for (const auto &entry : fs::directory_iterator(path_ / databasesName, error)) {
+        if (entry.path().filename().native().front() == '.') fs::remove_all(entry.path(), error);
+    }
+    if (error) throwWriteError(error.value(), path_ / databasesName);
+}
+
+std::shared_ptr<Environment> Home::environment(std::string_view database) const {
+    if (!isValidName(database)) throw Failure(Status::unknownDatabase, {database});
+    return Environment::open(databasePath(database));
+}
+
+std::shared_ptr<const Snapshot> Home::snapshot(std::string_view database) const {
+    const auto shared = environment(database);
+    const std::lock_guard lock(mutex_);
+    auto &newest = snapshots_[std::string(database)];
+    const auto known = newest.lock();
+    if (known && known->environment() == shared && known->state() == Snapshot::newestState(shared))
+        return known;
+    const auto opened = std::make_shared<const Snapshot>(shared);
+    newest = opened;
+    return opened;
+}
+
+std::unique_ptr<Writer> Home::write(std::string_view database,
+                                    const std::function<void()> &waiting) {
+    return std::make_unique<Writer>(environment(database), waiting);
+}
+
+}  // namespace zdbs

@@ -1,0 +1,72 @@
+/** Files and directories that only their owner may touch, whatever the umask is. */
+#ifndef ZDBS_STORE_PRIVATE_FILES_H
+#define ZDBS_STORE_PRIVATE_FILES_H
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zdbs {
+
+/** A file descriptor that is closed with its owner; -1 is none. */
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+    FileDescriptor(FileDescriptor &&other) noexcept;
+    FileDescriptor &operator=(FileDescriptor &&other) noexcept;
+    ~FileDescriptor();
+
+    int get() const { return descriptor_; }
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_ = -1;
+};
+
+/**
+ * An exclusive lock on a file among processes, and among the holders within
+ * one. The system releases it when its holder dies.
+ */
+class FileLock {
+public:
+    /**
+     * Makes the file when it is not there. When another one holds the lock,
+     * calls `waiting`, if given, once, and waits.
+     * Throws Failure: homeReadOnly, storeFailed.
+     */
+    explicit FileLock(const std::filesystem::path &path, const std::function<void()> &waiting = {});
+
+    /** Is the locked file still the one at this path? */
+    bool isAt(const std::filesystem::path &path) const;
+
+private:
+    FileDescriptor file_;
+};
+
+/**
+ * The failure for an errno of a changing operation: diskFull, homeReadOnly
+ * (`path` is named), or else storeFailed.
+ */
+[[noreturn]] void throwWriteError(int error, const std::filesystem::path &path);
+
+/** Mode 0700. Throws as throwWriteError(). */
+void makePrivateDirectory(const std::filesystem::path &path);
+
+/** Mode 0600 for a file that is there. Throws as throwWriteError(). */
+void makePrivate(const std::filesystem::path &path);
+
+/**
+ * Puts a file of mode 0600 in the place of the one that may be there: readers see
+ * the old one or the new one, and so does the next start after a power cut.
+ * Throws as throwWriteError().
+ */
+void replacePrivateFile(const std::filesystem::path &path, std::string_view content);
+
+/** Makes a renamed or new entry of a directory last. Throws as throwWriteError(). */
+void syncDirectory(const std::filesystem::path &directory);
+
+}  // namespace zdbs
+
+#endif
