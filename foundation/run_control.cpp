@@ -79,8 +79,9 @@ ZfxRCSEntry *entriesOfThread(ZfxTLSKey key, std::span<const char *const> paths) 
     const File file = openFirst(paths);
     if (file == nullptr) return nullptr;
     entries = readEntries(file.get());
-    ZfxSetTLSValue(key, entries);
-    return entries;
+    if (ZfxSetTLSValue(key, entries) == 0) return entries;
+    freeEntries(entries);
+    return nullptr;
 }
 
 // The value of a line "name=value # comment", or null when it is not a line of `name`.

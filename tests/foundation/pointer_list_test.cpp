@@ -118,6 +118,16 @@ TEST(PointerList, InsertingBeyondTheLengthLeavesNullSlotsAndCountsOneElement) {
     EXPECT_EQ(list.m_ppList[4], objects + 1);
 }
 
+TEST(PointerList, SlotsOfAGrownArrayAreNull) {
+    ZfxPtrList list;
+    append(list, "abcdefghijk");
+    list.insert(20, objects);
+    EXPECT_EQ(list.size(), 12);
+    EXPECT_EQ(list.get(11), nullptr);
+    EXPECT_EQ(list.m_ppList[19], nullptr);
+    EXPECT_EQ(list.m_ppList[20], objects);
+}
+
 TEST(PointerList, InsertingAtANegativeIndexIsIgnored) {
     ZfxPtrList list;
     append(list, "a");

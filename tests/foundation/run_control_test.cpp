@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/support/temporary_directory.h"
 
@@ -197,6 +198,18 @@ TEST_F(RunControl, DeallocReleasesAListAndTakesNull) {
     ZfxOpenTlsRCS(key_);
     tlsRCSDealloc(nullptr);
     EXPECT_EQ(read("B"), "2");
+}
+
+TEST_F(RunControl, ADeletedKeyKeepsNoLinesAndTheEnvironmentStillCounts) {
+    writeSettings("A=1\n");
+    setenv(variable, "environment", 1);
+    ZfxTLSKey deleted{};
+    ASSERT_EQ(ZfxCreateTLS(&deleted, tlsRCSDealloc), 0);
+    ZfxDeleteTLS(deleted);
+    std::swap(key_, deleted);
+    EXPECT_EQ(read("A"), std::nullopt);
+    EXPECT_EQ(read(variable), "environment");
+    std::swap(key_, deleted);
 }
 
 TEST_F(RunControl, FreeingNoValueDoesNothing) {

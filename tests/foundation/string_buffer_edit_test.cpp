@@ -101,6 +101,18 @@ TEST(StringBufferEdit, ReplaceByALongerTextWritesNoNulBehindIt) {
     EXPECT_STREQ(buffer, "axyz456789");
 }
 
+TEST(StringBufferEdit, WhateverAnAttachedBlockHeldEndsAtItsLastByte) {
+    auto *block = static_cast<char *>(std::malloc(10));
+    std::memset(block, '#', 10);
+    std::memcpy(block, "ab", 2);
+    CStringBuffer buffer;
+    buffer.attach(block, 2, 10);
+    EXPECT_STREQ(buffer, "ab");
+    buffer.replace("b", "xyz");
+    EXPECT_EQ(textOf(buffer), "axyz");
+    EXPECT_STREQ(buffer, "axyz#####");
+}
+
 TEST(StringBufferEdit, AppendingAfterReplaceByAShorterTextLeavesAGap) {
     CStringBuffer buffer("abab");
     buffer.replace("ab", "x");
@@ -123,6 +135,17 @@ TEST(StringBufferEdit, AppendingAfterReplaceByALongerTextWritesOverItsTail) {
                           "456",
                           7),
               0);
+}
+
+TEST(StringBufferEdit, ReplaceKeepsTheEndMarkerInANewBlock) {
+    CStringBuffer buffer(8);
+    buffer.set("ab    ");
+    buffer.trim();
+    buffer.replace("b", "123456789");
+    EXPECT_EQ(buffer.bufLength(), 24);
+    buffer.append("y");
+    EXPECT_EQ(buffer.length(), 11);
+    EXPECT_STREQ(buffer, "a12345y");
 }
 
 TEST(StringBufferEdit, TrimRemovesWhiteSpaceAtBothEnds) {
@@ -183,6 +206,16 @@ TEST(StringBufferEdit, AnAppendThatTheGapLeavesNoRoomForTakesANewBlock) {
     buffer.append("234");
     EXPECT_STREQ(buffer, "ab1234");
     EXPECT_EQ(buffer.length(), 6);
+}
+
+TEST(StringBufferEdit, ANewBlockIsNeverSmallerThanTheOld) {
+    CStringBuffer buffer(8);
+    buffer.set(("ab" + std::string(98, ' ')).c_str());
+    EXPECT_EQ(buffer.bufLength(), 104);
+    buffer.trim();
+    buffer.append("1234");  // eight bytes would do for the text
+    EXPECT_EQ(buffer.bufLength(), 104);
+    EXPECT_STREQ(buffer, "ab1234");
 }
 
 TEST(StringBufferEdit, SettingPutsTheEndMarkerRight) {

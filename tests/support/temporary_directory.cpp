@@ -20,7 +20,7 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 std::string TemporaryDirectory::write(std::string_view name, std::string_view content) const {
-    const std::string file = *this / name;
+    std::string file = *this / name;
     std::ofstream out(file, std::ios::binary);
     out << content;
     if (!out.flush()) throw std::runtime_error("cannot write " + file);

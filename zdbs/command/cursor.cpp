@@ -39,8 +39,14 @@ std::string shown(std::string_view text) {
     return std::string(cutUtf8(text, longestShown)) + "...";
 }
 
-std::size_t Cursor::columnOf(std::size_t place) const {
-    return characterCount(text_.substr(0, place)) + 1;
+std::size_t Cursor::columnOf(std::size_t place) {
+    if (place < countedPlace_) {
+        countedPlace_ = 0;
+        countedColumn_ = 1;
+    }
+    countedColumn_ += characterCount(text_.substr(countedPlace_, place - countedPlace_));
+    countedPlace_ = place;
+    return countedColumn_;
 }
 
 std::size_t Cursor::column() {

@@ -28,8 +28,8 @@ public:
     std::string_view text() const { return text_; }
     std::string_view rest() const { return text_.substr(place_); }
 
-    /** Column of a place: characters from 1. */
-    std::size_t columnOf(std::size_t place) const;
+    /** Column of a place: characters from 1. Counts on from the place asked about last. */
+    std::size_t columnOf(std::size_t place);
 
     /** Column of the next character that is no blank. */
     std::size_t column();
@@ -65,6 +65,8 @@ public:
 private:
     std::string_view text_;
     std::size_t place_ = 0;
+    std::size_t countedPlace_ = 0;
+    std::size_t countedColumn_ = 1;
 };
 
 }  // namespace zdbs

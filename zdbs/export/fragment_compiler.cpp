@@ -48,7 +48,9 @@ FragmentSpec compileFragmentSpec(const std::string &text) {
     try {
         return compile(text);
     } catch (const FragmentError &error) {
-        throw Failure(Status::badFragmentSpec, {text, error.what()});
+        std::string_view reason = error.what();
+        if (reason.ends_with('.')) reason.remove_suffix(1);  // the sentence has its own
+        throw Failure(Status::badFragmentSpec, {text.c_str(), reason});
     }
 }
 

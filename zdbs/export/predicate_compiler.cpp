@@ -13,6 +13,9 @@ namespace {
 
 using Kind = FragmentPredicate::Kind;
 
+constexpr const char *noComparison =
+    "A ZARN XPath comparison predicate requires a location step and a scalar value.";
+
 Relation relationOf(EPairOperator op) {
     switch (op) {
         case PAIRSEP_NE:
@@ -116,14 +119,15 @@ double placeOf(const std::string &literal, bool fromEnd) {
     return *number;
 }
 
-FragmentPredicate positionComparison(const XPathPath &path, FragmentPosition position, int depth) {
+/** Without a path: the grammar turns [3] into a bare step that calls position(). */
+FragmentPredicate positionComparison(const XPathPath *path, FragmentPosition position, int depth) {
     FragmentPredicate counted;
     counted.kind = Kind::position;
     counted.position = position;
-    if (path.GetSize() == 1) return counted;
-    if (path.GetSize() > 2)
+    if (path == nullptr || path->GetSize() == 1) return counted;
+    if (path->GetSize() > 2)
         throw FragmentError("position() and last() can follow one step, not more");
-    FragmentPath steps = compilePath(path, 1, depth);
+    FragmentPath steps = compilePath(*path, 1, depth);
     steps.steps.back().predicates.push_back(std::move(counted));
     steps.positional = true;
     FragmentPredicate result = pathPredicate(std::move(steps));
@@ -133,23 +137,23 @@ FragmentPredicate positionComparison(const XPathPath &path, FragmentPosition pos
 
 FragmentPredicate compileComparison(const XPathExpressionPair &pair, int depth) {
     const auto *const path = dynamic_cast<const XPathPath *>(pair.GetLeft());
-    const XPathAxisLocationStep *const step = lastStepOf(path);
+    const auto *const step = path != nullptr
+                                 ? lastStepOf(path)
+                                 : dynamic_cast<const XPathAxisLocationStep *>(pair.GetLeft());
     const XPathScalar *const scalar = scalarOf(pair.GetRight());
-    if (step == nullptr || scalar == nullptr) {
-        throw FragmentError(
-            "A ZARN XPath comparison predicate requires a location step and a scalar value.");
-    }
+    if (step == nullptr || scalar == nullptr) throw FragmentError(noComparison);
     const Relation relation = relationOf(pair.GetOperator());
     const auto *const function =
         dynamic_cast<const XPathFunction *>(step->GetAxis()->GetNodeTest());
-    if (function == nullptr)
+    if (function == nullptr) {
+        if (path == nullptr) throw FragmentError(noComparison);
         return valueComparison(*path, *step, relation, literalText(*scalar), depth);
-
+    }
     const std::string name = functionName(*function);
     const bool isLast = sameName(name, "last");
     if (!isLast && !sameName(name, "position"))
         throw FragmentError("Unsupported function \"" + name + "\" in comparison.");
-    return positionComparison(*path, {relation, placeOf(literalText(*scalar), isLast)}, depth);
+    return positionComparison(path, {relation, placeOf(literalText(*scalar), isLast)}, depth);
 }
 
 /** The path to the values that contains() looks at. */

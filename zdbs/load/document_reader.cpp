@@ -117,7 +117,7 @@ void DocumentReader::setPrologHandlers() {
         });
     XML_SetAttlistDeclHandler(
         parser, [](void *self, const char *, const char *, const char *, const char *value, int) {
-            if (value) handle(self, [](auto &reader) { reader.checkReferences(); });
+            if (value) handle(self, [](auto &reader) { reader.checkDefault(); });
         });
     XML_SetSkippedEntityHandler(parser, [](void *self, const char *name, int isParameter) {
         if (isParameter) return;
@@ -272,11 +272,20 @@ bool DocumentReader::keepsSpace() const {
 // of the DTD was not read. So the tag is looked at as it stands in the document; inside an
 // entity, where it does not stand, all of the entity is looked at.
 void DocumentReader::checkReferences() {
-    const std::string markup = markupToUtf8(rawEvent(), byteMap_ ? &*byteMap_ : nullptr);
-    if (markup.find('&') == std::string::npos) return;
+    const int length = XML_GetCurrentByteCount(parser_.get());
+    const std::string_view raw = rawRest().substr(0, static_cast<std::size_t>(length));
+    if (raw.find('&') == std::string_view::npos) return;
+    const std::string markup = toUtf8(raw);
     if (expandable_.contains(markup)) return;
     if (const auto entity = entities_.firstUnexpandableIn(markup)) throwUnexpandable(*entity);
     if (markup.front() == '&') expandable_.insert(markup);
+}
+
+// The same for the default of an attribute. One in a parameter entity does not stand in the
+// document either and is left to expat.
+void DocumentReader::checkDefault() const {
+    const std::string literal = toUtf8(quotedLiteral(rawRest()));
+    if (const auto entity = entities_.firstUnexpandableIn(literal)) throwUnexpandable(*entity);
 }
 
 void DocumentReader::checkLength(std::string_view value) const {
@@ -305,29 +314,24 @@ NodeName DocumentReader::splitName(std::string_view text) const {
     return name;
 }
 
-/** The markup of this event as it stands in the document's own encoding. */
-std::string_view DocumentReader::rawEvent() const {
+// The document from the beginning of this event on, as far as it has been read.
+std::string_view DocumentReader::rawRest() const {
     int offset = 0;
     int size = 0;
     const char *context = XML_GetInputContext(parser_.get(), &offset, &size);
-    if (!context) return {};
-    const int length = std::min(XML_GetCurrentByteCount(parser_.get()), size - offset);
-    return {context + offset, static_cast<std::size_t>(std::max(length, 0))};
+    if (!context || offset >= size) return {};
+    return {context + offset, static_cast<std::size_t>(size - offset)};
 }
 
-/** Where an error is about a reference: its entity, or what that cannot expand. */
+std::string DocumentReader::toUtf8(std::string_view markup) const {
+    return markupToUtf8(markup, byteMap_ ? &*byteMap_ : nullptr);
+}
+
+// Where an error is about a reference, by itself or in a tag: the entity that is in the way.
 std::string DocumentReader::entityAtError() const {
-    int offset = 0;
-    int size = 0;
-    const char *context = XML_GetInputContext(parser_.get(), &offset, &size);
-    if (!context || offset >= size) return "";
-    const std::string_view rest(context + offset, static_cast<std::size_t>(size - offset));
-    const std::string markup =
-        markupToUtf8(rest.substr(0, 4 * options_.maxNameLength), byteMap_ ? &*byteMap_ : nullptr);
-    const std::size_t end = markup.find(';');
-    if (!markup.starts_with('&') || end == std::string::npos) return "";
-    const std::string name = markup.substr(1, end - 1);
-    return entities_.firstUnexpandable(name).value_or(name);
+    const std::string markup = toUtf8(rawRest());
+    if (const auto entity = entities_.firstUnexpandableIn(markup)) return *entity;
+    return markup.starts_with('&') ? markup.substr(1, markup.find(';') - 1) : "";
 }
 
 void DocumentReader::throwParserError() const {

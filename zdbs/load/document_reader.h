@@ -61,13 +61,15 @@ private:
     void finishText();
     bool keepsSpace() const;
     void checkReferences();
+    void checkDefault() const;
     void checkLength(std::string_view value) const;
     void checkName(std::string_view local, std::string_view prefix) const;
     NodeName splitName(std::string_view name) const;
     void addDeclarations();
     void addAttributes(const char **attributes, std::size_t count);
 
-    std::string_view rawEvent() const;
+    std::string_view rawRest() const;
+    std::string toUtf8(std::string_view markup) const;
     std::string entityAtError() const;
     [[noreturn]] void throwParserError() const;
     [[noreturn]] void throwUnexpandable(std::string_view entity) const;

@@ -34,6 +34,11 @@ void append(std::string &text, UChar32 code) {
     if (!isError) text.append(bytes, static_cast<std::size_t>(length));
 }
 
+// Of a text that begins with a character of ASCII.
+bool isUtf16(std::string_view text) {
+    return text.size() >= 2 && (text[0] == '\0' || text[1] == '\0');
+}
+
 std::string utf16ToUtf8(std::string_view bytes, bool bigEndian) {
     std::u16string units;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
@@ -65,9 +70,19 @@ std::optional<ByteMap> singleByteEncoding(const std::string &name) {
     return map;
 }
 
+std::string_view quotedLiteral(std::string_view markup) {
+    const bool wide = isUtf16(markup);
+    const std::string_view quote = markup.substr(0, wide ? 2 : 1);
+    const std::size_t mark = wide && markup[0] == '\0' ? 1 : 0;
+    if (quote.empty() || (quote[mark] != '"' && quote[mark] != '\'')) return {};
+    for (std::size_t at = quote.size(); at < markup.size(); at += quote.size()) {
+        if (markup.substr(at, quote.size()) == quote) return markup.substr(0, at + quote.size());
+    }
+    return {};
+}
+
 std::string markupToUtf8(std::string_view markup, const ByteMap *map) {
-    if (markup.size() >= 2 && (markup[0] == '\0' || markup[1] == '\0'))
-        return utf16ToUtf8(markup, markup[0] == '\0');
+    if (isUtf16(markup)) return utf16ToUtf8(markup, markup[0] == '\0');
     if (!map) return std::string(markup);
     std::string text;
     for (const char byte : markup) {

@@ -22,6 +22,12 @@ std::optional<ByteMap> singleByteEncoding(const std::string &name);
  */
 std::string markupToUtf8(std::string_view markup, const ByteMap *map);
 
+/**
+ * The literal with its quotes that a piece of a document begins with, in the
+ * document's own encoding; empty when there is none or it does not end.
+ */
+std::string_view quotedLiteral(std::string_view markup);
+
 }  // namespace zdbs
 
 #endif

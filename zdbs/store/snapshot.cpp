@@ -108,9 +108,9 @@ void Snapshot::indexBlocks() {
 void Snapshot::readLongElements() {
     transaction_->forEach(Table::longElements, [&](std::string_view key, std::string_view record) {
         const auto first = decodeKey(key);
+        if (first && *first >= state_.nextNode) return false;
         const auto elements = decodeLongElements(record);
         if (!first || !elements) failDamaged("a list of long elements");
-        if (*first >= state_.nextNode) return false;
         longElements_.insert(longElements_.end(), elements->begin(), elements->end());
         return true;
     });

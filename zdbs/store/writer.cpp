@@ -20,9 +20,6 @@ namespace zdbs {
 
 namespace {
 
-// Finished blocks are kept back until there are this many bytes of them.
-constexpr std::size_t stageBytes = std::size_t{32} << 20;
-
 struct NodeRange {
     NodeId first;
     NodeId last;
@@ -45,8 +42,10 @@ struct NewDocument {
  */
 class Writer::Run {
 public:
-    Run(std::shared_ptr<Environment> environment, const std::function<void()> &waiting)
+    Run(std::shared_ptr<Environment> environment, const std::function<void()> &waiting,
+        std::size_t stageBytes)
         : environment_(std::move(environment)),
+          stageBytes_(stageBytes),
           lock_(lockPath(), waiting),
           builder_(names_, [this](NodeId first, std::string block) {
               keepBack(Table::blocks, first, std::move(block));
@@ -99,6 +98,7 @@ private:
     static void removeName(WriteTransaction &transaction, const std::string &name, NodeId first);
 
     std::shared_ptr<Environment> environment_;
+    std::size_t stageBytes_;
     FileLock lock_;
     StateRecord committed_;
     NameDictionary names_;
@@ -193,7 +193,7 @@ void Writer::Run::remove(std::string_view document) {
 void Writer::Run::keepBack(Table table, NodeId key, std::string record) {
     keptBackBytes_ += record.size();
     keptBack_.push_back({table, key, std::move(record)});
-    if (keptBackBytes_ >= stageBytes) stage();
+    if (keptBackBytes_ >= stageBytes_) stage();
 }
 
 void Writer::Run::stage() {
@@ -278,8 +278,9 @@ void Writer::Run::removeName(WriteTransaction &transaction, const std::string &n
         transaction.put(Table::documentNames, key, encodeNumbers(*numbers));
 }
 
-Writer::Writer(std::shared_ptr<Environment> environment, const std::function<void()> &waiting)
-    : run_(std::make_unique<Run>(std::move(environment), waiting)) {}
+Writer::Writer(std::shared_ptr<Environment> environment, const std::function<void()> &waiting,
+               std::size_t stageBytes)
+    : run_(std::make_unique<Run>(std::move(environment), waiting, stageBytes)) {}
 
 Writer::~Writer() = default;
 

@@ -2,6 +2,7 @@
 #ifndef ZDBS_STORE_WRITER_H
 #define ZDBS_STORE_WRITER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -37,13 +38,17 @@ public:
     /** In the directory of the database; whoever changes or drops it locks this file. */
     static constexpr const char *lockFileName = "writer.lock";
 
+    /** So many bytes of finished blocks are kept back before they are written. */
+    static constexpr std::size_t defaultStageBytes = std::size_t{32} << 20;
+
     /**
      * Takes the database's writer lock; `waiting`, if given, is called once when
      * another writer holds it. Drops what a killed writer left behind.
      * Throws Failure: unknownDatabase (dropped while waiting), homeReadOnly.
      */
     explicit Writer(std::shared_ptr<Environment> environment,
-                    const std::function<void()> &waiting = {});
+                    const std::function<void()> &waiting = {},
+                    std::size_t stageBytes = defaultStageBytes);
     ~Writer();
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;

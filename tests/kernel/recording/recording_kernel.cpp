@@ -237,7 +237,7 @@ int32_t ZdbGetNextHitWord(ZdbHandle control, int32_t *part, int32_t *field, int3
     auto *cursor = static_cast<Cursor *>(control);
     const auto &hits = session().script().hits;
     const auto found = cursor == nullptr ? hits.end() : hits.find(cursor->ordinal);
-    if (found == hits.end() || cursor->next >= found->second.size()) {
+    if (cursor == nullptr || found == hits.end() || cursor->next >= found->second.size()) {
         const int32_t status = session().fail("No more hit words.");
         logLine(call("ZdbGetNextHitWord", "", status));
         return status;

@@ -42,7 +42,7 @@ public:
             good_ = false;
             return {};
         }
-        const std::string taken(rest_.substr(0, arrow));
+        std::string taken(rest_.substr(0, arrow));
         rest_.remove_prefix(arrow + 4);
         return taken;
     }

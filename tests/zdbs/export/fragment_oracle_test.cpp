@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <unordered_map>
 
 #include "tests/zdbs/support/memory_node_table.h"
@@ -45,6 +46,7 @@ private:
     }
 
     void element(int depth) {
+        if (++elements_ > 30) return;
         const std::string name = names[below(3)];
         text_ += "<" + name;
         if (below(3) == 0) text_ += std::string(" x='") + values[below(4)] + "'";
@@ -59,6 +61,7 @@ private:
 
     std::mt19937 random_;
     std::string text_;
+    int elements_ = 0;
 };
 
 /** A document in libxml2, its nodes numbered as the node table numbers them. */
@@ -73,16 +76,21 @@ public:
             number(node);
     }
 
-    NodeIds select(const std::string &xpath, NodeId from) {
+    using Expression = std::unique_ptr<xmlXPathCompExpr, decltype(&xmlXPathFreeCompExpr)>;
+
+    static Expression compile(const std::string &xpath) {
+        Expression expression(xmlXPathCompile(reinterpret_cast<const xmlChar *>(xpath.c_str())),
+                              &xmlXPathFreeCompExpr);
+        if (!expression) throw std::runtime_error("no XPath: " + xpath);
+        return expression;
+    }
+
+    NodeIds select(const Expression &expression, NodeId from) {
         xmlXPathSetContextNode(nodes_[from - 1], context_.get());
         const std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
-            xmlXPathEval(reinterpret_cast<const xmlChar *>(xpath.c_str()), context_.get()),
-            &xmlXPathFreeObject);
+            xmlXPathCompiledEval(expression.get(), context_.get()), &xmlXPathFreeObject);
+        if (!found) throw std::runtime_error("no answer");
         NodeIds result;
-        if (!found) {
-            ADD_FAILURE() << xpath;
-            return result;
-        }
         for (int index = 0; index < xmlXPathNodeSetGetLength(found->nodesetval); ++index) {
             const auto place = numbers_.find(found->nodesetval->nodeTab[index]);
             if (place != numbers_.end()) result.push_back(place->second);  // not the root
@@ -205,6 +213,12 @@ constexpr const char *axes[] = {"child",
 constexpr const char *tests[] = {"a",      "b",      "x",         "*",
                                  "node()", "text()", "comment()", "processing-instruction()"};
 
+/** The document root is no node of ours: it has no parent and counts in no position. */
+std::string xpathTest(const std::string &axis, const std::string &test) {
+    const bool meetsRoot = axis == "parent" || axis.starts_with("ancestor");
+    return meetsRoot && test == "node()" ? "node()[parent::node()]" : test;
+}
+
 class FragmentOracle : public ::testing::TestWithParam<unsigned> {
 protected:
     FragmentOracle()
@@ -213,11 +227,13 @@ protected:
     void compare(const std::string &spec, const std::string &xpath) {
         const FragmentSpec plan = compileFragmentSpec(spec);
         FragmentEvaluator evaluator(nodes_);
+        const Oracle::Expression expression = Oracle::compile(xpath);
+        // libxml2 leaves out what is below the element of an attribute.
         const bool looksAfter = xpath.find("following::") != std::string::npos;
+        if (looksAfter && xpath.starts_with("./attribute::")) return;
         for (NodeId node = 1; node <= nodes_.nodeCount(); ++node) {
-            // libxml2 leaves out what is below the element of an attribute.
             if (looksAfter && nodes_.kind(node) == NodeKind::attribute) continue;
-            ASSERT_EQ(evaluator.select(plan, node), oracle_.select(xpath, node))
+            ASSERT_EQ(evaluator.select(plan, node), oracle_.select(expression, node))
                 << spec << " as " << xpath << " from node " << node << " of " << xml_;
         }
     }
@@ -230,9 +246,10 @@ protected:
 TEST_P(FragmentOracle, AgreesOnEveryAxisTestAndCondition) {
     for (const char *axis : axes) {
         for (const char *test : tests) {
-            const std::string step = std::string("/") + axis + "::" + test;
+            const std::string step = std::string(axis) + "::";
             for (const Condition &condition : conditions)
-                compare(step + condition.spec, "." + step + condition.xpath);
+                compare("/" + step + test + condition.spec,
+                        "./" + step + xpathTest(axis, test) + condition.xpath);
         }
     }
 }
@@ -249,14 +266,13 @@ TEST_P(FragmentOracle, AgreesOnPathsOfSeveralSteps) {
         bool fromAttributes = false;
         for (int steps = 0; steps < 2 + count % 2; ++steps) {
             const std::string axis = pick(axes);
-            const std::string step = pick(separators) + axis + "::" + pick(tests);
+            const std::string test = pick(tests);
+            const std::string step = pick(separators) + axis + "::";
             const Condition &condition = pick(conditions);
-            const bool looksAfter =
-                (axis + condition.xpath).find("following") == 0 ||
-                std::string(condition.xpath).find("following::") != std::string::npos;
-            if (fromAttributes && looksAfter) break;
-            spec += step + condition.spec;
-            xpath += step + condition.xpath;
+            const std::string looked = axis + "::" + condition.xpath;
+            if (fromAttributes && looked.find("following::") != std::string::npos) break;
+            spec += step + test + condition.spec;
+            xpath += step + xpathTest(axis, test) + condition.xpath;
             fromAttributes = fromAttributes || axis == "attribute";
         }
         compare(spec, xpath);

@@ -44,7 +44,8 @@ TEST(DocumentName, IsARelativePathThatStaysWhereItIsPut) {
         {"\xfc.xml", false},
         {std::string(4097, 'x'), false},
     };
-    for (const Case &row : cases) EXPECT_EQ(isValidDocumentName(row.text), row.valid) << row.text;
+    for (const Case &row : cases)
+        EXPECT_EQ(isValidDocumentName(row.text), row.valid) << row.text;
 }
 
 TEST(DocumentName, KnowsUtf8FromWhatOnlyLooksLikeIt) {
@@ -59,24 +60,25 @@ TEST(DocumentName, KnowsUtf8FromWhatOnlyLooksLikeIt) {
         {"\xef\xbf\xbd", true},
         {"\xf0\x90\x80\x80", true},
         {"\xf4\x8f\xbf\xbf", true},
-        {"\x80", false},              // no lead
-        {"\xc3", false},              // cut
+        {"\x80", false},  // no lead
+        {"\xc3", false},  // cut
         {"\xe2\x82", false},
         {"\xf0\x9f\x98", false},
-        {"\xc3(", false},             // no continuation
-        {"\xc0\xaf", false},          // longer than need be
+        {"\xc3(", false},     // no continuation
+        {"\xc0\xaf", false},  // longer than need be
         {"\xc1\xbf", false},
         {"\xe0\x9f\xbf", false},
         {"\xf0\x8f\xbf\xbf", false},
-        {"\xed\xa0\x80", false},      // surrogates
+        {"\xed\xa0\x80", false},  // surrogates
         {"\xed\xbf\xbf", false},
-        {"\xef\xbf\xbe", false},      // U+FFFE, no character of XML
+        {"\xef\xbf\xbe", false},  // U+FFFE, no character of XML
         {"\xef\xbf\xbf", false},
         {"\xf4\x90\x80\x80", false},  // above U+10FFFF
         {"\xf5\x80\x80\x80", false},
         {"\xff", false},
     };
-    for (const Case &row : cases) EXPECT_EQ(isUtf8(row.text), row.valid) << row.text;
+    for (const Case &row : cases)
+        EXPECT_EQ(isUtf8(row.text), row.valid) << row.text;
 }
 
 }  // namespace

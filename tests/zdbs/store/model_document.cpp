@@ -14,8 +14,10 @@ public:
     ModelDocument grow() {
         addLeaf(NodeKind::comment, "");
         startElement();
-        while (nodes_.size() < shape_.nodes) step();
-        while (!open_.empty()) endElement();
+        while (nodes_.size() < shape_.nodes)
+            step();
+        while (!open_.empty())
+            endElement();
         addLeaf(NodeKind::processingInstruction, "target");
         return std::move(nodes_);
     }
@@ -25,7 +27,8 @@ private:
 
     std::string text() {
         std::string value(below(shape_.maxValue + 1), 'x');
-        for (char &byte : value) byte = static_cast<char>('a' + below(26));
+        for (char &byte : value)
+            byte = static_cast<char>('a' + below(26));
         return value;
     }
 
@@ -62,8 +65,14 @@ private:
     void addLeaf(NodeKind kind, const std::string &name) { add(kind, name, text()); }
 
     void add(NodeKind kind, const std::string &local, std::string value) {
-        ModelNode node{kind, open_.empty() ? noParent : open_.back(), nodes_.size(), local, "", "",
-                       std::move(value), {}};
+        ModelNode node{kind,
+                       open_.empty() ? noParent : open_.back(),
+                       nodes_.size(),
+                       local,
+                       "",
+                       "",
+                       std::move(value),
+                       {}};
         const bool mayBePrefixed = kind == NodeKind::element || kind == NodeKind::attribute;
         if (mayBePrefixed && below(5) == 0) {
             node.prefix = "p";
@@ -138,7 +147,8 @@ void write(Writer &writer, const std::string &name, const ModelDocument &documen
         writeNode(writer, document[i]);
         if (document[i].kind == NodeKind::element) open.push_back(i);
     }
-    for (; !open.empty(); open.pop_back()) writer.endElement();
+    for (; !open.empty(); open.pop_back())
+        writer.endElement();
     writer.endDocument(document.size() * 10);
 }
 

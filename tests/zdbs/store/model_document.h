@@ -28,10 +28,10 @@ constexpr std::size_t noParent = static_cast<std::size_t>(-1);
 using ModelDocument = std::vector<ModelNode>;
 
 struct ModelShape {
-    std::size_t nodes = 100;       ///< about so many
+    std::size_t nodes = 100;  ///< about so many
     std::size_t maxDepth = 10;
-    std::size_t maxValue = 20;     ///< bytes of a value
-    std::size_t names = 8;         ///< different local names
+    std::size_t maxValue = 20;  ///< bytes of a value
+    std::size_t names = 8;      ///< different local names
 };
 
 /** A document of all kinds of nodes; the same seed gives the same document. */

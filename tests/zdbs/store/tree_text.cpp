@@ -67,7 +67,8 @@ void checkDocument(const NodeTable &nodes, const DocumentRange &document, std::o
     std::vector<NodeId> open;
     NodeId lastElement = noNode;  // while its attributes may come
     for (NodeId node = document.first; node <= document.last; ++node) {
-        while (!open.empty() && nodes.lastBelow(open.back()) < node) open.pop_back();
+        while (!open.empty() && nodes.lastBelow(open.back()) < node)
+            open.pop_back();
         const NodeId parent = open.empty() ? noNode : open.back();
         const NodeKind kind = nodes.kind(node);
         if (nodes.parent(node) != parent) faults << "parent of " << node << "\n";

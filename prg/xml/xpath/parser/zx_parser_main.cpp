@@ -73,10 +73,8 @@ void *ZXParserMain::Alloc(size_t nSize) {
 
 char *ZXParserMain::StrDup(const char *pszText) {
     if (pszText == nullptr) pszText = "";
-    const size_t length = std::strlen(pszText);
-    auto *copy = static_cast<char *>(Alloc(length + 1));
-    std::memcpy(copy, pszText, length);
-    return copy;
+    const size_t size = std::strlen(pszText) + 1;
+    return static_cast<char *>(std::memcpy(Alloc(size), pszText, size));
 }
 
 void ZXParserMain::SetupSymbols() {

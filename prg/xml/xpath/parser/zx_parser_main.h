@@ -37,12 +37,13 @@ public:
     /// A copy of the text (null counts as ""), owned by the driver.
     char *StrDup(const char *pszText);
 
-protected:
-    /// Makes the table case-insensitive and fills it with the reserved words.
+    /// Makes the table case-insensitive and fills it with the reserved words. Called once, by the
+    /// constructor.
     void SetupSymbols();
-    /// Creates the scanner and points it at the text.
+    /// Creates the scanner and points it at a copy of the text; called by Parse.
     void ParserSetup(const char *pszText);
 
+protected:
     ZXSymbolTable *m_pSymbolTable;
     void *m_scanner = nullptr;
     CStringBuffer m_strParseError;

@@ -8,7 +8,8 @@
 // "extra" datum is the parser driver (ZXParserMain), which owns the texts of the tokens; with a
 // null driver they are the caller's (free).
 //
-// The generated header wants the value type under a name of its own for a moment.
+// The generated header wants the driver's name and, for a moment, the value type under its own.
+class ZXParserMain;
 #include "prg/xml/xpath/parser/xpath_grammar.h"
 #define YYSTYPE XPATH_STYPE
 #include "prg/xml/xpath/parser/xpath_lexer.h"

@@ -1,8 +1,8 @@
 #ifndef PRG_XML_XPATH_PARSER_ZX_TOKEN_TEXT_H
 #define PRG_XML_XPATH_PARSER_ZX_TOKEN_TEXT_H
 
-// What the scanner's rules call: texts of tokens, owned by the scanner's parser driver, and the
-// driver's reserved words. `scanner` is never null.
+// What the scanner calls: texts of tokens, owned by the scanner's parser driver, the driver's
+// reserved words, and the texts of fatal errors. `scanner` is never null.
 
 #include <cstddef>
 
@@ -21,5 +21,9 @@ char *unquote(const char *text, char quote, void *scanner);
 
 /// The reserved word of that name; null when there is none, or no driver to ask.
 ZXSymbol *find_symbol(const char *name, void *scanner);
+
+/// The text of a fatal error with the scanner's operations under the names that they have here:
+/// the generator writes some of them with a prefix of its own.
+const char *fatal_error_text(const char *text);
 
 #endif

@@ -3,7 +3,8 @@
 
 #include "prg/xml/xpath/parser/parsernodes/xpath_scalar.h"
 
-XPathNumeric::XPathNumeric(const XPathNumeric &source) : XPathExpression(), XPathScalar(source) {}
+XPathNumeric::XPathNumeric(const XPathNumeric &source)
+    : XPathExpression(source), XPathScalar(source) {}
 
 XPathNumeric::~XPathNumeric() = default;
 
@@ -17,7 +18,7 @@ void XPathNumeric::ToDebugString(CStringBuffer &buffer, bool, int nIndent) const
 }
 
 XPathInt::XPathInt(const XPathInt &source)
-    : XPathExpression(), XPathScalar(source), XPathNumeric(source) {
+    : XPathExpression(source), XPathScalar(source), XPathNumeric(source) {
     CopyValue(source);
 }
 
@@ -42,7 +43,7 @@ void XPathInt::ToDebugString(CStringBuffer &buffer, bool, int nIndent) const {
 }
 
 XPathFloat::XPathFloat(const XPathFloat &source)
-    : XPathExpression(), XPathScalar(source), XPathNumeric(source) {
+    : XPathExpression(source), XPathScalar(source), XPathNumeric(source) {
     *this = source.m_fValue;
 }
 

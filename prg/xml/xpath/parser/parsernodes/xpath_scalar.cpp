@@ -9,7 +9,9 @@ constexpr int valueIncrement = 256;
 XPathScalar::XPathScalar() : m_strValue(valueIncrement) {}
 
 XPathScalar::XPathScalar(const XPathScalar &source)
-    : XPathExpression(), m_eSign(source.m_eSign), m_strValue(valueIncrement) {}
+    : XPathExpression(source), m_eSign(source.m_eSign), m_strValue(valueIncrement) {
+    SetParenthesized(false);
+}
 
 XPathScalar::~XPathScalar() = default;
 
@@ -85,7 +87,7 @@ XPathChar::XPathChar(const char *pszText) {
     SetValue(pszText, -1);
 }
 
-XPathChar::XPathChar(const XPathChar &source) : XPathExpression(), XPathScalar(source) {
+XPathChar::XPathChar(const XPathChar &source) : XPathExpression(source), XPathScalar(source) {
     CopyValue(source);
 }
 

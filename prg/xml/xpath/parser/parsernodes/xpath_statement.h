@@ -23,7 +23,7 @@ public:
     /// Seconds since the epoch.
     time_t GetTimestamp() const { return m_timestamp; }
 
-private:
+protected:
     time_t m_timestamp = 0;
 };
 

@@ -1,11 +1,13 @@
 #include "prg/xml/xpath/utils/vexa/nls_conversion.h"
 
+#include <langinfo.h>
 #include <unicode/ucnv.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string_view>
 
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 
@@ -22,8 +24,19 @@ Converter openConverter(const char *name) {
     return Converter(ucnv_open(name, &error));
 }
 
+/**
+ * ICU can be built to take UTF-8 for the default whatever the locale says. The locale is right then,
+ * unless it is the plain one, which knows ASCII only: UTF-8 has that and more.
+ */
+const char *defaultCharacterSet() {
+    constexpr std::string_view plain = "ANSI_X3.4-1968";
+    const char *name = ucnv_getDefaultName();
+    const char *locale = nl_langinfo(CODESET);
+    return std::string_view(name) != "UTF-8" || locale == plain ? name : locale;
+}
+
 UConverter *defaultConverter() {
-    static const Converter converter = openConverter(ucnv_getDefaultName());
+    static const Converter converter = openConverter(defaultCharacterSet());
     return converter.get();
 }
 

@@ -47,8 +47,9 @@ public:
     bool empty() const { return *text_ == '\0'; }
 
     std::unique_ptr<char[]> copy() const {
-        auto result = std::make_unique<char[]>(std::strlen(text_) + 1);
-        std::strcpy(result.get(), text_);
+        const size_t size = std::strlen(text_) + 1;
+        auto result = std::make_unique<char[]>(size);
+        std::memcpy(result.get(), text_, size);
         return result;
     }
 

@@ -54,3 +54,51 @@ TEST(Depth, NestingBeyondTheParsersStackIsReportedAsMemoryExhausted) {
         EXPECT_EQ("!memory exhausted", printed(nested(nesting, nesting.tooDeep)));
     }
 }
+
+namespace {
+
+/// Far more links than a recursion could take on a stack of eight megabytes.
+constexpr int manyTerms = 400000;
+constexpr int manyPredicates = 100000;
+
+void expectPrintedDumpedAndCloned(const std::string &request, const std::string &surface) {
+    const auto statement = tree(request);
+    ASSERT_NE(nullptr, statement);
+    EXPECT_TRUE(surface == text(*statement)) << "printed";
+    const std::string longDump = dump(*statement);
+    EXPECT_GT(longDump.size(), static_cast<size_t>(maxDumpLength));
+    const std::unique_ptr<XPathExpression> copy(predicateOf(*statement)->Clone());
+    EXPECT_TRUE(surface == "child::a[" + text(*copy) + "]") << "printed from the copy";
+}
+
+}  // namespace
+
+TEST(Depth, ASumOfHundredsOfThousandsOfTermsNeedsNoStack) {
+    const std::string sum = repeated("1+", manyTerms - 1) + "1";
+    expectPrintedDumpedAndCloned("a[" + sum + "]", "child::a[" + sum + "]");
+}
+
+TEST(Depth, ALiteralWithAHundredThousandPredicatesNeedsNoStack) {
+    const std::string chain = "\"x\"" + repeated("[\"y\"]", manyPredicates);
+    expectPrintedDumpedAndCloned("a[" + chain + "]", "child::a[" + chain + "]");
+}
+
+TEST(Depth, AChainOfUnaryExpressionsNeedsNoStack) {
+    std::unique_ptr<XPathExpression> chain(new XPathChar("x"));
+    for (int i = 0; i < manyPredicates; ++i) {
+        chain.reset(new XPathUnaryExpression(chain.release(), i % 2 == 0));
+        chain.reset(new XPathFilterExpression(chain.release()));
+    }
+    const std::string surface = repeated("-", manyPredicates / 2) + "\"x\"";
+    EXPECT_TRUE(surface == text(*chain));
+    const std::unique_ptr<XPathExpression> copy(chain->Clone());
+    EXPECT_TRUE(surface == text(*copy));
+}
+
+TEST(Depth, LongPathsUnionsListsAndPredicatesAreFlat) {
+    constexpr int many = 20000;
+    EXPECT_EQ(9u * many - 1, printed(repeated("a/", many - 1) + "a").size());
+    EXPECT_EQ(9u * many - 1, printed(repeated("a|", many - 1) + "a").size());
+    EXPECT_EQ(4u * many + 8, printed("a" + repeated("['']", many)).size());
+    EXPECT_EQ(2u * many + 9, printed("f(" + repeated("1,", many - 1) + "1)").size());
+}

@@ -96,6 +96,7 @@ TEST(NoExecuteTable, MarksTheRequestsThatHoldMoreThanPrintableAscii) {
         for (const char byte : fact.request) {
             plain = plain && (byte == '\t' || (byte >= ' ' && byte < 127));
         }
-        if (!plain) EXPECT_EQ(2u, fact.kind.size()) << "line " << fact.line;
+        const bool marked = fact.kind.size() == 2;
+        EXPECT_TRUE(plain || marked) << "line " << fact.line;
     }
 }

@@ -74,7 +74,8 @@ TEST(Scanner, TokenTextsBelongToTheDriver) {
     DriverWithKeyword driver;
     Scanner scanner(&driver);
     xpath__scan_string("a 'b' 1 and", scanner);
-    while (scanner.next() != 0) continue;
+    while (scanner.next() != 0)
+        continue;
     EXPECT_EQ(2, driver.blocks());
 }
 
@@ -109,7 +110,8 @@ TEST(Scanner, MyAllocIsZeroFilledAndMyStrDupCopies) {
     ZXParserMain driver;
     const Scanner scanner(&driver);
     const auto *block = static_cast<const char *>(myalloc(16, scanner));
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(0, block[i]);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(0, block[i]);
     const char text[] = "text";
     const char *copy = mystrdup(text, scanner);
     EXPECT_STREQ(text, copy);
@@ -122,13 +124,15 @@ TEST(Scanner, BuffersCanBeStackedScannedByLengthAndRestarted) {
     Scanner scanner(&driver);
     YY_BUFFER_STATE outer = xpath__scan_string("a b", scanner);
     EXPECT_EQ(NCNAME, scanner.next());
-
     xpath_push_buffer_state(xpath__create_buffer(nullptr, 16384, scanner), scanner);
+    xpath_pop_buffer_state(scanner);
+
     YY_BUFFER_STATE inner = xpath__scan_bytes("c d", 1, scanner);
     EXPECT_EQ(NCNAME, scanner.next());
     EXPECT_STREQ("c", scanner.value.s);
     EXPECT_EQ(0, scanner.next());
     xpath__delete_buffer(inner, scanner);
+
     xpath__switch_to_buffer(outer, scanner);
     EXPECT_EQ(NCNAME, scanner.next());
     EXPECT_STREQ("b", scanner.value.s);
@@ -182,6 +186,31 @@ TEST(Scanner, SeveralScannersDoNotMixUp) {
     EXPECT_STREQ("c", second.value.s);
     EXPECT_EQ(NCNAME, first.next());
     EXPECT_STREQ("b", first.value.s);
+}
+
+TEST(Scanner, FatalErrorsNameItsOperations) {
+    struct {
+        const char *generated;
+        const char *text;
+    } const facts[] = {
+        {"flex scanner jammed", "flex scanner jammed"},
+        {"input in flex scanner failed", "input in flex scanner failed"},
+        {"out of dynamic memory in yy_get_next_buffer()",
+         "out of dynamic memory in yy_get_next_buffer()"},
+        {"out of dynamic memory in yy_create_buffer()",
+         "out of dynamic memory in xpath__create_buffer()"},
+        {"out of dynamic memory in yyensure_buffer_stack()",
+         "out of dynamic memory in xpath_ensure_buffer_stack()"},
+        {"out of dynamic memory in yy_scan_buffer()",
+         "out of dynamic memory in xpath__scan_buffer()"},
+        {"out of dynamic memory in yy_scan_bytes()",
+         "out of dynamic memory in xpath__scan_bytes()"},
+        {"bad buffer in yy_scan_bytes()", "bad buffer in xpath__scan_bytes()"},
+        {"yyset_lineno called with no buffer", "xpath_set_lineno called with no buffer"},
+        {"yyset_column called with no buffer", "xpath_set_column called with no buffer"},
+    };
+    for (const auto &fact : facts)
+        EXPECT_STREQ(fact.text, fatal_error_text(fact.generated));
 }
 
 TEST(ScannerDeathTest, FatalErrorsPrintTheirTextAndEndWithStatusTwo) {

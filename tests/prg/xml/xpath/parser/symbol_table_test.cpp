@@ -36,7 +36,8 @@ constexpr const char *sameBucket[] = {"abc", "acb", "bac"};
 TEST(SymbolTable, StartsEmptyCaseSensitiveGlobalAndCopying) {
     const OpenTable table;
     EXPECT_EQ(nullptr, table.m_pSymbols);
-    for (const ZXSymbol *bucket : table.m_hash) EXPECT_EQ(nullptr, bucket);
+    for (const ZXSymbol *bucket : table.m_hash)
+        EXPECT_EQ(nullptr, bucket);
     EXPECT_EQ(0, table.size);
     EXPECT_EQ(0, table.blocklevel);
     EXPECT_TRUE(table.getCaseSensetive());

@@ -17,7 +17,8 @@ struct TokenFact {
 
 template <size_t count>
 void expectTokens(const TokenFact (&facts)[count]) {
-    for (const TokenFact &fact : facts) EXPECT_EQ(fact.tokens, tokens(fact.text)) << fact.text;
+    for (const TokenFact &fact : facts)
+        EXPECT_EQ(fact.tokens, tokens(fact.text)) << fact.text;
 }
 
 }  // namespace
@@ -175,8 +176,9 @@ TEST(Token, NamesInAscii) {
         {"a:b", "NCNAME(a) ':' NCNAME(b)"},
         {"p:*", "NCNAME(p) ':' ASTERISK"},
         {"child::x", "NCNAME(child) DOUBLECOLON NCNAME(x)"},
-        {"and or div mod text node", "NCNAME(and) NCNAME(or) NCNAME(div) NCNAME(mod) NCNAME(text) "
-                                     "NCNAME(node)"},
+        {"and or div mod text node",
+         "NCNAME(and) NCNAME(or) NCNAME(div) NCNAME(mod) NCNAME(text) "
+         "NCNAME(node)"},
         {"a@b", "NCNAME(a) AT NCNAME(b)"},
         {"[a]", "'[' NCNAME(a) ']'"},
     };
@@ -185,9 +187,18 @@ TEST(Token, NamesInAscii) {
 
 TEST(Token, OtherBytesAreTokensOfTheirOwn) {
     static constexpr TokenFact facts[] = {
-        {"$", "'$'"},          {"#", "'#'"},     {"{}", "'{' '}'"}, {"~", "'~'"},
-        {"\\", "'\\'"},        {"\x01", "1"},    {"\x0B", "11"},    {"\x0C", "12"},
-        {"\x7F", "127"},       {"\x80", "-128"}, {"\xFE", "-2"},    {"\xFF", "-1"},
+        {"$", "'$'"},
+        {"#", "'#'"},
+        {"{}", "'{' '}'"},
+        {"~", "'~'"},
+        {"\\", "'\\'"},
+        {"\x01", "1"},
+        {"\x0B", "11"},
+        {"\x0C", "12"},
+        {"\x7F", "127"},
+        {"\x80", "-128"},
+        {"\xFE", "-2"},
+        {"\xFF", "-1"},
         {"a\xC3\x97", "NCNAME(a) -61 -105"},
     };
     expectTokens(facts);

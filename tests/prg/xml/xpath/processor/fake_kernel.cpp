@@ -25,8 +25,8 @@ FakeKernel &FakeKernel::instance() {
 
 void FakeKernel::reset() {
     *this = FakeKernel();
-    words_ = {{"OPN", "BASE"},   {"DEL", "DELETE"}, {"SXX", "S"},        {"FIN", "FIND"},
-              {"ORX", "OR"},     {"ANT", "AND.T"},  {"DEF", "DEFINE"},   {"HIL", "HITS"},
+    words_ = {{"OPN", "BASE"},     {"DEL", "DELETE"}, {"SXX", "S"},      {"FIN", "FIND"},
+              {"ORX", "OR"},       {"ANT", "AND.T"},  {"DEF", "DEFINE"}, {"HIL", "HITS"},
               {"REN", "RENUMBER"}, {"MIN", "MIN"}};
     HitWord hit;
     hit.part = 1;
@@ -34,8 +34,8 @@ void FakeKernel::reset() {
 }
 
 std::int32_t FakeKernel::addSet(std::int32_t records, std::int32_t hits) {
-    const std::int32_t number = sets_.empty() ? 1 : sets_.back().number + 1;
-    sets_.push_back({number, records, hits});
+    const std::int32_t number = sets_.empty() ? 1 : sets_.rbegin()->first + 1;
+    sets_[number] = {records, hits};
     return number;
 }
 
@@ -51,7 +51,8 @@ std::vector<std::string> FakeKernel::trace() const {
 
 std::vector<std::int32_t> FakeKernel::setNumbers() const {
     std::vector<std::int32_t> numbers;
-    for (const Set &set : sets_) numbers.push_back(set.number);
+    for (const auto &[number, set] : sets_)
+        numbers.push_back(number);
     return numbers;
 }
 
@@ -86,13 +87,15 @@ bool FakeKernel::find() {
 bool FakeKernel::remove(const std::string &command) {
     const std::string start = words_["DEL"] + " " + words_["SXX"] + "=";
     if (!startsWith(command, start)) return false;
-    const std::int32_t number = std::stoi(command.substr(start.size()));
-    return std::erase_if(sets_, [number](const Set &set) { return set.number == number; }) > 0;
+    return sets_.erase(std::stoi(command.substr(start.size()))) > 0;
 }
 
 void FakeKernel::renumber() {
-    std::int32_t number = 0;
-    for (Set &set : sets_) set.number = ++number;
+    std::map<std::int32_t, Set> renumbered;
+    for (const auto &[number, set] : sets_) {
+        renumbered[static_cast<std::int32_t>(renumbered.size()) + 1] = set;
+    }
+    sets_ = std::move(renumbered);
 }
 
 std::int32_t FakeKernel::fail(const std::string &message) {
@@ -106,9 +109,9 @@ std::int32_t FakeKernel::getSearch(std::int32_t *number, std::int32_t *records,
     ++searches_;
     if (sets_.empty()) return fail("there is no set");
     if (failSearchFrom_ > 0 && searches_ >= failSearchFrom_) return fail("scripted failure");
-    *number = sets_.back().number;
-    *records = sets_.back().records;
-    *hits = sets_.back().hits;
+    *number = sets_.rbegin()->first;
+    *records = sets_.rbegin()->second.records;
+    *hits = sets_.rbegin()->second.hits;
     return success;
 }
 
@@ -126,6 +129,7 @@ std::int32_t FakeKernel::shellSymbol(char *symbol, std::int32_t *length) {
     const auto word = words_.find(std::string(symbol, symbolLength));
     if (word == words_.end()) return fail("unknown symbol");
     give(word->second, symbol, length);
+    if (wordLength_) *length = *wordLength_;
     return success;
 }
 
@@ -161,7 +165,8 @@ std::int32_t FakeKernel::getRecord(void *control, std::int32_t ordinal, std::int
 
 std::int32_t FakeKernel::nextHit(void *control, HitWord &hit) {
     auto *cursor = static_cast<Control *>(control);
-    const std::vector<HitWord> &hits = records_.at(static_cast<std::size_t>(cursor->ordinal) - 1).hits;
+    const std::vector<HitWord> &hits =
+        records_.at(static_cast<std::size_t>(cursor->ordinal) - 1).hits;
     if (cursor->nextHit >= hits.size()) return fail("no more hits");
     hit = hits[cursor->nextHit++];
     return success;
@@ -214,7 +219,9 @@ int32_t ZdbExport(FilterData *) {
     return failedStatus;
 }
 
-int32_t ZdbSaveStatus(void) { return FakeKernel::instance().saveStatus(); }
+int32_t ZdbSaveStatus(void) {
+    return FakeKernel::instance().saveStatus();
+}
 
 int32_t ZdbLoadStatus(int32_t mode) {
     FakeKernel::instance().record("LoadStatus " + std::to_string(mode));

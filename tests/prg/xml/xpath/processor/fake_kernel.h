@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,6 @@ public:
     };
 
     struct Set {
-        std::int32_t number = 0;
         std::int32_t records = 1;
         std::int32_t hits = 1;
     };
@@ -55,12 +55,17 @@ public:
 
     void setTextStyle(TextStyle style) { style_ = style; }
     void setWord(const std::string &symbol, const std::string &word) { words_[symbol] = word; }
+    void forgetWord(const std::string &symbol) { words_.erase(symbol); }
+    // Words come back with this length, whatever it is.
+    void tellWordLength(std::int32_t length) { wordLength_ = length; }
     // The n-th command since reset(), from 1, fails with a message and has no effect.
     void failCommand(int n, const std::string &message) { failures_[n] = message; }
     // Every command from the n-th on fails.
     void failFrom(int n) { failFrom_ = n; }
     // What the n-th FIND since reset(), from 1, finds.
-    void setFound(int n, std::int32_t records, std::int32_t hits = 1) { found_[n] = {0, records, hits}; }
+    void setFound(int n, std::int32_t records, std::int32_t hits = 1) {
+        found_[n] = {records, hits};
+    }
     void failSaveStatus() { failSave_ = true; }
     // ZdbGetSearch() fails from the n-th call on.
     void failGetSearchFrom(int n) { failSearchFrom_ = n; }
@@ -91,7 +96,8 @@ public:
     std::int32_t message(std::int32_t status, char *text, std::int32_t *length);
     std::int32_t saveStatus();
     std::int32_t createRecordControl(void **control);
-    std::int32_t getRecord(void *control, std::int32_t ordinal, std::int32_t *record, char *database);
+    std::int32_t getRecord(void *control, std::int32_t ordinal, std::int32_t *record,
+                           char *database);
     std::int32_t nextHit(void *control, HitWord &hit);
     std::int32_t deleteRecordControl(void **control);
 
@@ -115,7 +121,8 @@ private:
     bool failSave_ = false;
     int failSearchFrom_ = 0;
     std::vector<Record> records_;
-    std::vector<Set> sets_;
+    std::map<std::int32_t, Set> sets_;  // by number
+    std::optional<std::int32_t> wordLength_;
     int finds_ = 0;
     int searches_ = 0;
     int openControls_ = 0;

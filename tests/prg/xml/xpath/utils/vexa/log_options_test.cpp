@@ -97,7 +97,7 @@ TEST_F(LogOptions, secondLogFileAbandonsTheFirst) {
 }
 
 TEST_F(LogOptions, logAtLevelFiveTellsTheConditionsOfTheSets) {
-    support::run(quietVexa({"-l", "5", "-f", log_}), "XFIND //a;\n");
+    support::run(quietVexa({"-l", "5", "-f", log_}), "XFIND play;\n");
     const std::string log = readFile(log_);
     EXPECT_THAT(log, HasSubstr("  DEBUG] ZXProcessorMain::Query: Entered\n"));
     EXPECT_THAT(log, HasSubstr("] SearchSet::SetCondition: (SS/01) Assigned CCL condition: "));

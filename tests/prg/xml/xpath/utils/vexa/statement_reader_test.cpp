@@ -130,32 +130,31 @@ TEST_F(StatementReader, withoutEchoScriptLinesAreNotPrinted) {
 }
 
 TEST_F(StatementReader, linesOfScriptsAreReadInPiecesOf1022Bytes) {
-    const std::string request(1022 - 6, 'a');
-    // Exactly as long as a piece, with and without its line feed.
-    expectFromEverySource("XFIND " + request.substr(2) + ";\n", found(1, request.substr(2)));
-    expectFromEverySource("XFIND " + request.substr(1) + ";\n", found(1, request.substr(1)));
-    // One byte longer: the second piece is the semicolon, a line of its own.
-    expectFromEverySource("XFIND " + request + ";\n", found(1, request));
-    expectFromEverySource("XFIND " + request + "b;\n", found(1, request + "\nb"));
-    expectFromEverySource("XFIND " + request + std::string(1022, 'b') + "c;\n",
-                          found(1, request + "\n" + std::string(1022, 'b') + "\nc"));
+    const std::string request = "a[@b='" + std::string(1022 - 12, 'b');
+    ASSERT_EQ(("XFIND " + request).size(), 1022U);
+    // As long as a piece with its line feed; without it; then the line feed is one more piece.
+    for (const size_t length : {1021, 1022, 1023}) {
+        const std::string name(length - 7, 'n');
+        expectFromEverySource("XFIND " + name + ";\n", found(1, name));
+    }
+    expectFromEverySource("XFIND " + request + "c'];\n", found(1, request + "\nc']"));
+    expectFromEverySource("XFIND " + request + std::string(1022, 'c') + "d'];\n",
+                          found(1, request + "\n" + std::string(1022, 'c') + "\nd']"));
 }
 
 TEST_F(StatementReader, pieceOfALineThatEndsInASemicolonEndsTheStatement) {
     const std::string request(1022 - 7, 'a');
-    expectResult(
-        support::run(quietVexa(),
-                     "INPUT " + directory_.write("input.txt", "XFIND " + request + ";HELP;\n") +
-                         ";\nBYE;\n"),
-        banner + prompt + found(1, request) + "Script error at line #1\n" + prompt, "");
+    const std::string script = directory_.write("input.txt", "XFIND " + request + ";HELP;\n");
+    expectResult(runStatements("INPUT " + script + ";\nBYE;\n"),
+                 banner + prompt + found(1, request) + "Script error at line #1\n" + prompt, "");
 }
 
 TEST_F(StatementReader, piecesOfALineAreCountedAsLines) {
-    const std::string text = "XFIND " + std::string(2000, 'a') + ";\n";
-    EXPECT_EQ(runBatch(text, {"-e"}).out,
-              banner + "in[001]> XFIND " + std::string(1016, 'a') + "\n" + "in[002]> " +
-                  std::string(984, 'a') + "\n" +
-                  found(1, std::string(1016, 'a') + "\n" + std::string(984, 'a')));
+    const std::string first = "XFIND a[@b='" + std::string(1010, 'b');
+    expectResult(
+        runBatch(first + "c'];\n", {"-e"}),
+        banner + "in[001]> " + first + "\nin[002]> c']\n" + found(1, first.substr(6) + "\nc']"),
+        "");
 }
 
 TEST_F(StatementReader, linesOfTheTerminalAreReadWhole) {

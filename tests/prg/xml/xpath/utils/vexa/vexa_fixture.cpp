@@ -1,5 +1,6 @@
 #include "tests/prg/xml/xpath/utils/vexa/vexa_fixture.h"
 
+#include <filesystem>
 #include <sstream>
 
 const std::string banner = "ZARNxml Interactive XPath [server-side]\nVersion " VEXA_VERSION "\n\n";
@@ -38,9 +39,10 @@ const std::string prompt = "Vexa[01]> ";
 
 support::Command VexaTest::vexa(std::vector<std::string> arguments) const {
     support::Command command{VEXA_PROGRAM, std::move(arguments), environment_, {}};
-    command.environment.insert({{"LD_LIBRARY_PATH", RECORDING_KERNEL_DIR},
-                                {"RECORDING_LOG", directory_ / "kernel.log"},
-                                {"RECORDING_SCRIPT", directory_ / "kernel.script"}});
+    command.environment.insert(
+        {{"LD_LIBRARY_PATH", RECORDING_KERNEL_DIR}, {"RECORDING_LOG", directory_ / "kernel.log"}});
+    const std::string script = directory_ / "kernel.script";
+    if (std::filesystem::exists(script)) command.environment["RECORDING_SCRIPT"] = script;
     return command;
 }
 

@@ -1,0 +1,205 @@
+/** Whole sequences of operations, compared with the same ones by definition. */
+#include "zdbs/sets/set_algebra.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <sstream>
+
+#include "tests/zdbs/sets/naive_sets.h"
+
+namespace zdbs {
+namespace {
+
+using testing::MemoryNodeTable;
+using testing::NaiveSets;
+
+/** Makes the same sets by the algebra and by definition. */
+class Both {
+public:
+    explicit Both(const NodeTable &table) : table_(table), universe_(table), naive_(table) {
+        sets_.push_back(universe_.set());
+        log_ << testing::shapeOf(table);
+    }
+
+    std::size_t size() const { return sets_.size(); }
+    std::string log() const { return log_.str(); }
+
+    void plain(const NodeIds &nodes) {
+        log_ << "\nplain";
+        for (NodeId node : nodes)
+            log_ << " " << node;
+        keep(plainSet(nodes), naive_.plain(nodes));
+    }
+
+    void join(Axis axis, std::size_t a, std::size_t b, Direction direction) {
+        log_ << "\nXPATH(" << nameOf(axis) << "," << a << "," << b << ","
+             << static_cast<int>(direction) << ")";
+        keep(zdbs::join(table_, universe_, axis, sets_[a], sets_[b], direction),
+             naive_.join(axis, a, b, direction));
+    }
+
+    void select(std::size_t set, PositionTest test) {
+        log_ << "\nposition in " << set << " " << static_cast<int>(test.relation) << " "
+             << test.place;
+        keep(selectPositions(table_, sets_[set], test), naive_.select(set, test));
+    }
+
+    void intersect(std::size_t a, std::size_t b) {
+        log_ << "\n" << a << " and " << b;
+        keep(zdbs::intersect(sets_[a], sets_[b]), naive_.intersect(a, b));
+    }
+
+    void subtract(std::size_t a, std::size_t b) {
+        log_ << "\n" << a << " not " << b;
+        keep(zdbs::subtract(sets_[a], sets_[b]), naive_.subtract(a, b));
+    }
+
+    void unite(std::size_t a, std::size_t b) {
+        log_ << "\n" << a << " or " << b;
+        std::vector<NodeSetPtr> members{sets_[a], sets_[b]};
+        keep(zdbs::unite(members), naive_.unite(a, b));
+    }
+
+    /** Whether all sets so far have the nodes that they should have. */
+    bool agree() const { return agree_; }
+
+private:
+    void keep(NodeSetPtr set, std::size_t naive) {
+        sets_.push_back(std::move(set));
+        ASSERT_EQ(naive + 1, sets_.size());
+        NodeIds nodes(sets_.back()->ids().begin(), sets_.back()->ids().end());
+        log_ << "  -> S" << naive << ":";
+        for (NodeId node : nodes)
+            log_ << " " << node;
+        NodeIds expected = naive_.nodes(naive);
+        if (nodes == expected) return;
+        agree_ = false;
+        log_ << "  instead of";
+        for (NodeId node : expected)
+            log_ << " " << node;
+    }
+
+    const NodeTable &table_;
+    Universe universe_;
+    NaiveSets naive_;
+    std::vector<NodeSetPtr> sets_;
+    std::ostringstream log_;
+    bool agree_ = true;
+};
+
+/** A random sequence of operations on random sets of a random table. */
+class Walk {
+public:
+    Walk(const NodeTable &table, unsigned seed) : both_(table), table_(table), random_(seed) {}
+
+    void run(int steps) {
+        for (int i = 0; i < 4; ++i)
+            both_.plain(someNodes());
+        for (int i = 0; i < steps && both_.agree(); ++i)
+            step();
+        ASSERT_TRUE(both_.agree()) << both_.log();
+    }
+
+private:
+    unsigned upTo(unsigned end) { return static_cast<unsigned>(random_() % end); }
+
+    /** Later sets more often than early ones, so that operations build on each other. */
+    std::size_t someSet() {
+        std::size_t size = both_.size();
+        if (upTo(2) == 0)
+            return size - 1 - upTo(static_cast<unsigned>(std::min(size, std::size_t{4})));
+        return upTo(static_cast<unsigned>(size));
+    }
+
+    /** A set of random nodes, of one kind only every other time. */
+    NodeIds someNodes() {
+        auto kind = static_cast<NodeKind>(upTo(2));
+        bool anyKind = upTo(2) == 0;
+        unsigned oneIn = 1 + upTo(3);
+        NodeIds nodes;
+        for (testing::Point point : testing::nodesOf(table_)) {
+            bool isKind = anyKind || table_.kind(point.node) == kind;
+            if (isKind && upTo(oneIn) == 0) nodes.push_back(point.node);
+        }
+        return nodes;
+    }
+
+    PositionTest someTest() {
+        static const std::vector<double> places{1, 1, 2, 3, -1, -1, -2, 0, 1.5, 2.5, -1.5, 100};
+        return {static_cast<Relation>(upTo(6)), places[upTo(12)]};
+    }
+
+    void step() {
+        std::size_t a = someSet();
+        std::size_t b = someSet();
+        unsigned what = upTo(12);
+        auto axis = static_cast<Axis>(upTo(13));
+        if (what < 3) {
+            both_.join(axis, a, b, Direction::second);
+        } else if (what < 6) {
+            both_.join(axis, a, b, Direction::first);
+        } else if (what < 9) {
+            both_.select(a, someTest());
+        } else if (what == 9) {
+            both_.intersect(a, b);
+        } else if (what == 10) {
+            both_.subtract(a, b);
+        } else {
+            both_.unite(a, b);
+        }
+    }
+
+    Both both_;
+    const NodeTable &table_;
+    std::mt19937 random_;
+};
+
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnSmallTables) {
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        MemoryNodeTable table = testing::randomTable(seed, 3 + static_cast<int>(seed % 9));
+        Walk(table, seed).run(24);
+        if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+}
+
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnLargerTables) {
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        MemoryNodeTable table = testing::randomTable(seed, 20 + static_cast<int>(seed % 40));
+        Walk(table, seed).run(30);
+        if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+}
+
+/**
+ * Two steps down, a position at each of them, and back up: for every forest, every
+ * pair of axes and some of the tests.
+ */
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysForEveryPairOfAxesOnEverySmallForest) {
+    for (int count = 1; count <= 4; ++count) {
+        for (const MemoryNodeTable &table : testing::forestsOf(count)) {
+            for (int axes = 0; axes < 13 * 13; ++axes) {
+                auto first = static_cast<Axis>(axes / 13);
+                auto second = static_cast<Axis>(axes % 13);
+                Both both(table);
+                both.join(first, 0, 0, Direction::second);     // 1
+                both.select(1, {Relation::equal, 1});          // 2
+                both.join(second, 1, 0, Direction::second);    // 3
+                both.select(3, {Relation::greaterEqual, -2});  // 4
+                both.join(second, 2, 4, Direction::second);    // 5
+                both.join(first, 0, 3, Direction::first);      // 6
+                both.join(first, 1, 5, Direction::first);      // 7
+                both.intersect(3, 4);                          // 8
+                both.unite(4, 3);                              // 9
+                both.select(8, {Relation::lessEqual, 1});      // 10
+                both.select(9, {Relation::notEqual, 1});       // 11
+                both.intersect(2, 6);                          // 12
+                both.join(first, 12, 11, Direction::first);    // 13
+                ASSERT_TRUE(both.agree()) << both.log();
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace zdbs
