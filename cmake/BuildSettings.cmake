@@ -15,8 +15,10 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/archive")
 
 # RUNPATH and not RPATH, so that LD_LIBRARY_PATH can put another kernel first.
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+# The build tree is laid out as the installed one: bin/ and lib/ side by side.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_LIBDIR lib)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib")
 add_link_options(-Wl,--enable-new-dtags)
 
 find_program(CCACHE_PROGRAM ccache)
@@ -35,6 +37,10 @@ add_library(vexa_warnings INTERFACE)
 target_compile_options(vexa_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wcast-align -Wcast-qual -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi -Wold-style-cast>)
+# GCC 12 sees overlapping copies in std::string where there are none, when it optimises.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(vexa_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
 target_include_directories(vexa_warnings INTERFACE "${CMAKE_SOURCE_DIR}")
 
 # vexa_library(NAME SOURCES...): a static library of ours, usable in shared ones.

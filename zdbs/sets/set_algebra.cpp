@@ -29,11 +29,10 @@ ChainLinkPtr sharedChain(std::span<const NodeSetPtr> sets) {
 }
 
 /**
- * Whether `set` is one of the sets that `end` came down: the ends of its links, and
- * what was made of those and keeps the link.
+ * Whether `set` is one of the sets that `end` came down: the ends of its links, which
+ * `end` itself is one of, and what was made of those and keeps the link.
  */
 bool isInChain(const NodeSetPtr &set, const NodeSetPtr &end) {
-    if (set == end) return true;
     for (ChainLinkPtr link = end->chain(); link; link = link->from->chain()) {
         if (set->chain() == link || set == link->from) return true;
     }
@@ -53,10 +52,8 @@ Selection firstStep(const NodeTable &table, const Universe &universe, const Node
     return reached;
 }
 
-Step stepTo(const NodeTable &table, Axis axis, Operand second) {
-    bool attributesAreChildren =
-        axis == Axis::child && second.roots.empty() && allAttributes(table, second.nodes);
-    return {axis, attributesAreChildren};
+Step stepTo(const NodeTable &table, Axis axis, std::span<const NodeId> second) {
+    return {axis, axis == Axis::child && allAttributes(table, second)};
 }
 
 NodeSetPtr joinFirst(const NodeTable &table, const Universe &universe, Axis axis,
@@ -68,14 +65,14 @@ NodeSetPtr joinFirst(const NodeTable &table, const Universe &universe, Axis axis
         second = steps.operand();
     }
     ContextList first = universe.contextsOf(a);
-    return restrict(a,
-                    keepFirst(table, stepTo(table, axis, second), first.operand(), second).nodes);
+    return restrict(
+        a, keepFirst(table, stepTo(table, axis, second.nodes), first.operand(), second).nodes);
 }
 
 NodeSetPtr joinSecond(const NodeTable &table, const Universe &universe, Axis axis,
                       const NodeSetPtr &a, const NodeSetPtr &b) {
     ContextList first = universe.contextsOf(a);
-    Step step = stepTo(table, axis, {b->ids(), {}});
+    Step step = stepTo(table, axis, b->ids());
     NodeListPtr nodes = makeList(keepSecond(table, step, first.operand(), b->ids()));
     auto chain = std::make_shared<ChainLink>(ChainLink{a, axis});
     PairSourcePtr pairs = axisPairs(first, axis, nodes);

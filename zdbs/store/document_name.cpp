@@ -34,7 +34,7 @@ bool isXmlCharacter(std::uint32_t code, std::size_t length) {
 
 }  // namespace
 
-bool isUtf8(std::string_view text) {
+bool isXmlText(std::string_view text) {
     while (!text.empty()) {
         const auto lead = static_cast<unsigned char>(text.front());
         const std::size_t length = sequenceLength(lead);
@@ -52,7 +52,7 @@ bool isUtf8(std::string_view text) {
 }
 
 bool isValidDocumentName(std::string_view name) {
-    if (name.size() > maxDocumentNameLength || !isUtf8(name)) return false;
+    if (name.size() > maxDocumentNameLength || !isXmlText(name)) return false;
     if (std::any_of(name.begin(), name.end(), isControl)) return false;
     for (;;) {
         const std::size_t slash = name.find('/');

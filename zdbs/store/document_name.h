@@ -17,7 +17,7 @@ bool isValidDocumentName(std::string_view name);
 
 /** Is this UTF-8 of characters that XML can have, in their shortest forms? Control characters pass.
  */
-bool isUtf8(std::string_view text);
+bool isXmlText(std::string_view text);
 
 }  // namespace zdbs
 

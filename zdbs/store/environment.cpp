@@ -212,7 +212,8 @@ void Environment::checkVersion() {
     MDB_val key = toVal(versionKey);
     MDB_val record{};
     if (error == MDB_SUCCESS) error = ::mdb_get(transaction, meta, &key, &record);
-    const auto version = error == MDB_SUCCESS ? decodeNumber(toView(record)) : std::nullopt;
+    std::optional<std::uint32_t> version;
+    if (error == MDB_SUCCESS) version = decodeNumber(toView(record));
     endRead(transaction);
     if (!version) throw Failure(Status::homeDamaged, {directory_.native(), "it has no version"});
     if (*version == formatVersion) return;

@@ -112,7 +112,6 @@ bool NaiveSets::reaches(Point point, const std::vector<Link> &chain, std::size_t
 }
 
 bool NaiveSets::isInChain(std::size_t set, std::size_t end) const {
-    if (set == end) return true;
     for (const Link &link : sets_[end].chain) {
         if (link.from == set) return true;
         bool keepsLink = !sets_[set].chain.empty() && sets_[set].chain.back().join == link.join;

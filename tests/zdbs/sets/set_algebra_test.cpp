@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <sstream>
 
@@ -94,8 +95,12 @@ public:
     Walk(const NodeTable &table, unsigned seed) : both_(table), table_(table), random_(seed) {}
 
     void run(int steps) {
-        for (int i = 0; i < 4; ++i)
-            both_.plain(someNodes());
+        for (Axis &axis : axes_)
+            axis = static_cast<Axis>(upTo(13));
+        both_.plain(someNodes(1, false));
+        both_.plain(someNodes(1, true));
+        for (int i = 0; i < 3; ++i)
+            both_.plain(someNodes(1 + upTo(3), upTo(4) == 0));
         for (int i = 0; i < steps && both_.agree(); ++i)
             step();
         ASSERT_TRUE(both_.agree()) << both_.log();
@@ -112,15 +117,13 @@ private:
         return upTo(static_cast<unsigned>(size));
     }
 
-    /** A set of random nodes, of one kind only every other time. */
-    NodeIds someNodes() {
-        auto kind = static_cast<NodeKind>(upTo(2));
-        bool anyKind = upTo(2) == 0;
-        unsigned oneIn = 1 + upTo(3);
+    /** One in so many nodes, of any kind or attributes only. */
+    NodeIds someNodes(unsigned oneIn, bool attributesOnly) {
         NodeIds nodes;
         for (testing::Point point : testing::nodesOf(table_)) {
-            bool isKind = anyKind || table_.kind(point.node) == kind;
-            if (isKind && upTo(oneIn) == 0) nodes.push_back(point.node);
+            bool isAttribute = table_.kind(point.node) == NodeKind::attribute;
+            if (attributesOnly && !isAttribute) continue;
+            if (upTo(oneIn) == 0) nodes.push_back(point.node);
         }
         return nodes;
     }
@@ -134,7 +137,7 @@ private:
         std::size_t a = someSet();
         std::size_t b = someSet();
         unsigned what = upTo(12);
-        auto axis = static_cast<Axis>(upTo(13));
+        Axis axis = axes_[upTo(3)];
         if (what < 3) {
             both_.join(axis, a, b, Direction::second);
         } else if (what < 6) {
@@ -153,12 +156,13 @@ private:
     Both both_;
     const NodeTable &table_;
     std::mt19937 random_;
+    std::array<Axis, 3> axes_{};  ///< few, so that steps repeat
 };
 
 TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnSmallTables) {
-    for (unsigned seed = 1; seed <= 3000; ++seed) {
+    for (unsigned seed = 1; seed <= 12000; ++seed) {
         MemoryNodeTable table = testing::randomTable(seed, 3 + static_cast<int>(seed % 9));
-        Walk(table, seed).run(24);
+        Walk(table, seed).run(40);
         if (HasFatalFailure()) FAIL() << "seed " << seed;
     }
 }
@@ -171,6 +175,13 @@ TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnLargerTables) {
     }
 }
 
+NodeIds everyNode(const NodeTable &table) {
+    NodeIds nodes;
+    for (testing::Point point : testing::nodesOf(table))
+        nodes.push_back(point.node);
+    return nodes;
+}
+
 /**
  * Two steps down, a position at each of them, and back up: for every forest, every
  * pair of axes and some of the tests.
@@ -178,23 +189,32 @@ TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnLargerTables) {
 TEST(SetAlgebra, DoesWhatItsDefinitionSaysForEveryPairOfAxesOnEverySmallForest) {
     for (int count = 1; count <= 4; ++count) {
         for (const MemoryNodeTable &table : testing::forestsOf(count)) {
+            NodeIds all = everyNode(table);
             for (int axes = 0; axes < 13 * 13; ++axes) {
                 auto first = static_cast<Axis>(axes / 13);
                 auto second = static_cast<Axis>(axes % 13);
                 Both both(table);
-                both.join(first, 0, 0, Direction::second);     // 1
-                both.select(1, {Relation::equal, 1});          // 2
-                both.join(second, 1, 0, Direction::second);    // 3
-                both.select(3, {Relation::greaterEqual, -2});  // 4
-                both.join(second, 2, 4, Direction::second);    // 5
-                both.join(first, 0, 3, Direction::first);      // 6
-                both.join(first, 1, 5, Direction::first);      // 7
-                both.intersect(3, 4);                          // 8
-                both.unite(4, 3);                              // 9
-                both.select(8, {Relation::lessEqual, 1});      // 10
-                both.select(9, {Relation::notEqual, 1});       // 11
-                both.intersect(2, 6);                          // 12
-                both.join(first, 12, 11, Direction::first);    // 13
+                both.plain(all);                               // 1
+                both.join(first, 1, 1, Direction::second);     // 2
+                both.select(2, {Relation::equal, 1});          // 3
+                both.join(second, 2, 0, Direction::second);    // 4
+                both.select(4, {Relation::greaterEqual, -2});  // 5
+                both.join(second, 3, 5, Direction::second);    // 6
+                both.join(first, 0, 4, Direction::first);      // 7
+                both.join(first, 2, 6, Direction::first);      // 8
+                both.intersect(4, 5);                          // 9
+                both.unite(5, 4);                              // 10
+                both.select(9, {Relation::lessEqual, 1});      // 11
+                both.select(10, {Relation::notEqual, 1});      // 12
+                both.intersect(3, 7);                          // 13
+                both.join(first, 13, 12, Direction::first);    // 14
+                both.intersect(2, 4);                          // 15
+                both.select(15, {Relation::equal, 1});         // 16
+                both.unite(2, 15);                             // 17
+                both.select(17, {Relation::equal, 2});         // 18
+                both.join(first, 1, 1, Direction::second);     // 19
+                both.unite(2, 19);                             // 20
+                both.join(second, 0, 20, Direction::first);    // 21
                 ASSERT_TRUE(both.agree()) << both.log();
             }
         }

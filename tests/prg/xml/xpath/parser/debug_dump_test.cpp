@@ -18,7 +18,7 @@ std::string dumped(const std::string &request) {
 
 /// The dump of the one predicate expression of "a[...]".
 std::string dumpedPredicate(const std::string &expression) {
-    const auto statement = tree("a[" + expression + "]");
+    const auto statement = tree(requestWith(expression));
     return statement != nullptr ? dump(*predicateOf(*statement)) : "";
 }
 
@@ -289,7 +289,7 @@ TEST(DebugDump, WithoutRecursionIsOneLine) {
 }
 
 TEST(DebugDump, TooLongADumpIsCutAndSaysSo) {
-    std::string request = "a[" + repeated("f(", 4900) + "a" + repeated(")", 4900) + "]";
+    const std::string request = requestWith(repeated("f(", 4900) + "a" + repeated(")", 4900));
     const std::string longDump = dumped(request);
     const std::string mark = dumpCutMark;
     EXPECT_GT(longDump.size(), static_cast<size_t>(maxDumpLength));

@@ -107,6 +107,12 @@ std::string tokens(const std::string &text) {
     return line;
 }
 
+std::string requestWith(const std::string &condition) {
+    std::string request = "a[";
+    request.append(condition).append("]");
+    return request;
+}
+
 XPathExpression *predicateOf(const XPathStatement &statement) {
     const auto *path = dynamic_cast<const XPathPath *>(&statement);
     const auto *step = dynamic_cast<XPathAxisLocationStep *>(path->Get(0));

@@ -38,6 +38,9 @@ std::string text(const CStringBuffer &buffer);
 /// Also proves that the value of a token that is its own code is that code.
 std::string tokens(const std::string &text);
 
+/// The request that asks for "a" under that condition: a[condition].
+std::string requestWith(const std::string &condition);
+
 /// The first step's predicate expression of the one-path request "a[...]"; owned by the tree.
 XPathExpression *predicateOf(const XPathStatement &statement);
 

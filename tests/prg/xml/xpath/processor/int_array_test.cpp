@@ -10,7 +10,7 @@ namespace {
 
 std::vector<std::int32_t> valuesOf(const IntArray &array) {
     std::vector<std::int32_t> values(static_cast<std::size_t>(array.GetLengh()));
-    array.Copy(values.data());
+    if (!values.empty()) array.Copy(values.data());
     return values;
 }
 

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t stackSize = 8 << 20;
+constexpr std::size_t stackSize = 4096 << 10;
 
 // Runs `work` in a thread with a stack of 8 MB, whatever the limit of this process is.
 void runOnUsualStack(const std::function<void()> &work) {

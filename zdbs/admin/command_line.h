@@ -1,0 +1,19 @@
+/** The command line of the program `zdbs`. */
+#ifndef ZDBS_ADMIN_COMMAND_LINE_H
+#define ZDBS_ADMIN_COMMAND_LINE_H
+
+namespace zdbs::admin {
+
+/** What the program answers to its caller. */
+enum ExitStatus : int {
+    allDone = 0,   ///< everything that was asked for
+    notDone = 1,   ///< or a part of it, or nothing; messages say what
+    badUsage = 2,  ///< the command line makes no sense; nothing was begun
+};
+
+/** Runs the command and answers the exit status. Throws nothing. */
+int runCommandLine(int argc, char **argv);
+
+}  // namespace zdbs::admin
+
+#endif

@@ -1,0 +1,73 @@
+/**
+ * The commands of the program `zdbs`, one function each. Each answers whether
+ * everything that was asked for was done; what ends a command is thrown as a
+ * Failure or a UsageError. Results go to standard output, messages to standard
+ * error, each behind "zdbs: ".
+ */
+#ifndef ZDBS_ADMIN_COMMANDS_H
+#define ZDBS_ADMIN_COMMANDS_H
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "zdbs/load/loader.h"
+#include "zdbs/store/home.h"
+
+namespace zdbs::admin {
+
+/** The command line makes no sense; the sentence says why. */
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/** Which home: what --home says, or Home::locate(). */
+struct HomeChoice {
+    std::string directory;
+
+    std::filesystem::path path() const;
+    std::shared_ptr<Home> open() const;
+};
+
+bool initHome(const HomeChoice &home);
+
+bool addUser(const HomeChoice &home, const std::string &user, bool passwordFromInput);
+bool changePassword(const HomeChoice &home, const std::string &user, bool passwordFromInput);
+bool removeUser(const HomeChoice &home, const std::string &user);
+bool listUsers(const HomeChoice &home, bool asJson);
+bool grant(const HomeChoice &home, const std::string &user, const std::string &database);
+bool revoke(const HomeChoice &home, const std::string &user, const std::string &database);
+
+bool createDatabase(const HomeChoice &home, const std::string &database);
+bool dropDatabase(const HomeChoice &home, const std::string &database);
+bool listDatabases(const HomeChoice &home, bool asJson);
+bool listDocuments(const HomeChoice &home, const std::string &database, bool asJson);
+bool showInfo(const HomeChoice &home, const std::string &database, bool asJson);
+
+struct LoadRequest {
+    std::string database;
+    std::vector<std::string> paths;
+    std::string name;       ///< of the document, for a single file; empty for the file's own
+    bool skipsBad = false;  ///< store the good ones; otherwise a bad one ends it
+    bool replaces = false;  ///< the document has to be there already
+    LoadOptions options;
+};
+
+bool load(const HomeChoice &home, const LoadRequest &request);
+bool removeDocument(const HomeChoice &home, const std::string &database,
+                    const std::string &document);
+
+struct DumpRequest {
+    std::string database;
+    std::string document;   ///< empty: all, or the only one there is
+    std::string directory;  ///< empty: to standard output
+};
+
+bool dump(const HomeChoice &home, const DumpRequest &request);
+
+}  // namespace zdbs::admin
+
+#endif

@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "zdbs/admin/commands.h"
+#include "zdbs/admin/json.h"
+#include "zdbs/admin/output.h"
+#include "zdbs/admin/password_prompt.h"
+#include "zdbs/status/status.h"
+#include "zdbs/users/names.h"
+
+namespace zdbs::admin {
+
+namespace {
+
+bool hasUser(const Home &home, const std::string &user) {
+    const auto users = home.users();
+    return std::find(users.begin(), users.end(), user) != users.end();
+}
+
+std::string newPassword(const std::string &user, bool passwordFromInput) {
+    return passwordFromInput ? readPasswordLine() : askForNewPassword(user);
+}
+
+std::string joined(const std::vector<std::string> &words) {
+    std::string text;
+    for (const std::string &word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+std::string usersAsJson(const Home &home) {
+    JsonWriter json;
+    json.beginArray();
+    for (const std::string &user : home.users()) {
+        json.beginObject().key("user").value(user).key("databases").beginArray();
+        for (const std::string &database : home.grants(user))
+            json.value(database);
+        json.endArray().endObject();
+    }
+    return json.endArray().text() + '\n';
+}
+
+std::string usersAsTable(const Home &home) {
+    TextTable table({TextTable::Align::left, TextTable::Align::left});
+    table.add({"USER", "DATABASES"});
+    for (const std::string &user : home.users())
+        table.add({user, joined(home.grants(user))});
+    return table.text();
+}
+
+}  // namespace
+
+std::filesystem::path HomeChoice::path() const {
+    return directory.empty() ? Home::locate() : std::filesystem::path(directory);
+}
+
+std::shared_ptr<Home> HomeChoice::open() const {
+    return Home::open(path());
+}
+
+bool initHome(const HomeChoice &home) {
+    writeOutput("The home is in " + Home::create(home.path())->path().native() + ".\n");
+    return true;
+}
+
+// What can be wrong but for the password is found before anybody types one.
+bool addUser(const HomeChoice &home, const std::string &user, bool passwordFromInput) {
+    const auto opened = home.open();
+    requireValidName(user);
+    if (hasUser(*opened, user)) throw Failure(Status::userExists, {user});
+    opened->addUser(user, newPassword(user, passwordFromInput));
+    return true;
+}
+
+bool changePassword(const HomeChoice &home, const std::string &user, bool passwordFromInput) {
+    const auto opened = home.open();
+    if (!hasUser(*opened, user)) throw Failure(Status::unknownUser, {user});
+    opened->setPassword(user, newPassword(user, passwordFromInput));
+    return true;
+}
+
+bool removeUser(const HomeChoice &home, const std::string &user) {
+    home.open()->removeUser(user);
+    return true;
+}
+
+bool listUsers(const HomeChoice &home, bool asJson) {
+    const auto opened = home.open();
+    writeOutput(asJson ? usersAsJson(*opened) : usersAsTable(*opened));
+    return true;
+}
+
+bool grant(const HomeChoice &home, const std::string &user, const std::string &database) {
+    home.open()->grant(user, database);
+    return true;
+}
+
+bool revoke(const HomeChoice &home, const std::string &user, const std::string &database) {
+    home.open()->revoke(user, database);
+    return true;
+}
+
+}  // namespace zdbs::admin

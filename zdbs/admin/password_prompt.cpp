@@ -1,0 +1,144 @@
+#include "zdbs/admin/password_prompt.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+#include <string_view>
+
+#include "zdbs/status/status.h"
+#include "zdbs/store/private_files.h"
+
+namespace zdbs::admin {
+
+namespace {
+
+constexpr std::array<int, 7> heldSignals = {SIGINT,  SIGTERM, SIGHUP, SIGQUIT,
+                                            SIGTSTP, SIGTTIN, SIGTTOU};
+
+volatile std::sig_atomic_t heldSignal = 0;
+
+extern "C" void holdSignal(int number) {
+    heldSignal = number;
+}
+
+/** Notes signals instead of obeying them, until its end; then raises the one that came. */
+class SignalHolder {
+public:
+    SignalHolder() {
+        heldSignal = 0;
+        struct sigaction hold {};
+        hold.sa_handler = holdSignal;  // without SA_RESTART: the read must return
+        for (std::size_t i = 0; i < heldSignals.size(); ++i)
+            ::sigaction(heldSignals[i], &hold, &before_[i]);
+    }
+    ~SignalHolder() {
+        for (std::size_t i = 0; i < heldSignals.size(); ++i)
+            ::sigaction(heldSignals[i], &before_[i], nullptr);
+        if (heldSignal != 0) ::kill(::getpid(), heldSignal);
+    }
+    SignalHolder(const SignalHolder &) = delete;
+    SignalHolder &operator=(const SignalHolder &) = delete;
+
+private:
+    std::array<struct sigaction, heldSignals.size()> before_{};
+};
+
+/** A terminal that does not show what is typed, until its end. */
+class SilentTerminal {
+public:
+    explicit SilentTerminal(int terminal) : terminal_(terminal) {
+        if (::tcgetattr(terminal_, &before_) != 0) return;
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        isSilent_ = ::tcsetattr(terminal_, TCSAFLUSH, &silent) == 0;
+    }
+    ~SilentTerminal() {
+        if (isSilent_) ::tcsetattr(terminal_, TCSAFLUSH, &before_);
+    }
+    SilentTerminal(const SilentTerminal &) = delete;
+    SilentTerminal &operator=(const SilentTerminal &) = delete;
+
+private:
+    int terminal_;
+    termios before_{};
+    bool isSilent_ = false;
+};
+
+void writeText(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t size = ::write(file, text.data(), text.size());
+        if (size < 0 && errno != EINTR) return;
+        text.remove_prefix(size < 0 ? 0 : static_cast<std::size_t>(size));
+    }
+}
+
+// A line without its end; nothing at the end of the input, or when `interrupted` says so.
+template <typename Interrupted>
+std::optional<std::string> readLine(int file, const Interrupted &interrupted) {
+    std::string line;
+    for (;;) {
+        char byte = 0;
+        const ssize_t size = ::read(file, &byte, 1);
+        if (size < 0 && errno == EINTR && !interrupted()) continue;
+        if (size < 0 || (size == 0 && line.empty())) return std::nullopt;
+        if (size == 0 || byte == '\n') return line;
+        line += byte;
+    }
+}
+
+enum class Interruption { none, ended, stopped };
+
+Interruption interruptionBy(int signal) {
+    if (signal == 0) return Interruption::none;
+    const bool stops = signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
+    return stops ? Interruption::stopped : Interruption::ended;
+}
+
+std::optional<std::string> askOnce(int terminal, std::string_view prompt,
+                                   Interruption &interruption) {
+    const SignalHolder signals;
+    const SilentTerminal silence(terminal);
+    writeText(terminal, prompt);
+    auto line = readLine(terminal, [] { return heldSignal != 0; });
+    writeText(terminal, "\n");
+    interruption = interruptionBy(heldSignal);
+    return line;
+}
+
+std::string ask(int terminal, const std::string &prompt) {
+    for (;;) {
+        Interruption interruption = Interruption::none;
+        const auto line = askOnce(terminal, prompt, interruption);
+        // Stopped and continued: the question has scrolled away.
+        if (interruption == Interruption::stopped) continue;
+        if (!line || interruption == Interruption::ended)
+            throw Failure(Status::badPassword, {"none was given"});
+        return *line;
+    }
+}
+
+}  // namespace
+
+std::string askForNewPassword(const std::string &user) {
+    const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
+    if (!terminal)
+        throw Failure(Status::badPassword,
+                      {"there is no terminal to ask for it; --password-stdin reads it"});
+    const std::string password = ask(terminal.get(), "Password for " + user + ": ");
+    if (ask(terminal.get(), "The same again: ") != password)
+        throw Failure(Status::badPassword, {"the two differ"});
+    return password;
+}
+
+std::string readPasswordLine() {
+    const auto line = readLine(STDIN_FILENO, [] { return false; });
+    if (!line) throw Failure(Status::badPassword, {"standard input holds none"});
+    return *line;
+}
+
+}  // namespace zdbs::admin

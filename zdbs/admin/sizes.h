@@ -1,0 +1,21 @@
+/** Numbers for people. */
+#ifndef ZDBS_ADMIN_SIZES_H
+#define ZDBS_ADMIN_SIZES_H
+
+#include <cstdint>
+#include <string>
+
+namespace zdbs::admin {
+
+/** "0 B", "999 B", "1.0 kB", "12.3 MB", "4.0 GB": powers of 1000, three to four digits. */
+std::string sizeText(std::uint64_t bytes);
+
+/** "0:05", "12:34", "1:02:03". */
+std::string durationText(std::uint64_t seconds);
+
+/** How often `whole` goes into `part`, "2.8 x"; empty when there is nothing to compare with. */
+std::string ratioText(std::uint64_t part, std::uint64_t whole);
+
+}  // namespace zdbs::admin
+
+#endif
