@@ -32,6 +32,10 @@ if(VEXA_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(VEXA_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # Interface target: the warnings that our own code is held to.
 add_library(vexa_warnings INTERFACE)
 target_compile_options(vexa_warnings INTERFACE

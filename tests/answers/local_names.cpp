@@ -12,18 +12,25 @@ struct Token {
     std::string text;
 };
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n';
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 bool startsName(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || static_cast<unsigned char>(c) >= 128;
 }
-bool inName(char c) { return startsName(c) || isDigit(c) || c == '-' || c == '.'; }
+bool inName(char c) {
+    return startsName(c) || isDigit(c) || c == '-' || c == '.';
+}
 
 /** Symbols are taken one character at a time, but for those that decide what a name is. */
 Token tokenAt(std::string_view text, std::size_t at) {
     const auto take = [&](Kind kind, auto more) {
         std::size_t end = at + 1;
-        while (end < text.size() && more(text[end])) ++end;
+        while (end < text.size() && more(text[end]))
+            ++end;
         return Token{kind, std::string(text.substr(at, end - at))};
     };
     const char c = text[at];
@@ -69,7 +76,8 @@ private:
     /** The token that comes next but for white space, `ahead` of them skipped. */
     std::string next(std::size_t ahead) const {
         std::size_t at = at_ + ahead;
-        while (at < tokens_.size() && tokens_[at].kind == Kind::space) ++at;
+        while (at < tokens_.size() && tokens_[at].kind == Kind::space)
+            ++at;
         return at < tokens_.size() ? tokens_[at].text : std::string();
     }
 
@@ -105,7 +113,9 @@ private:
 
 }  // namespace
 
-std::string byLocalName(std::string_view expression) { return Rewriter(expression).rewritten(); }
+std::string byLocalName(std::string_view expression) {
+    return Rewriter(expression).rewritten();
+}
 
 std::string expressionOf(std::string_view request) {
     std::string anywhere;

@@ -9,7 +9,8 @@ namespace {
 
 /** Takes "Vexa[01]> " off the front, as often as it stands there. */
 std::string withoutPrompts(std::string line) {
-    while (line.starts_with("Vexa[")) line.erase(0, line.find("> ") + 2);
+    while (line.starts_with("Vexa["))
+        line.erase(0, line.find("> ") + 2);
     return line;
 }
 
@@ -25,7 +26,8 @@ int countOf(const std::string &line, const std::string &request) {
 std::vector<std::string> linesOf(const std::string &text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(withoutPrompts(line));
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(withoutPrompts(line));
     return lines;
 }
 
@@ -69,13 +71,14 @@ std::vector<Answer> SampleDatabases::find(const std::string &database,
                                           const std::vector<std::string> &requests) const {
     std::vector<Answer> answers;
     std::string statements = "BASE " + database + ";\n";
-    for (const std::string &request : requests) statements += "XFIND " + request + ";\n";
+    for (const std::string &request : requests)
+        statements += "XFIND " + request + ";\n";
     const std::vector<std::string> lines = linesOf(vexa(statements).out);
     auto line = lines.begin();
     for (const std::string &request : requests) {
-        const auto found = std::find_if(
-            line, lines.end(),
-            [&](const std::string &one) { return countOf(one, request) != noCount; });
+        const auto found = std::find_if(line, lines.end(), [&](const std::string &one) {
+            return countOf(one, request) != noCount;
+        });
         if (found != lines.end()) {
             answers.push_back({countOf(*found, request), {}});
             line = found + 1;

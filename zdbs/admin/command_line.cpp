@@ -129,9 +129,8 @@ private:
         addDatabaseOf(command);
         command.add_option("PATH", load_.paths, "Files, folders, or - for standard input")
             ->required();
-        CLI::Option *stop = command.add_flag("--stop",
-                                             "End at the first bad file and store "
-                                             "nothing (this is what happens anyway)");
+        CLI::Option *stop = command.add_flag(
+            "--stop", stops_, "End at the first bad file and store nothing (as without)");
         command.add_flag("--skip", load_.skipsBad, "Report bad files and store the others")
             ->excludes(stop);
         addLoadOptions(command);
@@ -160,7 +159,7 @@ private:
                          const char *description) {
         constexpr std::size_t largest = 2147483647;
         command.add_option(name, limit, description)
-            ->check(CLI::Range(std::size_t{1}, largest))
+            ->check(CLI::Range(std::size_t{1}, largest).description(""))
             ->capture_default_str()
             ->type_name("N");
     }
@@ -202,6 +201,7 @@ private:
     std::string database_;
     bool passwordFromInput_ = false;
     bool asJson_ = false;
+    bool stops_ = false;  // says only what happens anyway
     LoadRequest load_;
     DumpRequest dump_;
 };

@@ -32,7 +32,7 @@ std::string escaped(char byte) {
 
 std::string quoted(std::string_view text) {
     std::string result = "\"";
-    const bool isText = isUtf8(text);
+    const bool isText = isXmlText(text);
     for (const char byte : text) {
         const bool isAscii = static_cast<unsigned char>(byte) < 0x80;
         result += isText || isAscii ? escaped(byte) : "\xef\xbf\xbd";

@@ -5,12 +5,13 @@
 #include <stdexcept>
 
 #include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/support/xml_text.h"
 
 namespace zdbs::testing {
 namespace {
 
-/** Entities expanded, nothing fetched; attribute defaults of an internal subset count anyway. */
-constexpr int parseOptions = XML_PARSE_NONET | XML_PARSE_NOENT |
+/** Entities expanded, attribute defaults of an internal subset added. */
+constexpr int parseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_DTDATTR |
                              XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_HUGE;
 
 using Reader = std::unique_ptr<xmlTextReader, decltype(&xmlFreeTextReader)>;
@@ -96,6 +97,7 @@ private:
 };
 
 void addDocument(MemoryNodeTable &table, const XmlSource &source) {
+    refuseExternalEntities();
     const Reader reader(xmlReaderForMemory(source.xml.data(), static_cast<int>(source.xml.size()),
                                            source.name.c_str(), nullptr, parseOptions),
                         &xmlFreeTextReader);

@@ -7,6 +7,12 @@
 
 namespace zdbs::testing {
 
+/**
+ * Has libxml2 find nothing outside a document in this process: no external DTD, no
+ * entity of another file, as the loader finds none. The functions below call it.
+ */
+void refuseExternalEntities();
+
 /** The parser's first message, or "" when the text is namespace-well-formed. */
 std::string wellFormednessError(std::string_view xml);
 

@@ -12,7 +12,6 @@
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::int32_t context = 12;

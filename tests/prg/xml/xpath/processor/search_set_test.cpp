@@ -200,7 +200,7 @@ FakeKernel::Record recordWithParts(std::int32_t id, const std::vector<std::int32
 std::vector<std::int32_t> tuplesOf(SearchSet &set, std::int32_t maxRecords) {
     std::int32_t *block = nullptr;
     const std::int32_t count = set.GetHitTuples(&block, maxRecords);
-    std::vector<std::int32_t> tuples(block, block + 2 * count + 1);
+    std::vector<std::int32_t> tuples(block, block + std::ptrdiff_t{2} * count + 1);
     ZfxMemFree(block);
     return tuples;
 }

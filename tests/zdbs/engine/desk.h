@@ -1,0 +1,42 @@
+/** Conditions evaluated over XML text, for tables of facts. */
+#ifndef TESTS_ZDBS_ENGINE_DESK_H
+#define TESTS_ZDBS_ENGINE_DESK_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/zdbs/support/memory_node_table.h"
+#include "zdbs/engine/engine.h"
+
+namespace zdbs::testing {
+
+/** A database of XML texts with the sets that were found in it, from S1 on. */
+class Desk {
+public:
+    explicit Desk(std::string_view xml);
+    explicit Desk(const std::vector<XmlSource> &documents);
+
+    /** Evaluates conditions one after another; each makes the next set. */
+    Desk &find(const std::vector<std::string> &conditions);
+
+    /** The numbers of a condition's nodes: "1 2 5". Makes no set. */
+    std::string ids(const std::string &condition) const;
+
+    /** The nodes of a condition by name or value, in order: "a b @x 'text' !comment ?pi". */
+    std::string shown(const std::string &condition) const;
+
+    ResultSetPtr evaluate(const std::string &condition) const;
+    const ResultSetPtr &set(std::int32_t number) const;
+    OpenDatabase &database() const { return *database_; }
+
+private:
+    std::shared_ptr<const MemoryNodeTable> table_;
+    std::unique_ptr<OpenDatabase> database_;
+    std::vector<ResultSetPtr> sets_;
+};
+
+}  // namespace zdbs::testing
+
+#endif
