@@ -19,7 +19,8 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 bool startsName(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || static_cast<unsigned char>(c) >= 128;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
+           static_cast<unsigned char>(c) >= 128;
 }
 bool inName(char c) {
     return startsName(c) || isDigit(c) || c == '-' || c == '.';

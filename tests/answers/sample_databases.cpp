@@ -48,20 +48,25 @@ void require(const support::ProgramResult &result, const std::string &what) {
 
 }  // namespace
 
+const Sample &garden() {
+    static const Sample sample = {"garden", ANSWERS_DIR "/data/garden.xml"};
+    return sample;
+}
+
 const std::vector<Sample> &samples() {
     static const std::vector<Sample> all = {
-        {"garden", ANSWERS_DIR "/data/garden.xml"},
+        garden(),
         {"mime", "/usr/share/mime/packages/freedesktop.org.xml"},
         {"xkb", "/usr/share/X11/xkb/rules/base.xml"},
     };
     return all;
 }
 
-SampleDatabases::SampleDatabases() {
+SampleDatabases::SampleDatabases(const std::vector<Sample> &loaded) {
     require(zdbs({"init"}), "init");
     require(zdbs({"user", "add", "reader", "--password-stdin"}, "secret\n"), "user add");
     require(zdbs({"grant", "reader", "*"}), "grant");
-    for (const Sample &sample : samples()) {
+    for (const Sample &sample : loaded) {
         require(zdbs({"create", sample.database}), "create " + sample.database);
         require(zdbs({"load", sample.database, sample.file}), "load " + sample.file);
     }
@@ -84,18 +89,16 @@ std::vector<Answer> SampleDatabases::find(const std::string &database,
             line = found + 1;
         } else {
             // By itself, to get hold of its own message.
-            const support::ProgramResult alone =
-                vexa("BASE " + database + ";\nXFIND " + request + ";\n");
+            const support::ProgramResult alone = run(database, "XFIND " + request + ";\n");
             answers.push_back({noCount, messageIn(alone.err)});
         }
     }
     return answers;
 }
 
-std::string SampleDatabases::get(const std::string &database, const std::string &statement) const {
-    const std::string out = vexa("BASE " + database + ";\n" + statement + ";\n").out;
-    const std::size_t start = out.find("<?xml");
-    return start == std::string::npos ? out : out.substr(start, out.rfind("Vexa[") - start);
+support::ProgramResult SampleDatabases::run(const std::string &database,
+                                            const std::string &statements) const {
+    return vexa("BASE " + database + ";\n" + statements);
 }
 
 std::string SampleDatabases::dump(const std::string &database) const {

@@ -16,7 +16,10 @@ struct Sample {
     std::string file;
 };
 
-/** garden (ours: small, a bit of everything), mime and xkb (of the system). */
+/** Ours: small, a bit of everything. */
+const Sample &garden();
+
+/** That one, and two of the system: mime and xkb. */
 const std::vector<Sample> &samples();
 
 /** What the shell said to one request. */
@@ -27,10 +30,13 @@ struct Answer {
 
 constexpr int noCount = -1;
 
-/** Sets up the home with `zdbs`; throws std::runtime_error with its message when that fails. */
 class SampleDatabases {
 public:
-    SampleDatabases();
+    /**
+     * Sets up the home with `zdbs` and loads one of the samples, or several.
+     * Throws std::runtime_error with the program's message when that fails.
+     */
+    explicit SampleDatabases(const std::vector<Sample> &loaded);
 
     /**
      * Runs requests through `vexa` as it reads from a pipe, one answer for each.
@@ -39,8 +45,8 @@ public:
     std::vector<Answer> find(const std::string &database,
                              const std::vector<std::string> &requests) const;
 
-    /** What an XGET statement prints. */
-    std::string get(const std::string &database, const std::string &statement) const;
+    /** What the shell prints for statements (each ends in ";\n"), prompts included. */
+    support::ProgramResult run(const std::string &database, const std::string &statements) const;
 
     /** The document of a database as `zdbs dump` writes it. */
     std::string dump(const std::string &database) const;

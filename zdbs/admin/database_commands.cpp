@@ -79,7 +79,7 @@ bool createDatabase(const HomeChoice &home, const std::string &database) {
 }
 
 bool dropDatabase(const HomeChoice &home, const std::string &database) {
-    home.open()->dropDatabase(database);
+    home.open()->dropDatabase(database, [&] { tellWaiting(database); });
     return true;
 }
 

@@ -210,10 +210,10 @@ void Home::createDatabase(std::string_view database) {
     syncDirectory(path_ / databasesName);
 }
 
-void Home::dropDatabase(std::string_view database) {
+void Home::dropDatabase(std::string_view database, const std::function<void()> &waiting) {
     if (!hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
     const fs::path directory = databasePath(database);
-    const FileLock writer(directory / Writer::lockFileName);
+    const FileLock writer(directory / Writer::lockFileName, waiting);
     if (!writer.isAt(directory / Writer::lockFileName))
         throw Failure(Status::unknownDatabase, {database});
     // The grants go first: they must not be there for a later database of the same name.

@@ -103,10 +103,10 @@ public:
 
     /**
      * Removes a database and the grants that name it. Snapshots of it that are
-     * open stay readable. Waits for a load that is running.
+     * open stay readable. Waits for a load that is running, as write() does.
      * Throws Failure: unknownDatabase.
      */
-    void dropDatabase(std::string_view database);
+    void dropDatabase(std::string_view database, const std::function<void()> &waiting = {});
 
     /**
      * The newest committed state of a database. The same pointer comes back as

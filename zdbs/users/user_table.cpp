@@ -32,7 +32,9 @@ UserTable UserTable::parse(std::string_view text, std::string_view file) {
     std::string_view first = cut(text, '\n');
     if (!first.starts_with(title)) failAtLine(file, 1);
     first.remove_prefix(title.size());
-    if (first != version) throw Failure(Status::homeVersion, {file, std::string(first) + " instead of " + std::string(version)});
+    if (first != version)
+        throw Failure(Status::homeVersion,
+                      {file, std::string(first) + " instead of " + std::string(version)});
 
     UserTable table;
     for (std::size_t line = 2; !text.empty(); ++line) {

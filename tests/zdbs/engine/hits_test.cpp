@@ -75,8 +75,8 @@ TEST(HitWords, AreCarriedThroughTheOperations) {
 
 TEST(HitWords, AreThoseOfTheConditionThatTheNodeSatisfied) {
     Desk desk(song);
-    // 2 satisfies the first conjunct only, though its value has "boat" too.
-    EXPECT_EQ(hitWords(desk, "(N_TYPE=ATTRIBUTE AND.T N_TVALUE=$row$) OR N_ID=5"),
+    // The attribute is hit by what was searched in it, the text by its number.
+    EXPECT_EQ(hitWords(desk, "N_ID=5 OR (N_TYPE=ATTRIBUTE AND.T N_TVALUE=$row$)"),
               "2: 1/6/1/3; 5: 1/1/1/0");
     desk.find({"N_TYPE=ATTRIBUTE AND.T N_TVALUE=$row$", "N_TYPE=TEXT AND.T N_TVALUE=$boat$"});
     EXPECT_EQ(hitWords(desk, "S=1 OR S=2"), "2: 1/6/1/3; 3: 1/6/5/4; 5: 1/6/1/4");

@@ -157,6 +157,15 @@ TEST_F(StartUp, noticeAndWelcomeAppearBeforeTheFirstPrompt) {
     EXPECT_THAT(result.out, EndsWith(welcome + prompt + helpText + prompt));
 }
 
+TEST_F(StartUp, errorsStandBehindWhatWasPrintedBefore) {
+    const auto merged = support::PipedProgram::Errors::merged;
+    const std::string none = directory_ / "none";
+    EXPECT_EQ(support::run(vexa({"-u", "ann", "-p", "x", "-i", none}), "", merged).out,
+              banner + welcome + "Cannot read input file \"" + none + "\"\n");
+    EXPECT_EQ(support::run(vexa({"-f", none}), "", merged).out,
+              banner + "ERROR: Cannot open log file \"" + none + "\" for writing.\n");
+}
+
 TEST_F(StartUp, runningProgramDoesNotShowThePasswordAmongItsArguments) {
     support::PipedProgram program(vexa({"-u", "ann", "-p", "geheim"}));
     ASSERT_TRUE(program.waitForOutput(prompt));

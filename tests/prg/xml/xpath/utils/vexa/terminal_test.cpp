@@ -137,7 +137,9 @@ TEST_F(Terminal, typingThatWasHiddenBeforeStaysHidden) {
 }
 
 TEST_F(Terminal, signalsAtTheStatementPromptLeaveTheTerminalAlone) {
-    TerminalProgram program(quietVexa());
+    TerminalProgram program(vexa({}));
+    answerUsername(program);
+    program.type("geheim\n");
     ASSERT_TRUE(program.expect(prompt));
     program.setEcho(false);
     program.signal(SIGTERM);

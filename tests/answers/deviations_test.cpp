@@ -1,0 +1,98 @@
+/** The tables of docs/deviations.md: what they say about this system and about XPath 1.0. */
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <optional>
+
+#include "tests/answers/local_names.h"
+#include "tests/answers/sample_databases.h"
+#include "tests/answers/xpath_oracle.h"
+
+namespace answers {
+namespace {
+
+/** The cells of a table's line, without the white space and the backquotes around them. */
+std::vector<std::string> cellsOf(const std::string &line) {
+    std::vector<std::string> cells;
+    for (std::size_t at = line.find('|'); at != std::string::npos;) {
+        const std::size_t end = line.find('|', at + 1);
+        if (end == std::string::npos) break;
+        std::string cell = line.substr(at + 1, end - at - 1);
+        cell.erase(0, cell.find_first_not_of(" `"));
+        cell.erase(cell.find_last_not_of(" `") + 1);
+        cells.push_back(cell);
+        at = end;
+    }
+    return cells;
+}
+
+struct Table {
+    std::vector<std::string> head;
+    std::vector<std::vector<std::string>> rows;
+};
+
+/** All rows under heads that are alike, of all tables of the page. */
+Table tableOf(const std::vector<std::string> &head) {
+    Table table{head, {}};
+    std::ifstream page(VEXA_SOURCE_DIR "/docs/deviations.md");
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (!line.starts_with('|')) {
+            inside = false;
+        } else if (const auto cells = cellsOf(line); cells == head) {
+            inside = true;
+        } else if (inside && !cells.front().starts_with("---")) {
+            table.rows.push_back(cells);
+        }
+    }
+    return table;
+}
+
+std::vector<std::string> requestsOf(const Table &table) {
+    std::vector<std::string> requests;
+    for (const std::vector<std::string> &row : table.rows)
+        requests.push_back(row.front());
+    return requests;
+}
+
+/** What XPath 1.0 counts, as the page writes it; a dash for what is no XPath. */
+std::string xpathCount(XPathOracle &oracle, const std::string &request) {
+    try {
+        return std::to_string(oracle.count(expressionOf(request)));
+    } catch (const std::runtime_error &) {
+        return "—";
+    }
+}
+
+TEST(Deviations, EveryRequestOfThePageCountsAsThePageSays) {
+    const Table table = tableOf({"request", "here", "XPath"});
+    EXPECT_GE(table.rows.size(), 50U);
+    const SampleDatabases databases({garden()});
+    const std::vector<Answer> answers = databases.find("garden", requestsOf(table));
+    XPathOracle oracle(garden().file);
+    for (std::size_t index = 0; index < table.rows.size(); ++index) {
+        const std::vector<std::string> &row = table.rows[index];
+        ASSERT_EQ(row.size(), 3U);
+        EXPECT_EQ(std::to_string(answers[index].count), row[1]) << row[0] << "\n"
+                                                                << answers[index].message;
+        EXPECT_EQ(xpathCount(oracle, row[0]), row[2]) << row[0];
+    }
+}
+
+TEST(Deviations, EveryRefusedRequestOfThePageIsRefusedWithItsMessage) {
+    const Table table = tableOf({"request", "XPath", "message"});
+    EXPECT_GE(table.rows.size(), 20U);
+    const SampleDatabases databases({garden()});
+    const std::vector<Answer> answers = databases.find("garden", requestsOf(table));
+    XPathOracle oracle(garden().file);
+    for (std::size_t index = 0; index < table.rows.size(); ++index) {
+        const std::vector<std::string> &row = table.rows[index];
+        ASSERT_EQ(row.size(), 3U);
+        EXPECT_EQ(answers[index].count, noCount) << row[0];
+        EXPECT_EQ(answers[index].message, row[2]) << row[0];
+        EXPECT_EQ(xpathCount(oracle, row[0]), row[1]) << row[0];
+    }
+}
+
+}  // namespace
+}  // namespace answers

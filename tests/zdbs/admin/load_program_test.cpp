@@ -1,0 +1,182 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include "tests/zdbs/admin/program_fixture.h"
+#include "tests/zdbs/store/tree_text.h"
+#include "zdbs/store/snapshot.h"
+
+namespace zdbs {
+namespace {
+
+namespace fs = std::filesystem;
+using support::exited;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class LoadProgram : public ProgramTest {
+protected:
+    LoadProgram() { makeDatabase(); }
+
+    std::string write(const std::string &name, const std::string &content) const {
+        fs::create_directories((directory_.path() / name).parent_path());
+        return directory_.write(name, content);
+    }
+
+    std::string content() const { return treeText(*home()->snapshot("db")); }
+
+    /** Packs a file with a program of the system. */
+    void pack(const char *program, const std::string &file) const {
+        const auto result = support::run({program, {"-q", file}, {}, {}});
+        ASSERT_EQ(result.ending, exited(0)) << result.err;
+    }
+};
+
+TEST_F(LoadProgram, TakesFilesFoldersAndStandardInput) {
+    write("f/b.xml", "<b/>");
+    write("f/sub/c.xml", "<c/>");
+    write("f/no.txt", "not XML");
+    const std::string file = write("elsewhere/a.svg", "<a/>");
+    EXPECT_EQ(good({"load", "db", file, directory_ / "f", "-"}, "<stdin/>"), "");
+    EXPECT_EQ(content(), "a.svg: a()\nb.xml: b()\nsub/c.xml: c()\nstdin.xml: stdin()\n");
+}
+
+TEST_F(LoadProgram, TakesPackedFilesWhateverTheirNames) {
+    write("f/a.xml", "<a>1</a>");
+    write("f/b.xml", "<b>2</b>");
+    pack("gzip", directory_ / "f/a.xml");
+    pack("zstd", directory_ / "f/b.xml");
+    fs::remove(directory_ / "f/b.xml");
+    good({"load", "db", directory_ / "f"});
+    EXPECT_EQ(content(), "a.xml: a('1')\nb.xml: b('2')\n");
+    const std::string packed = support::readFile(directory_ / "f/a.xml.gz");
+    good({"load", "db", "-", "--name", "c.xml"}, packed);
+    EXPECT_EQ(content(), "a.xml: a('1')\nb.xml: b('2')\nc.xml: a('1')\n");
+}
+
+TEST_F(LoadProgram, NamesASingleFileAsTold) {
+    const std::string file = write("a.xml", "<a/>");
+    good({"load", "db", file, "--name", "some/other name.xml"});
+    EXPECT_EQ(content(), "some/other name.xml: a()\n");
+    write("f/b.xml", "<b/>");
+    write("f/c.xml", "<c/>");
+    EXPECT_THAT(bad({"load", "db", directory_ / "f", "--name", "x"}, 2), HasSubstr("--name"));
+    EXPECT_THAT(bad({"load", "db", file, "--name", "../x"}), HasSubstr("../x"));
+    EXPECT_EQ(content(), "some/other name.xml: a()\n");
+}
+
+TEST_F(LoadProgram, StopsAtABadFileAndStoresNothing) {
+    write("f/1.xml", "<a/>");
+    const std::string wrong = write("f/2.xml", "<a>\n  <b></a>");
+    write("f/3.xml", "<c/>");
+    for (const Words &options : {Words{}, Words{"--stop"}}) {
+        Words words = {"load", "db", directory_ / "f"};
+        words.insert(words.end(), options.begin(), options.end());
+        EXPECT_EQ(bad(words), "zdbs: " + wrong +
+                                  ":2:8: The document is not well formed: mismatched tag.\n"
+                                  "zdbs: Nothing was stored.\n");
+        EXPECT_EQ(content(), "");
+    }
+}
+
+TEST_F(LoadProgram, SkipsBadFilesWhenAskedTo) {
+    write("f/1.xml", "<a/>");
+    const std::string wrong = write("f/2.xml", "<a>");
+    write("f/3.xml", "<c/>");
+    const std::string missing = directory_ / "missing.xml";
+    EXPECT_EQ(bad({"load", "db", "--skip", directory_ / "f", missing}),
+              "zdbs: The file " + missing + " cannot be read: No such file or directory.\n" +
+                  "zdbs: " + wrong + ":1:4: The document is not well formed: no element found.\n" +
+                  "zdbs: 2 documents stored, 2 skipped.\n");
+    EXPECT_EQ(content(), "1.xml: a()\n3.xml: c()\n");
+    // Loaded again they are all bad: there already, or wrong.
+    EXPECT_THAT(bad({"load", "db", "--skip", directory_ / "f"}),
+                AllOf(HasSubstr("already: 1.xml"), HasSubstr("already: 3.xml"),
+                      HasSubstr("0 documents stored, 3 skipped")));
+    EXPECT_EQ(content(), "1.xml: a()\n3.xml: c()\n");
+}
+
+TEST_F(LoadProgram, SkippingNothingIsSuccess) {
+    EXPECT_EQ(good({"load", "db", "--skip", write("a.xml", "<a/>")}), "");
+}
+
+TEST_F(LoadProgram, RefusesADocumentThatIsThereAndNamesReplace) {
+    const std::string file = write("a.xml", "<a/>");
+    good({"load", "db", file});
+    EXPECT_THAT(bad({"load", "db", file}),
+                AllOf(HasSubstr("already: a.xml in database db"), HasSubstr("zdbs replace")));
+    write("f/x.xml", "<x/>");
+    write("g/x.xml", "<x/>");
+    EXPECT_THAT(bad({"load", "db", directory_ / "f", directory_ / "g"}),
+                HasSubstr("already: x.xml"));
+    EXPECT_EQ(content(), "a.xml: a()\n");
+}
+
+TEST_F(LoadProgram, TellsWhatIsNotThere) {
+    EXPECT_THAT(bad({"load", "none", write("a.xml", "<a/>")}), HasSubstr("no such database: none"));
+    EXPECT_THAT(bad({"load", "db", directory_ / "none.xml"}), HasSubstr("No such file"));
+    fs::create_directory(directory_.path() / "empty");
+    EXPECT_THAT(bad({"load", "db", directory_ / "empty"}), HasSubstr("no XML files"));
+}
+
+TEST_F(LoadProgram, TakesItsLimitsFromTheCommandLine) {
+    const std::string file = write("a.xml", "<a bc='1' de='2'><f><g>long text</g></f></a>");
+    EXPECT_THAT(bad({"load", "db", file, "--max-depth", "2"}), HasSubstr("more than 2 levels"));
+    EXPECT_THAT(bad({"load", "db", file, "--max-attributes", "1"}), HasSubstr("more than 1."));
+    EXPECT_THAT(bad({"load", "db", file, "--max-name", "1"}), HasSubstr("more than 1 bytes"));
+    EXPECT_THAT(bad({"load", "db", file, "--max-value", "8"}), HasSubstr("more than 8 bytes"));
+    const std::string nested = write(
+        "n.xml", "<!DOCTYPE a [<!ENTITY x '1'><!ENTITY y '&x;'><!ENTITY z '&y;'>]><a>&z;</a>");
+    EXPECT_THAT(bad({"load", "db", nested, "--max-entity-nesting", "2"}),
+                HasSubstr("more than 2 levels"));
+    good({"load", "db", nested, file, "--max-depth", "3", "--max-attributes", "2", "--max-name",
+          "2", "--max-value", "9", "--max-entity-nesting", "3"});
+}
+
+TEST_F(LoadProgram, StripsWhiteSpaceWhenAskedTo) {
+    const std::string file = write("a.xml", "<a> <b>x </b>\n</a>");
+    good({"load", "db", file, "--name", "kept"});
+    good({"load", "db", file, "--name", "stripped", "--strip-space"});
+    EXPECT_EQ(content(), "kept: a(' ' b('x ') '\\n')\nstripped: a(b('x '))\n");
+}
+
+TEST_F(LoadProgram, IsSilentOnPipes) {
+    std::string xml = "<a>";
+    for (int i = 0; i < 200000; ++i)
+        xml += "<b>text</b>";
+    EXPECT_EQ(good({"load", "db", "-"}, xml + "</a>"), "");
+}
+
+TEST_F(LoadProgram, KilledInTheMiddleLeavesTheDatabaseAsItWas) {
+    good({"load", "db", write("a.xml", "<a/>")});
+    support::PipedProgram program(command({"load", "db", "-"}));
+    std::string piece;
+    for (int i = 0; i < 100000; ++i)
+        piece += "<b c='attribute'>some text</b>";
+    ASSERT_TRUE(program.send("<a>"));
+    for (int i = 0; i < 5; ++i)
+        ASSERT_TRUE(program.send(piece));
+    program.signal(SIGKILL);
+    EXPECT_EQ(program.finish().ending, support::killedBy(SIGKILL));
+    EXPECT_EQ(content(), "a.xml: a()\n");
+    good({"load", "db", "-"}, "<b/>");
+    EXPECT_EQ(content(), "a.xml: a()\nstdin.xml: b()\n");
+}
+
+TEST_F(LoadProgram, DumpAndLoadIsTheSame) {
+    const std::string file = write("a.xml", "<?p i?><a x='&lt;&#10;'>\n<b xmlns='u'/>&#13;</a>");
+    good({"load", "db", file});
+    good({"dump", "db", "--output", directory_ / "out"});
+    good({"create", "copy"});
+    good({"load", "copy", directory_ / "out"});
+    EXPECT_EQ(treeText(*home()->snapshot("copy")), content());
+    EXPECT_THAT(content(), Not(IsEmpty()));
+}
+
+}  // namespace
+}  // namespace zdbs

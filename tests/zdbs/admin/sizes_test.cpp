@@ -1,0 +1,47 @@
+#include "zdbs/admin/sizes.h"
+
+#include <gtest/gtest.h>
+
+namespace zdbs::admin {
+namespace {
+
+struct Case {
+    std::uint64_t number;
+    const char *text;
+};
+
+TEST(Sizes, AreWrittenWithUnits) {
+    const Case cases[] = {
+        {0, "0 B"},
+        {999, "999 B"},
+        {1000, "1.0 kB"},
+        {1049, "1.0 kB"},
+        {1051, "1.1 kB"},
+        {999900, "999.9 kB"},
+        {999949, "999.9 kB"},
+        {999950, "1.0 MB"},
+        {12345678, "12.3 MB"},
+        {4000000000, "4.0 GB"},
+        {5'000'000'000'000, "5.0 TB"},
+        {18'446'744'073'709'551'615U, "18.4 EB"},
+    };
+    for (const Case &row : cases)
+        EXPECT_EQ(sizeText(row.number), row.text);
+}
+
+TEST(Sizes, OfTimeAreMinutesAndSeconds) {
+    const Case cases[] = {{0, "0:00"},       {5, "0:05"},       {59, "0:59"},
+                          {60, "1:00"},      {754, "12:34"},    {3599, "59:59"},
+                          {3600, "1:00:00"}, {3723, "1:02:03"}, {90000, "25:00:00"}};
+    for (const Case &row : cases)
+        EXPECT_EQ(durationText(row.number), row.text);
+}
+
+TEST(Sizes, AreComparedOnlyWithSomething) {
+    EXPECT_EQ(ratioText(28, 10), "2.8 x");
+    EXPECT_EQ(ratioText(0, 10), "0.0 x");
+    EXPECT_EQ(ratioText(28, 0), "");
+}
+
+}  // namespace
+}  // namespace zdbs::admin
