@@ -151,8 +151,12 @@ public:
             // libxml2 leaves out what is below the element of an attribute.
             if (meetsAttributes && text.starts_with("following::")) break;
             const std::string before = separator(step == 0, text);
-            request += before + form.request + condition.request;
-            xpath += before + form.xpath + condition.xpath;
+            request += before + form.request;
+            xpath += before + form.xpath;
+            if (text != "..") {  // which takes no predicates
+                request += condition.request;
+                xpath += condition.xpath;
+            }
             meetsAttributes |= text.starts_with('@') || text.starts_with("attribute");
         }
     }

@@ -1,6 +1,7 @@
 #include "zdbs/admin/password_prompt.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -26,26 +27,49 @@ extern "C" void holdSignal(int number) {
     heldSignal = number;
 }
 
-/** Notes signals instead of obeying them, until its end; then raises the one that came. */
+/**
+ * Notes signals instead of obeying them, until its end; then raises the one that
+ * came. They arrive in waitForInput() only, so that none is missed before it.
+ */
 class SignalHolder {
 public:
     SignalHolder() {
         heldSignal = 0;
+        sigset_t held;
+        ::sigemptyset(&held);
+        for (const int number : heldSignals)
+            ::sigaddset(&held, number);
+        ::sigprocmask(SIG_BLOCK, &held, &maskBefore_);
         struct sigaction hold {};
-        hold.sa_handler = holdSignal;  // without SA_RESTART: the read must return
-        for (std::size_t i = 0; i < heldSignals.size(); ++i)
+        hold.sa_handler = holdSignal;
+        for (std::size_t i = 0; i < heldSignals.size(); ++i) {
             ::sigaction(heldSignals[i], &hold, &before_[i]);
+            // What was to be ignored, under nohup say, still is.
+            if (before_[i].sa_handler == SIG_IGN) ::sigaction(heldSignals[i], &before_[i], nullptr);
+        }
     }
     ~SignalHolder() {
         for (std::size_t i = 0; i < heldSignals.size(); ++i)
             ::sigaction(heldSignals[i], &before_[i], nullptr);
+        ::sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
         if (heldSignal != 0) ::kill(::getpid(), heldSignal);
     }
     SignalHolder(const SignalHolder &) = delete;
     SignalHolder &operator=(const SignalHolder &) = delete;
 
+    /** False when a signal came first. */
+    bool waitForInput(int file) const {
+        pollfd input{file, POLLIN, 0};
+        while (heldSignal == 0) {
+            if (::ppoll(&input, 1, nullptr, &maskBefore_) >= 0) return true;
+            if (errno != EINTR) return true;  // reading will tell what is wrong
+        }
+        return false;
+    }
+
 private:
     std::array<struct sigaction, heldSignals.size()> before_{};
+    sigset_t maskBefore_{};
 };
 
 /** A terminal that does not show what is typed, until its end. */
@@ -77,18 +101,19 @@ void writeText(int file, std::string_view text) {
     }
 }
 
-// A line without its end; nothing at the end of the input, or when `interrupted` says so.
-template <typename Interrupted>
-std::optional<std::string> readLine(int file, const Interrupted &interrupted) {
+// A line without its end; nothing at the end of the input, or when `mayRead` says so.
+template <typename MayRead>
+std::optional<std::string> readLine(int file, const MayRead &mayRead) {
     std::string line;
-    for (;;) {
+    while (mayRead()) {
         char byte = 0;
         const ssize_t size = ::read(file, &byte, 1);
-        if (size < 0 && errno == EINTR && !interrupted()) continue;
+        if (size < 0 && errno == EINTR) continue;
         if (size < 0 || (size == 0 && line.empty())) return std::nullopt;
         if (size == 0 || byte == '\n') return line;
         line += byte;
     }
+    return std::nullopt;
 }
 
 enum class Interruption { none, ended, stopped };
@@ -104,7 +129,7 @@ std::optional<std::string> askOnce(int terminal, std::string_view prompt,
     const SignalHolder signals;
     const SilentTerminal silence(terminal);
     writeText(terminal, prompt);
-    auto line = readLine(terminal, [] { return heldSignal != 0; });
+    auto line = readLine(terminal, [&] { return signals.waitForInput(terminal); });
     writeText(terminal, "\n");
     interruption = interruptionBy(heldSignal);
     return line;
@@ -136,7 +161,7 @@ std::string askForNewPassword(const std::string &user) {
 }
 
 std::string readPasswordLine() {
-    const auto line = readLine(STDIN_FILENO, [] { return false; });
+    const auto line = readLine(STDIN_FILENO, [] { return true; });
     if (!line) throw Failure(Status::badPassword, {"standard input holds none"});
     return *line;
 }

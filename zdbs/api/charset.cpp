@@ -1,8 +1,9 @@
 #include "zdbs/api/charset.h"
 
+#include <langinfo.h>
 #include <unicode/ucnv.h>
 
-#include <climits>
+#include <cstdint>
 #include <memory>
 
 #include "zdbs/values/utf8.h"
@@ -10,46 +11,61 @@
 namespace zdbs {
 namespace {
 
-/** Whether bytes go through as they are. */
-bool isTransparent(const char *charset) {
-    return charset == nullptr || ucnv_compareNames(charset, "UTF-8") == 0 ||
-           ucnv_compareNames(charset, "US-ASCII") == 0;
-}
+/** What locale "C" calls its character set. */
+constexpr std::string_view plainCodeset = "ANSI_X3.4-1968";
+
+/** The longest text that is converted: its length in any set can be counted by ICU. */
+constexpr std::size_t longestText = INT32_MAX / 8;
 
 /** One conversion between two named sets; the text as it is when ICU cannot. */
 std::string converted(const char *to, const char *from, std::string_view text) {
-    if (text.empty() || text.size() > INT32_MAX / 8) return std::string(text);
+    if (text.empty() || text.size() > longestText) return std::string(text);
     std::string result(4 * text.size() + 16, '\0');
     UErrorCode error = U_ZERO_ERROR;
     std::int32_t length =
         ucnv_convert(to, from, result.data(), static_cast<std::int32_t>(result.size()), text.data(),
                      static_cast<std::int32_t>(text.size()), &error);
-    if (error == U_BUFFER_OVERFLOW_ERROR) {
-        result.resize(static_cast<std::size_t>(length));
-        error = U_ZERO_ERROR;
-        length = ucnv_convert(to, from, result.data(), length, text.data(),
-                              static_cast<std::int32_t>(text.size()), &error);
-    }
     if (U_FAILURE(error)) return std::string(text);
     result.resize(static_cast<std::size_t>(length));
     return result;
 }
 
-}  // namespace
+struct ConverterCloser {
+    void operator()(UConverter *converter) const { ucnv_close(converter); }
+};
 
-std::string fromProcess(std::string_view text) {
-    const char *charset = ucnv_getDefaultName();
-    if (isTransparent(charset)) return std::string(text);
-    return converted("UTF-8", charset, text);
+/** Whether bytes go through as they are. */
+bool goesThrough(const char *name) {
+    if (ucnv_compareNames(name, "UTF-8") == 0) return true;
+    UErrorCode error = U_ZERO_ERROR;
+    std::unique_ptr<UConverter, ConverterCloser> converter(ucnv_open(name, &error));
+    if (U_FAILURE(error)) return true;
+    std::string_view known = ucnv_getName(converter.get(), &error);
+    return known == "UTF-8" || known == "US-ASCII";
 }
 
-std::string toProcess(std::string_view text, std::size_t size) {
-    const char *charset = ucnv_getDefaultName();
-    if (isTransparent(charset)) return std::string(cutUtf8(text, size));
-    std::string result = converted(charset, "UTF-8", text);
+}  // namespace
+
+Charset::Charset(const char *name) : name_(name), isTransparent_(goesThrough(name)) {}
+
+Charset Charset::ofProcess() {
+    const char *name = ucnv_getDefaultName();
+    const char *codeset = nl_langinfo(CODESET);
+    bool asksLocale = ucnv_compareNames(name, "UTF-8") == 0 && codeset != plainCodeset;
+    return Charset(asksLocale ? codeset : name);
+}
+
+std::string Charset::toUtf8(std::string_view text) const {
+    if (isTransparent_) return std::string(text);
+    return converted("UTF-8", name_.c_str(), text);
+}
+
+std::string Charset::fromUtf8(std::string_view text, std::size_t size) const {
+    if (isTransparent_) return std::string(cutUtf8(text, size));
+    std::string result = converted(name_.c_str(), "UTF-8", text);
     while (result.size() > size) {
         text = cutUtf8(text, text.size() - 1);
-        result = converted(charset, "UTF-8", text);
+        result = converted(name_.c_str(), "UTF-8", text);
     }
     return result;
 }

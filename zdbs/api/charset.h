@@ -1,4 +1,4 @@
-/** Texts between the character set of the process and UTF-8. */
+/** Texts between a character set and UTF-8. */
 #ifndef ZDBS_API_CHARSET_H
 #define ZDBS_API_CHARSET_H
 
@@ -9,14 +9,29 @@
 namespace zdbs {
 
 /**
- * A text of the process as UTF-8. The character set is ICU's default, that is the one
- * of the locale that the program has set. In UTF-8 and US-ASCII (the locale "C") the
- * bytes are taken as they are. What cannot be converted is replaced.
+ * A character set by name. In UTF-8 and US-ASCII, and in one that ICU does not know,
+ * bytes are taken as they are; in others what cannot be converted is replaced.
  */
-std::string fromProcess(std::string_view text);
+class Charset {
+public:
+    explicit Charset(const char *name);
 
-/** A UTF-8 text in the character set of the process, cut between characters to `size` bytes. */
-std::string toProcess(std::string_view text, std::size_t size);
+    /**
+     * The set of the process: ICU's default, which is that of the locale that the program
+     * has set. Where ICU is built to take UTF-8 for the default whatever the locale says,
+     * the locale is asked; the plain locale "C" means UTF-8 then.
+     */
+    static Charset ofProcess();
+
+    std::string toUtf8(std::string_view text) const;
+
+    /** A UTF-8 text in this set, cut between characters to `size` bytes. */
+    std::string fromUtf8(std::string_view text, std::size_t size) const;
+
+private:
+    std::string name_;
+    bool isTransparent_;
+};
 
 }  // namespace zdbs
 

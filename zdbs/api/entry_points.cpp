@@ -16,6 +16,7 @@
 #include "zdbs/export/export_filter.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/store/home.h"
+#include "zdbs/values/utf8.h"
 
 namespace zdbs {
 namespace {
@@ -48,7 +49,7 @@ void require(const void *argument, std::string_view name) {
 
 /** A text of the caller; inside a nested request texts are UTF-8 already. */
 std::string received(const Process &process, const char *text) {
-    return process.session().isNested() ? std::string(text) : fromProcess(text);
+    return process.session().isNested() ? std::string(text) : Charset::ofProcess().toUtf8(text);
 }
 
 /** Whether the texts of this call are UTF-8, whatever the process has. */
@@ -58,7 +59,8 @@ bool isNested() {
 
 /** A text as the caller gets it, cut to `size` bytes. */
 std::string sent(std::string_view text, std::size_t size) {
-    return isNested() ? std::string(text.substr(0, size)) : toProcess(text, size);
+    return isNested() ? std::string(cutUtf8(text, size))
+                      : Charset::ofProcess().fromUtf8(text, size);
 }
 
 /** Copies a text, with a NUL where there is room for one. */
@@ -77,8 +79,9 @@ void startSession(Process &process, const char *user, const char *password) {
     require(user, "user");
     require(password, "password");
     if (activeSession() != nullptr) throw Failure(Status::sessionOpen);
+    Charset charset = Charset::ofProcess();
     std::shared_ptr<const Engine> engine = makeEmbeddedEngine(Home::open(Home::locate()));
-    process.open(std::make_unique<Session>(engine, fromProcess(user), fromProcess(password)));
+    process.open(std::make_unique<Session>(engine, charset.toUtf8(user), charset.toUtf8(password)));
 }
 
 void writeMessage(const Process &process, std::int32_t status, char *text, std::int32_t *length) {

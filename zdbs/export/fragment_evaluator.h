@@ -13,7 +13,9 @@ namespace zdbs {
  * a step starts from are pruned so that none of the axis is walked twice, and a
  * predicate is tried on all nodes at once: forwards to the end of its path, then
  * back by joins. So a path takes time linear in what lies on its axes, whatever
- * the nesting. Does not recurse over the tree. One thread at a time.
+ * the nesting. Positions are counted from each context by itself, those from the
+ * front no further than needed, those from the end along its whole axis. Does not
+ * recurse over the tree. One thread at a time.
  */
 class FragmentEvaluator {
 public:

@@ -39,10 +39,17 @@ bool isInChain(const NodeSetPtr &set, const NodeSetPtr &end) {
     return false;
 }
 
+/** The set that the chain of `end` begins with. */
+NodeSetPtr firstOf(const NodeSetPtr &end) {
+    NodeSetPtr first = end;
+    while (first->chain())
+        first = first->chain()->from;
+    return first;
+}
+
 /** The first step of the chain of `end`, restricted to the nodes from which it was reached. */
 Selection firstStep(const NodeTable &table, const Universe &universe, const NodeSetPtr &end) {
-    NodeIds ids(end->ids().begin(), end->ids().end());
-    Selection reached{std::move(ids), {}};
+    Selection reached{{end->ids().begin(), end->ids().end()}, {}};
     for (ChainLinkPtr link = end->chain(); link; link = link->from->chain()) {
         // Where the chain has attributes, they were children on the way down.
         Step step{link->axis, link->axis == Axis::child};
@@ -52,27 +59,30 @@ Selection firstStep(const NodeTable &table, const Universe &universe, const Node
     return reached;
 }
 
-Step stepTo(const NodeTable &table, Axis axis, std::span<const NodeId> second) {
-    return {axis, axis == Axis::child && allAttributes(table, second)};
+Step stepTo(const NodeTable &table, Axis axis, const NodeSetPtr &second) {
+    return {axis, axis == Axis::child && allAttributes(table, second->ids())};
 }
 
+/**
+ * Whether attributes are children is asked of the whole first step, not of what is left
+ * of it: [node()/..] does not come to mean attributes where only those are left.
+ */
 NodeSetPtr joinFirst(const NodeTable &table, const Universe &universe, Axis axis,
                      const NodeSetPtr &a, const NodeSetPtr &b) {
-    Selection steps;
-    Operand second{b->ids(), {}};
-    if (b->chain() && !isInChain(a, b)) {
-        steps = firstStep(table, universe, b);
-        second = steps.operand();
+    Operand first = universe.contextsOf(a).operand();
+    if (!b->chain() || isInChain(a, b)) {
+        Operand second{b->ids(), {}};
+        return restrict(a, keepFirst(table, stepTo(table, axis, b), first, second).nodes);
     }
-    ContextList first = universe.contextsOf(a);
-    return restrict(
-        a, keepFirst(table, stepTo(table, axis, second.nodes), first.operand(), second).nodes);
+    Selection steps = firstStep(table, universe, b);
+    Step step = stepTo(table, axis, firstOf(b));
+    return restrict(a, keepFirst(table, step, first, steps.operand()).nodes);
 }
 
 NodeSetPtr joinSecond(const NodeTable &table, const Universe &universe, Axis axis,
                       const NodeSetPtr &a, const NodeSetPtr &b) {
     ContextList first = universe.contextsOf(a);
-    Step step = stepTo(table, axis, b->ids());
+    Step step = stepTo(table, axis, b);
     NodeListPtr nodes = makeList(keepSecond(table, step, first.operand(), b->ids()));
     auto chain = std::make_shared<ChainLink>(ChainLink{a, axis});
     PairSourcePtr pairs = axisPairs(first, axis, nodes);

@@ -134,10 +134,12 @@ void Environment::closeShared(Environment *environment) {
     all.closed.notify_all();
 }
 
+// LMDB takes empty files for new ones. Made by itself they would be subject to the umask, and it
+// opens the data file a second time.
 void Environment::create(const std::filesystem::path &directory) {
+    makePrivateFile(dataFile(directory));
+    makePrivateFile(lockFile(directory));
     const Environment made(directory, defaultMapSize, true);
-    makePrivate(dataFile(directory));
-    makePrivate(lockFile(directory));
 }
 
 Environment::Environment(std::filesystem::path directory, std::size_t mapSize, bool creating)

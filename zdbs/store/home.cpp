@@ -124,6 +124,11 @@ UserTable Home::readUsers() const {
 
 void Home::changeUsers(const std::function<void(UserTable &)> &change) {
     const FileLock lock(path_ / lockName);
+    replaceUsers(change);
+}
+
+// REQUIRES the lock of the home.
+void Home::replaceUsers(const std::function<void(UserTable &)> &change) {
     UserTable table = readUsers();
     change(table);
     replacePrivateFile(path_ / usersName, table.serialize());
@@ -203,7 +208,7 @@ void Home::createDatabase(std::string_view database) {
     const fs::path making = path_ / databasesName / ("." + std::string(database));
     makePrivateDirectory(making);
     Environment::create(making);
-    { const FileLock writer(making / Writer::lockFileName); }
+    makePrivateFile(making / Writer::lockFileName);
     syncDirectory(making);
     if (::rename(making.c_str(), databasePath(database).c_str()) != 0)
         throwWriteError(errno, databasePath(database));
@@ -216,10 +221,10 @@ void Home::dropDatabase(std::string_view database, const std::function<void()> &
     const FileLock writer(directory / Writer::lockFileName, waiting);
     if (!writer.isAt(directory / Writer::lockFileName))
         throw Failure(Status::unknownDatabase, {database});
-    // The grants go first: they must not be there for a later database of the same name.
-    changeUsers([&](UserTable &table) { table.forgetDatabase(database); });
     const FileLock lock(path_ / lockName);
     removeLeftovers();
+    // The grants go first: they must not be there for a later database of the same name.
+    replaceUsers([&](UserTable &table) { table.forgetDatabase(database); });
     const fs::path dropped = path_ / databasesName / ("." + std::string(database));
     if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
     syncDirectory(path_ / databasesName);

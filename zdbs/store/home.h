@@ -131,6 +131,7 @@ private:
 
     UserTable readUsers() const;
     void changeUsers(const std::function<void(UserTable &)> &change);
+    void replaceUsers(const std::function<void(UserTable &)> &change);
     std::shared_ptr<Environment> environment(std::string_view database) const;
     void removeLeftovers() const;
 

@@ -80,8 +80,8 @@ void makePrivateDirectory(const std::filesystem::path &path) {
     if (::chmod(path.c_str(), directoryMode) != 0) throwWriteError(errno, path);
 }
 
-void makePrivate(const std::filesystem::path &path) {
-    if (::chmod(path.c_str(), fileMode) != 0) throwWriteError(errno, path);
+void makePrivateFile(const std::filesystem::path &path) {
+    openFor(path, O_WRONLY | O_CREAT | O_TRUNC);
 }
 
 void replacePrivateFile(const std::filesystem::path &path, std::string_view content) {

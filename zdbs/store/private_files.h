@@ -54,8 +54,8 @@ private:
 /** Mode 0700. Throws as throwWriteError(). */
 void makePrivateDirectory(const std::filesystem::path &path);
 
-/** Mode 0600 for a file that is there. Throws as throwWriteError(). */
-void makePrivate(const std::filesystem::path &path);
+/** An empty file of mode 0600. Throws as throwWriteError(). */
+void makePrivateFile(const std::filesystem::path &path);
 
 /**
  * Puts a file of mode 0600 in the place of the one that may be there: readers see

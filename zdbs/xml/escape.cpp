@@ -1,5 +1,8 @@
 #include "zdbs/xml/escape.h"
 
+#include <algorithm>
+#include <array>
+
 namespace zdbs {
 namespace {
 
@@ -22,25 +25,40 @@ std::string_view replacement(char c) {
     }
 }
 
-void writeReplacing(XmlSink &sink, std::string_view text, std::string_view special) {
-    while (!text.empty()) {
-        const std::size_t plain = text.find_first_of(special);
-        sink.write(text.substr(0, plain));
-        if (plain == std::string_view::npos) return;
-        sink.write(replacement(text[plain]));
-        text.remove_prefix(plain + 1);
+/** For every byte whether it must be replaced. */
+using ByteSet = std::array<bool, 256>;
+
+constexpr ByteSet bytes(std::string_view members) {
+    ByteSet set{};
+    for (const char c : members)
+        set[static_cast<unsigned char>(c)] = true;
+    return set;
+}
+
+constexpr ByteSet inText = bytes("&<>\r");
+// ">" too: some readers that are no parsers look for the end of a tag by it.
+constexpr ByteSet inAttribute = bytes("&<>\"\t\n\r");
+
+void writeReplacing(XmlSink &sink, std::string_view text, const ByteSet &special) {
+    const auto isSpecial = [&special](char c) { return special[static_cast<unsigned char>(c)]; };
+    auto from = text.begin();
+    while (from != text.end()) {
+        const auto plainEnd = std::find_if(from, text.end(), isSpecial);
+        if (plainEnd != from) sink.write({from, plainEnd});
+        if (plainEnd == text.end()) return;
+        sink.write(replacement(*plainEnd));
+        from = plainEnd + 1;
     }
 }
 
 }  // namespace
 
 void writeEscapedText(XmlSink &sink, std::string_view text) {
-    writeReplacing(sink, text, "&<>\r");
+    writeReplacing(sink, text, inText);
 }
 
 void writeEscapedAttribute(XmlSink &sink, std::string_view value) {
-    // ">" too: some readers that are no parsers look for the end of a tag by it.
-    writeReplacing(sink, value, "&<>\"\t\n\r");
+    writeReplacing(sink, value, inAttribute);
 }
 
 std::string escapedText(std::string_view text) {

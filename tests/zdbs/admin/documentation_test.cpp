@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -60,12 +61,9 @@ protected:
         EXPECT_EQ(result.ending, support::exited(0)) << result.err;
         EXPECT_EQ(result.err, "");
         std::vector<std::string> lines;
-        std::string line;
-        for (const char byte : result.out) {
-            if (byte != '\n')
-                line += byte;
-            else if (!std::exchange(line, "").empty())
-                lines.push_back(line);
+        std::istringstream out(result.out);
+        for (std::string line; std::getline(out, line);) {
+            if (!line.empty()) lines.push_back(line);
         }
         return lines;
     }

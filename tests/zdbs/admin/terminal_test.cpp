@@ -78,6 +78,36 @@ TEST_F(Terminal, ShowsTypingAgainWhenASignalEndsIt) {
     EXPECT_THAT(home()->users(), IsEmpty());
 }
 
+TEST_F(Terminal, AsksAgainBehindAStop) {
+    TerminalProgram program(command({"user", "add", "alice"}));
+    for (int turn = 0; turn < 3; ++turn) {
+        ASSERT_TRUE(program.expect("Password for alice: "));
+        ASSERT_TRUE(program.waitForEcho(false));
+        // Nobody could continue it here, so that the system does not stop it.
+        if (turn < 2) program.signal(SIGTSTP);
+    }
+    program.type("secret\n");
+    ASSERT_TRUE(program.expect("The same again: "));
+    ASSERT_TRUE(program.waitForEcho(false));
+    program.type("secret\n");
+    EXPECT_EQ(program.finish(), exited(0));
+    EXPECT_TRUE(home()->authenticate("alice", "secret"));
+}
+
+TEST_F(Terminal, StillIgnoresSignalsThatWereIgnored) {
+    support::Command ignoring = command({"user", "add", "alice"});
+    ignoring.ignoredSignals = {SIGHUP};
+    TerminalProgram program(ignoring);
+    for (const char *prompt : {"Password for alice: ", "The same again: "}) {
+        ASSERT_TRUE(program.expect(prompt));
+        ASSERT_TRUE(program.waitForEcho(false));
+        program.signal(SIGHUP);
+        program.type("secret\n");
+    }
+    EXPECT_EQ(program.finish(), exited(0));
+    EXPECT_TRUE(home()->authenticate("alice", "secret"));
+}
+
 TEST_F(Terminal, ShowsTypingAgainWhenItIsCancelled) {
     for (const char *key : {"\003", "\004"}) {
         TerminalProgram program(command({"user", "add", "alice"}));

@@ -155,6 +155,15 @@ TEST(AttributesAsChildren, AreSeenAfterTheChainHasBeenFollowed) {
     EXPECT_EQ(desk.ids("XPATH(child,1,3,1)"), "5") << "a[@x]";
 }
 
+/** a[node()/parent::b]: what is left of node() here is an attribute, but no child is. */
+TEST(AttributesAsChildren, AreNotMadeOfAFirstStepThatHadOtherNodesToo) {
+    Desk desk("<a><b x='1'/></a>");
+    desk.find({element("b"), "N_ID=$", "XPATH(parent,2,1,2)"});
+    EXPECT_EQ(desk.ids("S=3"), "2");
+    desk.find({"N_TYPE=ELEMENT"});
+    EXPECT_EQ(desk.ids("XPATH(child,4,3,1)"), "");
+}
+
 TEST(AttributesAsChildren, HoldForAFirstStepOfAttributes) {
     Desk desk("<r><a x='1'><b/></a><a><b/></a></r>");  // 2 a, 3 @x, 4 b, 5 a, 6 b
     desk.find({element("a"), attribute("x"), element("b"), "XPATH(following,2,3,2)"});

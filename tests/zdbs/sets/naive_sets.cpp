@@ -122,12 +122,13 @@ bool NaiveSets::isInChain(std::size_t set, std::size_t end) const {
 
 NaiveSets::Set NaiveSets::joinFirst(Axis axis, std::size_t a, std::size_t b) const {
     std::vector<Point> second = secondSide(b);
+    Step step = stepTo(axis, second);
     const std::vector<Link> &chain = sets_[b].chain;
     if (!chain.empty() && !isInChain(a, b)) {
         second = firstSide(chain.front().from);
+        step = stepTo(axis, second);
         std::erase_if(second, [&](Point point) { return !reaches(point, chain, 0, b); });
     }
-    Step step = stepTo(axis, second);
     Set result;
     for (Point x : firstSide(a)) {
         bool hasPartner = std::any_of(second.begin(), second.end(),

@@ -9,8 +9,8 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace zdbs {
@@ -22,13 +22,17 @@ std::string fileText(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/** The enumerators of the header, by number. */
+/** The enumerators of the header, by number: lines like "    noSet = 28,". */
 std::map<int, std::string> enumerators() {
-    std::string text = fileText(std::string(SOURCE_DIRECTORY) + "/zdbs/status/status.h");
-    std::regex line(R"(\n    (\w+) = (\d+),)");
+    std::istringstream lines(fileText(std::string(SOURCE_DIRECTORY) + "/zdbs/status/status.h"));
     std::map<int, std::string> result;
-    for (std::sregex_iterator i(text.begin(), text.end(), line), end; i != end; ++i) {
-        result.emplace(std::stoi((*i)[2]), (*i)[1]);
+    for (std::string line; std::getline(lines, line);) {
+        std::size_t sign = line.find(" = ");
+        bool isEnumerator = line.starts_with("    ") && line.ends_with(',') &&
+                            sign != std::string::npos &&
+                            line.find_first_not_of("0123456789,", sign + 3) == std::string::npos;
+        if (isEnumerator)
+            result.emplace(std::stoi(line.substr(sign + 3)), line.substr(4, sign - 4));
     }
     return result;
 }

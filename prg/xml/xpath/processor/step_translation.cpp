@@ -14,7 +14,8 @@ bool IsAnyNodeTest(const XPathNodeTest *test) {
     return typeTest != nullptr && typeTest->GetNodeType() == NTYPE_NODE;
 }
 
-// The axes along which a step reads nothing without a set to start from. All messages are kept as
+// The axes along which a step reads nothing without a set to start from. A wildcard step is one
+// itself, for it stands on the stack already: kept. All messages are kept as
 // they have always been, the doubled and the wrong word of the sibling axes included.
 void RequireContext(const XPathAxis &axis, bool hasContext) {
     if (hasContext) return;
@@ -46,7 +47,8 @@ SearchSet *ZXProcessorMain::ProcessStep(XPathLocationStep *node, std::int32_t co
         RaiseXPathException("INTERNAL ERROR: Invalid location step type!");
     }
     // Judged before a wildcard step puts itself on the stack: "/*" is a root step, too.
-    const bool hasContext = PeekExpr() != nullptr;
+    const bool isRoot =
+        step->GetStepParent() == XPATH_STEP_PARENT_IMMEDIATE && PeekExpr() == nullptr;
     XPathNodeTest *test = step->GetAxis()->GetNodeTest();
     if ((test != nullptr && test->HasWildcard()) || IsAnyNodeTest(test)) {
         // Stays beside the step's own set, which is made below.
@@ -54,23 +56,20 @@ SearchSet *ZXProcessorMain::ProcessStep(XPathLocationStep *node, std::int32_t co
         AddUniversalSet(step);
     }
     if (dynamic_cast<XPathFunction *>(test) != nullptr) return ProcessContains(step, context);
-    return ProcessAxisStep(step, hasContext, context);
+    return ProcessAxisStep(step, isRoot, context);
 }
 
-SearchSet *ZXProcessorMain::ProcessAxisStep(XPathAxisLocationStep *step, bool hasContext,
+SearchSet *ZXProcessorMain::ProcessAxisStep(XPathAxisLocationStep *step, bool isRoot,
                                             std::int32_t context) {
     const XPathAxis &axis = *step->GetAxis();
-    if (axis.IsChild() || axis.IsDescendant()) {
-        const bool isRoot = step->GetStepParent() == XPATH_STEP_PARENT_IMMEDIATE && !hasContext;
-        return ProcessDownStep(step, isRoot, context);
-    }
+    if (axis.IsChild() || axis.IsDescendant()) return ProcessDownStep(step, isRoot, context);
     if (axis.IsFollowing() || axis.IsFollowingSibling() || axis.IsPreceding() ||
         axis.IsPrecedingSibling()) {
-        RequireContext(axis, hasContext);
+        RequireContext(axis, PeekExpr() != nullptr);
         return ProcessSideStep(step, context);
     }
     if (axis.IsParent() || axis.IsAncestor() || axis.IsAncestorOrSelf()) {
-        RequireContext(axis, hasContext);
+        RequireContext(axis, PeekExpr() != nullptr);
         return ProcessUpStep(step, context);
     }
     if (axis.IsDescendantOrSelf()) {

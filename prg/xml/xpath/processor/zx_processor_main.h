@@ -118,7 +118,7 @@ private:
 
     // Steps
     SearchSet *ProcessStep(XPathLocationStep *node, std::int32_t context);
-    SearchSet *ProcessAxisStep(XPathAxisLocationStep *step, bool hasContext, std::int32_t context);
+    SearchSet *ProcessAxisStep(XPathAxisLocationStep *step, bool isRoot, std::int32_t context);
     SearchSet *ProcessDownStep(XPathAxisLocationStep *step, bool isRoot, std::int32_t context);
     SearchSet *ProcessSideStep(XPathAxisLocationStep *step, std::int32_t context);
     SearchSet *ProcessUpStep(XPathAxisLocationStep *step, std::int32_t context);
