@@ -60,6 +60,6 @@ function(vexa_test name)
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE vexa_warnings ${ARG_LINK} GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." PROPERTIES TIMEOUT 300
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." PROPERTIES TIMEOUT 900
     DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
 endfunction()

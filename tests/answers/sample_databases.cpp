@@ -48,6 +48,10 @@ void require(const support::ProgramResult &result, const std::string &what) {
 
 }  // namespace
 
+void PrintTo(const Sample &sample, std::ostream *out) {
+    *out << sample.database;
+}
+
 const Sample &garden() {
     static const Sample sample = {"garden", ANSWERS_DIR "/data/garden.xml"};
     return sample;

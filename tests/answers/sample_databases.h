@@ -2,7 +2,10 @@
 #ifndef TESTS_ANSWERS_SAMPLE_DATABASES_H
 #define TESTS_ANSWERS_SAMPLE_DATABASES_H
 
+#include <iosfwd>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/piped_program.h"
@@ -15,6 +18,9 @@ struct Sample {
     std::string database;
     std::string file;
 };
+
+/** For the names of tests. */
+void PrintTo(const Sample &sample, std::ostream *out);
 
 /** Ours: small, a bit of everything. */
 const Sample &garden();

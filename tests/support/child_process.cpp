@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,6 +86,7 @@ int millisecondsUntil(Clock::time_point deadline) {
 }
 
 void execute(const Command &command) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // nothing is left behind when the test itself is killed
     setSignals(command.ignoredSignals);
     std::vector<std::string> arguments = {command.program};
     arguments.insert(arguments.end(), command.arguments.begin(), command.arguments.end());

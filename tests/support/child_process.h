@@ -16,7 +16,7 @@ namespace support {
 using Clock = std::chrono::steady_clock;
 
 /** How long a driver waits for anything before it gives up: only a hanging program meets it. */
-inline constexpr std::chrono::seconds patience{120};
+inline constexpr std::chrono::seconds patience{60};
 
 struct Command {
     std::string program;
@@ -38,7 +38,7 @@ struct Ending {
 
 Ending exited(int status);
 Ending killedBy(int signal);
-/** "exit status 0", "signal 15", "still running after 120 s (killed)". */
+/** "exit status 0", "signal 15", "still running after 60 s". */
 std::string toString(const Ending &ending);
 void PrintTo(const Ending &ending, std::ostream *out);
 

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tests/zdbs/session/fake_engine.h"
+#include "zdbs/session/nested_scope.h"
 
 namespace zdbs {
 namespace {
@@ -256,6 +257,29 @@ TEST_F(SessionTest, DropsFromItsSetsWhatIsGone) {
     EXPECT_EQ(session_->record(2, 1).record, 4U);
     execute({"FIND XPATH(child,2,0,2)", "FIND XPATH(SELF,3,3,1,EQ,1)"});
     EXPECT_EQ(last(), "S5: 1 records, 1 hits");
+}
+
+TEST_F(SessionTest, SeesOneStateInANestedRequestAndHasItsOwnSetsAgainAfterwards) {
+    execute({"BASE more", "DEFINE FIND MIN=0"});
+    engine_->store("more", "<c><d/></c>");
+    {
+        NestedScope scope(*session_);
+        EXPECT_EQ(last(), "There is no set.");
+        EXPECT_EQ(session_->settings().findMin, 1);
+        execute({"FIND N_ID=$"});
+        EXPECT_EQ(last(), "S1: 2 records, 2 hits") << "the newest state";
+        engine_->store("more", "<c><d/><d/></c>");
+        session_->saveStatus();
+        execute({"FIND N_ID=$", "DELETE S=1"});
+        EXPECT_EQ(last(), "S2: 2 records, 2 hits");
+        EXPECT_EQ(scope.made().size(), 2U);
+        EXPECT_EQ(scope.set(2)->size(), 2);
+    }
+    EXPECT_EQ(last(), "S1: 1 records, 1 hits");
+    EXPECT_EQ(session_->settings().findMin, 0);
+    session_->saveStatus();
+    execute({"FIND N_ID=$"});
+    EXPECT_EQ(last(), "S2: 3 records, 3 hits");
 }
 
 TEST_F(SessionTest, ClosesADatabaseThatIsNoLongerGranted) {

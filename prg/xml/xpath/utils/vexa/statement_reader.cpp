@@ -106,10 +106,10 @@ bool Vexa::readStatement(CStringBuffer &sb) {
 /** At the end of input: whether that is the end of all statements. If not, reading can go on. */
 bool Vexa::endsStatements(const CStringBuffer &sb) {
     std::clearerr(m_pInput);
-    if (m_bContinueFromStdin) resetInput();
-    if (sb.length() == 0) {
-        if (!m_bContinueFromStdin) return true;
-        m_nScriptLine = 0;
+    if (m_bContinueFromStdin) {
+        resetInput();
+    } else if (sb.length() == 0) {
+        return true;
     }
     if (++m_nEndsOfInput > 1) waitForInput(pauseAfter(m_nEndsOfInput));
     return false;

@@ -17,9 +17,9 @@ using ::testing::HasSubstr;
 
 /**
  * At one try a second after the first few, a test that takes as long as its patience lets pass
- * sees some 130 of them; a shell that does not wait makes that many in a millisecond.
+ * sees some 70 of them; a shell that does not wait makes that many in a millisecond.
  */
-constexpr size_t mostTries = 300;
+constexpr size_t mostTries = 200;
 
 size_t count(const std::string &text, const std::string &part) {
     size_t found = 0;
