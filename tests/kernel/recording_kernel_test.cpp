@@ -137,6 +137,16 @@ TEST_F(RecordingKernel, failsTheLoginOfTheScript) {
     EXPECT_EQ(message(46), "Go away.");
 }
 
+TEST_F(RecordingKernel, leavesMessagesUnterminatedWhenTheScriptWantsIt) {
+    answers("messages unterminated\n");
+    const int32_t status = ZdbExecuteCcl("NONSENSE", nullptr);
+    std::string text(40, '.');
+    int32_t length = 32;
+    ZdbMessage(status, text.data(), &length);
+    EXPECT_EQ(length, 25);
+    EXPECT_EQ(text, "Unknown command: NONSENSE~~~~~~~........");
+}
+
 TEST_F(RecordingKernel, failsWhatElseTheScriptWants) {
     answers("get-search-fails 2\nsave-status-fails\nload-status-fails\nrecord-control-fails\n");
     executes("FIND a");
@@ -151,13 +161,15 @@ TEST_F(RecordingKernel, failsWhatElseTheScriptWants) {
 }
 
 TEST_F(RecordingKernel, tellsAboutDatabasesWhatTheScriptSays) {
-    answers("database texts 0\ndatabase odd 7 2\n");
+    answers("database texts 0\ndatabase odd 7 2\ndatabase-fails lost\n");
     int32_t result = 5;
     EXPECT_EQ(ZdbBaseInfo("plays", 1, nullptr, &result), 1);
     EXPECT_EQ(result, 1);
     EXPECT_EQ(ZdbBaseInfo("texts", 1, nullptr, &result), 1);
     EXPECT_EQ(result, 0);
     EXPECT_EQ(ZdbBaseInfo("odd", 1, nullptr, &result), 2);
+    EXPECT_EQ(result, 7);
+    EXPECT_EQ(ZdbBaseInfo("lost", 1, nullptr, &result), 2);
     EXPECT_EQ(result, 7);
 }
 

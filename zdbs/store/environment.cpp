@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "zdbs/status/status.h"
+#include "zdbs/store/lmdb_values.h"
 #include "zdbs/store/private_files.h"
 #include "zdbs/store/records.h"
 
@@ -25,9 +26,6 @@ constexpr std::size_t smallestMap = std::size_t{1} << 26;
 
 constexpr std::array<const char *, tableCount> tableNames = {"meta",  "documents", "documentNames",
                                                              "names", "blocks",    "longElements"};
-
-/** LMDB reported that the map is full; ends a run of WriteTransaction::run(). */
-struct MapFull {};
 
 /** A file as the system knows it, under whatever path. */
 using FileIdentity = std::pair<dev_t, ino_t>;
@@ -46,7 +44,7 @@ Registry &registry() {
 }
 
 std::filesystem::path dataFile(const std::filesystem::path &directory) {
-    return directory / "data.mdb";
+    return directory / Environment::dataFileName;
 }
 
 std::filesystem::path lockFile(const std::filesystem::path &directory) {
@@ -65,42 +63,6 @@ bool anyoneMayWrite(const std::filesystem::path &path) {
     struct stat file {};
     return ::stat(path.c_str(), &file) != 0 || (file.st_mode & 0222) != 0;
 }
-
-MDB_val toVal(std::string_view bytes) {
-    // LMDB takes keys and records through pointers to non-const and leaves them alone.
-    return {bytes.size(), const_cast<char *>(bytes.data())};
-}
-
-std::string_view toView(const MDB_val &value) {
-    return {static_cast<const char *>(value.mv_data), value.mv_size};
-}
-
-class Cursor {
-public:
-    Cursor(MDB_txn *transaction, MDB_dbi table)
-        : error_(::mdb_cursor_open(transaction, table, &cursor_)) {}
-    ~Cursor() {
-        if (cursor_) ::mdb_cursor_close(cursor_);
-    }
-    Cursor(const Cursor &) = delete;
-    Cursor &operator=(const Cursor &) = delete;
-
-    /** Moves; `key` is where to for MDB_SET_RANGE. Answers LMDB's error number. */
-    int move(MDB_cursor_op where, std::string_view key = {}) {
-        if (error_ != MDB_SUCCESS) return error_;
-        key_ = toVal(key);
-        return ::mdb_cursor_get(cursor_, &key_, &record_, where);
-    }
-    std::string_view key() const { return toView(key_); }
-    std::string_view record() const { return toView(record_); }
-    int remove() { return ::mdb_cursor_del(cursor_, 0); }
-
-private:
-    MDB_cursor *cursor_ = nullptr;
-    int error_;
-    MDB_val key_{};
-    MDB_val record_{};
-};
 
 }  // namespace
 
@@ -304,121 +266,6 @@ void Environment::fail(int error) const {
             if (error > 0) throwWriteError(error, dataFile(directory_));
             throw Failure(Status::storeFailed, {place + ": " + text});
     }
-}
-
-ReadTransaction::ReadTransaction(std::shared_ptr<Environment> environment)
-    : environment_(std::move(environment)), transaction_(environment_->beginRead()) {}
-
-ReadTransaction::~ReadTransaction() {
-    environment_->endRead(transaction_);
-}
-
-std::optional<std::string_view> ReadTransaction::get(Table table, std::string_view key) const {
-    MDB_val keyVal = toVal(key);
-    MDB_val record{};
-    const MDB_dbi handle = environment_->tables_[static_cast<std::size_t>(table)];
-    const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
-    if (error == MDB_NOTFOUND) return std::nullopt;
-    if (error != MDB_SUCCESS) environment_->fail(error);
-    return toView(record);
-}
-
-void ReadTransaction::forEach(
-    Table table, const std::function<bool(std::string_view, std::string_view)> &visit) const {
-    Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
-    int error = cursor.move(MDB_FIRST);
-    while (error == MDB_SUCCESS && visit(cursor.key(), cursor.record()))
-        error = cursor.move(MDB_NEXT);
-    if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
-}
-
-bool ReadTransaction::hasFrom(Table table, std::string_view first) const {
-    Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
-    const int error = cursor.move(MDB_SET_RANGE, first);
-    if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
-    return error == MDB_SUCCESS;
-}
-
-TableSize ReadTransaction::size(Table table) const {
-    MDB_stat stat{};
-    const MDB_dbi handle = environment_->tables_[static_cast<std::size_t>(table)];
-    const int error = ::mdb_stat(transaction_, handle, &stat);
-    if (error != MDB_SUCCESS) environment_->fail(error);
-    const std::uint64_t pages = stat.ms_branch_pages + stat.ms_leaf_pages + stat.ms_overflow_pages;
-    return {pages * stat.ms_psize, stat.ms_entries};
-}
-
-void WriteTransaction::run(Environment &environment,
-                           const std::function<void(WriteTransaction &)> &work) {
-    if (environment.readOnly_) throwWriteError(EROFS, dataFile(environment.directory_));
-    for (;;) {
-        try {
-            WriteTransaction transaction(environment);
-            work(transaction);
-            transaction.commit();
-            return;
-        } catch (const MapFull &) {
-            environment.grow();
-        }
-    }
-}
-
-WriteTransaction::WriteTransaction(Environment &environment) : environment_(environment) {
-    if (environment_.broken_)
-        throw Failure(Status::storeFailed, {environment_.directory_.native() +
-                                            ": a write failed before, and this process ends"});
-    check(::mdb_txn_begin(environment_.env_, nullptr, 0, &transaction_));
-}
-
-WriteTransaction::~WriteTransaction() {
-    if (transaction_) ::mdb_txn_abort(transaction_);
-}
-
-void WriteTransaction::commit() {
-    check(::mdb_txn_commit(std::exchange(transaction_, nullptr)));
-}
-
-void WriteTransaction::check(int error) const {
-    if (error == MDB_SUCCESS) return;
-    if (error == MDB_MAP_FULL || error == MDB_MAP_RESIZED) throw MapFull{};
-    environment_.broken_ = true;
-    environment_.fail(error);
-}
-
-std::optional<std::string> WriteTransaction::get(Table table, std::string_view key) const {
-    MDB_val keyVal = toVal(key);
-    MDB_val record{};
-    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
-    const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
-    if (error == MDB_NOTFOUND) return std::nullopt;
-    check(error);
-    return std::string(toView(record));
-}
-
-void WriteTransaction::put(Table table, std::string_view key, std::string_view record) {
-    MDB_val keyVal = toVal(key);
-    MDB_val recordVal = toVal(record);
-    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
-    check(::mdb_put(transaction_, handle, &keyVal, &recordVal, 0));
-}
-
-void WriteTransaction::remove(Table table, std::string_view key) {
-    MDB_val keyVal = toVal(key);
-    const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
-    const int error = ::mdb_del(transaction_, handle, &keyVal, nullptr);
-    if (error != MDB_NOTFOUND) check(error);
-}
-
-void WriteTransaction::removeRange(Table table, std::string_view first,
-                                   std::optional<std::string_view> last) {
-    Cursor cursor(transaction_, environment_.tables_[static_cast<std::size_t>(table)]);
-    int error = cursor.move(MDB_SET_RANGE, first);
-    while (error == MDB_SUCCESS && (!last || cursor.key() <= *last)) {
-        check(cursor.remove());
-        // What followed is under the cursor now; at the end of a page only MDB_NEXT sees that.
-        error = cursor.move(MDB_SET_RANGE, first);
-    }
-    if (error != MDB_NOTFOUND) check(error);
 }
 
 }  // namespace zdbs

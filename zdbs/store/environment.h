@@ -44,6 +44,8 @@ struct TableSize {
  */
 class Environment {
 public:
+    static constexpr const char *dataFileName = "data.mdb";
+
     /**
      * Opens the database in that directory, or shares the one that is open; then
      * `mapSize` is not looked at. Read-only where the data file cannot be written.

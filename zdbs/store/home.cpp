@@ -32,7 +32,6 @@ constexpr const char *homeSetting = "ZDBS_HOME";
 constexpr const char *usersName = "users";
 constexpr const char *lockName = "lock";
 constexpr const char *databasesName = "databases";
-constexpr const char *dataFileName = "data.mdb";
 
 std::string setting(const char *name) {
     char *value = ZfxReadRCS(name);
@@ -182,7 +181,7 @@ fs::path Home::databasePath(std::string_view database) const {
 bool Home::hasDatabase(std::string_view database) const {
     if (!isValidName(database)) return false;
     std::error_code ignored;
-    return fs::exists(databasePath(database) / dataFileName, ignored);
+    return fs::exists(databasePath(database) / Environment::dataFileName, ignored);
 }
 
 std::vector<std::string> Home::databases() const {

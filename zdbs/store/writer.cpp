@@ -1,6 +1,7 @@
 #include "zdbs/store/writer.h"
 
 #include <cassert>
+#include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -51,6 +52,7 @@ public:
               keepBack(Table::blocks, first, std::move(block));
           }) {
         if (!lock_.isAt(lockPath())) throw Failure(Status::unknownDatabase, {databaseName()});
+        if (environment_->readOnly()) throwWriteError(EROFS, lockPath());
         environment_->removeDeadReaders();
         readCommitted();
     }

@@ -124,8 +124,11 @@ int32_t ZdbStopZarn(int32_t mode) {
 
 int32_t ZdbMessage(int32_t status, char *text, int32_t *length) {
     if (text == nullptr || length == nullptr) return session().fail("No buffer for a message.");
-    const int32_t capacity = *length;
+    const int32_t capacity = std::max<int32_t>(*length, 0);
+    const bool unterminated = session().script().unterminatedMessages;
+    if (unterminated) std::memset(text, '~', static_cast<size_t>(capacity));
     putText(session().message(status), text, length);
+    if (unterminated && *length < capacity) text[*length] = '~';
     logLine(call("ZdbMessage", std::to_string(status) + ", " + std::to_string(capacity), success) +
             " " + quoted(session().message(status)));
     return success;
@@ -174,6 +177,10 @@ int32_t ZdbBaseInfo(const char *database, int32_t item, char *info, int32_t *res
     const auto found = databases.find(database == nullptr ? "" : database);
     const recording::BaseAnswer answer =
         found == databases.end() ? recording::BaseAnswer{} : found->second;
+    if (!answer.writes) {
+        logLine(call("ZdbBaseInfo", quoted(database) + ", " + std::to_string(item), answer.status));
+        return answer.status;
+    }
     // All 64 bytes are written, without a NUL: a caller with a shorter buffer shows up.
     if (info != nullptr) std::memset(info, 'i', 64);
     put(result, answer.result);

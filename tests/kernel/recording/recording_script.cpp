@@ -117,7 +117,7 @@ void hitWord(Script &script, Arguments &in) {
 
 void database(Script &script, Arguments &in) {
     const std::string name = in.word();
-    BaseAnswer answer{in.number(), 1};
+    BaseAnswer answer{in.number()};
     if (in.hasMore()) answer.status = in.number();
     script.databases[name] = answer;
 }
@@ -144,6 +144,8 @@ const std::map<std::string, Action> &actions() {
     static const std::map<std::string, Action> table = {
         {"word", commandWord},
         {"words", [](Script &s, Arguments &in) { s.paddedWords = in.word() == "padded"; }},
+        {"messages",
+         [](Script &s, Arguments &in) { s.unterminatedMessages = in.word() == "unterminated"; }},
         {"symbol-fails", [](Script &s, Arguments &in) { s.failingSymbols.insert(in.word()); }},
         {"login-fails", login},
         {"command-fails", failingCommand},
@@ -155,6 +157,10 @@ const std::map<std::string, Action> &actions() {
         {"record-fails", [](Script &s, Arguments &in) { s.failingRecords.insert(in.number()); }},
         {"hit", hitWord},
         {"database", database},
+        {"database-fails",
+         [](Script &s, Arguments &in) {
+             s.databases[in.word()] = {0, 2, false};
+         }},
         {"export-document", [](Script &s, Arguments &in) { s.document = in.text(); }},
         {"export-repeat", [](Script &s, Arguments &in) { s.documentRepeats = in.number(); }},
         {"export-null", [](Script &s, Arguments &) { s.nullDocument = true; }},

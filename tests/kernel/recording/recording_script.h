@@ -7,8 +7,9 @@
  *
  *   word SYMBOL TEXT                 the command word handed out for a symbol
  *   words padded                     words are filled with blanks to the capacity, without a NUL
- *   symbol-fails SYMBOL              ZdbShellSymbol fails for the symbol and leaves the buffer
- * alone login-fails STATUS TEXT          ZdbStartZarn returns STATUS, whose message is TEXT
+ *   symbol-fails SYMBOL              ZdbShellSymbol fails for the symbol and writes nothing
+ *   messages unterminated            rubbish follows the text of a message, and no NUL
+ *   login-fails STATUS TEXT          ZdbStartZarn returns STATUS, whose message is TEXT
  *   command-fails PATTERN => TEXT    a command that matches the shell pattern fails with TEXT
  *   nth-command-fails N TEXT         the N-th command since the login (from 1) fails with TEXT
  *   get-search-fails N               the N-th ZdbGetSearch since the login fails
@@ -18,6 +19,7 @@
  *   hit ORDINAL PART FIELD PARAGRAPH ITEM WORD LENGTH
  *                                    one more hit word of the record at that place
  *   database NAME RESULT [STATUS]    what ZdbBaseInfo tells (default: 1, status 1)
+ *   database-fails NAME              ZdbBaseInfo fails and writes nothing
  *   export-document TEXT             the document that ZdbExport hands out
  *   export-repeat N                  ... N times over
  *   export-null                      ZdbExport succeeds without a document
@@ -58,6 +60,7 @@ struct HitWord {
 struct BaseAnswer {
     int32_t result = 1;
     int32_t status = 1;
+    bool writes = true;
 };
 
 /** The answers of one session; what no directive changes has the value given here. */
@@ -68,6 +71,7 @@ struct Script {
     bool paddedWords = false;
     std::set<std::string> failingSymbols;
 
+    bool unterminatedMessages = false;
     int32_t loginStatus = 1;
     std::string loginMessage;
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -259,6 +260,60 @@ TEST(HomeDatabases, LeftHalfMadeOrHalfDroppedAreClearedAway) {
     EXPECT_FALSE(fs::exists(databases / ".new"));
     EXPECT_FALSE(fs::exists(databases / ".dropped"));
     EXPECT_THAT(treeText(*test.home->snapshot("new")), IsEmpty());
+}
+
+// As a user who may only read; root may write everything.
+bool becomeReaderOf(const fs::path &home) {
+    constexpr uid_t nobody = 65534;
+    for (const auto &entry : fs::recursive_directory_iterator(home)) {
+        const mode_t mode = entry.is_directory() ? 0500 : 0400;
+        if (::geteuid() == 0 && ::chown(entry.path().c_str(), nobody, nobody) != 0) return false;
+        if (::chmod(entry.path().c_str(), mode) != 0) return false;
+    }
+    if (::geteuid() != 0) return ::chmod(home.c_str(), 0500) == 0;
+    return ::chown(home.c_str(), nobody, nobody) == 0 && ::chmod(home.c_str(), 0500) == 0 &&
+           ::chmod(home.parent_path().c_str(), 0755) == 0 && ::setgid(nobody) == 0 &&
+           ::setuid(nobody) == 0;
+}
+
+/** Gives the directories back, so that they can be removed. */
+void makeWritable(const fs::path &home) {
+    ::chmod(home.c_str(), 0700);
+    for (const auto &entry : fs::recursive_directory_iterator(home)) {
+        if (entry.is_directory()) ::chmod(entry.path().c_str(), 0700);
+    }
+}
+
+bool isReadAndNotWritten(const fs::path &path) {
+    const auto home = Home::open(path);
+    const Status statuses[] = {
+        statusOf([&] { home->grant("alice", "*"); }),
+        statusOf([&] { home->addUser("bob", "x"); }),
+        statusOf([&] { home->createDatabase("more"); }),
+        statusOf([&] { home->dropDatabase("db"); }),
+        statusOf([&] { home->write("db"); }),
+    };
+    for (const Status status : statuses) {
+        if (status != Status::homeReadOnly) return false;
+    }
+    return home->authenticate("alice", "secret") && home->mayRead("alice", "db") &&
+           home->databases().size() == 1 && home->snapshot("db")->documents().empty();
+}
+
+TEST(HomeDatabases, ThatMayOnlyBeReadAreReadAndNotWritten) {
+    TestHome test;
+    test.home->addUser("alice", "secret");
+    test.home->grant("alice", "db");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool good =
+            becomeReaderOf(test.home->path()) && isReadAndNotWritten(test.home->path());
+        makeWritable(test.home->path());
+        ::_exit(good ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 void store(Home &home, const std::string &name, const std::string &value) {

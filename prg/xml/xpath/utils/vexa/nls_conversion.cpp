@@ -25,8 +25,8 @@ Converter openConverter(const char *name) {
 }
 
 /**
- * ICU can be built to take UTF-8 for the default whatever the locale says. The locale is right then,
- * unless it is the plain one, which knows ASCII only: UTF-8 has that and more.
+ * ICU can be built to take UTF-8 for the default whatever the locale says. The locale is right
+ * then, unless it is the plain one, which knows ASCII only: UTF-8 has that and more.
  */
 const char *defaultCharacterSet() {
     constexpr std::string_view plain = "ANSI_X3.4-1968";

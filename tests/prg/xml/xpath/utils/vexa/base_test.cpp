@@ -40,6 +40,12 @@ TEST_F(Base, statusOfTheQuestionForXmlIsIgnored) {
                  "Database texts does not exist or is not XML enabled.\n");
 }
 
+TEST_F(Base, withoutAnAnswerToTheQuestionForXmlIsRefused) {
+    kernelAnswers("database-fails lost\n");
+    expectResult(runStatements("BASE lost;\n"), session({""}),
+                 "Database lost does not exist or is not XML enabled.\n");
+}
+
 TEST_F(Base, anyResultButZeroMeansXml) {
     kernelAnswers("database plays -1\n");
     expectResult(runStatements("BASE plays;\n"), session({"<1>\t<1>\tBASE plays\n"}), "");

@@ -122,6 +122,11 @@ TEST_F(StartUp, longMessageOfARefusedLoginIsCut) {
                  banner + "Error #2: " + std::string(256, 'm') + "\n", "", 0);
 }
 
+TEST_F(StartUp, messageOfARefusedLoginEndsWhereTheKernelSaysSo) {
+    kernelAnswers("messages unterminated\nlogin-fails 2 No.\n");
+    expectResult(run({"-u", "ann", "-p", "secret"}), banner + "Error #2: No.\n", "", 0);
+}
+
 TEST_F(StartUp, batchScriptIsTheNextArgumentUnlessThatIsAnOption) {
     const std::string script = directory_.write("script.txt", "HIGHLIGHT;\n");
     expectResult(support::run(quietVexa({"-i", script}), "HELP;\n"),
