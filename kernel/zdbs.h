@@ -44,20 +44,20 @@ typedef void *ZdbHandle;
  * before use. The layout is binary interface; every offset is checked below.
  */
 typedef struct filter_data {
-    ZdbHandle record_control;  /**< zero */
-    ZdbHandle cursor;          /**< zero */
-    ZdbHandle filter_address;  /**< zero */
-    char filter_name[32];      /**< in: name of the filter, "zarnxmlquery" */
-    char filter_lib_env[32];   /**< zero */
-    char *buffer;              /**< out: the document; the caller frees it */
-    int32_t buffer_length;     /**< out: length of the document in bytes */
-    char *filter_arguments;    /**< in: "KEY=value" lines, UTF-8 */
-    int32_t arg_length;        /**< in: length of the arguments in bytes */
-    int32_t filter_options;    /**< in: ZDB_FILTER_HIGHLIGHT or 0 */
-    int32_t zdb_options;       /**< in: always 4 */
-    int32_t blockno;           /**< zero */
-    int32_t errorcode;         /**< zero; out: status of a failure */
-    char errortext[256];       /**< out: text of a failure, may stay empty */
+    ZdbHandle record_control; /**< zero */
+    ZdbHandle cursor;         /**< zero */
+    ZdbHandle filter_address; /**< zero */
+    char filter_name[32];     /**< in: name of the filter, "zarnxmlquery" */
+    char filter_lib_env[32];  /**< zero */
+    char *buffer;             /**< out: the document; the caller frees it */
+    int32_t buffer_length;    /**< out: length of the document in bytes */
+    char *filter_arguments;   /**< in: "KEY=value" lines, UTF-8 */
+    int32_t arg_length;       /**< in: length of the arguments in bytes */
+    int32_t filter_options;   /**< in: ZDB_FILTER_HIGHLIGHT or 0 */
+    int32_t zdb_options;      /**< in: always 4 */
+    int32_t blockno;          /**< zero */
+    int32_t errorcode;        /**< zero; out: status of a failure */
+    char errortext[256];      /**< out: text of a failure, may stay empty */
 } FilterData;
 
 /** FilterData::filter_options: mark every hit in the exported document. */
