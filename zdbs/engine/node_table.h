@@ -12,6 +12,8 @@
 
 namespace zdbs {
 
+class PathTable;
+
 /** Record number of a node: 1 … 2 147 483 647; 0 is no node. */
 using NodeId = std::uint32_t;
 
@@ -73,6 +75,9 @@ public:
 
     /** The declarations written on an element, in order; empty for other nodes. */
     virtual std::vector<NamespaceDeclaration> namespaces(NodeId node) const = 0;
+
+    /** The same nodes by path, where the table keeps them so; null where it does not. */
+    virtual const PathTable *paths() const { return nullptr; }
 };
 
 }  // namespace zdbs

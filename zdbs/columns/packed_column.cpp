@@ -1,0 +1,1 @@
+#include "zdbs/columns/packed_column.h"

@@ -1,0 +1,1 @@
+#include "zdbs/columns/value_column.h"

@@ -1,0 +1,106 @@
+/** Columns of values with the indexes that find them. */
+#ifndef ZDBS_COLUMNS_VALUE_COLUMN_H
+#define ZDBS_COLUMNS_VALUE_COLUMN_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zdbs/values/value_test.h"
+
+namespace zdbs {
+
+/** What finds the values that pass a test. */
+enum class ValueIndex : std::uint8_t {
+    none,         ///< all values, or no value can pass
+    dictionary,   ///< the distinct values, then the rows that have them
+    textOrder,    ///< rows in order of text
+    numberOrder,  ///< rows in order of number
+    trigrams,     ///< blocks of values that can hold the literal, then a scan of those
+    scan,         ///< a scan of all values
+};
+
+/**
+ * A view of the values of consecutive rows, each a string of bytes. The bytes must
+ * outlive the view and need no alignment. Damaged bytes give wrong values, but
+ * nothing outside them is ever read. Any thread may read.
+ */
+class ValueColumn {
+public:
+    ValueColumn() = default;
+
+    /** REQUIRES isWhole(bytes). */
+    explicit ValueColumn(std::string_view bytes);
+
+    /** Whether the bytes can be a column: its parts fit into it. Constant time. */
+    static bool isWhole(std::string_view bytes);
+
+    std::uint32_t size() const;
+
+    /** REQUIRES row < size(). The view points into the bytes. */
+    std::string_view at(std::uint32_t row) const;
+
+    /**
+     * Appends to `rows`, ascending, `base` + each row whose value passes the test. The same
+     * rows as testing each with ValueTest::matches().
+     */
+    void select(const ValueTest &test, std::uint32_t base, std::vector<std::uint32_t> &rows) const;
+
+    /** Most rows that select() can find, without finding them; cheap. */
+    std::uint32_t estimate(const ValueTest &test) const;
+
+    /** Which index select() would use. */
+    ValueIndex indexFor(const ValueTest &test) const;
+
+    /** Bytes of each part, for `zdbs info`. */
+    struct Sizes {
+        std::uint64_t values = 0;  ///< the values and where they end, the dictionary
+        std::uint64_t textOrder = 0;
+        std::uint64_t numberOrder = 0;
+        std::uint64_t trigrams = 0;
+    };
+    Sizes sizes() const;
+
+    /**
+     * Compares every index with the values; answers what is wrong, in a few words each
+     * ("the order of numbers at row 17"), nothing when all is well. Reads everything.
+     */
+    std::vector<std::string> check() const;
+
+private:
+    std::string_view bytes_;
+};
+
+/** Collects values row by row and writes them as a column. */
+class ValueColumnBuilder {
+public:
+    ValueColumnBuilder();
+    ~ValueColumnBuilder();
+    ValueColumnBuilder(ValueColumnBuilder &&) noexcept;
+    ValueColumnBuilder &operator=(ValueColumnBuilder &&) noexcept;
+
+    void add(std::string_view value);
+
+    std::uint32_t size() const;
+
+    /** Bytes of memory that the values take so far. */
+    std::size_t bytes() const;
+
+    /** Forgets the last rows so that `size` are left. */
+    void truncate(std::uint32_t size);
+
+    /** Appends the column to `bytes` and is empty again. May run in another thread than add(). */
+    void finish(std::string &bytes);
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace zdbs
+
+#endif

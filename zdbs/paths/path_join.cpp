@@ -1,0 +1,1 @@
+#include "zdbs/paths/path_join.h"
