@@ -58,8 +58,8 @@ public:
 
     /** Bytes of each part, for `zdbs info`. */
     struct Sizes {
-        std::uint64_t values = 0;  ///< the values and where they end, the dictionary
-        std::uint64_t textOrder = 0;
+        std::uint64_t values = 0;     ///< the values and where they end, the dictionary
+        std::uint64_t textOrder = 0;  ///< with the rows by distinct value
         std::uint64_t numberOrder = 0;
         std::uint64_t trigrams = 0;
     };
@@ -75,14 +75,22 @@ private:
     std::string_view bytes_;
 };
 
-/** Collects values row by row and writes them as a column. */
+/**
+ * Collects values row by row and writes them as a column. Once moved from, a builder can only be
+ * assigned to or go.
+ */
 class ValueColumnBuilder {
 public:
+    /** Most rows, and bytes of values, that a column can have. */
+    static constexpr std::size_t maxRows = std::size_t{1} << 27U;
+    static constexpr std::size_t maxBytes = 0xFFFFFFFF;
+
     ValueColumnBuilder();
     ~ValueColumnBuilder();
     ValueColumnBuilder(ValueColumnBuilder &&) noexcept;
     ValueColumnBuilder &operator=(ValueColumnBuilder &&) noexcept;
 
+    /** REQUIRES that the column does not become larger than it can be. */
     void add(std::string_view value);
 
     std::uint32_t size() const;

@@ -61,16 +61,24 @@ bool ValueTest::ordered(std::string_view value) const {
 }
 
 std::vector<HitRange> ValueTest::hits(std::string_view value) const {
-    if (value.empty() || !matches(value)) return {};
-    if (relation_ != Relation::contains || literal_.empty()) return {{0, value.size()}};
-
     std::vector<HitRange> result;
+    addHits(value, result);
+    return result;
+}
+
+void ValueTest::addHits(std::string_view value, std::vector<HitRange> &ranges) const {
+    if (value.empty()) return;
+    const bool isWhole = relation_ != Relation::contains || literal_.empty();
+    if (isWhole) {
+        if (matches(value)) ranges.push_back({0, value.size()});
+        return;
+    }
+    if (!wellFormed_) return;
     std::size_t from = findText(value, literal_, 0);
     while (from != std::string_view::npos) {
-        result.push_back({from, literal_.size()});
+        ranges.push_back({from, literal_.size()});
         from = findText(value, literal_, from + literal_.size());
     }
-    return result;
 }
 
 std::size_t WordCounter::at(std::size_t offset) {

@@ -37,8 +37,17 @@ public:
      */
     std::vector<HitRange> hits(std::string_view value) const;
 
+    /** Appends the same to `ranges`. */
+    void addHits(std::string_view value, std::vector<HitRange> &ranges) const;
+
     Relation relation() const { return relation_; }
     const std::string &literal() const { return literal_; }
+
+    /** Whether the literal is UTF-8. */
+    bool isWellFormed() const { return wellFormed_; }
+
+    /** What the literal compares as when it compares as a number. */
+    std::optional<double> number() const { return number_; }
 
 private:
     bool equals(std::string_view value) const;
