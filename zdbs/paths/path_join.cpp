@@ -1,1 +1,261 @@
 #include "zdbs/paths/path_join.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "zdbs/paths/document_join.h"
+#include "zdbs/paths/irregular_join.h"
+#include "zdbs/paths/sibling_join.h"
+#include "zdbs/paths/vertical_join.h"
+
+namespace zdbs {
+namespace {
+
+using Roots = std::span<const DocumentIndex>;
+
+DocumentIndexes common(Roots a, Roots b) {
+    DocumentIndexes result;
+    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
+    return result;
+}
+
+DocumentIndexes merged(Roots a, Roots b) {
+    DocumentIndexes result;
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
+    return result;
+}
+
+/** Of more irregular nodes the general joins' passes cost less than looking up each one. */
+constexpr std::uint64_t mostIrregular = 100'000;
+
+/** The joins over one table; nothing where irregular paths stand in the way. */
+class PathJoins {
+public:
+    PathJoins(const NodeTable &nodes, const PathTable &table)
+        : nodes_(nodes), table_(table), documents_(nodes, table) {}
+
+    std::optional<PathSelection> keepFirst(Step step, const PathOperand &a, const PathOperand &b);
+    std::optional<PathNodes> keepSecond(Step step, const PathOperand &a, const PathNodes &b);
+
+private:
+    using MaybeNodes = std::optional<PathNodes>;
+    using MaybeSelection = std::optional<PathSelection>;
+
+    const Path &path(const PathPart &part) const { return table_.summary()[part.path]; }
+
+    template <typename Condition>
+    PathNodes partsWhere(const PathNodes &nodes, Condition condition) const {
+        PathNodes result;
+        for (const PathPart &part : nodes) {
+            if (condition(path(part))) result.push_back(part);
+        }
+        return result;
+    }
+
+    PathNodes withoutAttributes(const PathNodes &nodes) const {
+        return partsWhere(nodes, [](const Path &path) { return path.kind != NodeKind::attribute; });
+    }
+
+    /** The nodes that a step to a child or an attribute can reach. */
+    PathNodes reachableBelow(Step step, const PathNodes &nodes) const {
+        if (step.axis != Axis::attribute && step.attributesAreChildren) return nodes;
+        const bool attributes = step.axis == Axis::attribute;
+        return partsWhere(nodes, [attributes](const Path &path) {
+            return (path.kind == NodeKind::attribute) == attributes;
+        });
+    }
+
+    PathNodes atTop(const PathNodes &nodes) const {
+        return partsWhere(nodes, [](const Path &path) { return path.parent == noPath; });
+    }
+
+    PathNodes regular(const PathNodes &nodes) const {
+        return partsWhere(nodes, [](const Path &path) { return path.isRegular; });
+    }
+
+    PathNodes irregular(const PathNodes &nodes) const {
+        return partsWhere(nodes, [](const Path &path) { return !path.isRegular; });
+    }
+
+    bool isRegular(const PathNodes &nodes) const {
+        return table_.summary().irregular().empty() ||
+               std::all_of(nodes.begin(), nodes.end(),
+                           [this](const PathPart &part) { return path(part).isRegular; });
+    }
+
+    bool isEverythingAbove(const PathOperand &high) const;
+    MaybeNodes below(const PathOperand &high, const PathNodes &low, Depth depth) const;
+    MaybeNodes belowIrregular(const PathOperand &high, const PathNodes &low, Depth depth) const;
+    MaybeSelection aboveIrregular(const PathOperand &high, const PathNodes &low, Depth depth) const;
+    MaybeSelection above(const PathOperand &high, const PathNodes &low, Depth depth) const;
+    MaybeNodes besides(const PathNodes &candidates, const PathNodes &partners, bool after) const;
+
+    const NodeTable &nodes_;
+    const PathTable &table_;
+    DocumentJoin documents_;
+};
+
+/** Whether every root and every element is there. */
+bool PathJoins::isEverythingAbove(const PathOperand &high) const {
+    if (high.roots.size() != nodes_.documents().size()) return false;
+    const PathSummary &summary = table_.summary();
+    for (PathId each = 0; each < summary.size(); ++each) {
+        if (summary[each].kind != NodeKind::element || table_.liveRows(each)->isEmpty()) continue;
+        const PathPart *part = partOf(high.nodes, each);
+        if (part == nullptr || !isWhole(table_, *part)) return false;
+    }
+    return true;
+}
+
+/** The nodes of `low` that are below a node or a root of `high`. */
+PathJoins::MaybeNodes PathJoins::below(const PathOperand &high, const PathNodes &low,
+                                       Depth depth) const {
+    if (depth == Depth::any && high.roots.size() == nodes_.documents().size()) return low;
+    if (!isRegular(low)) return belowIrregular(high, low, depth);
+    // What is above a regular node is regular.
+    PathNodes result = nodesBelow(table_, high.nodes, low, depth);
+    if (high.roots.empty()) return result;
+    const PathNodes reached = depth == Depth::any ? low : atTop(low);
+    return united(table_, result, documents_.inDocuments(reached, high.roots));
+}
+
+/** The same where some of `low` is irregular: that by its nodes, when they are few. */
+PathJoins::MaybeNodes PathJoins::belowIrregular(const PathOperand &high, const PathNodes &low,
+                                                Depth depth) const {
+    if (high.nodes.empty() && high.roots.empty()) return PathNodes();
+    if (isEverythingAbove(high)) return low;
+    const PathNodes loose = irregular(low);
+    if (sizeOf(loose) > mostIrregular) return std::nullopt;
+    return united(table_, *below(high, regular(low), depth),
+                  IrregularJoin(nodes_, table_).below(high, loose, depth));
+}
+
+/** What of `high` is above a node of `low`. */
+PathJoins::MaybeSelection PathJoins::above(const PathOperand &high, const PathNodes &low,
+                                           Depth depth) const {
+    if (!isRegular(low)) return aboveIrregular(high, low, depth);
+    PathSelection result;
+    result.nodes = nodesAbove(table_, high.nodes, low, depth);
+    if (high.roots.empty()) return result;
+    const PathNodes reached = depth == Depth::any ? low : atTop(low);
+    result.roots = common(high.roots, documents_.documentsOf(reached));
+    return result;
+}
+
+/** The same where some of `low` is irregular: that by its nodes, when they are few. */
+PathJoins::MaybeSelection PathJoins::aboveIrregular(const PathOperand &high, const PathNodes &low,
+                                                    Depth depth) const {
+    if (high.nodes.empty() && high.roots.empty()) return PathSelection();
+    const PathNodes loose = irregular(low);
+    if (sizeOf(loose) > mostIrregular) return std::nullopt;
+    MaybeSelection result = above(high, regular(low), depth);
+    const PathSelection other = IrregularJoin(nodes_, table_).above(high, loose, depth);
+    result->nodes = united(table_, result->nodes, other.nodes);
+    result->roots = merged(result->roots, other.roots);
+    return result;
+}
+
+PathJoins::MaybeNodes PathJoins::besides(const PathNodes &candidates, const PathNodes &partners,
+                                         bool after) const {
+    const PathNodes nodes = withoutAttributes(candidates);
+    const PathNodes others = withoutAttributes(partners);
+    if (nodes.empty() || others.empty()) return PathNodes();
+    if (!isRegular(nodes) || !isRegular(others)) return std::nullopt;
+    return zdbs::besides(nodes_, table_, nodes, others, after);
+}
+
+std::optional<PathSelection> PathJoins::keepFirst(Step step, const PathOperand &a,
+                                                  const PathOperand &b) {
+    const auto only = [](MaybeNodes nodes) -> MaybeSelection {
+        if (!nodes) return std::nullopt;
+        return PathSelection{std::move(*nodes), {}};
+    };
+    const auto withSelf = [&](MaybeSelection other) -> MaybeSelection {
+        if (!other) return std::nullopt;
+        return PathSelection{united(table_, other->nodes, intersected(a.nodes, b.nodes)),
+                             merged(other->roots, common(a.roots, b.roots))};
+    };
+    switch (step.axis) {
+        case Axis::child:
+        case Axis::attribute:
+            return above(a, reachableBelow(step, b.nodes), Depth::direct);
+        case Axis::descendant:
+            return above(a, withoutAttributes(b.nodes), Depth::any);
+        case Axis::descendantOrSelf:
+            return withSelf(above(a, withoutAttributes(b.nodes), Depth::any));
+        case Axis::self:
+            return withSelf(PathSelection());
+        case Axis::parent:
+            return only(below(b, a.nodes, Depth::direct));
+        case Axis::ancestor:
+            return only(below(b, a.nodes, Depth::any));
+        case Axis::ancestorOrSelf:
+            return withSelf(only(below(b, a.nodes, Depth::any)));
+        case Axis::followingSibling:
+            return only(besides(a.nodes, b.nodes, true));
+        case Axis::precedingSibling:
+            return only(besides(a.nodes, b.nodes, false));
+        case Axis::following:
+            return only(documents_.endingBefore(a.nodes, withoutAttributes(b.nodes)));
+        case Axis::preceding:
+            return only(documents_.beginningAfter(a.nodes, withoutAttributes(b.nodes)));
+        case Axis::namespaceNode:
+            break;  // namespace nodes are no records
+    }
+    return PathSelection();
+}
+
+std::optional<PathNodes> PathJoins::keepSecond(Step step, const PathOperand &a,
+                                               const PathNodes &b) {
+    const auto nodesOf = [](MaybeSelection selection) -> MaybeNodes {
+        if (!selection) return std::nullopt;
+        return std::move(selection->nodes);
+    };
+    const auto withSelf = [&](MaybeNodes other) -> MaybeNodes {
+        if (!other) return std::nullopt;
+        return united(table_, *other, intersected(a.nodes, b));
+    };
+    switch (step.axis) {
+        case Axis::child:
+        case Axis::attribute:
+            return below(a, reachableBelow(step, b), Depth::direct);
+        case Axis::descendant:
+            return below(a, withoutAttributes(b), Depth::any);
+        case Axis::descendantOrSelf:
+            return withSelf(below(a, withoutAttributes(b), Depth::any));
+        case Axis::self:
+            return intersected(a.nodes, b);
+        case Axis::parent:
+            return nodesOf(above({b, {}}, a.nodes, Depth::direct));
+        case Axis::ancestor:
+            return nodesOf(above({b, {}}, a.nodes, Depth::any));
+        case Axis::ancestorOrSelf:
+            return withSelf(nodesOf(above({b, {}}, a.nodes, Depth::any)));
+        case Axis::followingSibling:
+            return besides(b, a.nodes, false);
+        case Axis::precedingSibling:
+            return besides(b, a.nodes, true);
+        case Axis::following:
+            return documents_.beginningAfter(withoutAttributes(b), a.nodes);
+        case Axis::preceding:
+            return documents_.endingBefore(withoutAttributes(b), a.nodes);
+        case Axis::namespaceNode:
+            break;
+    }
+    return PathNodes();
+}
+
+}  // namespace
+
+std::optional<PathSelection> keepFirst(const NodeTable &nodes, const PathTable &table, Step step,
+                                       const PathOperand &first, const PathOperand &second) {
+    return PathJoins(nodes, table).keepFirst(step, first, second);
+}
+
+std::optional<PathNodes> keepSecond(const NodeTable &nodes, const PathTable &table, Step step,
+                                    const PathOperand &first, const PathNodes &second) {
+    return PathJoins(nodes, table).keepSecond(step, first, second);
+}
+
+}  // namespace zdbs

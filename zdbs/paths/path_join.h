@@ -37,13 +37,17 @@ std::vector<PathId> pathsReached(const PathSummary &summary, Step step,
                                  std::span<const PathId> first, bool roots,
                                  std::span<const PathId> second);
 
-/** The paths of `first` that can have a node of `second` on their axis; as above. */
+/**
+ * The paths of `first` that can have a node of `second` on their axis; as above. Says nothing
+ * of roots that belong to the second side: those can keep any path.
+ */
 std::vector<PathId> pathsReaching(const PathSummary &summary, Step step,
                                   std::span<const PathId> first, std::span<const PathId> second);
 
 /**
  * As keepFirst() and keepSecond() of joins/join.h. Nothing when the join is not one for
- * this way: then the caller takes the other.
+ * this way: then the caller takes the other. So it is for siblings of irregular nodes, and
+ * for more than 100 000 irregular nodes below others.
  * @param nodes the table that `table` belongs to, for its documents
  */
 std::optional<PathSelection> keepFirst(const NodeTable &nodes, const PathTable &table, Step step,

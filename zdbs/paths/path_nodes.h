@@ -20,6 +20,12 @@ struct PathPart {
 /** Parts in order of path, no path twice. A value; copying shares the rows. */
 using PathNodes = std::vector<PathPart>;
 
+/** Rows of a path as the rows of a part: liveRows() when they are all of them; null for none. */
+RowSetPtr sharedRows(const PathTable &table, PathId path, RowSet &&rows);
+
+/** The part of a path, or null; it points into `nodes`. */
+const PathPart *partOf(const PathNodes &nodes, PathId path);
+
 /** Every node of these paths. `paths` ascending. */
 PathNodes wholePaths(const PathTable &table, std::span<const PathId> paths);
 
@@ -41,6 +47,7 @@ PathNodes byPath(const PathTable &table, std::span<const NodeId> nodes);
 /** The number at a place in document order, from 0. REQUIRES place < sizeOf(). */
 NodeId nodeAtPlace(const PathTable &table, const PathNodes &nodes, std::uint64_t place);
 
+/** Whether a node is in a set. REQUIRES that it is present. */
 bool contains(const PathTable &table, const PathNodes &nodes, NodeId node);
 
 }  // namespace zdbs

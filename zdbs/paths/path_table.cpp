@@ -20,12 +20,13 @@ RowId PathTable::rowCount(PathId path) const {
 }
 
 RowId PathTable::lowerBound(PathId path, NodeId node) const {
-    for (const PathRun &run : runs(path)) {
-        if (node <= run.firstNode) return run.firstRow;
-        const std::uint32_t place = run.nodes.lowerBound(node - run.firstNode);
-        if (place < run.count) return run.firstRow + place;
-    }
-    return rowCount(path);
+    const auto all = runs(path);
+    const auto behind =
+        std::lower_bound(all.begin(), all.end(), node,
+                         [](const PathRun &run, NodeId number) { return run.firstNode < number; });
+    if (behind == all.begin()) return 0;
+    const PathRun &run = *(behind - 1);
+    return run.firstRow + run.nodes.lowerBound(node - run.firstNode);
 }
 
 }  // namespace zdbs
