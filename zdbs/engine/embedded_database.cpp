@@ -6,28 +6,32 @@
 #include "zdbs/engine/set_hits.h"
 #include "zdbs/joins/documents.h"
 #include "zdbs/sets/node_set.h"
-#include "zdbs/sets/universe.h"
 
 namespace zdbs {
 namespace {
 
+/** Holds the table of its state: a set may be read once more when that is no longer the newest. */
 class EmbeddedSet : public ResultSet {
 public:
-    explicit EmbeddedSet(NodeSetPtr set) : set_(std::move(set)) {}
+    EmbeddedSet(std::shared_ptr<const NodeTable> table, NodeSetPtr set, PlanPtr plan)
+        : table_(std::move(table)), set_(std::move(set)), plan_(std::move(plan)) {}
 
     std::int64_t size() const override { return static_cast<std::int64_t>(set_->size()); }
     const NodeSetPtr &nodes() const { return set_; }
+    std::string plan() const { return plan_ ? plan_->text() : std::string(); }
 
 private:
+    std::shared_ptr<const NodeTable> table_;
     NodeSetPtr set_;
+    PlanPtr plan_;
 };
 
-const NodeSetPtr &nodesOf(const ResultSet &set) {
-    return static_cast<const EmbeddedSet &>(set).nodes();
+const EmbeddedSet &embedded(const ResultSet &set) {
+    return static_cast<const EmbeddedSet &>(set);
 }
 
-ResultSetPtr wrapped(NodeSetPtr set) {
-    return std::make_shared<EmbeddedSet>(std::move(set));
+const NodeSetPtr &nodesOf(const ResultSet &set) {
+    return embedded(set).nodes();
 }
 
 class EmbeddedDatabase : public OpenDatabase {
@@ -42,29 +46,28 @@ public:
     bool refresh() override {
         std::shared_ptr<const NodeTable> newest = newest_();
         if (newest == table_) return false;
-        universe_ = std::make_unique<Universe>(*newest);
+        state_ = std::make_unique<DatabaseState>(*newest);
         table_ = std::move(newest);
         return true;
     }
 
     ResultSetPtr carryOver(const ResultSetPtr &set) const override {
-        NodeIds present;
-        for (NodeId node : nodesOf(*set)->ids()) {
-            if (isPresent(*table_, node)) present.push_back(node);
-        }
-        return wrapped(plainSet(std::move(present)));
+        NodeIds present = nodesOf(*set)->nodes()->numbers();
+        std::erase_if(present, [this](NodeId node) { return !isPresent(*table_, node); });
+        return wrapped(plainSet(std::move(present)), nullptr);
     }
 
     ResultSetPtr everything() const override {
-        return wrapped(makeSet({universe_->set()->nodes(), nullptr, nullptr, {}}));
+        return wrapped(makeSet({state_->universe.set()->nodes(), nullptr, nullptr, {}}), nullptr);
     }
 
     ResultSetPtr evaluate(const Condition &condition, const SetLookup &sets) const override {
         auto lookup = [&sets](SetReference reference) { return nodesOf(*sets(reference)); };
-        return wrapped(Evaluator(*table_, *universe_, lookup).evaluate(condition));
+        auto plan = std::make_shared<Plan>();
+        return wrapped(Evaluator(*state_, lookup, plan).evaluate(condition), plan);
     }
 
-    std::string plan(const Condition &condition) const override { return planOf(condition); }
+    std::string plan(const ResultSet &set) const override { return embedded(set).plan(); }
 
     std::int64_t hits(const ResultSet &set) const override {
         return hitCountOf(*table_, *nodesOf(set));
@@ -79,8 +82,7 @@ public:
     }
 
     std::vector<NodeId> records(const ResultSet &set) const override {
-        auto ids = nodesOf(set)->ids();
-        return {ids.begin(), ids.end()};
+        return nodesOf(set)->nodes()->numbers();
     }
 
     std::shared_ptr<const NodeTable> nodes() const override { return table_; }
@@ -95,10 +97,14 @@ public:
     }
 
 private:
+    ResultSetPtr wrapped(NodeSetPtr set, PlanPtr plan) const {
+        return std::make_shared<EmbeddedSet>(table_, std::move(set), std::move(plan));
+    }
+
     std::string name_;
     SnapshotSource newest_;
     std::shared_ptr<const NodeTable> table_;
-    std::unique_ptr<Universe> universe_;
+    std::unique_ptr<const DatabaseState> state_;
 };
 
 }  // namespace

@@ -72,11 +72,17 @@ public:
     /** A new set of every node. */
     virtual ResultSetPtr everything() const = 0;
 
-    /** Evaluates a condition; set 0 is the engine's, all others are looked up. */
+    /**
+     * Evaluates a condition; set 0 is the engine's, all others are looked up. Every error of
+     * the condition is thrown here, even where records are found later.
+     */
     virtual ResultSetPtr evaluate(const Condition &condition, const SetLookup &sets) const = 0;
 
-    /** How evaluate() would find the records, in a few words for people. */
-    virtual std::string plan(const Condition &condition) const = 0;
+    /**
+     * How the records of a set were found, in a few words for people. An engine may find them
+     * when they are asked for only: what size() has not made it do is not told.
+     */
+    virtual std::string plan(const ResultSet &set) const = 0;
 
     /** Number of the hit words of all records of a set, at least one for each. */
     virtual std::int64_t hits(const ResultSet &set) const = 0;

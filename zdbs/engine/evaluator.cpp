@@ -4,6 +4,7 @@
 #include <variant>
 #include <vector>
 
+#include "zdbs/engine/path_filter.h"
 #include "zdbs/sets/set_algebra.h"
 
 namespace zdbs {
@@ -34,35 +35,15 @@ NodeSetPtr withoutChain(const NodeSetPtr &set) {
     return makeSet({set->nodes(), nullptr, set->pairs(), set->leaves()});
 }
 
-std::string planOf(const Term &term) {
-    if (const auto *axis = std::get_if<AxisTerm>(&term)) {
-        return "join on " + std::string(nameOf(axis->axis));
-    }
-    if (std::holds_alternative<PositionTerm>(term)) return "positions";
-    if (const auto *nested = std::get_if<std::unique_ptr<Condition>>(&term)) {
-        return planOf(**nested);
-    }
-    return "sets";
-}
-
-std::string planOf(const Conjunct &conjunct) {
-    ConjunctParts parts = partsOf(conjunct);
-    std::string plan;
-    auto add = [&plan](const std::string &step) {
-        if (plan.find(step) == std::string::npos) plan += (plan.empty() ? "" : ", ") + step;
-    };
-    for (const Term *term : parts.kept)
-        add(planOf(*term));
-    for (const Term *term : parts.removed)
-        add(planOf(*term));
-    if (!parts.filter.empty()) add(parts.kept.empty() ? "scan of all nodes" : "scan of the set");
-    return plan;
-}
-
 }  // namespace
 
-Evaluator::Evaluator(const NodeTable &table, const Universe &universe, NodeSetLookup sets)
-    : table_(table), universe_(universe), sets_(std::move(sets)) {}
+DatabaseState::DatabaseState(const NodeTable &nodes) : table(nodes), universe(nodes) {
+    const PathTable *paths = nodes.paths();
+    if (paths != nullptr) summary = std::make_unique<const SummaryIndex>(*paths);
+}
+
+Evaluator::Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan)
+    : state_(state), sets_(std::move(sets)), plan_(std::move(plan)) {}
 
 NodeSetPtr Evaluator::evaluate(const Condition &condition) const {
     std::vector<NodeSetPtr> sets;
@@ -87,7 +68,7 @@ NodeSetPtr Evaluator::conjunct(const Conjunct &terms) const {
     for (const Term *set : parts.removed)
         removed.push_back(term(*set));
 
-    if (!result) result = filtered(universe_.set(), parts.filter);
+    if (!result) result = filtered(state_.universe.set(), parts.filter);
     for (const NodeSetPtr &set : removed)
         result = subtract(result, set);
     if (!parts.kept.empty()) result = filtered(result, parts.filter);
@@ -97,7 +78,7 @@ NodeSetPtr Evaluator::conjunct(const Conjunct &terms) const {
 
 NodeSetPtr Evaluator::filtered(const NodeSetPtr &set, const NodeFilter &filter) const {
     if (filter.empty()) return set;
-    NodeSetPtr kept = restrict(set, filter.select(table_, set->ids()));
+    NodeSetPtr kept = restrict(set, selected(set, filter));
     std::vector<ValueTest> tests = filter.valueTests();
     if (tests.empty()) return kept;
 
@@ -106,37 +87,39 @@ NodeSetPtr Evaluator::filtered(const NodeSetPtr &set, const NodeFilter &filter) 
     return makeSet({kept->nodes(), kept->chain(), kept->pairs(), std::move(leaves)});
 }
 
+NodeListPtr Evaluator::selected(const NodeSetPtr &set, const NodeFilter &filter) const {
+    const bool isAll = set == state_.universe.set();
+    if (state_.summary) {
+        const PathFilter byPath(*state_.table.paths(), *state_.summary, filter);
+        return isAll ? byPath.selectOfAll(plan_) : byPath.select(set->nodes(), plan_);
+    }
+    plan_->note(isAll ? PlanStep::scanOfAll : PlanStep::scanOfSet);
+    return makeList(filter.select(state_.table, set->ids()));
+}
+
 NodeSetPtr Evaluator::term(const Term &term) const {
     if (const auto *set = std::get_if<SetReference>(&term)) return reference(*set);
     if (const auto *axis = std::get_if<AxisTerm>(&term)) {
-        return join(table_, universe_, axis->axis, axisSet(axis->first), axisSet(axis->second),
-                    static_cast<Direction>(axis->direction));
+        return join(state_.table, state_.universe, axis->axis, axisSet(axis->first),
+                    axisSet(axis->second), static_cast<Direction>(axis->direction), plan_.get());
     }
     if (const auto *position = std::get_if<PositionTerm>(&term)) {
-        return selectPositions(table_, axisSet(position->set),
-                               {position->relation, position->place});
+        return selectPositions(state_.table, axisSet(position->set),
+                               {position->relation, position->place}, plan_.get());
     }
     return evaluate(*std::get<std::unique_ptr<Condition>>(term));
 }
 
 /** A set by itself. Set 0 becomes a set of its own: numbered, it is no set 0 any more. */
 NodeSetPtr Evaluator::reference(SetReference reference) const {
+    plan_->note(PlanStep::sets);
     if (reference.number != 0) return sets_(reference);
-    return makeSet({universe_.set()->nodes(), nullptr, nullptr, {}});
+    return makeSet({state_.universe.set()->nodes(), nullptr, nullptr, {}});
 }
 
 /** A set as XPATH takes it, where set 0 is more than its nodes. */
 NodeSetPtr Evaluator::axisSet(SetReference reference) const {
-    return reference.number != 0 ? sets_(reference) : universe_.set();
-}
-
-std::string planOf(const Condition &condition) {
-    std::string plan;
-    for (const Conjunct &conjunct : condition.conjuncts) {
-        std::string part = planOf(conjunct);
-        if (plan.find(part) == std::string::npos) plan += (plan.empty() ? "" : "; ") + part;
-    }
-    return plan;
+    return reference.number != 0 ? sets_(reference) : state_.universe.set();
 }
 
 }  // namespace zdbs

@@ -3,27 +3,39 @@
 #define ZDBS_ENGINE_EVALUATOR_H
 
 #include <functional>
-#include <string>
+#include <memory>
 
 #include "zdbs/command/command.h"
 #include "zdbs/engine/node_filter.h"
+#include "zdbs/engine/summary_index.h"
 #include "zdbs/sets/node_set.h"
+#include "zdbs/sets/plan.h"
 #include "zdbs/sets/universe.h"
 
 namespace zdbs {
+
+/** What is made once for a state of a database. The table must outlive it. */
+struct DatabaseState {
+    explicit DatabaseState(const NodeTable &nodes);
+
+    const NodeTable &table;
+    Universe universe;
+    std::unique_ptr<const SummaryIndex> summary;  ///< null where the table is not by path
+};
 
 /** The set of a number from 1; throws Failure(unknownSet). */
 using NodeSetLookup = std::function<NodeSetPtr(SetReference)>;
 
 /**
  * One evaluation over one state of a database. Field terms of a conjunction are
- * tested together, in one pass over the sets that the conjunction names, or over all
- * nodes when it names none. Depth of recursion is that of the condition, which the
- * parser limits.
+ * tested together: by path where the table is, and otherwise in one pass over the sets
+ * that the conjunction names, or over all nodes when it names none. Depth of recursion is
+ * that of the condition, which the parser limits.
  */
 class Evaluator {
 public:
-    Evaluator(const NodeTable &table, const Universe &universe, NodeSetLookup sets);
+    /** @param plan where the way is noted that nodes are found on; what is pending keeps it */
+    Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan);
 
     NodeSetPtr evaluate(const Condition &condition) const;
 
@@ -33,14 +45,12 @@ private:
     NodeSetPtr reference(SetReference reference) const;
     NodeSetPtr axisSet(SetReference reference) const;
     NodeSetPtr filtered(const NodeSetPtr &set, const NodeFilter &filter) const;
+    NodeListPtr selected(const NodeSetPtr &set, const NodeFilter &filter) const;
 
-    const NodeTable &table_;
-    const Universe &universe_;
+    const DatabaseState &state_;
     NodeSetLookup sets_;
+    PlanPtr plan_;
 };
-
-/** How a condition is evaluated, in a few words. */
-std::string planOf(const Condition &condition);
 
 }  // namespace zdbs
 

@@ -35,15 +35,6 @@ ValueTest textTest(const FieldTerm &term) {
     return {isEveryName ? Relation::any : term.relation, term.text, comparing};
 }
 
-bool hasName(NodeKind kind) {
-    return kind == NodeKind::element || kind == NodeKind::attribute ||
-           kind == NodeKind::processingInstruction;
-}
-
-bool hasNamespace(NodeKind kind) {
-    return kind == NodeKind::element || kind == NodeKind::attribute;
-}
-
 /**
  * A name is in a namespace by the prefix as written and by the namespace name; a name
  * without prefix by the namespace name only, which is empty outside all namespaces.
@@ -55,12 +46,16 @@ bool matchesNamespace(const NodeName &name, const ValueTest &test) {
     return test.relation() == Relation::notEqual ? byPrefix && byUri : byPrefix || byUri;
 }
 
-bool compares(Relation relation, NodeId value, double number) {
-    if (relation == Relation::notEmpty) return true;
-    return holds(relation, static_cast<double>(value), number);
+}  // namespace
+
+bool hasName(NodeKind kind) {
+    return kind == NodeKind::element || kind == NodeKind::attribute ||
+           kind == NodeKind::processingInstruction;
 }
 
-}  // namespace
+bool hasNamespace(NodeKind kind) {
+    return kind == NodeKind::element || kind == NodeKind::attribute;
+}
 
 std::string_view typeWord(NodeKind kind) {
     switch (kind) {
@@ -78,32 +73,42 @@ std::string_view typeWord(NodeKind kind) {
     return {};
 }
 
+bool FieldTest::holdsOf(const NodeName &name) const {
+    return field == Field::name ? text.matches(name.local) : matchesNamespace(name, text);
+}
+
+bool FieldTest::holdsOf(NodeId node) const {
+    return relation == Relation::notEmpty || holds(relation, static_cast<double>(node), number);
+}
+
 void NodeFilter::add(const FieldTerm &term, bool negated) {
-    Test test{term.field, negated, textTest(term), term.relation, numberOf(term.text).value_or(0)};
-    auto later = std::upper_bound(tests_.begin(), tests_.end(), costOf(term.field),
-                                  [](int cost, const Test &t) { return cost < costOf(t.field); });
+    FieldTest test{term.field, negated, textTest(term), term.relation,
+                   numberOf(term.text).value_or(0)};
+    auto later =
+        std::upper_bound(tests_.begin(), tests_.end(), costOf(term.field),
+                         [](int cost, const FieldTest &t) { return cost < costOf(t.field); });
     tests_.insert(later, std::move(test));
 }
 
 bool NodeFilter::accepts(const NodeTable &table, NodeId node) const {
-    return std::all_of(tests_.begin(), tests_.end(), [&](const Test &test) {
+    return std::all_of(tests_.begin(), tests_.end(), [&](const FieldTest &test) {
         return satisfies(table, node, test) != test.negated;
     });
 }
 
-bool NodeFilter::satisfies(const NodeTable &table, NodeId node, const Test &test) {
+bool NodeFilter::satisfies(const NodeTable &table, NodeId node, const FieldTest &test) {
     NodeKind kind = table.kind(node);
     switch (test.field) {
         case Field::id:
-            return compares(test.relation, node, test.number);
+            return test.holdsOf(node);
         case Field::parent:
-            return compares(test.relation, table.parent(node), test.number);
+            return test.holdsOf(table.parent(node));
         case Field::type:
             return test.text.matches(typeWord(kind));
         case Field::name:
-            return hasName(kind) && test.text.matches(table.name(node).local);
+            return hasName(kind) && test.holdsOf(table.name(node));
         case Field::nameSpace:
-            return hasNamespace(kind) && matchesNamespace(table.name(node), test.text);
+            return hasNamespace(kind) && test.holdsOf(table.name(node));
         case Field::value:
             return kind != NodeKind::element && test.text.matches(table.value(node));
     }
@@ -120,7 +125,7 @@ std::vector<NodeId> NodeFilter::select(const NodeTable &table,
 
 std::vector<ValueTest> NodeFilter::valueTests() const {
     std::vector<ValueTest> result;
-    for (const Test &test : tests_) {
+    for (const FieldTest &test : tests_) {
         if (test.field == Field::value && !test.negated) result.push_back(test.text);
     }
     return result;

@@ -14,6 +14,25 @@ namespace zdbs {
 /** The word that N_TYPE has for a kind of node. */
 std::string_view typeWord(NodeKind kind);
 
+/** Kinds whose nodes have the field N_NAME, and N_NAMESPACE. */
+bool hasName(NodeKind kind);
+bool hasNamespace(NodeKind kind);
+
+/** A field term, prepared for testing many nodes. */
+struct FieldTest {
+    Field field;
+    bool negated;
+    ValueTest text;     ///< of the fields that are texts
+    Relation relation;  ///< of the fields that are numbers
+    double number;
+
+    /** Whether the term holds of a name or namespace, `negated` not regarded. */
+    bool holdsOf(const NodeName &name) const;
+
+    /** Whether the term holds of the number of a node or its parent, `negated` not regarded. */
+    bool holdsOf(NodeId node) const;
+};
+
 /**
  * A conjunction of field terms, some of them negated. A node without the field that
  * a term asks about does not satisfy the term: an element has no value, a text no
@@ -32,18 +51,13 @@ public:
     /** The tests that a value must pass; negated ones are not among them. */
     std::vector<ValueTest> valueTests() const;
 
+    /** Cheap ones first. */
+    std::span<const FieldTest> tests() const { return tests_; }
+
 private:
-    struct Test {
-        Field field;
-        bool negated;
-        ValueTest text;     ///< of the fields that are texts
-        Relation relation;  ///< of the fields that are numbers
-        double number;
-    };
+    static bool satisfies(const NodeTable &table, NodeId node, const FieldTest &test);
 
-    static bool satisfies(const NodeTable &table, NodeId node, const Test &test);
-
-    std::vector<Test> tests_;
+    std::vector<FieldTest> tests_;
 };
 
 }  // namespace zdbs

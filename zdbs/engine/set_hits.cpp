@@ -1,16 +1,20 @@
 #include "zdbs/engine/set_hits.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 
 #include "zdbs/joins/documents.h"
+#include "zdbs/paths/path_nodes.h"
+#include "zdbs/paths/row_reader.h"
 
 namespace zdbs {
 namespace {
 
 /** Sorts, and makes one of those that overlap. */
 void mergeRanges(std::vector<HitRange> &ranges) {
+    if (ranges.size() < 2) return;
     std::sort(ranges.begin(), ranges.end(),
               [](const HitRange &a, const HitRange &b) { return a.offset < b.offset; });
     std::vector<HitRange> merged;
@@ -25,6 +29,104 @@ void mergeRanges(std::vector<HitRange> &ranges) {
     }
     ranges = std::move(merged);
 }
+
+/** Only "contains" hits more than once; every other condition hits the whole value. */
+bool canHitTwice(const ValueLeafPtr &leaf) {
+    return std::all_of(leaf->tests.begin(), leaf->tests.end(), [](const ValueTest &test) {
+        return test.relation() == Relation::contains && !test.literal().empty();
+    });
+}
+
+std::vector<ValueLeafPtr> leavesThatHitTwice(const NodeSet &set) {
+    std::vector<ValueLeafPtr> leaves;
+    std::copy_if(set.leaves().begin(), set.leaves().end(), std::back_inserter(leaves), canHitTwice);
+    return leaves;
+}
+
+std::int64_t beyondFirst(std::size_t hits) {
+    return hits > 1 ? static_cast<std::int64_t>(hits) - 1 : 0;
+}
+
+/** Hits beyond the first of each node. */
+std::int64_t furtherHits(const NodeTable &table, const std::vector<ValueLeafPtr> &leaves,
+                         std::span<const NodeId> nodes) {
+    std::int64_t count = 0;
+    for (NodeId node : nodes)
+        count += beyondFirst(hitsIn(table, leaves, node).size());
+    return count;
+}
+
+/** The same by path: only those rows are looked at that a condition can hit twice. */
+class FurtherHits {
+public:
+    FurtherHits(const PathTable &table, const NodeSet &set) : table_(table), set_(set) {}
+
+    std::int64_t count() {
+        std::int64_t count = 0;
+        for (const PathPart &part : candidates())
+            count += countIn(part);
+        return count;
+    }
+
+private:
+    PathNodes candidates() const {
+        const std::vector<PathId> paths = set_.nodes()->pathsIn(table_);
+        PathNodes result;
+        for (const ValueLeafPtr &leaf : leavesThatHitTwice(set_)) {
+            const PathNodes hit = leaf->nodes->nodesIn(table_, paths);
+            const PathNodes own = set_.nodes()->nodesIn(table_, leaf->nodes->pathsIn(table_));
+            result = united(table_, result, intersected(hit, own));
+        }
+        return result;
+    }
+
+    std::int64_t countIn(const PathPart &part) {
+        openLeaves(part.path);
+        std::int64_t count = 0;
+        RowReader reader(table_, part.path, *part.rows);
+        RowBatch batch;
+        while (reader.next(batch)) {
+            for (RowId row : batch.rows) {
+                const std::string_view value = batch.run->values.at(row - batch.run->firstRow);
+                count += beyondFirst(hitsAt(row, value));
+            }
+        }
+        return count;
+    }
+
+    /** Of every leaf the rows in a path: the rest of a value may be hit by any of them. */
+    void openLeaves(PathId path) {
+        open_.clear();
+        for (const ValueLeafPtr &leaf : set_.leaves()) {
+            PathNodes nodes = leaf->nodes->nodesIn(table_, std::span(&path, 1));
+            if (!nodes.empty()) open_.push_back({leaf.get(), nodes.front().rows});
+        }
+    }
+
+    /** The hits of one test do not overlap; those of several are merged. */
+    std::size_t hitsAt(RowId row, std::string_view value) {
+        ranges_.clear();
+        std::size_t tests = 0;
+        for (const OpenLeaf &leaf : open_) {
+            if (!leaf.rows->contains(row)) continue;
+            for (const ValueTest &test : leaf.leaf->tests)
+                test.addHits(value, ranges_);
+            tests += leaf.leaf->tests.size();
+        }
+        if (tests > 1) mergeRanges(ranges_);
+        return ranges_.size();
+    }
+
+    struct OpenLeaf {
+        const ValueLeaf *leaf;
+        RowSetPtr rows;
+    };
+
+    const PathTable &table_;
+    const NodeSet &set_;
+    std::vector<OpenLeaf> open_;
+    std::vector<HitRange> ranges_;
+};
 
 std::int32_t clamped(std::size_t number) {
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
@@ -52,10 +154,8 @@ std::vector<HitRange> hitsIn(const NodeTable &table, const std::vector<ValueLeaf
     std::vector<HitRange> ranges;
     for (const ValueLeafPtr &leaf : leaves) {
         if (!leaf->nodes->contains(node)) continue;
-        for (const ValueTest &test : leaf->tests) {
-            std::vector<HitRange> found = test.hits(table.value(node));
-            ranges.insert(ranges.end(), found.begin(), found.end());
-        }
+        for (const ValueTest &test : leaf->tests)
+            test.addHits(table.value(node), ranges);
     }
     mergeRanges(ranges);
     return ranges;
@@ -79,13 +179,11 @@ std::vector<HitWord> hitWordsOf(const NodeTable &table, const NodeSet &set, Node
 }
 
 std::int64_t hitCountOf(const NodeTable &table, const NodeSet &set) {
-    if (set.leaves().empty()) return static_cast<std::int64_t>(set.size());
-    std::int64_t count = 0;
-    for (NodeId node : set.ids()) {
-        std::size_t hits = hitsIn(table, set.leaves(), node).size();
-        count += static_cast<std::int64_t>(std::max<std::size_t>(hits, 1));
-    }
-    return count;
+    const auto records = static_cast<std::int64_t>(set.size());
+    if (std::none_of(set.leaves().begin(), set.leaves().end(), canHitTwice)) return records;
+    const PathTable *paths = table.paths();
+    return records + (paths != nullptr ? FurtherHits(*paths, set).count()
+                                       : furtherHits(table, set.leaves(), set.ids()));
 }
 
 std::unique_ptr<HitRanges> makeHitRanges(std::shared_ptr<const NodeTable> table,

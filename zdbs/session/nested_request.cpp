@@ -8,7 +8,6 @@
 #include "prg/xml/xpath/processor/search_set.h"
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 #include "zdbs/session/active_session.h"
-#include "zdbs/session/nested_scope.h"
 #include "zdbs/session/session.h"
 #include "zdbs/status/status.h"
 #include "zdbs/values/utf8.h"
@@ -26,39 +25,48 @@ std::string messageOf(XPathException &exception) {
 }
 
 /**
- * Number of the set that answers a request. The processor's "universal" set has no
- * number, for it stands for set 0: it is turned into a set here.
+ * The processor's "universal" set has no number, for it stands for set 0: it is turned
+ * into a set here.
  */
-std::int32_t runRequest(Session &session, const std::string &request) {
+RequestSet translate(Session &session, const std::string &request) {
     ZXProcessorMain processor(nullptr);
     processor.Begin();
     SearchSet *last = processor.Query(request.c_str());
     if (last == nullptr) throw Failure(Status::requestFailed, {"it selects no nodes"});
+    const std::int32_t foundAs = last->GetNumber();
     processor.End();
-    if (last->GetNumber() > 0) return last->GetNumber();
+    if (foundAs > 0) return {foundAs, last->GetNumber()};
     session.execute("FIND XPATH(self,0,0,1)");
-    return session.lastSearch().number;
+    const std::int32_t number = session.lastSearch().number;
+    return {number, number};
 }
 
+}  // namespace
+
 /** The translation throws objects on the heap, for the catcher to delete. */
-std::int32_t runTranslated(Session &session, const std::string &request) {
+RequestSet runRequest(Session &session, std::string_view request) {
+    // The processor would take what stands in front of it for the request.
+    if (request.find('\0') != std::string_view::npos)
+        throw Failure(Status::requestFailed, {"it holds a NUL character"});
+    ActiveSession active(&session);
     try {
-        return runRequest(session, request);
+        return translate(session, std::string(request));
     } catch (XPathException *raised) {
         std::unique_ptr<XPathException> exception(raised);
         throw Failure(Status::requestFailed, {messageOf(*exception)});
     }
 }
 
-}  // namespace
+NestedRequest::NestedRequest(Session &session, std::string_view request)
+    : session_(session), scope_(session), set_(scope_.set(runRequest(session, request).number)) {}
+
+RequestAnswer NestedRequest::answer() const {
+    const OpenDatabase &database = scope_.database();
+    return {database.nodes(), matches(), database.hitRanges(scope_.made())};
+}
 
 RequestAnswer runNestedRequest(Session &session, std::string_view request) {
-    NestedScope scope(session);
-    ActiveSession active(&session);
-    std::int32_t number = runTranslated(session, std::string(request));
-    const OpenDatabase &database = scope.database();
-    return {database.nodes(), database.records(*scope.set(number)),
-            database.hitRanges(scope.made())};
+    return NestedRequest(session, request).answer();
 }
 
 }  // namespace zdbs

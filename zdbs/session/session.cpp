@@ -77,12 +77,13 @@ void Session::find(const Condition &condition, std::string_view text) {
     Clock::time_point begin = Clock::now();
     ResultSetPtr set = open.evaluate(
         condition, [this](SetReference reference) { return state_.sets.find(reference); });
-    std::int64_t records = set->size();
-    if (records == 0 && state_.settings.findMin != 0) throw Failure(Status::noHits);
-    keep(std::move(set));
+    const bool mustHaveRecords = state_.settings.findMin != 0;
+    if (mustHaveRecords && set->size() == 0) throw Failure(Status::noHits);
+    keep(set);
     if (!observer_) return;
-    observer_({std::string(text), state_.sets.newest(), records, Clock::now() - begin,
-               open.plan(condition)});
+    const std::int64_t records = set->size();
+    const auto time = Clock::now() - begin;
+    observer_({std::string(text), state_.sets.newest(), records, time, open.plan(*set)});
 }
 
 void Session::keep(ResultSetPtr set) {

@@ -85,7 +85,11 @@ public:
 
     const Settings &settings() const { return state_.settings; }
 
-    /** Calls `observer` after every FIND; an empty one stops that. */
+    /**
+     * Calls `observer` after every FIND; an empty one stops that. While there is one, the
+     * records of each set are found at once, not when they are asked for: numbers, times and
+     * plans are then those of the FIND itself.
+     */
     void observe(std::function<void(const ExecutedFind &)> observer);
 
     /** Whether a nested request runs: texts are UTF-8 then, whatever the process has. */

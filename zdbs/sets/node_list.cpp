@@ -2,10 +2,16 @@
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace zdbs {
 namespace {
+
+/** Somebody who looks up more places goes through all of them, most likely. */
+constexpr unsigned lookupsWithoutNumbers = 16;
+constexpr std::size_t mostNumbersForLookups = 16000000;
 
 std::size_t totalOf(const std::vector<NodeRun> &runs) {
     std::size_t total = 0;
@@ -14,47 +20,120 @@ std::size_t totalOf(const std::vector<NodeRun> &runs) {
     return total;
 }
 
-}  // namespace
-
-NodeList::NodeList(NodeIds ascending) : size_(ascending.size()), ids_(std::move(ascending)) {
-    assert(std::is_sorted(ids_.begin(), ids_.end()));
-}
-
-NodeList::NodeList(std::vector<NodeRun> ascending)
-    : runs_(std::move(ascending)), size_(totalOf(runs_)) {}
-
-NodeListPtr NodeList::everythingIn(const NodeTable &table) {
+std::vector<NodeRun> runsOf(const NodeTable &table) {
     std::vector<NodeRun> runs;
     for (const DocumentRange &document : table.documents()) {
         bool continues = !runs.empty() && runs.back().last + 1 == document.first;
         if (!continues) runs.push_back({document.first, document.last});
         runs.back().last = document.last;
     }
-    return std::make_shared<NodeList>(std::move(runs));
+    return runs;
+}
+
+/** Every node by path; paths that have no node any more are left out. */
+PathNodes allPathsOf(const PathTable &table) {
+    std::vector<PathId> paths(table.summary().size());
+    std::iota(paths.begin(), paths.end(), PathId{0});
+    std::erase_if(paths, [&](PathId path) { return table.liveRows(path)->isEmpty(); });
+    return wholePaths(table, paths);
+}
+
+std::vector<PathId> pathsOf(const PathNodes &nodes) {
+    std::vector<PathId> paths;
+    paths.reserve(nodes.size());
+    for (const PathPart &part : nodes)
+        paths.push_back(part.path);
+    return paths;
+}
+
+const PathTable *tableOf(const NodeListPtr &a, const NodeListPtr &b) {
+    return a->table() != nullptr ? a->table() : b->table();
+}
+
+NodeIds unitedNumbers(std::span<const NodeListPtr> lists) {
+    NodeIds all;
+    for (const NodeListPtr &list : lists)
+        all.insert(all.end(), list->ids().begin(), list->ids().end());
+    std::sort(all.begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    return all;
+}
+
+}  // namespace
+
+NodeList::NodeList(NodeIds ascending) : size_(ascending.size()), ids_(std::move(ascending)) {
+    assert(std::is_sorted(ids_->begin(), ids_->end()));
+}
+
+NodeList::NodeList(std::vector<NodeRun> ascending)
+    : runs_(std::move(ascending)), size_(totalOf(runs_)) {}
+
+NodeList::NodeList(const PathTable &table, PathNodes nodes)
+    : table_(&table), parts_(std::move(nodes)) {}
+
+NodeList::NodeList(const PathTable &table, PendingNodes nodes)
+    : table_(&table), pending_(std::move(nodes)) {}
+
+NodeListPtr NodeList::everythingIn(const NodeTable &table) {
+    auto everything = std::make_shared<NodeList>(runsOf(table));
+    if (const PathTable *paths = table.paths()) {
+        everything->table_ = paths;
+        everything->parts_ = allPathsOf(*paths);
+    }
+    return everything;
+}
+
+/** Looks at the values that are still to be looked at. */
+void NodeList::settle() const {
+    if (!pending_) return;
+    parts_ = pending_->all();
+    pending_.reset();
+}
+
+std::size_t NodeList::size() const {
+    settle();
+    if (!size_) size_ = static_cast<std::size_t>(sizeOf(*parts_));
+    return *size_;
+}
+
+bool NodeList::empty() const {
+    if (size_) return *size_ == 0;
+    return pending_ ? pending_->empty() : parts_->empty();
 }
 
 std::span<const NodeId> NodeList::ids() const {
-    if (ids_.size() == size_) return ids_;
+    if (!ids_) ids_ = numbers();
+    return *ids_;
+}
+
+NodeIds NodeList::numbers() const {
+    settle();
+    if (ids_) return *ids_;
+    if (runs_.empty() && parts_) return nodeIdsOf(*table_, *parts_);
     NodeIds ids;
-    ids.reserve(size_);
+    ids.reserve(size());
     for (const NodeRun &run : runs_) {
         for (NodeId node = run.first; node <= run.last; ++node)
             ids.push_back(node);
     }
-    ids_ = std::move(ids);
-    return ids_;
+    return ids;
 }
 
 bool NodeList::contains(NodeId node) const {
-    if (runs_.empty()) return std::binary_search(ids_.begin(), ids_.end(), node);
+    settle();
+    if (ids_) return std::binary_search(ids_->begin(), ids_->end(), node);
+    if (runs_.empty() && parts_) return zdbs::contains(*table_, *parts_, node);
     auto after = std::upper_bound(runs_.begin(), runs_.end(), node,
                                   [](NodeId n, const NodeRun &run) { return n < run.first; });
     return after != runs_.begin() && node <= std::prev(after)->last;
 }
 
 NodeId NodeList::at(std::size_t place) const {
-    assert(place < size_);
-    if (runs_.empty()) return ids_[place];
+    assert(place < size());
+    const bool isByPath = !ids_ && runs_.empty();
+    if (isByPath && ++lookups_ > lookupsWithoutNumbers && size() <= mostNumbersForLookups) ids();
+    if (ids_) return (*ids_)[place];
+    if (runs_.empty()) return nodeAtPlace(*table_, *parts_, place);
     for (const NodeRun &run : runs_) {
         std::size_t length = std::size_t{run.last} - run.first + 1;
         if (place < length) return run.first + static_cast<NodeId>(place);
@@ -63,8 +142,34 @@ NodeId NodeList::at(std::size_t place) const {
     return noNode;
 }
 
+const PathNodes &NodeList::byPath(const PathTable &table) const {
+    settle();
+    if (!parts_) parts_ = zdbs::byPath(table, ids());
+    return *parts_;
+}
+
+std::vector<PathId> NodeList::pathsIn(const PathTable &table) const {
+    return pending_ ? pending_->paths() : pathsOf(byPath(table));
+}
+
+PathNodes NodeList::nodesIn(const PathTable &table, std::span<const PathId> paths) const {
+    return pending_ ? pending_->in(paths) : partsIn(byPath(table), paths);
+}
+
+NodeListPtr NodeList::restrictedTo(const PathTable &table, const NodeListPtr &list,
+                                   std::span<const PathId> paths) {
+    const std::vector<PathId> present = list->pathsIn(table);
+    if (std::includes(paths.begin(), paths.end(), present.begin(), present.end())) return list;
+    if (!list->pending_) return makeList(table, partsIn(list->byPath(table), paths));
+    return std::make_shared<NodeList>(table, list->pending_->restrictedTo(paths));
+}
+
 NodeListPtr makeList(NodeIds ascending) {
     return std::make_shared<NodeList>(std::move(ascending));
+}
+
+NodeListPtr makeList(const PathTable &table, PathNodes nodes) {
+    return std::make_shared<NodeList>(table, std::move(nodes));
 }
 
 NodeIds intersected(std::span<const NodeId> a, std::span<const NodeId> b) {
@@ -83,6 +188,32 @@ NodeIds subtracted(std::span<const NodeId> a, std::span<const NodeId> b) {
     NodeIds result;
     std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
     return result;
+}
+
+NodeListPtr intersected(const NodeListPtr &a, const NodeListPtr &b) {
+    if (a == b) return a;
+    const PathTable *table = tableOf(a, b);
+    if (table == nullptr) return makeList(intersected(a->ids(), b->ids()));
+    const std::vector<PathId> common = intersected(a->pathsIn(*table), b->pathsIn(*table));
+    return makeList(*table, intersected(a->nodesIn(*table, common), b->nodesIn(*table, common)));
+}
+
+NodeListPtr united(std::span<const NodeListPtr> lists) {
+    const PathTable *table = nullptr;
+    for (const NodeListPtr &list : lists)
+        table = table != nullptr ? table : list->table();
+    if (table == nullptr) return makeList(unitedNumbers(lists));
+    PathNodes all;
+    for (const NodeListPtr &list : lists)
+        all = united(*table, all, list->byPath(*table));
+    return makeList(*table, std::move(all));
+}
+
+NodeListPtr subtracted(const NodeListPtr &a, const NodeListPtr &b) {
+    const PathTable *table = tableOf(a, b);
+    if (table == nullptr) return makeList(subtracted(a->ids(), b->ids()));
+    const PathNodes removed = b->nodesIn(*table, a->pathsIn(*table));
+    return makeList(*table, subtracted(a->byPath(*table), removed));
 }
 
 }  // namespace zdbs

@@ -4,11 +4,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "zdbs/engine/node_table.h"
 #include "zdbs/joins/join.h"
+#include "zdbs/paths/path_nodes.h"
+#include "zdbs/sets/pending_nodes.h"
 
 namespace zdbs {
 
@@ -22,37 +25,83 @@ class NodeList;
 using NodeListPtr = std::shared_ptr<const NodeList>;
 
 /**
- * An ascending list of node numbers without duplicates. A list of everything stays
- * a few runs until somebody asks for its numbers. Unchanging to the outside; the
- * numbers of a list of runs are made on first use, by one thread at a time.
+ * An ascending list of nodes without duplicates, in one of these forms: numbers, runs of
+ * numbers, nodes by path, or nodes by path whose values are still to be looked at. To the
+ * outside it never changes, whatever form it is in; another form is made when somebody
+ * asks for it, and kept. Numbers are the dear one: four bytes for each node.
+ *
+ * The table of a list by path must outlive it. One thread at a time.
  */
 class NodeList {
 public:
     explicit NodeList(NodeIds ascending);
     explicit NodeList(std::vector<NodeRun> ascending);
+    NodeList(const PathTable &table, PathNodes nodes);
+    NodeList(const PathTable &table, PendingNodes nodes);
 
-    /** Every node of a table. */
+    /** Every node of a table; by path where the table is. */
     static NodeListPtr everythingIn(const NodeTable &table);
 
-    std::size_t size() const { return size_; }
-    bool empty() const { return size_ == 0; }
+    /** Of nodes by path and of runs, costs nothing for each node. */
+    std::size_t size() const;
+
+    /** As size() == 0, but looks at as few values as it can. */
+    bool empty() const;
+
     std::span<const NodeId> ids() const;
     bool contains(NodeId node) const;
 
-    /** The number at a place, from 0. REQUIRES: place < size(). */
+    /**
+     * The number at a place, from 0; numbers are made for who asks often.
+     * REQUIRES: place < size().
+     */
     NodeId at(std::size_t place) const;
 
+    /** The numbers without keeping them. */
+    NodeIds numbers() const;
+
+    /** The nodes by path. REQUIRES here and below that `table` is that of the nodes. */
+    const PathNodes &byPath(const PathTable &table) const;
+
+    /** The paths that may have nodes of the list, ascending; never misses one. */
+    std::vector<PathId> pathsIn(const PathTable &table) const;
+
+    /** The nodes in some paths, ascending; looks at the values of those only. */
+    PathNodes nodesIn(const PathTable &table, std::span<const PathId> paths) const;
+
+    /** Whether values are still to be looked at. */
+    bool isPending() const { return pending_.has_value(); }
+
+    /** The table of nodes by path; null where there are numbers only. */
+    const PathTable *table() const { return table_; }
+
+    /** The nodes of `list` in some paths, ascending; what is pending stays so. */
+    static NodeListPtr restrictedTo(const PathTable &table, const NodeListPtr &list,
+                                    std::span<const PathId> paths);
+
 private:
+    void settle() const;
+
     std::vector<NodeRun> runs_;
-    std::size_t size_;
-    mutable NodeIds ids_;
+    const PathTable *table_ = nullptr;
+    mutable unsigned lookups_ = 0;  ///< of places, without numbers
+    mutable std::optional<std::size_t> size_;
+    mutable std::optional<NodeIds> ids_;
+    mutable std::optional<PathNodes> parts_;
+    mutable std::optional<PendingNodes> pending_;
 };
 
 NodeListPtr makeList(NodeIds ascending);
+NodeListPtr makeList(const PathTable &table, PathNodes nodes);
 
 NodeIds intersected(std::span<const NodeId> a, std::span<const NodeId> b);
 NodeIds united(std::span<const NodeId> a, std::span<const NodeId> b);
 NodeIds subtracted(std::span<const NodeId> a, std::span<const NodeId> b);
+
+/** The same of lists: by path where one of them is, without any numbers being made. */
+NodeListPtr intersected(const NodeListPtr &a, const NodeListPtr &b);
+NodeListPtr united(std::span<const NodeListPtr> lists);
+NodeListPtr subtracted(const NodeListPtr &a, const NodeListPtr &b);
 
 }  // namespace zdbs
 

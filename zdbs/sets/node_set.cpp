@@ -15,6 +15,11 @@ NodeSet::~NodeSet() {
     }
 }
 
+const std::shared_ptr<const void> &NodeSet::identity() const {
+    if (!identity_) identity_ = std::make_shared<char>();
+    return identity_;
+}
+
 NodeSetPtr makeSet(NodeSetParts parts) {
     return std::make_shared<NodeSet>(std::move(parts));
 }

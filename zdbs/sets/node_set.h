@@ -38,9 +38,9 @@ struct NodeSetParts {
 };
 
 /**
- * An immutable set of nodes with what it remembers of its making. Its identity is
- * its address: chains name sets by it. Chains may grow long; they are released
- * without recursion.
+ * An immutable set of nodes with what it remembers of its making. Chains hold sets and
+ * name them by their addresses; steps name them by identity(). Chains may grow long; they are
+ * released without recursion.
  */
 class NodeSet {
 public:
@@ -56,8 +56,15 @@ public:
     const PairSourcePtr &pairs() const { return parts_.pairs; }
     const std::vector<ValueLeafPtr> &leaves() const { return parts_.leaves; }
 
+    /**
+     * Stands for this set among others, and for no other as long as somebody holds it, which
+     * does not keep the set itself.
+     */
+    const std::shared_ptr<const void> &identity() const;
+
 private:
     NodeSetParts parts_;
+    mutable std::shared_ptr<const void> identity_;
 };
 
 NodeSetPtr makeSet(NodeSetParts parts);

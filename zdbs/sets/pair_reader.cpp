@@ -1,7 +1,6 @@
 #include "zdbs/sets/pair_reader.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "zdbs/joins/membership.h"
@@ -247,46 +246,8 @@ private:
     ParentGroups groups_;
 };
 
-/** Positions `first` … `last`, from 1. */
-struct Positions {
-    std::size_t first;
-    std::size_t last;
-};
-
-/** A bound as a position between 0 and one past the end. */
-std::size_t bounded(double bound, std::size_t length) {
-    double end = static_cast<double>(length) + 1;
-    return static_cast<std::size_t>(std::clamp(bound, 0.0, end));
-}
-
-/** The positions of `length` nodes that satisfy a test: one range, or two. */
-std::vector<Positions> satisfying(PositionTest test, std::size_t length) {
-    double place = test.place;
-    if (place < 0) place += static_cast<double>(length) + 1;
-    std::size_t up = bounded(std::ceil(place), length);
-    std::size_t down = bounded(std::floor(place), length);
-    std::size_t before = bounded(std::ceil(place) - 1, length);
-    std::size_t after = bounded(std::floor(place) + 1, length);
-    switch (test.relation) {
-        case Relation::equal:
-            return {{up, down}};
-        case Relation::notEqual:
-            return {{1, before}, {after, length}};
-        case Relation::less:
-            return {{1, before}};
-        case Relation::lessEqual:
-            return {{1, down}};
-        case Relation::greater:
-            return {{after, length}};
-        case Relation::greaterEqual:
-            return {{up, length}};
-        default:
-            return {};
-    }
-}
-
 /** Appends the nodes at some positions. */
-void appendSlice(Stretches &result, const Stretches &stretches, Positions positions) {
+void appendSlice(Stretches &result, const Stretches &stretches, const Positions &positions) {
     std::size_t before = 0;
     for (const Stretch &stretch : stretches) {
         std::size_t length = stretch.nodes.size();
@@ -327,11 +288,8 @@ NodeIds flattened(const Stretches &stretches) {
 Stretches cut(const Stretches &stretches, PositionTest test) {
     std::size_t length = lengthOf(stretches);
     Stretches result;
-    for (Positions positions : satisfying(test, length)) {
-        positions.first = std::max<std::size_t>(positions.first, 1);
-        positions.last = std::min(positions.last, length);
+    for (const Positions &positions : SatisfyingPositions(test).of(length))
         appendSlice(result, stretches, positions);
-    }
     return result;
 }
 

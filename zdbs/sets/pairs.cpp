@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "zdbs/joins/membership.h"
+#include "zdbs/paths/path_positions.h"
 #include "zdbs/sets/pair_reader.h"
+#include "zdbs/sets/position_walks.h"
 #include "zdbs/status/status.h"
 
 namespace zdbs {
@@ -31,6 +34,7 @@ public:
     }
 
     const PairStep *step() const override { return &step_; }
+    bool isWholeStep() const override { return true; }
 
     /** Whether a node stands in one pair at most, so that pairs follow from nodes. */
     bool hasOneContextEach() const {
@@ -277,6 +281,29 @@ private:
     std::vector<bool> isFound_;
 };
 
+/**
+ * Whether the pairs are those of siblings: nodes that a step down came to have their
+ * parent, or their document's root, for their only context.
+ */
+bool countsAmongSiblings(const PairSource *source) {
+    if (source == nullptr) return true;
+    if (!source->isWholeStep()) return false;
+    const Axis axis = source->step()->axis;
+    return axis == Axis::child || axis == Axis::attribute;
+}
+
+/** Context by context. */
+NodeIds selectInGeneral(const NodeTable &table, const PairSource *source,
+                        std::span<const NodeId> nodes, PositionTest test) {
+    std::unique_ptr<PairReader> reader =
+        source != nullptr ? source->open(table) : openSiblingPairs(table, nodes);
+    Collector collector(reader->arena(), nodes);
+    for (Context context : reader->contexts()) {
+        collector.add(cut(reader->nodesOf(context), test));
+    }
+    return collector.result();
+}
+
 }  // namespace
 
 Operand ContextList::operand() const {
@@ -333,16 +360,26 @@ PairSourcePtr unitedPairs(std::span<const PairSourcePtr> sources, const NodeList
     return std::make_shared<UnitedPairs>(std::move(different));
 }
 
-NodeIds selectByPosition(const NodeTable &table, const PairSource *source,
-                         std::span<const NodeId> nodes, PositionTest test) {
-    if (nodes.empty()) return {};
-    std::unique_ptr<PairReader> reader =
-        source != nullptr ? source->open(table) : openSiblingPairs(table, nodes);
-    Collector collector(reader->arena(), nodes);
-    for (Context context : reader->contexts()) {
-        collector.add(cut(reader->nodesOf(context), test));
+NodeListPtr selectByPosition(const NodeTable &table, const PairSource *source,
+                             const NodeListPtr &nodes, PositionTest test, Plan *plan) {
+    if (nodes->empty()) return nodes;
+    const PathTable *paths = table.paths();
+    if (paths != nullptr && countsAmongSiblings(source)) {
+        std::optional<PathNodes> byRows =
+            selectSiblingPositions(table, *paths, nodes->byPath(*paths), test);
+        if (byRows) {
+            note(plan, PlanStep::siblingPositions);
+            return makeList(*paths, std::move(*byRows));
+        }
     }
-    return collector.result();
+    if (source != nullptr && source->isWholeStep() && isWalked(source->step()->axis)) {
+        note(plan, PlanStep::walkedPositions);
+        const PairStep &step = *source->step();
+        const auto contexts = step.contexts.nodes->ids();
+        return makeList(selectOnWalk(table, step.axis, contexts, nodes->ids(), test));
+    }
+    note(plan, PlanStep::generalPositions);
+    return makeList(selectInGeneral(table, source, nodes->ids(), test));
 }
 
 }  // namespace zdbs

@@ -20,7 +20,8 @@
 #include "zdbs/joins/axis.h"
 #include "zdbs/joins/join.h"
 #include "zdbs/sets/node_list.h"
-#include "zdbs/values/relation.h"
+#include "zdbs/sets/plan.h"
+#include "zdbs/values/position_test.h"
 
 namespace zdbs {
 
@@ -29,16 +30,13 @@ struct ContextList {
     NodeListPtr nodes;
     std::shared_ptr<const DocumentIndexes> roots;  ///< null: none
 
+    /** Names the set whose nodes they are: different sets may share a list. Null for set 0. */
+    std::shared_ptr<const void> identity = nullptr;
+
     Operand operand() const;
 
     /** Whether this is the very same side, not an equal one. */
     friend bool operator==(const ContextList &, const ContextList &) = default;
-};
-
-/** `position op place`; a negative place counts from the end, -1 is the last. */
-struct PositionTest {
-    Relation relation;
-    double place;
 };
 
 class PairReader;
@@ -68,6 +66,12 @@ public:
 
     /** The one step that all pairs come from; null when there are several. */
     virtual const PairStep *step() const = 0;
+
+    /**
+     * Whether these are all the pairs of step() with the nodes of the set behind which they
+     * are, so that positions can be counted without walking the pairs.
+     */
+    virtual bool isWholeStep() const { return false; }
 
     /** Descriptions that one walk reads, which bounds the cost of a context. */
     std::size_t weight() const { return weight_; }
@@ -105,9 +109,10 @@ PairSourcePtr unitedPairs(std::span<const PairSourcePtr> sources, const NodeList
 /**
  * The nodes of a set whose position satisfies a test in some context.
  * @param source the pairs behind the set; null counts among siblings
+ * @param plan where the way that was taken is noted; may be null
  */
-NodeIds selectByPosition(const NodeTable &table, const PairSource *source,
-                         std::span<const NodeId> nodes, PositionTest test);
+NodeListPtr selectByPosition(const NodeTable &table, const PairSource *source,
+                             const NodeListPtr &nodes, PositionTest test, Plan *plan);
 
 }  // namespace zdbs
 

@@ -4,6 +4,8 @@
 #include <cassert>
 #include <utility>
 
+#include "zdbs/sets/list_joins.h"
+
 namespace zdbs {
 namespace {
 
@@ -47,52 +49,75 @@ NodeSetPtr firstOf(const NodeSetPtr &end) {
     return first;
 }
 
+/** One evaluation of XPATH(axis,a,b,direction). */
+class AxisJoin {
+public:
+    AxisJoin(const NodeTable &table, const Universe &universe, Axis axis, Plan *plan)
+        : table_(table), universe_(universe), axis_(axis), plan_(plan) {}
+
+    NodeSetPtr first(const NodeSetPtr &a, const NodeSetPtr &b) const;
+    NodeSetPtr second(const NodeSetPtr &a, const NodeSetPtr &b) const;
+
+private:
+    ContextList firstStep(const NodeSetPtr &end) const;
+    NodeListPtr reached(const NodeSetPtr &a, const NodeListPtr &b) const;
+
+    Step stepTo(const NodeListPtr &second) const {
+        return {axis_, axis_ == Axis::child && allAttributes(table_, second)};
+    }
+
+    const NodeTable &table_;
+    const Universe &universe_;
+    const Axis axis_;
+    Plan *plan_;
+};
+
 /** The first step of the chain of `end`, restricted to the nodes from which it was reached. */
-Selection firstStep(const NodeTable &table, const Universe &universe, const NodeSetPtr &end) {
-    Selection reached{{end->ids().begin(), end->ids().end()}, {}};
+ContextList AxisJoin::firstStep(const NodeSetPtr &end) const {
+    ContextList reached{end->nodes(), nullptr};
     for (ChainLinkPtr link = end->chain(); link; link = link->from->chain()) {
         // Where the chain has attributes, they were children on the way down.
         Step step{link->axis, link->axis == Axis::child};
-        ContextList from = universe.contextsOf(link->from);
-        reached = keepFirst(table, step, from.operand(), reached.operand());
+        reached = keepFirst(table_, step, universe_.contextsOf(link->from), reached, plan_);
     }
     return reached;
-}
-
-Step stepTo(const NodeTable &table, Axis axis, const NodeSetPtr &second) {
-    return {axis, axis == Axis::child && allAttributes(table, second->ids())};
 }
 
 /**
  * Whether attributes are children is asked of the whole first step, not of what is left
  * of it: [node()/..] does not come to mean attributes where only those are left.
  */
-NodeSetPtr joinFirst(const NodeTable &table, const Universe &universe, Axis axis,
-                     const NodeSetPtr &a, const NodeSetPtr &b) {
-    Operand first = universe.contextsOf(a).operand();
-    if (!b->chain() || isInChain(a, b)) {
-        Operand second{b->ids(), {}};
-        return restrict(a, keepFirst(table, stepTo(table, axis, b), first, second).nodes);
-    }
-    Selection steps = firstStep(table, universe, b);
-    Step step = stepTo(table, axis, firstOf(b));
-    return restrict(a, keepFirst(table, step, first, steps.operand()).nodes);
+NodeSetPtr AxisJoin::first(const NodeSetPtr &a, const NodeSetPtr &b) const {
+    const ContextList contexts = universe_.contextsOf(a);
+    const bool isDirect = !b->chain() || isInChain(a, b);
+    const Step step = stepTo(isDirect ? b->nodes() : firstOf(b)->nodes());
+    const ContextList partners = isDirect ? ContextList{b->nodes(), nullptr} : firstStep(b);
+    return restrict(a, keepFirst(table_, step, contexts, partners, plan_).nodes);
 }
 
-NodeSetPtr joinSecond(const NodeTable &table, const Universe &universe, Axis axis,
-                      const NodeSetPtr &a, const NodeSetPtr &b) {
-    ContextList first = universe.contextsOf(a);
-    Step step = stepTo(table, axis, b);
-    NodeListPtr nodes = makeList(keepSecond(table, step, first.operand(), b->ids()));
-    auto chain = std::make_shared<ChainLink>(ChainLink{a, axis});
-    PairSourcePtr pairs = axisPairs(first, axis, nodes);
+NodeListPtr AxisJoin::reached(const NodeSetPtr &a, const NodeListPtr &b) const {
+    const Step step = stepTo(b);
+    if (a == universe_.set()) {
+        NodeListPtr bySummary = universe_.reachedByStep(step, b);
+        if (bySummary) {
+            note(plan_, PlanStep::summary);
+            return bySummary;
+        }
+    }
+    return keepSecond(table_, step, universe_.contextsOf(a), b, plan_);
+}
+
+NodeSetPtr AxisJoin::second(const NodeSetPtr &a, const NodeSetPtr &b) const {
+    NodeListPtr nodes = reached(a, b->nodes());
+    auto chain = std::make_shared<ChainLink>(ChainLink{a, axis_});
+    PairSourcePtr pairs = axisPairs(universe_.contextsOf(a), axis_, nodes);
     return makeSet({nodes, std::move(chain), std::move(pairs), b->leaves()});
 }
 
 }  // namespace
 
 NodeSetPtr intersect(const NodeSetPtr &a, const NodeSetPtr &b) {
-    NodeListPtr nodes = makeList(intersected(a->ids(), b->ids()));
+    NodeListPtr nodes = intersected(a->nodes(), b->nodes());
     PairSourcePtr pairs = intersectedPairs(a->pairs(), b->pairs(), nodes);
     std::vector<ValueLeafPtr> leaves = a->leaves();
     addLeaves(leaves, b->leaves());
@@ -100,41 +125,40 @@ NodeSetPtr intersect(const NodeSetPtr &a, const NodeSetPtr &b) {
 }
 
 NodeSetPtr subtract(const NodeSetPtr &a, const NodeSetPtr &b) {
-    return restrict(a, subtracted(a->ids(), b->ids()));
+    return restrict(a, subtracted(a->nodes(), b->nodes()));
 }
 
-NodeSetPtr restrict(const NodeSetPtr &a, NodeIds nodes) {
-    NodeListPtr list = makeList(std::move(nodes));
-    return makeSet({list, a->chain(), restrictedPairs(a->pairs(), list), a->leaves()});
+NodeSetPtr restrict(const NodeSetPtr &a, NodeListPtr nodes) {
+    PairSourcePtr pairs = restrictedPairs(a->pairs(), nodes);
+    return makeSet({std::move(nodes), a->chain(), std::move(pairs), a->leaves()});
 }
 
 NodeSetPtr unite(std::span<const NodeSetPtr> sets) {
     assert(!sets.empty());
     if (sets.size() == 1) return sets.front();
-    NodeIds all;
+    std::vector<NodeListPtr> lists;
     std::vector<PairSourcePtr> sources;
     std::vector<ValueLeafPtr> leaves;
     for (const NodeSetPtr &set : sets) {
-        all.insert(all.end(), set->ids().begin(), set->ids().end());
+        lists.push_back(set->nodes());
         sources.push_back(set->pairs());
         addLeaves(leaves, set->leaves());
     }
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    NodeListPtr nodes = makeList(std::move(all));
+    NodeListPtr nodes = united(lists);
     return makeSet({nodes, sharedChain(sets), unitedPairs(sources, nodes), std::move(leaves)});
 }
 
-NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, PositionTest test) {
-    NodeListPtr nodes = makeList(selectByPosition(table, set->pairs().get(), set->ids(), test));
+NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, PositionTest test,
+                           Plan *plan) {
+    NodeListPtr nodes = selectByPosition(table, set->pairs().get(), set->nodes(), test, plan);
     PairSourcePtr pairs = positionPairs(set->pairs(), test, nodes);
     return makeSet({nodes, set->chain(), std::move(pairs), set->leaves()});
 }
 
 NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, const NodeSetPtr &a,
-                const NodeSetPtr &b, Direction direction) {
-    return direction == Direction::first ? joinFirst(table, universe, axis, a, b)
-                                         : joinSecond(table, universe, axis, a, b);
+                const NodeSetPtr &b, Direction direction, Plan *plan) {
+    const AxisJoin join(table, universe, axis, plan);
+    return direction == Direction::first ? join.first(a, b) : join.second(a, b);
 }
 
 }  // namespace zdbs

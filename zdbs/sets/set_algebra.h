@@ -1,6 +1,7 @@
 /**
  * The operations of conditions on sets. Each makes a new set and settles what the
- * set remembers: its chain, the pairs behind it, and the value conditions.
+ * set remembers: its chain, the pairs behind it, and the value conditions. How its
+ * nodes were found is noted in a plan, where one is given.
  */
 #ifndef ZDBS_SETS_SET_ALGEBRA_H
 #define ZDBS_SETS_SET_ALGEBRA_H
@@ -10,6 +11,7 @@
 #include "zdbs/engine/node_table.h"
 #include "zdbs/joins/axis.h"
 #include "zdbs/sets/node_set.h"
+#include "zdbs/sets/plan.h"
 #include "zdbs/sets/universe.h"
 
 namespace zdbs {
@@ -23,14 +25,15 @@ NodeSetPtr intersect(const NodeSetPtr &a, const NodeSetPtr &b);
 /** Keeps chain, pairs and value conditions of `a`. */
 NodeSetPtr subtract(const NodeSetPtr &a, const NodeSetPtr &b);
 
-/** The nodes of `a` that are in `nodes`: as an intersection, but nothing is added. */
-NodeSetPtr restrict(const NodeSetPtr &a, NodeIds nodes);
+/** The nodes of `a` that `nodes` are, a part of them: nothing is added to what `a` remembers. */
+NodeSetPtr restrict(const NodeSetPtr &a, NodeListPtr nodes);
 
 /** Keeps a chain and the pairs when all have the same; the value conditions of all. */
 NodeSetPtr unite(std::span<const NodeSetPtr> sets);
 
 /** The nodes of `set` whose position satisfies a test; keeps chain and value conditions. */
-NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, PositionTest test);
+NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, PositionTest test,
+                           Plan *plan = nullptr);
 
 /**
  * XPATH(axis,a,b,direction).
@@ -44,7 +47,7 @@ NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, Positi
  * A second side of attributes only makes `child` relate elements to attributes.
  */
 NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, const NodeSetPtr &a,
-                const NodeSetPtr &b, Direction direction);
+                const NodeSetPtr &b, Direction direction, Plan *plan = nullptr);
 
 }  // namespace zdbs
 

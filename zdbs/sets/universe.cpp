@@ -5,22 +5,62 @@
 namespace zdbs {
 
 Universe::Universe(const NodeTable &table)
-    : table_(table), set_(makeSet({NodeList::everythingIn(table), nullptr, nullptr, {}})) {}
+    : table_(table), set_(makeSet({NodeList::everythingIn(table), nullptr, nullptr, {}})) {
+    if (table.paths() == nullptr) return;
+    attributes_ = pathsWhere(true);
+    others_ = pathsWhere(false);
+}
 
 const ContextList &Universe::contexts() const {
     if (contexts_.nodes) return contexts_;
+    auto roots = std::make_shared<DocumentIndexes>(table_.documents().size());
+    std::iota(roots->begin(), roots->end(), 0);
+    contexts_ = {withoutAttributes(), std::move(roots)};
+    return contexts_;
+}
+
+NodeListPtr Universe::withoutAttributes() const {
+    if (const PathTable *paths = table_.paths()) {
+        return NodeList::restrictedTo(*paths, set_->nodes(), others_);
+    }
     NodeIds nodes;
     for (NodeId node : set_->ids()) {
         if (table_.kind(node) != NodeKind::attribute) nodes.push_back(node);
     }
-    auto roots = std::make_shared<DocumentIndexes>(table_.documents().size());
-    std::iota(roots->begin(), roots->end(), 0);
-    contexts_ = {makeList(std::move(nodes)), std::move(roots)};
-    return contexts_;
+    return makeList(std::move(nodes));
+}
+
+std::vector<PathId> Universe::pathsWhere(bool areAttributes) const {
+    const PathSummary &summary = table_.paths()->summary();
+    std::vector<PathId> result;
+    for (PathId path = 0; path < summary.size(); ++path) {
+        if ((summary[path].kind == NodeKind::attribute) == areAttributes) result.push_back(path);
+    }
+    return result;
 }
 
 ContextList Universe::contextsOf(const NodeSetPtr &set) const {
-    return set == set_ ? contexts() : ContextList{set->nodes(), nullptr};
+    if (set == set_) return contexts();
+    return {set->nodes(), nullptr, set->identity()};
+}
+
+/** Every node but the attributes is below a root, and a node of set 0 as first set itself. */
+NodeListPtr Universe::reachedByStep(Step step, const NodeListPtr &list) const {
+    const PathTable *paths = table_.paths();
+    if (paths == nullptr || list->table() == nullptr) return nullptr;
+    switch (step.axis) {
+        case Axis::child:
+            if (step.attributesAreChildren) return list;
+            [[fallthrough]];
+        case Axis::descendant:
+        case Axis::descendantOrSelf:
+        case Axis::self:
+            return NodeList::restrictedTo(*paths, list, others_);
+        case Axis::attribute:
+            return NodeList::restrictedTo(*paths, list, attributes_);
+        default:
+            return nullptr;
+    }
 }
 
 }  // namespace zdbs

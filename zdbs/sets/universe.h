@@ -26,9 +26,20 @@ public:
     /** A set as the first set of a step: set 0 as contexts(), others as their nodes. */
     ContextList contextsOf(const NodeSetPtr &set) const;
 
+    /**
+     * The nodes of `list` that a downward step from set 0 reaches, where that is decided by
+     * kind alone and the nodes are by path; null where it is not.
+     */
+    NodeListPtr reachedByStep(Step step, const NodeListPtr &list) const;
+
 private:
+    NodeListPtr withoutAttributes() const;
+    std::vector<PathId> pathsWhere(bool areAttributes) const;
+
     const NodeTable &table_;
     NodeSetPtr set_;
+    std::vector<PathId> attributes_;  ///< paths of attributes, and all others
+    std::vector<PathId> others_;
     mutable ContextList contexts_;
 };
 

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "tests/zdbs/engine/desk.h"
-#include "zdbs/command/command_parser.h"
 #include "zdbs/status/status.h"
 
 namespace zdbs {
@@ -121,17 +120,17 @@ TEST(Conditions, MayBeNestedAsDeeplyAsTheyCanBeWritten) {
     EXPECT_EQ(desk.ids(std::string(1000, '(') + "N_ID=1" + std::string(1000, ')')), "1");
 }
 
-TEST(Plans, SayHowRecordsAreFound) {
-    Desk desk("<a/>");
+TEST(Plans, SayHowRecordsWereFound) {
+    Desk desk("<a><b>1</b></a>");
+    desk.find({"N_TYPE=ELEMENT", "XPATH(child,0,1,2)"});
     auto plan = [&](const std::string &condition) {
-        Command command = parseCommand("FIND " + condition);
-        return desk.database().plan(std::get<FindCommand>(command).condition);
+        return desk.database().plan(*desk.evaluate(condition));
     };
     EXPECT_EQ(plan("N_ID=$"), "scan of all nodes");
     EXPECT_EQ(plan("S=1 AND N_ID=1"), "sets, scan of the set");
-    EXPECT_EQ(plan("XPATH(child,1,2,1)"), "join on child");
-    EXPECT_EQ(plan("XPATH(SELF,1,1,1,EQ,1)"), "positions");
-    EXPECT_EQ(plan("S=1 OR S=2 OR N_ID=1"), "sets; scan of all nodes");
+    EXPECT_EQ(plan("XPATH(child,1,2,1)"), "general join on child");
+    EXPECT_EQ(plan("XPATH(SELF,1,1,1,EQ,1)"), "general positions");
+    EXPECT_EQ(plan("S=1 OR S=2 OR N_ID=1"), "sets, scan of all nodes");
     EXPECT_EQ(plan("(N_TYPE=ELEMENT OR N_TYPE=TEXT) AND.T N_NAME=\"a\""),
               "scan of all nodes, scan of the set");
 }

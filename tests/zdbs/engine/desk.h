@@ -12,7 +12,11 @@
 
 namespace zdbs::testing {
 
-/** A database of XML texts with the sets that were found in it, from S1 on. */
+/**
+ * A database of XML texts with the sets that were found in it, from S1 on. Everything is
+ * evaluated on the same nodes by path too, in short segments, and once more with most of
+ * them irregular; that all say the same is expected without being asked for.
+ */
 class Desk {
 public:
     explicit Desk(std::string_view xml);
@@ -29,12 +33,30 @@ public:
 
     ResultSetPtr evaluate(const std::string &condition) const;
     const ResultSetPtr &set(std::int32_t number) const;
-    OpenDatabase &database() const { return *database_; }
+    OpenDatabase &database() const { return *editions_.front().database; }
+
+    /** The same by path. */
+    OpenDatabase &databaseByPath() const { return *editions_[1].database; }
+    ResultSetPtr evaluateByPath(const std::string &condition) const;
+    const ResultSetPtr &setByPath(std::int32_t number) const;
 
 private:
+    /** The nodes, kept in one way or another. */
+    struct Edition {
+        std::string name;
+        std::shared_ptr<const NodeTable> table;
+        std::unique_ptr<OpenDatabase> database;
+        std::vector<ResultSetPtr> sets;
+
+        ResultSetPtr evaluate(const std::string &condition) const;
+        const ResultSetPtr &set(std::int32_t number) const;
+    };
+
+    void add(std::string name, std::shared_ptr<const NodeTable> table);
+    void expectTheSame(const std::string &condition, const ResultSetPtr &set) const;
+
     std::shared_ptr<const MemoryNodeTable> table_;
-    std::unique_ptr<OpenDatabase> database_;
-    std::vector<ResultSetPtr> sets_;
+    std::vector<Edition> editions_;  ///< the plain one first
 };
 
 }  // namespace zdbs::testing

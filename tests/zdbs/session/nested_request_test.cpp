@@ -136,6 +136,47 @@ TEST_F(NestedRequestTest, TakesTheRequestAsUtf8) {
     EXPECT_EQ(matches("//*[text()='\xE2\x82\xAC']"), (std::vector<NodeId>{1}));
 }
 
+TEST_F(NestedRequestTest, RefusesARequestWithANul) {
+    session_->execute("BASE plays");
+    EXPECT_EQ(failure(std::string("//b\0[c]", 7)), "The request failed: it holds a NUL character.");
+}
+
+TEST_F(NestedRequestTest, TellsNumbersWithoutMakingLists) {
+    session_->execute("BASE plays");
+    const NestedRequest contains(*session_, "//b[contains(text(),'row')]");
+    EXPECT_EQ(contains.records(), 1);
+    EXPECT_GE(contains.hits(), 1);
+    EXPECT_EQ(contains.matches(), (std::vector<NodeId>{3}));
+    const NestedRequest inside(*session_, "//b");
+    EXPECT_EQ(inside.records(), 2);
+    EXPECT_EQ(inside.hits(), 2);
+}
+
+TEST_F(NestedRequestTest, SeesTheStateOfTheScopeThatItRunsIn) {
+    session_->execute("BASE plays");
+    {
+        const NestedScope oneState(*session_);
+        EXPECT_EQ(matches("//b").size(), 2U);
+        engine_->store("plays", "<b/>");
+        EXPECT_EQ(matches("//b").size(), 2U);
+    }
+    EXPECT_EQ(matches("//b").size(), 1U);
+}
+
+TEST_F(NestedRequestTest, LeavesOneSetInTheScopeThatItIsToldToUse) {
+    session_->execute("BASE plays");
+    const NestedScope scope(*session_);
+    const RequestSet first = runRequest(*session_, "/a/b[1]");
+    EXPECT_EQ(first.number, 1);
+    EXPECT_GT(first.foundAs, 1);
+    EXPECT_EQ(scope.set(1)->size(), 1);
+    EXPECT_EQ(runRequest(*session_, "//nothing").number, 2);
+    EXPECT_EQ(scope.set(2)->size(), 0);
+    EXPECT_EQ(session_->lastSearch().number, 2);
+    EXPECT_THROW(runRequest(*session_, "//b["), Failure);
+    EXPECT_EQ(session_->lastSearch().number, 2);
+}
+
 TEST_F(NestedRequestTest, RunsWhileACallersSessionIsActive) {
     session_->execute("BASE plays");
     Session other(engine_, "reader", "secret");

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/support/memory_path_table.h"
 #include "zdbs/sets/set_algebra.h"
 #include "zdbs/status/status.h"
 
@@ -9,6 +10,8 @@ namespace zdbs {
 namespace {
 
 using testing::MemoryNodeTable;
+using testing::MemoryPathTable;
+using testing::PathTableOptions;
 
 /** An element with so many empty elements in it. */
 MemoryNodeTable flatTable(int children) {
@@ -129,6 +132,61 @@ TEST(Positions, BelowAHundredThousandNestedElementsAreNoPairByPairAffair) {
     EXPECT_EQ(selectPositions(table, set, {Relation::equal, 2})->size(), 99998U);
     EXPECT_EQ(selectPositions(table, set, {Relation::equal, -1})->size(), 1U);
     EXPECT_EQ(selectPositions(table, set, {Relation::less, 3})->size(), 99999U);
+}
+
+/** Elements inside one another, each with an empty one before the next: e of even numbers. */
+MemoryNodeTable deepTable(NodeId depth) {
+    MemoryNodeTable table;
+    table.startDocument("deep");
+    for (NodeId i = 0; i < depth; ++i) {
+        table.startElement({"d"});
+        table.startElement({"e"});
+        table.endElement();
+    }
+    for (NodeId i = 0; i < depth; ++i)
+        table.endElement();
+    table.endDocument();
+    return table;
+}
+
+/** Counts of positions on the axes whose contexts have a way of their own each. */
+void expectPositionsOnTheWay(const NodeTable &table, NodeId depth) {
+    Universe universe(table);
+    NodeSetPtr all = plainSet(numbers(1, 2 * depth));
+    auto count = [&](Axis axis, Relation relation, double place) {
+        NodeSetPtr set = join(table, universe, axis, all, all, Direction::second);
+        return selectPositions(table, set, {relation, place})->size();
+    };
+    for (Axis axis : {Axis::ancestor, Axis::ancestorOrSelf}) {
+        const std::size_t self = axis == Axis::ancestor ? 0 : depth;
+        EXPECT_EQ(count(axis, Relation::equal, 1), depth + self) << nameOf(axis);
+        EXPECT_EQ(count(axis, Relation::equal, 2), depth - 1 + (self > 0 ? 1 : 0)) << nameOf(axis);
+        EXPECT_EQ(count(axis, Relation::equal, -1), 1U) << nameOf(axis);
+        EXPECT_EQ(count(axis, Relation::lessEqual, 3), depth + self) << nameOf(axis);
+        EXPECT_EQ(count(axis, Relation::greater, 1), depth - 1 + (self > 0 ? 1 : 0));
+        EXPECT_EQ(count(axis, Relation::greaterEqual, -3), self > 0 ? 5U : 3U) << nameOf(axis);
+    }
+    EXPECT_EQ(count(Axis::preceding, Relation::equal, 1), depth - 1);
+    EXPECT_EQ(count(Axis::preceding, Relation::equal, -1), 1U);
+    EXPECT_EQ(count(Axis::preceding, Relation::notEqual, 1), depth - 2);
+    EXPECT_EQ(count(Axis::preceding, Relation::lessEqual, 2), depth - 1);
+    EXPECT_EQ(count(Axis::preceding, Relation::less, -1), depth - 2);
+    EXPECT_EQ(count(Axis::preceding, Relation::greater, depth / 2), depth / 2 - 1);
+}
+
+TEST(Positions, OnTheWayUpFromAHundredThousandLevelsAreNoPairByPairAffair) {
+    constexpr NodeId depth = 100000;
+    MemoryNodeTable table = deepTable(depth);
+    expectPositionsOnTheWay(table, depth);
+}
+
+TEST(Positions, OnTheWayUpAreTheSameByPath) {
+    constexpr NodeId depth = 2000;
+    MemoryNodeTable table = deepTable(depth);
+    PathTableOptions options;
+    options.nodesPerSegment = 100;
+    options.deepestLevel = 50;
+    expectPositionsOnTheWay(MemoryPathTable(table, options), depth);
 }
 
 TEST(Universe, IsEveryNodeOrRootsAndEveryNodeButTheAttributes) {

@@ -8,12 +8,15 @@
 #include <sstream>
 
 #include "tests/zdbs/sets/naive_sets.h"
+#include "tests/zdbs/support/memory_path_table.h"
 
 namespace zdbs {
 namespace {
 
 using testing::MemoryNodeTable;
+using testing::MemoryPathTable;
 using testing::NaiveSets;
+using testing::PathTableOptions;
 
 /** Makes the same sets by the algebra and by definition. */
 class Both {
@@ -159,6 +162,22 @@ private:
     std::array<Axis, 3> axes_{};  ///< few, so that steps repeat
 };
 
+/** Short segments, so that whatever is kept by run begins and ends often. */
+PathTableOptions shortSegments(unsigned seed) {
+    PathTableOptions options;
+    options.nodesPerSegment = 1 + seed % 7;
+    options.withRuns = seed % 2 == 0;
+    return options;
+}
+
+/** Nodes from the third level on are irregular; with some seeds, few paths are regular. */
+PathTableOptions irregular(unsigned seed) {
+    PathTableOptions options = shortSegments(seed);
+    options.deepestLevel = 2;
+    if (seed % 3 == 0) options.mostPaths = 1 + seed % 5;
+    return options;
+}
+
 TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnSmallTables) {
     for (unsigned seed = 1; seed <= 5000; ++seed) {
         MemoryNodeTable table = testing::randomTable(seed, 3 + static_cast<int>(seed % 9));
@@ -175,6 +194,22 @@ TEST(SetAlgebra, DoesWhatItsDefinitionSaysOnLargerTables) {
     }
 }
 
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysByPath) {
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        MemoryNodeTable nodes = testing::randomTable(seed, 3 + static_cast<int>(seed % 20));
+        Walk(MemoryPathTable(nodes, shortSegments(seed)), seed).run(40);
+        if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+}
+
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysWherePathsAreIrregular) {
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        MemoryNodeTable nodes = testing::randomTable(seed, 3 + static_cast<int>(seed % 20));
+        Walk(MemoryPathTable(nodes, irregular(seed)), seed).run(40);
+        if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+}
+
 NodeIds everyNode(const NodeTable &table) {
     NodeIds nodes;
     for (testing::Point point : testing::nodesOf(table))
@@ -182,44 +217,96 @@ NodeIds everyNode(const NodeTable &table) {
     return nodes;
 }
 
-/**
- * Two steps down, a position at each of them, and back up: for every forest, every
- * pair of axes and some of the tests.
- */
+/** Two steps down, a position at each of them, and back up, for every pair of axes. */
+void walkEveryPairOfAxes(const NodeTable &table) {
+    const NodeIds all = everyNode(table);
+    for (int axes = 0; axes < 13 * 13; ++axes) {
+        auto first = static_cast<Axis>(axes / 13);
+        auto second = static_cast<Axis>(axes % 13);
+        Both both(table);
+        both.plain(all);                               // 1
+        both.join(first, 1, 1, Direction::second);     // 2
+        both.select(2, {Relation::equal, 1});          // 3
+        both.join(second, 2, 0, Direction::second);    // 4
+        both.select(4, {Relation::greaterEqual, -2});  // 5
+        both.join(second, 3, 5, Direction::second);    // 6
+        both.join(first, 0, 4, Direction::first);      // 7
+        both.join(first, 2, 6, Direction::first);      // 8
+        both.intersect(4, 5);                          // 9
+        both.unite(5, 4);                              // 10
+        both.select(9, {Relation::lessEqual, 1});      // 11
+        both.select(10, {Relation::notEqual, 1});      // 12
+        both.intersect(3, 7);                          // 13
+        both.join(first, 13, 12, Direction::first);    // 14
+        both.intersect(2, 4);                          // 15
+        both.select(15, {Relation::equal, 1});         // 16
+        both.unite(2, 15);                             // 17
+        both.select(17, {Relation::equal, 2});         // 18
+        both.join(first, 1, 1, Direction::second);     // 19
+        both.unite(2, 19);                             // 20
+        both.join(second, 0, 20, Direction::first);    // 21
+        both.join(first, 0, 1, Direction::second);     // 22
+        both.intersect(22, 2);                         // 23
+        both.select(23, {Relation::equal, 2});         // 24
+        ASSERT_TRUE(both.agree()) << both.log();
+    }
+}
+
 TEST(SetAlgebra, DoesWhatItsDefinitionSaysForEveryPairOfAxesOnEverySmallForest) {
     for (int count = 1; count <= 4; ++count) {
         for (const MemoryNodeTable &table : testing::forestsOf(count)) {
-            NodeIds all = everyNode(table);
-            for (int axes = 0; axes < 13 * 13; ++axes) {
-                auto first = static_cast<Axis>(axes / 13);
-                auto second = static_cast<Axis>(axes % 13);
-                Both both(table);
-                both.plain(all);                               // 1
-                both.join(first, 1, 1, Direction::second);     // 2
-                both.select(2, {Relation::equal, 1});          // 3
-                both.join(second, 2, 0, Direction::second);    // 4
-                both.select(4, {Relation::greaterEqual, -2});  // 5
-                both.join(second, 3, 5, Direction::second);    // 6
-                both.join(first, 0, 4, Direction::first);      // 7
-                both.join(first, 2, 6, Direction::first);      // 8
-                both.intersect(4, 5);                          // 9
-                both.unite(5, 4);                              // 10
-                both.select(9, {Relation::lessEqual, 1});      // 11
-                both.select(10, {Relation::notEqual, 1});      // 12
-                both.intersect(3, 7);                          // 13
-                both.join(first, 13, 12, Direction::first);    // 14
-                both.intersect(2, 4);                          // 15
-                both.select(15, {Relation::equal, 1});         // 16
-                both.unite(2, 15);                             // 17
-                both.select(17, {Relation::equal, 2});         // 18
-                both.join(first, 1, 1, Direction::second);     // 19
-                both.unite(2, 19);                             // 20
-                both.join(second, 0, 20, Direction::first);    // 21
-                both.join(first, 0, 1, Direction::second);     // 22
-                both.intersect(22, 2);                         // 23
-                both.select(23, {Relation::equal, 2});         // 24
-                ASSERT_TRUE(both.agree()) << both.log();
+            walkEveryPairOfAxes(table);
+            if (HasFatalFailure()) FAIL();
+        }
+    }
+}
+
+TEST(SetAlgebra, DoesWhatItsDefinitionSaysForEveryPairOfAxesByPath) {
+    for (int count = 1; count <= 3; ++count) {
+        for (const MemoryNodeTable &nodes : testing::forestsOf(count)) {
+            walkEveryPairOfAxes(MemoryPathTable(nodes, shortSegments(1)));
+            walkEveryPairOfAxes(MemoryPathTable(nodes, irregular(1)));
+            if (HasFatalFailure()) FAIL();
+        }
+    }
+}
+
+/** By path, set 2 shares the list of set 1; a union over the two is none over one step. */
+TEST(SetAlgebra, TellsStepsFromDifferentSetsApart) {
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        MemoryNodeTable nodes = testing::randomTable(seed, 12);
+        MemoryPathTable table(nodes, shortSegments(seed));
+        Both both(table);
+        both.plain(everyNode(table));                                // 1
+        both.join(Axis::descendantOrSelf, 1, 0, Direction::second);  // 2
+        both.join(Axis::descendant, 0, 2, Direction::second);        // 3
+        both.join(Axis::following, 2, 2, Direction::second);         // 4
+        both.join(Axis::following, 3, 2, Direction::second);         // 5
+        both.unite(4, 5);                                            // 6
+        both.select(6, {Relation::equal, 1});                        // 7
+        both.intersect(4, 4);                                        // 8
+        both.join(Axis::following, 8, 2, Direction::second);         // 9
+        both.join(Axis::following, 4, 2, Direction::second);         // 10
+        both.unite(9, 10);                                           // 11
+        both.select(11, {Relation::equal, 2});                       // 12
+        ASSERT_TRUE(both.agree()) << "seed " << seed << "\n" << both.log();
+    }
+}
+
+/** Every test at every place, on the axes that are counted in one pass and on the others. */
+TEST(Positions, AreThoseOfTheDefinitionOnEveryAxis) {
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        MemoryNodeTable table = testing::randomTable(seed, 4 + static_cast<int>(seed % 16));
+        const NodeIds all = everyNode(table);
+        for (int axis = 0; axis < 13; ++axis) {
+            Both both(table);
+            both.plain(all);
+            both.join(static_cast<Axis>(axis), 1, 1, Direction::second);
+            for (int relation = 0; relation < 6; ++relation) {
+                for (double place : {0.0, 1.0, 1.5, 2.0, 3.0, 50.0, -1.0, -1.5, -2.0, -3.0, -50.0})
+                    both.select(2, {static_cast<Relation>(relation), place});
             }
+            ASSERT_TRUE(both.agree()) << "seed " << seed << "\n" << both.log();
         }
     }
 }

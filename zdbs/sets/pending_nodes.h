@@ -1,0 +1,67 @@
+/** Nodes by path whose values are still to be looked at. */
+#ifndef ZDBS_SETS_PENDING_NODES_H
+#define ZDBS_SETS_PENDING_NODES_H
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "zdbs/paths/path_nodes.h"
+#include "zdbs/sets/plan.h"
+#include "zdbs/values/value_test.h"
+
+namespace zdbs {
+
+/** A condition on the value of a node. An element has no value and passes no test. */
+struct ValueCondition {
+    ValueTest test;
+    bool negated;
+};
+using ValueConditions = std::vector<ValueCondition>;
+
+/** The parts in some paths. `paths` ascending. */
+PathNodes partsIn(const PathNodes &nodes, std::span<const PathId> paths);
+
+/**
+ * Candidates, and the conditions that those must satisfy which belong to the set. Paths
+ * are decided one by one, when somebody asks for their nodes, and only once: a join asks
+ * for those only that it can relate. The table must outlive it. One thread at a time.
+ */
+class PendingNodes {
+public:
+    /** @param plan where the indexes that are used are noted; may be null */
+    PendingNodes(const PathTable &table, PathNodes candidates,
+                 std::shared_ptr<const ValueConditions> conditions, PlanPtr plan);
+
+    /** The paths that may have nodes: the undecided ones, and of the decided ones those that do. */
+    std::vector<PathId> paths() const;
+
+    /** Whether no candidate satisfies the conditions; decides as little as it can. */
+    bool empty();
+
+    /** Decides everything. */
+    PathNodes all();
+
+    /** The nodes in some paths, ascending; decides only those. */
+    PathNodes in(std::span<const PathId> paths);
+
+    /** The candidates in some paths, with what is decided of them. */
+    PendingNodes restrictedTo(std::span<const PathId> paths) const;
+
+private:
+    struct Entry {
+        PathPart part;  ///< of a decided path its nodes; no rows when it has none
+        bool isDecided;
+    };
+
+    void decide(Entry &entry);
+
+    const PathTable &table_;
+    std::vector<Entry> entries_;  ///< by path
+    std::shared_ptr<const ValueConditions> conditions_;
+    PlanPtr plan_;
+};
+
+}  // namespace zdbs
+
+#endif
