@@ -1,5 +1,6 @@
 #include "tests/answers/xpath_oracle.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "tests/support/temporary_directory.h"
@@ -13,12 +14,12 @@ using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 void ignore(void *, xmlErrorPtr) {}
 
 /** Without its DTD: libxml2 counts that and the comments in it as nodes, XPath does not. */
-Document read(const std::string &file) {
+Document read(const std::string &text, const std::string &name) {
     zdbs::testing::refuseExternalEntities();
-    const std::string text = support::readFile(file);
     Document document(
-        xmlReadMemory(text.data(), static_cast<int>(text.size()), file.c_str(), nullptr,
-                      XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NOWARNING),
+        xmlReadMemory(text.data(), static_cast<int>(text.size()), name.c_str(), nullptr,
+                      XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_DTDATTR |
+                          XML_PARSE_NOWARNING | XML_PARSE_HUGE),
         &xmlFreeDoc);
     xmlDtdPtr const dtd = document ? xmlGetIntSubset(document.get()) : nullptr;
     if (dtd != nullptr) {
@@ -28,23 +29,77 @@ Document read(const std::string &file) {
     return document;
 }
 
+/** The node behind one in document order, when what is below it comes first; null at the end. */
+xmlNodePtr nextInOrder(xmlNodePtr node) {
+    if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
+    while (node != nullptr && node->next == nullptr)
+        node = node->parent;
+    return node != nullptr ? node->next : nullptr;
+}
+
+void *asPlace(std::uint32_t number) {
+    return reinterpret_cast<void *>(std::uintptr_t{number});
+}
+
+std::uint32_t numberOf(const xmlNode &node) {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(node._private));
+}
+
 }  // namespace
 
-XPathOracle::XPathOracle(const std::string &file)
-    : document_(read(file)),
+XPathOracle::XPathOracle(const std::string &file) : XPathOracle(support::readFile(file), file) {}
+
+XPathOracle::XPathOracle(const std::string &text, const std::string &name)
+    : document_(read(text, name)),
       context_(document_ ? xmlXPathNewContext(document_.get()) : nullptr, &xmlXPathFreeContext) {
-    if (!context_) throw std::runtime_error("cannot read " + file);
+    if (!context_) throw std::runtime_error("cannot read " + name);
     context_->error = ignore;  // what is no XPath is thrown, not printed
+    number();
+}
+
+void XPathOracle::number() {
+    std::uint32_t last = 0;
+    for (xmlNodePtr node = document_->children; node != nullptr; node = nextInOrder(node)) {
+        node->_private = asPlace(++last);
+        if (node->type != XML_ELEMENT_NODE) continue;
+        for (xmlAttrPtr attribute = node->properties; attribute != nullptr;
+             attribute = attribute->next)
+            attribute->_private = asPlace(++last);
+    }
+}
+
+void XPathOracle::forgetNamespaces() {
+    for (xmlNodePtr node = document_->children; node != nullptr; node = nextInOrder(node)) {
+        if (node->type != XML_ELEMENT_NODE) continue;
+        node->ns = nullptr;
+        for (xmlAttrPtr attribute = node->properties; attribute != nullptr;
+             attribute = attribute->next)
+            attribute->ns = nullptr;
+    }
+}
+
+XPathOracle::Selection XPathOracle::select(const std::string &expression) {
+    Selection found(xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()),
+                                           context_.get()),
+                    &xmlXPathFreeObject);
+    if (!found || found->type != XPATH_NODESET)
+        throw std::runtime_error("no node-set: " + expression);
+    return found;
 }
 
 int XPathOracle::count(const std::string &expression) {
-    const std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
-        xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()),
-                               context_.get()),
-        &xmlXPathFreeObject);
-    if (!found || found->type != XPATH_NODESET)
-        throw std::runtime_error("no node-set: " + expression);
-    return xmlXPathNodeSetGetLength(found->nodesetval);
+    return xmlXPathNodeSetGetLength(select(expression)->nodesetval);
+}
+
+std::vector<std::uint32_t> XPathOracle::numbers(const std::string &expression) {
+    const Selection found = select(expression);
+    std::vector<std::uint32_t> result;
+    for (int place = 0; place < xmlXPathNodeSetGetLength(found->nodesetval); ++place) {
+        const xmlNode &node = *found->nodesetval->nodeTab[place];
+        if (node.type != XML_DOCUMENT_NODE) result.push_back(numberOf(node));
+    }
+    std::sort(result.begin(), result.end());
+    return result;
 }
 
 }  // namespace answers

@@ -5,8 +5,10 @@
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace answers {
 
@@ -15,10 +17,29 @@ public:
     /** Reads the document; throws std::runtime_error when it cannot be read. */
     explicit XPathOracle(const std::string &file);
 
+    /** Reads the text of a document that is called `name`. */
+    XPathOracle(const std::string &text, const std::string &name);
+
     /** Number of nodes that an expression selects. Throws when it is no node-set. */
     int count(const std::string &expression);
 
+    /**
+     * The numbers of the nodes that an expression selects, ascending: from 1, in document order,
+     * an element's attributes behind it. The root has none. Throws when it is no node-set.
+     */
+    std::vector<std::uint32_t> numbers(const std::string &expression);
+
+    /** From now on no node is in a namespace: a name without prefix asks for the local part. */
+    void forgetNamespaces();
+
+    const xmlDoc &document() const { return *document_; }
+
 private:
+    using Selection = std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)>;
+
+    Selection select(const std::string &expression);
+    void number();
+
     std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document_;
     std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context_;
 };

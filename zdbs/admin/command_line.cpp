@@ -1,18 +1,40 @@
 #include "zdbs/admin/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/similar_words.h"
+#include "zdbs/admin/visible_text.h"
 #include "zdbs/status/status.h"
 
 namespace zdbs::admin {
 
 namespace {
+
+/**
+ * CLI11 takes an argument in brackets for a list of several. Requests with a blank in front
+ * mean the same and are left alone.
+ */
+std::vector<std::string> argumentsOf(int argc, char **argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    bool takesRequests = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        std::string &argument = arguments[i];
+        const bool isHome = i > 0 && arguments[i - 1] == "--home";
+        if (takesRequests && !isHome && argument.starts_with('[') && argument.ends_with(']'))
+            argument.insert(0, 1, ' ');
+        takesRequests = takesRequests || argument == "query" || argument == "explain";
+    }
+    return arguments;
+}
 
 /** All commands with their options; remembers the one that was given. */
 class CommandLine {
@@ -20,24 +42,78 @@ public:
     CommandLine() : app_("Administers the databases of a home.", "zdbs") {
         app_.require_subcommand(1);
         app_.set_help_flag("-h,--help", "Show this help and end");
+        app_.set_version_flag("--version", "zdbs " ZDBS_VERSION, "Show the version and end");
         addHomeOption(app_);
+        nameThings();
         defineHomeCommands();
         defineUserCommands();
         defineDatabaseCommands();
         defineLoadCommand();
         defineDocumentCommands();
+        defineQueryCommand();
+        defineExplainCommand();
+        finishHelp(app_);
+        app_.footer("zdbs COMMAND --help tells about a command, man zdbs about everything.");
     }
 
     /** Throws CLI::Error, UsageError and what the command throws. */
     bool run(int argc, char **argv) {
-        app_.parse(argc, argv);
+        auto arguments = argumentsOf(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // as CLI11 wants them
+        app_.parse(std::move(arguments));
         return command_();
     }
 
     std::string help() const { return app_.help(); }
 
+    /** What is wrong with a command line that parsing refused. */
+    std::string complaint(const CLI::Error &error) const {
+        const CLI::App &group = innermost();
+        const bool lacksCommand = group.get_require_subcommand_min() > 0 &&
+                                  dynamic_cast<const CLI::RequiredError *>(&error) != nullptr;
+        if (!lacksCommand) return error.what();
+        const auto unknown = group.remaining();
+        return unknown.empty() ? "Which command?" : unknownCommand(group, unknown.front());
+    }
+
 private:
     using Command = std::function<bool()>;
+
+    /** Commands are made with the words of this formatter. */
+    void nameThings() {
+        const auto words = app_.get_formatter();
+        words->label("SUBCOMMAND", "COMMAND");
+        words->label("Positionals", "Arguments");
+        // Brackets in the usage say what may be left out.
+        words->label("REQUIRED", "");
+    }
+
+    /** The name of an argument says enough, without a type. */
+    static void finishHelp(CLI::App &app) {
+        for (CLI::Option *option : app.get_options())
+            if (option->get_positional()) option->type_name("");
+        for (CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+            command->group("Commands");
+            finishHelp(*command);
+        }
+    }
+
+    /** The command that was given, or the group of commands that it should be one of. */
+    const CLI::App &innermost() const {
+        const CLI::App *app = &app_;
+        while (!app->get_subcommands().empty())
+            app = app->get_subcommands().front();
+        return *app;
+    }
+
+    static std::string unknownCommand(const CLI::App &group, const std::string &name) {
+        std::string text = "There is no command " + shortText(name, 40);
+        std::vector<std::string> names;
+        for (const CLI::App *command : group.get_subcommands([](const CLI::App *) { return true; }))
+            names.push_back(command->get_name());
+        if (const auto meant = mostSimilar(name, names)) text += "; do you mean " + *meant + "?";
+        return text;
+    }
 
     CLI::App &define(CLI::App &parent, const char *name, const char *description,
                      const Command &command) {
@@ -116,6 +192,12 @@ private:
                                 [this] { return showInfo(home_, database_, asJson_); });
         addDatabase(info);
         addJson(info);
+        CLI::App &checking = define(app_, "check", "Verify every structure of a database",
+                                    [this] { return check(home_, database_, asJson_); });
+        addDatabase(checking);
+        addJson(checking);
+        addDatabase(define(app_, "compact", "Give back what removed documents held",
+                           [this] { return compact(home_, database_); }));
     }
 
     bool runList() {
@@ -189,6 +271,35 @@ private:
             ->type_name("DIR");
     }
 
+    void defineQueryCommand() {
+        CLI::App &command = define(app_, "query", "Run XPath requests and print their counts",
+                                   [this] { return query(home_, query_); });
+        command.add_option("DATABASE", query_.database, "Name of the database")->required();
+        command.add_option("REQUEST", query_.requests,
+                           "XPath requests; - or none: the lines of standard input");
+        CLI::Option *fragments =
+            command
+                .add_option("--fragments", query_.fragments,
+                            "Print the export document: what these specs select from each match")
+                ->allow_extra_args(false)
+                ->type_name("SPECS");
+        command.add_flag("--highlight", query_.highlights, "Mark hits in the export document")
+            ->needs(fragments);
+        command.add_flag("--ids", query_.listsIds, "Print the numbers of the records, one a line");
+        command.add_flag("--json", query_.asJson, "Write a JSON object for each request");
+    }
+
+    void defineExplainCommand() {
+        CLI::App &command = define(app_, "explain", "Show the sets of a request and what they cost",
+                                   [this] { return explain(home_, explain_); });
+        command.add_option("DATABASE", explain_.database, "Name of the database")->required();
+        command
+            .add_option("REQUEST", explain_.requests,
+                        "XPath requests, or FIND commands, which may name the sets before them")
+            ->required();
+        command.add_flag("--json", explain_.asJson, "Write a JSON object for each request");
+    }
+
     bool runReplace() {
         load_.replaces = true;
         return load(home_, load_);
@@ -204,6 +315,8 @@ private:
     bool stops_ = false;  // says only what happens anyway
     LoadRequest load_;
     DumpRequest dump_;
+    QueryRequest query_;
+    ExplainRequest explain_;
 };
 
 int run(CommandLine &commandLine, int argc, char **argv) {
@@ -215,8 +328,12 @@ int run(CommandLine &commandLine, int argc, char **argv) {
         writeOutput(commandLine.help());
         finishOutput();
         return allDone;
+    } catch (const CLI::CallForVersion &version) {
+        writeOutput(std::string(version.what()) + '\n');
+        finishOutput();
+        return allDone;
     } catch (const CLI::Error &error) {
-        writeMessage(std::string(error.what()) +
+        writeMessage(visibleText(commandLine.complaint(error)) +
                      "\nzdbs --help and zdbs COMMAND --help tell more.");
         return badUsage;
     } catch (const UsageError &error) {

@@ -47,6 +47,10 @@ bool listDatabases(const HomeChoice &home, bool asJson);
 bool listDocuments(const HomeChoice &home, const std::string &database, bool asJson);
 bool showInfo(const HomeChoice &home, const std::string &database, bool asJson);
 
+/** Writes what is wrong with a database; answers whether nothing is. */
+bool check(const HomeChoice &home, const std::string &database, bool asJson);
+bool compact(const HomeChoice &home, const std::string &database);
+
 struct LoadRequest {
     std::string database;
     std::vector<std::string> paths;
@@ -67,6 +71,27 @@ struct DumpRequest {
 };
 
 bool dump(const HomeChoice &home, const DumpRequest &request);
+
+struct QueryRequest {
+    std::string database;
+    std::vector<std::string> requests;   ///< "-", or none: the lines of standard input
+    std::vector<std::string> fragments;  ///< blank-separated specs; none: no export
+    bool highlights = false;             ///< marks hits in the fragments
+    bool listsIds = false;
+    bool asJson = false;
+};
+
+/** All requests see one state of the database; one that fails does not end the others. */
+bool query(const HomeChoice &home, const QueryRequest &request);
+
+struct ExplainRequest {
+    std::string database;
+    std::vector<std::string> requests;  ///< XPath requests and FIND commands
+    bool asJson = false;
+};
+
+/** All requests share one session; the first that fails ends the command. */
+bool explain(const HomeChoice &home, const ExplainRequest &request);
 
 }  // namespace zdbs::admin
 

@@ -28,7 +28,7 @@ std::string databasesAsJson(const Home &home) {
         json.key("database").value(database);
         json.key("documents").value(snapshot->documents().size());
         json.key("nodes").value(snapshot->nodeCount());
-        json.key("bytes").value(snapshot->sizes().file);
+        json.key("bytes").value(snapshot->diskBytes());
         json.endObject();
     }
     return json.endArray().text() + '\n';
@@ -40,7 +40,7 @@ std::string databasesAsTable(const Home &home) {
     for (const std::string &database : home.databases()) {
         const auto snapshot = home.snapshot(database);
         table.add({database, std::to_string(snapshot->documents().size()),
-                   std::to_string(snapshot->nodeCount()), sizeText(snapshot->sizes().file)});
+                   std::to_string(snapshot->nodeCount()), sizeText(snapshot->diskBytes())});
     }
     return table.text();
 }

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -8,6 +11,7 @@
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/progress.h"
 #include "zdbs/status/status.h"
 #include "zdbs/store/snapshot.h"
 #include "zdbs/xml/serializer.h"
@@ -65,16 +69,61 @@ private:
     std::unique_ptr<std::FILE, Close> file_;
 };
 
-// Names of documents cannot lead out of the folder; the store sees to that.
-void writeFile(const Snapshot &snapshot, const DocumentRange &document, const fs::path &folder) {
-    const fs::path path = folder / document.name;
-    std::error_code error;
-    fs::create_directories(path.parent_path(), error);
-    if (error) failWriting(path.parent_path(), error.value());
-    OutputFile file(path);
-    writeDocument(snapshot, document, [&](std::string_view text) { file.write(text); });
-    file.finish();
-}
+/** Documents on their way out, with a bar of how much of the loaded XML that is. */
+class DumpRun {
+public:
+    explicit DumpRun(const Snapshot &snapshot) : snapshot_(snapshot) {}
+
+    void writeAll(const fs::path &folder) {
+        std::uint64_t total = 0;
+        for (std::size_t i = 0; i < snapshot_.documents().size(); ++i)
+            total += snapshot_.xmlBytes(i);
+        Progress progress(total);
+        for (const DocumentRange &document : snapshot_.documents())
+            writeFile(document, folder, progress);
+    }
+
+    void writeFile(const DocumentRange &document, const fs::path &folder) {
+        Progress progress(sizeOf(document));
+        writeFile(document, folder, progress);
+    }
+
+    void writeOut(const DocumentRange &document) {
+        // A bar between the lines of the document would be in the way.
+        if (outputWidth() > 0) return writeDocument(snapshot_, document, writeOutput);
+        Progress progress(sizeOf(document));
+        writeDocument(snapshot_, document, [&](std::string_view text) {
+            writeOutput(text);
+            progress.update(done_ += text.size());
+        });
+    }
+
+private:
+    std::uint64_t sizeOf(const DocumentRange &document) const {
+        const auto documents = snapshot_.documents();
+        const auto place =
+            std::find_if(documents.begin(), documents.end(),
+                         [&](const DocumentRange &other) { return other.first == document.first; });
+        return snapshot_.xmlBytes(static_cast<std::size_t>(place - documents.begin()));
+    }
+
+    // Names of documents cannot lead out of the folder; the store sees to that.
+    void writeFile(const DocumentRange &document, const fs::path &folder, Progress &progress) {
+        const fs::path path = folder / document.name;
+        std::error_code error;
+        fs::create_directories(path.parent_path(), error);
+        if (error) failWriting(path.parent_path(), error.value());
+        OutputFile file(path);
+        writeDocument(snapshot_, document, [&](std::string_view text) {
+            file.write(text);
+            progress.update(done_ += text.size());
+        });
+        file.finish();
+    }
+
+    const Snapshot &snapshot_;
+    std::uint64_t done_ = 0;
+};
 
 const DocumentRange &onlyDocument(const Snapshot &snapshot) {
     const auto documents = snapshot.documents();
@@ -94,17 +143,17 @@ DocumentRange findDocument(const Snapshot &snapshot, const DumpRequest &request)
 
 bool dump(const HomeChoice &home, const DumpRequest &request) {
     const auto snapshot = home.open()->snapshot(request.database);
+    DumpRun run(*snapshot);
     if (!request.directory.empty() && request.document.empty()) {
-        for (const DocumentRange &document : snapshot->documents())
-            writeFile(*snapshot, document, request.directory);
+        run.writeAll(request.directory);
         return true;
     }
     const DocumentRange document =
         request.document.empty() ? onlyDocument(*snapshot) : findDocument(*snapshot, request);
     if (request.directory.empty())
-        writeDocument(*snapshot, document, writeOutput);
+        run.writeOut(document);
     else
-        writeFile(*snapshot, document, request.directory);
+        run.writeFile(document, request.directory);
     return true;
 }
 

@@ -31,13 +31,34 @@ constexpr std::array<KindWords, kindCount> kindWords = {{
     {"PROCESSING_INSTRUCTION", "instructions"},
 }};
 
+struct SizePart {
+    const char *key;
+    const char *label;
+    std::uint64_t StoreSizes::*size;
+    bool isWhole = false;
+};
+
+constexpr SizePart sizeParts[] = {
+    {"all", "on disk", &StoreSizes::all, true},
+    {"structure", "  structure", &StoreSizes::structure},
+    {"pathOfNode", "  path of each node", &StoreSizes::pathOfNode},
+    {"values", "  values", &StoreSizes::values},
+    {"textOrder", "  order of texts", &StoreSizes::textOrder},
+    {"numberOrder", "  order of numbers", &StoreSizes::numberOrder},
+    {"trigrams", "  trigrams", &StoreSizes::trigrams},
+    {"documents", "  documents", &StoreSizes::documents},
+    {"names", "  names", &StoreSizes::names},
+    {"paths", "  paths", &StoreSizes::paths},
+    {"unused", "  unused", &StoreSizes::unused},
+};
+
 struct NameCount {
     NodeKind kind;
     NodeName name;
     std::uint64_t count;
 };
 
-/** What is counted in one pass over all nodes. */
+/** What is in the documents. */
 struct Census {
     std::array<std::uint64_t, kindCount> kinds{};
     std::vector<NameCount> names;  ///< the most frequent ones first
@@ -62,18 +83,31 @@ std::vector<NameCount> sortedNames(const Snapshot &snapshot,
     return names;
 }
 
+/** Nodes of an irregular path carry their names. */
+void countIrregular(const Snapshot &snapshot, PathId path, std::size_t kind,
+                    std::vector<CountsOfName> &counts) {
+    for (const RowId row : *snapshot.liveRows(path)) {
+        const PathRun &run = snapshot.runOf({path, row});
+        if (run.names.size() > 0) ++counts[run.names.at(row - run.firstRow)][kind];
+    }
+}
+
+/** Looks at paths, not at nodes. */
 Census takeCensus(const Snapshot &snapshot) {
     Census census;
     std::vector<CountsOfName> counts(snapshot.nameCount());
-    for (std::size_t i = 0; i < snapshot.documents().size(); ++i) {
-        const DocumentRange &document = snapshot.documents()[i];
-        census.xmlBytes += snapshot.xmlBytes(i);
-        for (NodeId node = document.first; node <= document.last; ++node) {
-            const auto kind = static_cast<std::size_t>(snapshot.kind(node));
-            ++census.kinds[kind];
-            if (const auto name = snapshot.nameNumber(node)) ++counts[*name][kind];
-        }
+    for (PathId number = 0; number < snapshot.summary().size(); ++number) {
+        const Path &path = snapshot.summary()[number];
+        const auto kind = static_cast<std::size_t>(path.kind);
+        const std::uint64_t nodes = snapshot.liveRows(number)->cardinality();
+        census.kinds[kind] += nodes;
+        if (!path.isRegular)
+            countIrregular(snapshot, number, kind, counts);
+        else if (path.name != noName)
+            counts[path.name][kind] += nodes;
     }
+    for (std::size_t i = 0; i < snapshot.documents().size(); ++i)
+        census.xmlBytes += snapshot.xmlBytes(i);
     census.names = sortedNames(snapshot, counts);
     return census;
 }
@@ -98,11 +132,11 @@ std::string censusAsJson(const std::string &database, const Snapshot &snapshot,
         json.key("name").value(row.name.local).key("prefix").value(row.name.prefix);
         json.key("namespace").value(row.name.uri).key("count").value(row.count).endObject();
     }
-    const StoreSizes &sizes = snapshot.sizes();
     json.endArray().key("xmlBytes").value(census.xmlBytes).key("diskBytes").beginObject();
-    json.key("all").value(sizes.file).key("nodes").value(sizes.nodes);
-    json.key("documents").value(sizes.documents).key("names").value(sizes.names);
-    json.key("unused").value(sizes.unused).endObject().endObject();
+    const StoreSizes sizes = snapshot.sizes();
+    for (const SizePart &part : sizeParts)
+        json.key(part.key).value(sizes.*part.size);
+    json.endObject().endObject();
     return json.text() + '\n';
 }
 
@@ -112,13 +146,11 @@ std::string numbersAsText(const Snapshot &snapshot, const Census &census) {
     table.add({"nodes", std::to_string(snapshot.nodeCount())});
     for (std::size_t kind = 0; kind < kindCount; ++kind)
         table.add({std::string("  ") + kindWords[kind].plural, std::to_string(census.kinds[kind])});
-    const StoreSizes &sizes = snapshot.sizes();
+    const StoreSizes sizes = snapshot.sizes();
     table.add({"XML", sizeText(census.xmlBytes)});
-    table.add({"on disk", sizeText(sizes.file), ratioText(sizes.file, census.xmlBytes)});
-    table.add({"  nodes", sizeText(sizes.nodes)});
-    table.add({"  documents", sizeText(sizes.documents)});
-    table.add({"  names", sizeText(sizes.names)});
-    table.add({"  unused", sizeText(sizes.unused)});
+    for (const SizePart &part : sizeParts)
+        table.add({part.label, sizeText(sizes.*part.size),
+                   part.isWhole ? ratioText(sizes.*part.size, census.xmlBytes) : ""});
     return table.text();
 }
 

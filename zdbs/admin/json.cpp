@@ -3,31 +3,40 @@
 #include <array>
 #include <cstdio>
 
+#include "zdbs/admin/sizes.h"
 #include "zdbs/store/document_name.h"
 
 namespace zdbs::admin {
 
 namespace {
 
-std::string escaped(char byte) {
+void appendEscaped(std::string &result, char byte) {
     switch (byte) {
         case '"':
-            return "\\\"";
+            result += "\\\"";
+            return;
         case '\\':
-            return "\\\\";
+            result += "\\\\";
+            return;
         case '\n':
-            return "\\n";
+            result += "\\n";
+            return;
         case '\r':
-            return "\\r";
+            result += "\\r";
+            return;
         case '\t':
-            return "\\t";
+            result += "\\t";
+            return;
         default:
             break;
     }
-    if (static_cast<unsigned char>(byte) >= 0x20) return std::string(1, byte);
+    if (static_cast<unsigned char>(byte) >= 0x20) {
+        result += byte;
+        return;
+    }
     std::array<char, 8> text;
     std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(byte));
-    return text.data();
+    result += text.data();
 }
 
 std::string quoted(std::string_view text) {
@@ -35,7 +44,10 @@ std::string quoted(std::string_view text) {
     const bool isText = isXmlText(text);
     for (const char byte : text) {
         const bool isAscii = static_cast<unsigned char>(byte) < 0x80;
-        result += isText || isAscii ? escaped(byte) : "\xef\xbf\xbd";
+        if (isText || isAscii)
+            appendEscaped(result, byte);
+        else
+            result += "\xef\xbf\xbd";
     }
     return result + '"';
 }
@@ -87,9 +99,23 @@ JsonWriter &JsonWriter::value(std::uint64_t number) {
     return *this;
 }
 
+JsonWriter &JsonWriter::value(std::chrono::nanoseconds time) {
+    separate();
+    text_ += millisecondsText(time);
+    return *this;
+}
+
 void JsonWriter::separate() {
     if (needsComma_) text_ += ',';
     needsComma_ = true;
+}
+
+std::string jsonPiece(std::string_view piece) {
+    std::string result;
+    result.reserve(piece.size() + piece.size() / 8);
+    for (const char byte : piece)
+        appendEscaped(result, byte);
+    return result;
 }
 
 }  // namespace zdbs::admin

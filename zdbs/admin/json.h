@@ -2,6 +2,7 @@
 #ifndef ZDBS_ADMIN_JSON_H
 #define ZDBS_ADMIN_JSON_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,6 +24,9 @@ public:
     JsonWriter &value(std::string_view text);
     JsonWriter &value(std::uint64_t number);
 
+    /** In milliseconds, with three decimals. */
+    JsonWriter &value(std::chrono::nanoseconds time);
+
     /** The text so far; a whole value when everything that was begun has ended. */
     const std::string &text() const { return text_; }
 
@@ -32,6 +36,12 @@ private:
     std::string text_;
     bool needsComma_ = false;
 };
+
+/**
+ * A piece of a longer text as it stands between the quotes. The text has to be
+ * well-formed UTF-8; the piece may begin and end anywhere in it.
+ */
+std::string jsonPiece(std::string_view piece);
 
 }  // namespace zdbs::admin
 

@@ -7,6 +7,7 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
+#include "zdbs/admin/visible_text.h"
 #include "zdbs/admin/xml_sources.h"
 #include "zdbs/status/status.h"
 #include "zdbs/store/writer.h"
@@ -34,10 +35,7 @@ public:
         for (const std::string &path : request_.paths)
             find(path);
         checkName();
-        std::uint64_t total = 0;
-        for (const XmlSource &source : sources_)
-            total += source.size;
-        Progress progress(total);
+        Progress progress(totalSize());
         for (const XmlSource &source : sources_)
             load(source, progress);
         writer_.commit();
@@ -63,10 +61,24 @@ private:
         sources_.front().document = request_.name;
     }
 
+    /** Of all that is to be read; 0 when that of a part is not known. */
+    std::uint64_t totalSize() const {
+        std::uint64_t total = 0;
+        for (const XmlSource &source : sources_) {
+            if (!source.size) return 0;
+            total += *source.size;
+        }
+        return total;
+    }
+
     void load(const XmlSource &source, Progress &progress) {
+        std::uint64_t read = 0;
         try {
             const auto input = source.open();
-            loader_.onProgress([&](const Input &at) { progress.update(done_ + at.consumed()); });
+            loader_.onProgress([&](const Input &at) {
+                read = at.consumed();
+                progress.update(done_ + read);
+            });
             if (request_.replaces) writer_.removeDocument(source.document);
             loader_.load(*input, source.label, source.document);
             ++loaded_;
@@ -74,12 +86,12 @@ private:
             progress.clear();
             tolerate(failure);
         }
-        done_ += source.size;
+        done_ += source.size.value_or(read);
     }
 
     void tolerate(const Failure &failure) {
         if (!request_.skipsBad || !isFaultOfDocument(failure.status())) throw failure;
-        writeMessage(failure.what());
+        writeMessage(visibleText(failure.what()));
         ++bad_;
     }
 
@@ -105,7 +117,7 @@ bool load(const HomeChoice &home, const LoadRequest &request) {
     try {
         if (run.run()) return true;
     } catch (const Failure &failure) {
-        writeMessage(failure.what());
+        writeMessage(visibleText(failure.what()));
         // The reader of the message would wonder about the files in front of the bad one.
         if (run.loaded() > 0) writeMessage("Nothing was stored.");
         return false;

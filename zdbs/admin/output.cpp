@@ -1,8 +1,10 @@
 #include "zdbs/admin/output.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <system_error>
 
@@ -28,6 +30,11 @@ std::string padded(const std::string &cell, std::size_t width, TextTable::Align 
     return align == TextTable::Align::left ? cell + padding : padding + cell;
 }
 
+/** A long last cell costs the others nothing. */
+bool needsPadding(std::size_t column, const std::vector<TextTable::Align> &columns) {
+    return column + 1 < columns.size() || columns[column] == TextTable::Align::right;
+}
+
 }  // namespace
 
 void writeOutput(std::string_view text) {
@@ -36,6 +43,14 @@ void writeOutput(std::string_view text) {
 
 void finishOutput() {
     if (std::fflush(stdout) != 0) failOutput(errno);
+}
+
+std::size_t outputWidth() {
+    constexpr std::size_t usualWidth = 80;
+    if (::isatty(STDOUT_FILENO) != 1) return 0;
+    winsize size{};
+    const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : usualWidth;
 }
 
 void writeMessage(std::string_view message) {
@@ -57,7 +72,8 @@ std::string TextTable::text() const {
     for (const auto &row : rows_) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i)
-            line += (i == 0 ? "" : "  ") + padded(row[i], widths[i], columns_[i]);
+            line += (i == 0 ? "" : "  ") +
+                    (needsPadding(i, columns_) ? padded(row[i], widths[i], columns_[i]) : row[i]);
         line.erase(line.find_last_not_of(' ') + 1);
         text += line + '\n';
     }

@@ -2,6 +2,7 @@
 #ifndef ZDBS_ADMIN_OUTPUT_H
 #define ZDBS_ADMIN_OUTPUT_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,6 +15,9 @@ void writeOutput(std::string_view text);
 
 /** Hands on what is still kept back. Throws Failure(writeFailed). */
 void finishOutput();
+
+/** Columns of the terminal that standard output is; 0 when it is none. */
+std::size_t outputWidth();
 
 /** "zdbs: " and the message, as a line on standard error. */
 void writeMessage(std::string_view message);

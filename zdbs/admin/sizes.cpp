@@ -43,4 +43,11 @@ std::string ratioText(std::uint64_t part, std::uint64_t whole) {
     return oneDecimal(static_cast<double>(part) / static_cast<double>(whole)) + " x";
 }
 
+std::string millisecondsText(std::chrono::nanoseconds time) {
+    const std::chrono::duration<double, std::milli> milliseconds = time;
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "%.3f", milliseconds.count());
+    return text.data();
+}
+
 }  // namespace zdbs::admin

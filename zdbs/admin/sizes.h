@@ -2,6 +2,7 @@
 #ifndef ZDBS_ADMIN_SIZES_H
 #define ZDBS_ADMIN_SIZES_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -15,6 +16,9 @@ std::string durationText(std::uint64_t seconds);
 
 /** How often `whole` goes into `part`, "2.8 x"; empty when there is nothing to compare with. */
 std::string ratioText(std::uint64_t part, std::uint64_t whole);
+
+/** "0.021", "1234.567". */
+std::string millisecondsText(std::chrono::nanoseconds time);
 
 }  // namespace zdbs::admin
 

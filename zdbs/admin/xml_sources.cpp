@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "zdbs/status/status.h"
 
@@ -31,26 +32,75 @@ bool isXmlName(const std::string &name) {
 }
 
 XmlSource fileSource(const fs::path &file, const std::string &name) {
-    std::error_code ignored;
-    const auto size = fs::is_regular_file(file, ignored) ? fs::file_size(file, ignored) : 0;
-    return {file, file.native(), withoutPackedEnding(name), ignored ? 0 : size};
+    XmlSource source{file, file.native(), withoutPackedEnding(name), std::nullopt};
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return source;
+    const auto size = fs::file_size(file, error);
+    if (!error) source.size = size;
+    return source;
 }
 
-std::vector<XmlSource> findInFolder(const fs::path &folder) {
-    std::vector<XmlSource> sources;
+// Links lead to what they name. One that leads nowhere counts as a file, so that opening it tells
+// of it. Pipes and devices do not: to open one may wait for ever.
+bool canBeFile(const fs::directory_entry &entry) {
     std::error_code error;
-    fs::recursive_directory_iterator entry(folder, error);
-    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename().native();
-        if (isXmlName(name) && !entry->is_directory())
-            sources.push_back(
-                fileSource(entry->path(), entry->path().lexically_relative(folder).native()));
+    const fs::file_type type = entry.status(error).type();
+    return type == fs::file_type::regular || type == fs::file_type::not_found ||
+           type == fs::file_type::none || type == fs::file_type::unknown;
+}
+
+bool isFolderItself(const fs::directory_entry &entry) {
+    std::error_code error;
+    return entry.symlink_status(error).type() == fs::file_type::directory;
+}
+
+/** What is below one folder. */
+class FolderSearch {
+public:
+    explicit FolderSearch(fs::path top) : top_(std::move(top)) {}
+
+    std::vector<XmlSource> run() {
+        search(top_);
+        while (!folders_.empty()) {
+            const fs::path folder = std::move(folders_.back());
+            folders_.pop_back();
+            search(folder);
+        }
+        std::sort(sources_.begin(), sources_.end(),
+                  [](const XmlSource &a, const XmlSource &b) { return a.document < b.document; });
+        return std::move(sources_);
     }
-    if (error) throw Failure(Status::fileUnreadable, {folder.native(), error.message()});
+
+private:
+    void search(const fs::path &folder) {
+        std::error_code error;
+        fs::directory_iterator entry(folder, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            if (isFolderItself(*entry))
+                folders_.push_back(entry->path());
+            else if (isXmlName(entry->path().filename().native()) && canBeFile(*entry))
+                add(entry->path());
+        }
+        if (!error) return;
+        if (folder == top_)
+            throw Failure(Status::fileUnreadable, {folder.native(), error.message()});
+        // One of many that cannot be read is as a file that cannot: it is told when its turn comes.
+        add(folder);
+    }
+
+    void add(const fs::path &path) {
+        sources_.push_back(fileSource(path, path.lexically_relative(top_).native()));
+    }
+
+    fs::path top_;
+    std::vector<fs::path> folders_;  ///< not searched yet
+    std::vector<XmlSource> sources_;
+};
+
+std::vector<XmlSource> findInFolder(const fs::path &folder) {
+    std::vector<XmlSource> sources = FolderSearch(folder).run();
     if (sources.empty())
         throw Failure(Status::fileUnreadable, {folder.native(), "no XML files are in it"});
-    std::sort(sources.begin(), sources.end(),
-              [](const XmlSource &a, const XmlSource &b) { return a.document < b.document; });
     return sources;
 }
 
@@ -61,7 +111,7 @@ std::unique_ptr<Input> XmlSource::open() const {
 }
 
 std::vector<XmlSource> findXml(const std::string &path) {
-    if (path == "-") return {{{}, "standard input", "stdin.xml", 0}};
+    if (path == "-") return {{{}, "standard input", "stdin.xml", std::nullopt}};
     std::error_code error;
     if (fs::is_directory(path, error)) return findInFolder(path);
     if (error) throw Failure(Status::fileUnreadable, {path, error.message()});

@@ -111,11 +111,20 @@ std::vector<FragmentSpec> compileAll(std::string_view text) {
 
 }  // namespace
 
+void checkFragmentSpecs(std::string_view fragments) {
+    compileAll(fragments);
+}
+
+void writeExportDocument(const RequestAnswer &answer, std::string_view fragments, bool highlight,
+                         XmlSink &sink) {
+    const std::vector<FragmentSpec> specs = compileAll(fragments);
+    ExportWriter(answer, highlight ? answer.hits.get() : nullptr, sink).write(specs);
+}
+
 std::string limitedExportDocument(const RequestAnswer &answer, const ExportArguments &arguments,
                                   bool highlight, std::size_t limit) {
-    const std::vector<FragmentSpec> specs = compileAll(arguments.fragments);
     LimitedSink sink(limit);
-    ExportWriter(answer, highlight ? answer.hits.get() : nullptr, sink).write(specs);
+    writeExportDocument(answer, arguments.fragments, highlight, sink);
     return sink.take();
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "zdbs/export/export_filter.h"
+#include "zdbs/xml/sink.h"
 
 namespace zdbs {
 
@@ -16,6 +17,16 @@ constexpr std::string_view exportPrefix = "vexa";
 
 /** The length of the document is handed over as a signed 32-bit number. */
 constexpr std::size_t maxExportLength = 2147483647;
+
+/** Throws Failure(badFragmentSpec) unless all of these blank-separated specs can be used. */
+void checkFragmentSpecs(std::string_view fragments);
+
+/**
+ * Writes the export document piece by piece, so that it may be of any length. Throws
+ * Failure(badFragmentSpec) before the first piece.
+ */
+void writeExportDocument(const RequestAnswer &answer, std::string_view fragments, bool highlight,
+                         XmlSink &sink);
 
 /**
  * exportDocument() with a limit of the caller: the document is shorter than `limit`

@@ -7,6 +7,7 @@
 #include <new>
 #include <span>
 
+#include "zdbs/load/utf8_input.h"
 #include "zdbs/status/status.h"
 
 namespace zdbs {
@@ -29,6 +30,13 @@ DocumentReader &readerOf(void *self) {
     return *static_cast<DocumentReader *>(self);
 }
 
+// The literal with its quotes that a piece of markup begins with; empty when there is none.
+std::string_view quotedLiteral(std::string_view markup) {
+    if (markup.empty() || (markup[0] != '"' && markup[0] != '\'')) return {};
+    const std::size_t close = markup.find(markup[0], 1);
+    return close == std::string_view::npos ? std::string_view() : markup.substr(0, close + 1);
+}
+
 }  // namespace
 
 DocumentReader::DocumentReader(Writer &writer, const LoadOptions &options, std::string_view file)
@@ -44,6 +52,7 @@ DocumentReader::DocumentReader(Writer &writer, const LoadOptions &options, std::
 template <typename Event>
 void DocumentReader::handle(void *self, const Event &event) {
     DocumentReader &reader = readerOf(self);
+    reader.withoutEvent_ = 0;
     if (reader.failure_) return;  // a stopped parser still finishes the tag it is at
     try {
         event(reader);
@@ -88,17 +97,6 @@ void DocumentReader::setHandlers() {
 
 void DocumentReader::setPrologHandlers() {
     XML_Parser parser = parser_.get();
-    XML_SetXmlDeclHandler(parser, [](void *self, const char *, const char *encoding, int) {
-        handle(self, [&](auto &reader) { reader.setEncoding(encoding); });
-    });
-    XML_SetUnknownEncodingHandler(
-        parser,
-        [](void *self, const char *name, XML_Encoding *encoding) -> int {
-            bool known = false;
-            handle(self, [&](auto &reader) { known = reader.mapEncoding(name, *encoding); });
-            return known ? XML_STATUS_OK : XML_STATUS_ERROR;
-        },
-        this);
     XML_SetDoctypeDeclHandler(
         parser,
         [](void *self, const char *, const char *, const char *, int) {
@@ -131,20 +129,29 @@ void DocumentReader::setPrologHandlers() {
 }
 
 std::uint64_t DocumentReader::read(Input &input, const std::function<void(const Input &)> &report) {
-    std::uint64_t bytes = 0;
+    Utf8Input text(input, file_);
+    // Whatever the declaration says, which is about the bytes before they were converted.
+    XML_SetEncoding(parser_.get(), "UTF-8");
     for (bool atEnd = false; !atEnd;) {
         void *buffer = XML_GetBuffer(parser_.get(), chunkSize);
-        if (!buffer) throw std::bad_alloc();
-        const std::size_t size = input.read({static_cast<char *>(buffer), chunkSize});
+        if (!buffer) throwParserError();
+        const std::size_t size = text.read({static_cast<char *>(buffer), chunkSize});
         atEnd = size == 0;
-        bytes += size;
-        const XML_Status status =
-            XML_ParseBuffer(parser_.get(), static_cast<int>(size), atEnd ? XML_TRUE : XML_FALSE);
-        if (failure_) rethrowWithPosition(failure_);
-        if (status != XML_STATUS_OK) throwParserError();
+        parse(size, atEnd);
         if (report) report(input);
     }
-    return bytes;
+    return text.size();
+}
+
+// Expat keeps a comment, an instruction or a tag until it has seen the end of it, and that end may
+// never come. What was read without an event is the least that it has of it.
+void DocumentReader::parse(std::size_t size, bool isLast) {
+    withoutEvent_ += size;
+    const XML_Status status =
+        XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast ? XML_TRUE : XML_FALSE);
+    if (failure_) rethrowWithPosition(failure_);
+    if (status != XML_STATUS_OK) throwParserError();
+    if (withoutEvent_ > longestMarkup()) throwTooLong(longestMarkup());
 }
 
 // The writer knows no positions; its own limits get theirs here.
@@ -162,6 +169,8 @@ void DocumentReader::startElement(const char *name, const char **attributes) {
     if (hasDoctype_) checkReferences();
     if (keepSpace_.size() >= options_.maxDepth)
         throw Failure(Status::tooDeep, {position(), std::to_string(options_.maxDepth)});
+    if (static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())) > longestMarkup())
+        throwTooLong(longestMarkup());
     std::size_t count = 0;
     while (attributes[2 * count])
         ++count;
@@ -169,7 +178,7 @@ void DocumentReader::startElement(const char *name, const char **attributes) {
         throw Failure(Status::tooManyAttributes,
                       {position(), std::to_string(options_.maxAttributes)});
     keepSpace_.push_back(keepsSpace());
-    writer_.startElement(splitName(name));
+    writer_.startElement(known(name).number);
     addDeclarations();
     addAttributes(attributes, count);
 }
@@ -185,12 +194,11 @@ void DocumentReader::addDeclarations() {
 
 void DocumentReader::addAttributes(const char **attributes, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        const NodeName name = splitName(attributes[2 * i]);
+        const NameCache::Known name = known(attributes[2 * i]);
         const std::string_view value = attributes[2 * i + 1];
         checkLength(value);
-        writer_.attribute(name, value);
-        if (name.local == "space" && name.uri == xmlNamespace)
-            keepSpace_.back() = value == "preserve";
+        writer_.attribute(name.number, value);
+        if (name.isSpace) keepSpace_.back() = value == "preserve";
     }
 }
 
@@ -201,7 +209,7 @@ void DocumentReader::endElement() {
 }
 
 void DocumentReader::characters(std::string_view text) {
-    if (text_.size() + text.size() > options_.maxValueLength) throwTooLong();
+    if (text_.size() + text.size() > options_.maxValueLength) throwTooLong(options_.maxValueLength);
     text_.append(text);
 }
 
@@ -235,28 +243,6 @@ void DocumentReader::declareEntity(bool isParameter, std::string_view name,
                       {position(), std::to_string(options_.maxEntityNesting)});
 }
 
-void DocumentReader::setEncoding(const char *name) {
-    if (!name) return;
-    encodingName_ = name;
-    // Expat knows this one itself; the map is for looking into markup.
-    std::string upper = encodingName_;
-    std::transform(upper.begin(), upper.end(), upper.begin(), [](char letter) {
-        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-    });
-    if (upper == "ISO-8859-1") byteMap_ = singleByteEncoding("ISO-8859-1");
-}
-
-bool DocumentReader::mapEncoding(const char *name, XML_Encoding &encoding) {
-    encodingName_ = name;
-    byteMap_ = singleByteEncoding(encodingName_);
-    if (!byteMap_) return false;
-    std::copy(byteMap_->begin(), byteMap_->end(), encoding.map);
-    encoding.data = nullptr;
-    encoding.convert = nullptr;
-    encoding.release = nullptr;
-    return true;
-}
-
 void DocumentReader::finishText() {
     if (text_.empty()) return;
     const bool isSpace = text_.find_first_not_of(whiteSpace) == std::string::npos;
@@ -275,7 +261,7 @@ void DocumentReader::checkReferences() {
     const int length = XML_GetCurrentByteCount(parser_.get());
     const std::string_view raw = rawRest().substr(0, static_cast<std::size_t>(length));
     if (raw.find('&') == std::string_view::npos) return;
-    const std::string markup = toUtf8(raw);
+    const std::string markup(raw);
     if (expandable_.contains(markup)) return;
     if (const auto entity = entities_.firstUnexpandableIn(markup)) throwUnexpandable(*entity);
     if (markup.front() == '&') expandable_.insert(markup);
@@ -284,18 +270,34 @@ void DocumentReader::checkReferences() {
 // The same for the default of an attribute. One in a parameter entity does not stand in the
 // document either and is left to expat.
 void DocumentReader::checkDefault() const {
-    const std::string literal = toUtf8(quotedLiteral(rawRest()));
+    const std::string_view literal = quotedLiteral(rawRest());
     if (const auto entity = entities_.firstUnexpandableIn(literal)) throwUnexpandable(*entity);
 }
 
+// Of a tag, comment, instruction or declaration as it stands in the document. Many short
+// attributes are fine in one tag, however short they have to be.
+std::size_t DocumentReader::longestMarkup() const {
+    constexpr std::size_t alwaysFine = 16 * 1024 * 1024;
+    constexpr std::size_t markAndName = 64 * 1024;
+    return std::max(options_.maxValueLength, alwaysFine) + markAndName;
+}
+
 void DocumentReader::checkLength(std::string_view value) const {
-    if (value.size() > options_.maxValueLength) throwTooLong();
+    if (value.size() > options_.maxValueLength) throwTooLong(options_.maxValueLength);
 }
 
 void DocumentReader::checkName(std::string_view local, std::string_view prefix) const {
     const std::size_t colon = prefix.empty() || local.empty() ? 0 : 1;
     if (local.size() + colon + prefix.size() > options_.maxNameLength)
         throw Failure(Status::nameTooLong, {position(), std::to_string(options_.maxNameLength)});
+}
+
+const NameCache::Known &DocumentReader::known(const char *text) {
+    return names_.find(text, [&](const char *unknown) {
+        const NodeName name = splitName(unknown);
+        const bool isSpace = name.local == "space" && name.uri == xmlNamespace;
+        return NameCache::Known{writer_.nameNumber(name), isSpace};
+    });
 }
 
 // Expat writes names as "local", "uri|local" or "uri|local|prefix".
@@ -323,15 +325,11 @@ std::string_view DocumentReader::rawRest() const {
     return {context + offset, static_cast<std::size_t>(size - offset)};
 }
 
-std::string DocumentReader::toUtf8(std::string_view markup) const {
-    return markupToUtf8(markup, byteMap_ ? &*byteMap_ : nullptr);
-}
-
 // Where an error is about a reference, by itself or in a tag: the entity that is in the way.
 std::string DocumentReader::entityAtError() const {
-    const std::string markup = toUtf8(rawRest());
+    const std::string_view markup = rawRest();
     if (const auto entity = entities_.firstUnexpandableIn(markup)) return *entity;
-    return markup.starts_with('&') ? markup.substr(1, markup.find(';') - 1) : "";
+    return std::string(markup.starts_with('&') ? markup.substr(1, markup.find(';') - 1) : "");
 }
 
 void DocumentReader::throwParserError() const {
@@ -339,8 +337,6 @@ void DocumentReader::throwParserError() const {
     switch (error) {
         case XML_ERROR_NO_MEMORY:
             throw std::bad_alloc();
-        case XML_ERROR_UNKNOWN_ENCODING:
-            throw Failure(Status::unknownEncoding, {position(), encodingName_});
         case XML_ERROR_AMPLIFICATION_LIMIT_BREACH:
             throw Failure(Status::entityLimit, {position()});
         case XML_ERROR_UNDEFINED_ENTITY:
@@ -357,8 +353,8 @@ void DocumentReader::throwUnexpandable(std::string_view entity) const {
     throw Failure(Status::unknownEntity, {position(), entity});
 }
 
-void DocumentReader::throwTooLong() const {
-    throw Failure(Status::valueTooLong, {position(), std::to_string(options_.maxValueLength)});
+void DocumentReader::throwTooLong(std::size_t limit) const {
+    throw Failure(Status::valueTooLong, {position(), std::to_string(limit)});
 }
 
 std::string DocumentReader::position() const {

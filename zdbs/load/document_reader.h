@@ -16,9 +16,9 @@
 #include <utility>
 #include <vector>
 
-#include "zdbs/load/encoding.h"
 #include "zdbs/load/entity_table.h"
 #include "zdbs/load/loader.h"
+#include "zdbs/load/name_cache.h"
 
 namespace zdbs {
 
@@ -39,6 +39,7 @@ private:
     };
     using ParserOwner = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
 
+    void parse(std::size_t size, bool isLast);
     void setHandlers();
     void setPrologHandlers();
 
@@ -55,25 +56,24 @@ private:
     void unhandled(std::string_view text);
     void declareEntity(bool isParameter, std::string_view name,
                        std::optional<std::string_view> text);
-    void setEncoding(const char *name);
-    bool mapEncoding(const char *name, XML_Encoding &encoding);
 
     void finishText();
     bool keepsSpace() const;
     void checkReferences();
     void checkDefault() const;
+    std::size_t longestMarkup() const;
     void checkLength(std::string_view value) const;
     void checkName(std::string_view local, std::string_view prefix) const;
+    const NameCache::Known &known(const char *name);
     NodeName splitName(std::string_view name) const;
     void addDeclarations();
     void addAttributes(const char **attributes, std::size_t count);
 
     std::string_view rawRest() const;
-    std::string toUtf8(std::string_view markup) const;
     std::string entityAtError() const;
     [[noreturn]] void throwParserError() const;
     [[noreturn]] void throwUnexpandable(std::string_view entity) const;
-    [[noreturn]] void throwTooLong() const;
+    [[noreturn]] void throwTooLong(std::size_t limit) const;
     std::string position() const;
 
     Writer &writer_;
@@ -82,14 +82,14 @@ private:
     ParserOwner parser_;
     EntityTable entities_;
     std::exception_ptr failure_;
+    std::size_t withoutEvent_ = 0;  ///< bytes that were read since the last event, at least
 
+    NameCache names_;
     std::string text_;
     std::vector<bool> keepSpace_;  ///< of each open element: is xml:space "preserve"?
     std::vector<std::pair<std::string, std::string>> declarations_;  ///< of the next element
     bool hasDoctype_ = false;
     bool inDoctype_ = false;
-    std::string encodingName_;
-    std::optional<ByteMap> byteMap_;
     std::set<std::string, std::less<>> expandable_;  ///< entities that were looked at
 };
 

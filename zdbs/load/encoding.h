@@ -1,32 +1,49 @@
-/** Character sets of one byte a character, for what expat does not know itself. */
+/** Which encoding a document has: XML 1.0, 4.3.3 and appendix F. */
 #ifndef ZDBS_LOAD_ENCODING_H
 #define ZDBS_LOAD_ENCODING_H
 
-#include <array>
+#include <unicode/ucnv.h>
+
+#include <cstddef>
+#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace zdbs {
 
-/** Code point of each byte; -1 where a byte is no character. */
-using ByteMap = std::array<int, 256>;
+struct ConverterCloser {
+    void operator()(UConverter *converter) const { ::ucnv_close(converter); }
+};
 
-/** The map of a character set by name; nothing when it is unknown or has longer characters. */
-std::optional<ByteMap> singleByteEncoding(const std::string &name);
+/** Turns bytes into UTF-16 and stops at those that are no characters. */
+using Converter = std::unique_ptr<UConverter, ConverterCloser>;
+
+/** Every name that ICU knows is one; null for the others. */
+Converter openConverter(const std::string &name);
+
+/** How the bytes of a document are to be taken. */
+struct Encoding {
+    std::string name;            ///< for messages
+    Converter converter;         ///< null: they are UTF-8
+    std::size_t markLength = 0;  ///< bytes in front that are a mark and no text
+};
+
+/** The most that a document's beginning is looked at. */
+constexpr std::size_t longestDeclaration = 4096;
+
+/** Does this beginning of a document end within an XML declaration? Then more of it is needed. */
+bool needsMore(std::string_view beginning);
 
 /**
- * A piece of a document as it stands there, in UTF-8. It begins with a character
- * of ASCII, by which UTF-16 is told; otherwise `map` says what bytes mean, or
- * null that they are UTF-8.
+ * The encoding by the mark or by the first characters, and by the declaration, which
+ * is in `beginning` as a whole when there is one. UTF-8 when nothing tells. The
+ * declaration must not contradict what the bytes are.
+ *
+ * Throws Failure: unknownEncoding, malformed, with `file`, line and column.
  */
-std::string markupToUtf8(std::string_view markup, const ByteMap *map);
-
-/**
- * The literal with its quotes that a piece of a document begins with, in the
- * document's own encoding; empty when there is none or it does not end.
- */
-std::string_view quotedLiteral(std::string_view markup);
+Encoding findEncoding(std::string_view beginning, std::string_view file);
 
 }  // namespace zdbs
 

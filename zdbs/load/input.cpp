@@ -21,7 +21,15 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view gzipMark = "\x1f\x8b"sv;
 constexpr std::string_view zstdMark = "\x28\xb5\x2f\xfd"sv;
+constexpr std::string_view skippedMark = "\x2a\x4d\x18"sv;  // behind a byte 0x50 to 0x5f
 constexpr std::size_t markLength = 4;
+
+// A frame with data, or one to be skipped, which may stand in front of it.
+bool isZstd(std::string_view front) {
+    return front.starts_with(zstdMark) ||
+           (front.substr(0, 1) >= "\x50"sv && front.substr(0, 1) <= "\x5f"sv &&
+            front.substr(1) == skippedMark);
+}
 
 /** A descriptor whose first bytes can be looked at before they are read. */
 class DescriptorInput final : public Input {
@@ -91,7 +99,7 @@ std::unique_ptr<Input> unpackIfPacked(FileDescriptor file, const std::string &na
     auto input = std::make_unique<DescriptorInput>(std::move(file), name);
     const std::string_view front = input->peek(markLength);
     if (front.starts_with(gzipMark)) return unpackGzip(std::move(input), name);
-    if (front.starts_with(zstdMark)) return unpackZstd(std::move(input), name);
+    if (isZstd(front)) return unpackZstd(std::move(input), name);
     return input;
 }
 

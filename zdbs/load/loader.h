@@ -15,12 +15,12 @@ namespace zdbs {
 
 /** Limits and choices of a load. Lengths in bytes of UTF-8. */
 struct LoadOptions {
-    bool stripSpace = false;               ///< drop texts of white space only (xml:space is heeded)
-    std::size_t maxDepth = 10000;          ///< of open elements
-    std::size_t maxAttributes = 10000;     ///< of one element, namespace declarations included
-    std::size_t maxNameLength = 4096;      ///< of a name, prefix included; of a namespace name
-    std::size_t maxValueLength = 1 << 30;  ///< of one text, attribute, comment or instruction
-    std::size_t maxEntityNesting = 256;    ///< of entities in entities
+    bool stripSpace = false;            ///< drop texts of white space only (xml:space is heeded)
+    std::size_t maxDepth = 10000;       ///< of open elements
+    std::size_t maxAttributes = 10000;  ///< of one element, namespace declarations included
+    std::size_t maxNameLength = 4096;   ///< of a name, prefix included; of a namespace name
+    std::size_t maxValueLength = 1U << 28;  ///< of one text, attribute, comment or instruction
+    std::size_t maxEntityNesting = 256;     ///< of entities in entities
 };
 
 /**
@@ -28,6 +28,12 @@ struct LoadOptions {
  * space is kept, entities of the internal subset are expanded, defaults of its
  * attribute lists count, namespace declarations are no attributes. Nothing
  * outside the input is ever read.
+ *
+ * The encoding is what the mark, the first characters and the declaration say,
+ * any that ICU knows; bytes that are no characters of it are an error. A tag, a
+ * comment, an instruction or a declaration is limited as a whole too, to the
+ * limit of values, or 16 MiB if that is more, and 64 KiB: memory does not grow
+ * with one that does not end.
  *
  * `file` stands in front of messages ("file:line:column: …"), `document` is the
  * name that the document gets. When this throws, the document is abandoned and

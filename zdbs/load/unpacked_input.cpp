@@ -63,6 +63,7 @@ public:
         std::size_t size = 0;
         while (size == 0) {
             const std::span<char> packed = available();
+            if (!inMember_ && skipPadding(packed)) continue;
             if (packed.empty() && !inMember_) return 0;
             size = inflateSome(packed, buffer);
             // Nothing in and nothing out, and yet the member is not at its end.
@@ -72,6 +73,13 @@ public:
     }
 
 private:
+    // Zeros behind a member, as tapes and disks in blocks leave them.
+    bool skipPadding(std::span<const char> packed) {
+        const auto end = std::find_if(packed.begin(), packed.end(), [](char byte) { return byte; });
+        use(static_cast<std::size_t>(end - packed.begin()));
+        return end != packed.begin();
+    }
+
     std::size_t inflateSome(std::span<char> packed, std::span<char> buffer) {
         constexpr std::size_t most = std::numeric_limits<uInt>::max();
         stream_.next_in = reinterpret_cast<Bytef *>(packed.data());

@@ -9,7 +9,8 @@
 
 namespace zdbs {
 
-/** A gzip file, of one member or several. `name` is what messages call it. */
+/** A gzip file, of one member or several, zeros behind them allowed. `name` is what messages call
+ * it. */
 std::unique_ptr<Input> unpackGzip(std::unique_ptr<Input> packed, std::string name);
 
 /** A zstd file, of one frame or several, with windows of up to 128 MiB. */

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,10 +12,12 @@
 #include <map>
 #include <utility>
 
+#include "zdbs/check/data_file.h"
 #include "zdbs/status/status.h"
 #include "zdbs/store/lmdb_values.h"
 #include "zdbs/store/private_files.h"
 #include "zdbs/store/records.h"
+#include "zdbs/store/segment.h"
 
 namespace zdbs {
 
@@ -24,8 +27,8 @@ constexpr mdb_mode_t fileMode = 0600;
 constexpr unsigned maxReaders = 2048;  // of all processes together; 64 bytes each in the lock file
 constexpr std::size_t smallestMap = std::size_t{1} << 26;
 
-constexpr std::array<const char *, tableCount> tableNames = {"meta",  "documents", "documentNames",
-                                                             "names", "blocks",    "longElements"};
+constexpr std::array<const char *, tableCount> tableNames = {
+    "meta", "documents", "documentNames", "names", "paths", "segments", "longElements"};
 
 /** A file as the system knows it, under whatever path. */
 using FileIdentity = std::pair<dev_t, ino_t>;
@@ -57,6 +60,20 @@ FileIdentity identify(const std::filesystem::path &directory) {
     if (errno == ENOENT || errno == ENOTDIR)
         throw Failure(Status::unknownDatabase, {directory.filename().native()});
     throw Failure(Status::homeUnreadable, {directory.native(), ::mdb_strerror(errno)});
+}
+
+// LMDB believes the pages that it maps, and a process that follows a damaged one may not survive.
+void requireSoundPages(const std::filesystem::path &directory) {
+    const auto report = checkDataFile(dataFile(directory), 1);
+    if (report.findings.empty()) return;
+    throw Failure(Status::homeDamaged, {dataFile(directory).native(), report.findings.front()});
+}
+
+// LMDB has only EIO to say about a write that came half as far as it should.
+bool isDiskFull(const std::filesystem::path &directory) {
+    constexpr std::uint64_t least = std::uint64_t{1} << 16;
+    struct statvfs disk {};
+    return ::statvfs(directory.c_str(), &disk) == 0 && disk.f_bavail * disk.f_frsize < least;
 }
 
 bool anyoneMayWrite(const std::filesystem::path &path) {
@@ -101,6 +118,7 @@ void Environment::closeShared(Environment *environment) {
 void Environment::create(const std::filesystem::path &directory) {
     makePrivateFile(dataFile(directory));
     makePrivateFile(lockFile(directory));
+    makePrivateDirectory(directory / segmentsName);
     const Environment made(directory, defaultMapSize, true);
 }
 
@@ -108,6 +126,7 @@ Environment::Environment(std::filesystem::path directory, std::size_t mapSize, b
     : directory_(std::move(directory)) {
     const unsigned flags = creating ? MDB_NOTLS : openFlags();
     readOnly_ = (flags & MDB_RDONLY) != 0;
+    if (!creating) requireSoundPages(directory_);
     int error = openMap(mapSize, flags);
     for (; error == ENOMEM && mapSize > smallestMap; error = openMap(mapSize, flags))
         mapSize /= 4;
@@ -199,6 +218,23 @@ void Environment::openTables() {
     if (committed != MDB_SUCCESS) fail(committed);
 }
 
+std::filesystem::path Environment::segmentFile(std::uint32_t number) const {
+    const std::string digits = std::to_string(number);
+    const std::string zeros(digits.size() < 8 ? 8 - digits.size() : 0, '0');
+    return segmentsDirectory() / (zeros + digits + ".seg");
+}
+
+std::shared_ptr<const Segment> Environment::segment(std::uint32_t number) {
+    const std::lock_guard lock(segmentsMutex_);
+    std::erase_if(segments_, [](const auto &known) { return known.second.expired(); });
+    auto &known = segments_[number];
+    auto segment = known.lock();
+    if (segment) return segment;
+    segment = Segment::open(segmentFile(number));
+    known = segment;
+    return segment;
+}
+
 std::uint64_t Environment::fileSize() const {
     struct stat file {};
     if (::stat(dataFile(directory_).c_str(), &file) != 0) return 0;
@@ -262,6 +298,9 @@ void Environment::fail(int error) const {
         case EACCES:
         case EPERM:
             throw Failure(Status::homeUnreadable, {place, text});
+        case EIO:
+            if (isDiskFull(directory_)) throwWriteError(ENOSPC, dataFile(directory_));
+            throwWriteError(error, dataFile(directory_));
         default:
             if (error > 0) throwWriteError(error, dataFile(directory_));
             throw Failure(Status::storeFailed, {place + ": " + text});

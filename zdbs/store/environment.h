@@ -1,6 +1,6 @@
 /**
- * The LMDB environment of one database: its two files, its tables, its map.
- * The only place that calls LMDB.
+ * The LMDB environment of one database: its two files, its tables, its map. It is the
+ * catalogue of the segments beside it. The only place that calls LMDB.
  */
 #ifndef ZDBS_STORE_ENVIRONMENT_H
 #define ZDBS_STORE_ENVIRONMENT_H
@@ -8,10 +8,12 @@
 #include <lmdb.h>
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -20,9 +22,19 @@
 
 namespace zdbs {
 
-enum class Table : std::size_t { meta, documents, documentNames, names, blocks, longElements };
+class Segment;
 
-constexpr std::size_t tableCount = 6;
+enum class Table : std::size_t {
+    meta,
+    documents,
+    documentNames,
+    names,
+    paths,
+    segments,
+    longElements
+};
+
+constexpr std::size_t tableCount = 7;
 
 /**
  * Address space for the map of a database, and with it the most that it can
@@ -45,6 +57,7 @@ struct TableSize {
 class Environment {
 public:
     static constexpr const char *dataFileName = "data.mdb";
+    static constexpr const char *segmentsName = "segments";
 
     /**
      * Opens the database in that directory, or shares the one that is open; then
@@ -63,6 +76,19 @@ public:
 
     const std::filesystem::path &directory() const { return directory_; }
     bool readOnly() const { return readOnly_; }
+
+    /** Where the segments lie, and the file of one. */
+    std::filesystem::path segmentsDirectory() const { return directory_ / segmentsName; }
+    std::filesystem::path segmentFile(std::uint32_t number) const;
+
+    /**
+     * The segment in the file of that number, shared with those who have it open.
+     * REQUIRES that a commit named it. Throws as Segment::open().
+     */
+    std::shared_ptr<const Segment> segment(std::uint32_t number);
+
+    /** From now on this process writes no more: a write of a segment failed. */
+    void markBroken() { broken_ = true; }
 
     /** Bytes that the data file takes on disk. */
     std::uint64_t fileSize() const;
@@ -89,9 +115,11 @@ private:
 
     std::filesystem::path directory_;
     bool readOnly_ = false;
-    bool broken_ = false;  ///< a write failed: this process writes no more
+    std::atomic<bool> broken_ = false;  ///< a write failed: this process writes no more
     MDB_env *env_ = nullptr;
     std::array<MDB_dbi, tableCount> tables_{};
+    std::mutex segmentsMutex_;
+    std::map<std::uint32_t, std::weak_ptr<const Segment>> segments_;  ///< that are open, by number
     std::mutex mapMutex_;  ///< the map may only change while no transaction is open
     int readers_ = 0;
 };
@@ -111,8 +139,9 @@ public:
     void forEach(Table table,
                  const std::function<bool(std::string_view, std::string_view)> &visit) const;
 
-    /** Is there a record with this key or a greater one? */
-    bool hasFrom(Table table, std::string_view first) const;
+    /** The same from the last record whose key is not greater than `first`, or the first one. */
+    void forEachFrom(Table table, std::string_view first,
+                     const std::function<bool(std::string_view, std::string_view)> &visit) const;
 
     TableSize size(Table table) const;
 
@@ -141,9 +170,8 @@ public:
     /** Removes a record that is there, or nothing. */
     void remove(Table table, std::string_view key);
 
-    /** Removes the records whose keys are `first` … `last`, or from `first` to the end. */
-    void removeRange(Table table, std::string_view first,
-                     std::optional<std::string_view> last = std::nullopt);
+    /** Removes all records. */
+    void clear(Table table);
 
 private:
     explicit WriteTransaction(Environment &environment);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -17,6 +18,8 @@ namespace {
 
 constexpr mode_t directoryMode = 0700;
 constexpr mode_t fileMode = 0600;
+constexpr std::size_t smallWrite = std::size_t{1} << 18;
+constexpr std::size_t largestWrite = std::size_t{16} << 20;
 
 FileDescriptor openFor(const std::filesystem::path &path, int flags) {
     FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, fileMode));
@@ -30,7 +33,8 @@ FileDescriptor openFor(const std::filesystem::path &path, int flags) {
 void writeAll(const FileDescriptor &file, std::string_view content,
               const std::filesystem::path &path) {
     while (!content.empty()) {
-        const ssize_t written = ::write(file.get(), content.data(), content.size());
+        const ssize_t written =
+            ::write(file.get(), content.data(), std::min(content.size(), largestWrite));
         if (written < 0 && errno == EINTR) continue;
         if (written < 0) throwWriteError(errno, path);
         content.remove_prefix(static_cast<std::size_t>(written));
@@ -94,6 +98,23 @@ void replacePrivateFile(const std::filesystem::path &path, std::string_view cont
     }
     if (::rename(newPath.c_str(), path.c_str()) != 0) throwWriteError(errno, path);
     syncDirectory(path.parent_path());
+}
+
+void writePrivateFile(const std::filesystem::path &path, std::span<const std::string_view> parts) {
+    const FileDescriptor file = openFor(path, O_WRONLY | O_CREAT | O_TRUNC);
+    std::string small;  // parts that are written together
+    for (const std::string_view part : parts) {
+        if (small.size() + part.size() > smallWrite) {
+            writeAll(file, small, path);
+            small.clear();
+        }
+        if (part.size() > smallWrite)
+            writeAll(file, part, path);
+        else
+            small.append(part);
+    }
+    writeAll(file, small, path);
+    if (::fsync(file.get()) != 0) throwWriteError(errno, path);
 }
 
 void syncDirectory(const std::filesystem::path &directory) {

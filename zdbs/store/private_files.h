@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -63,6 +64,12 @@ void makePrivateFile(const std::filesystem::path &path);
  * Throws as throwWriteError().
  */
 void replacePrivateFile(const std::filesystem::path &path, std::string_view content);
+
+/**
+ * A file of mode 0600 with these parts one after the other, written to the disk; its entry
+ * in the directory lasts only after syncDirectory(). Throws as throwWriteError().
+ */
+void writePrivateFile(const std::filesystem::path &path, std::span<const std::string_view> parts);
 
 /** Makes a renamed or new entry of a directory last. Throws as throwWriteError(). */
 void syncDirectory(const std::filesystem::path &directory);

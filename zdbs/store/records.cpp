@@ -70,17 +70,21 @@ std::string encodeState(const StateRecord &state) {
     append(bytes, state.nodes);
     append(bytes, state.nextNode);
     append(bytes, state.nameCount);
+    append(bytes, state.pathCount);
+    append(bytes, state.nextSegment);
     return bytes;
 }
 
 std::optional<StateRecord> decodeState(std::string_view bytes) {
-    if (bytes.size() != 3 * sizeof(std::uint64_t) + 2 * sizeof(std::uint32_t)) return std::nullopt;
+    if (bytes.size() != 3 * sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t)) return std::nullopt;
     StateRecord state;
     state.state = take<std::uint64_t>(bytes);
     state.documents = take<std::uint64_t>(bytes);
     state.nodes = take<std::uint64_t>(bytes);
     state.nextNode = take<std::uint32_t>(bytes);
     state.nameCount = take<std::uint32_t>(bytes);
+    state.pathCount = take<std::uint32_t>(bytes);
+    state.nextSegment = take<std::uint32_t>(bytes);
     return state;
 }
 
@@ -114,6 +118,49 @@ std::optional<NodeName> decodeName(std::string_view bytes) {
     if (bytes.size() < local + prefix) return std::nullopt;
     return NodeName{bytes.substr(0, local), bytes.substr(local, prefix),
                     bytes.substr(local + prefix)};
+}
+
+std::string encodePath(const Path &path) {
+    std::string bytes;
+    append(bytes, path.parent);
+    append(bytes, path.name);
+    append(bytes, path.isRegular ? path.level : 0);
+    append(bytes, static_cast<std::uint32_t>(path.kind));
+    return bytes;
+}
+
+std::optional<Path> decodePath(std::string_view bytes) {
+    if (bytes.size() != 4 * sizeof(std::uint32_t)) return std::nullopt;
+    Path path;
+    path.parent = take<std::uint32_t>(bytes);
+    path.name = take<std::uint32_t>(bytes);
+    path.level = take<std::uint32_t>(bytes);
+    path.isRegular = path.level != 0;
+    const auto kind = take<std::uint32_t>(bytes);
+    if (kind > static_cast<std::uint32_t>(NodeKind::processingInstruction)) return std::nullopt;
+    path.kind = static_cast<NodeKind>(kind);
+    return path;
+}
+
+std::string encodeSegment(const SegmentRecord &segment) {
+    std::string bytes;
+    append(bytes, segment.file);
+    append(bytes, segment.last);
+    append(bytes, segment.nodes);
+    append(bytes, segment.checksum);
+    append(bytes, segment.bytes);
+    return bytes;
+}
+
+std::optional<SegmentRecord> decodeSegment(std::string_view bytes) {
+    if (bytes.size() != 4 * sizeof(std::uint32_t) + sizeof(std::uint64_t)) return std::nullopt;
+    SegmentRecord segment;
+    segment.file = take<std::uint32_t>(bytes);
+    segment.last = take<std::uint32_t>(bytes);
+    segment.nodes = take<std::uint32_t>(bytes);
+    segment.checksum = take<std::uint32_t>(bytes);
+    segment.bytes = take<std::uint64_t>(bytes);
+    return segment;
 }
 
 std::string encodeLongElements(const std::vector<LongElement> &elements) {

@@ -1,5 +1,5 @@
 /**
- * Keys and records of the tables of a database; docs/store.md has the whole
+ * Keys and records of the tables of a database; docs/format.md has the whole
  * list. Keys are big-endian, so that their order is the order of the numbers;
  * what stands in records is little-endian.
  */
@@ -13,11 +13,12 @@
 #include <vector>
 
 #include "zdbs/engine/node_table.h"
+#include "zdbs/paths/path_summary.h"
 
 namespace zdbs {
 
 /** The format that this code reads and writes; another one is refused. */
-constexpr std::uint32_t formatVersion = 1;
+constexpr std::uint32_t formatVersion = 2;
 
 constexpr std::string_view versionKey = "version";
 constexpr std::string_view stateKey = "state";
@@ -27,8 +28,19 @@ struct StateRecord {
     std::uint64_t state = 0;  ///< grows by one with every commit
     std::uint64_t documents = 0;
     std::uint64_t nodes = 0;
-    std::uint32_t nextNode = 1;  ///< the first number never given; records from here on are void
+    std::uint32_t nextNode = 1;  ///< the first number never given
     std::uint32_t nameCount = 0;
+    std::uint32_t pathCount = 0;
+    std::uint32_t nextSegment = 1;  ///< the first number of a file never given
+};
+
+/** The record of a segment; its key is its first node. */
+struct SegmentRecord {
+    std::uint32_t file = 0;      ///< number of the file
+    NodeId last = noNode;        ///< last node
+    std::uint32_t nodes = 0;     ///< that have rows in it, of removed documents too
+    std::uint32_t checksum = 0;  ///< SegmentHeader::frontChecksum of the file
+    std::uint64_t bytes = 0;     ///< length of the file
 };
 
 struct DocumentRecord {
@@ -37,7 +49,13 @@ struct DocumentRecord {
     std::string_view name;
 };
 
-/** An element that ends in a later block than the one it is in. */
+/** A segment with its key. */
+struct StoredSegment {
+    NodeId first = noNode;
+    SegmentRecord record;
+};
+
+/** An element that ended when the segment that it is in was written already. */
 struct LongElement {
     NodeId node;
     NodeId last;
@@ -59,6 +77,10 @@ std::string encodeDocument(const DocumentRecord &document);
 std::optional<DocumentRecord> decodeDocument(std::string_view bytes);
 void encodeName(std::string &bytes, const NodeName &name);  // replaces what is in `bytes`
 std::optional<NodeName> decodeName(std::string_view bytes);
+std::string encodePath(const Path &path);
+std::optional<Path> decodePath(std::string_view bytes);
+std::string encodeSegment(const SegmentRecord &segment);
+std::optional<SegmentRecord> decodeSegment(std::string_view bytes);
 std::string encodeLongElements(const std::vector<LongElement> &elements);
 std::optional<std::vector<LongElement>> decodeLongElements(std::string_view bytes);
 std::string encodeNumbers(const std::vector<std::uint32_t> &numbers);

@@ -1,169 +1,268 @@
+// Opening a state, and its nodes by number.
 #include "zdbs/store/snapshot.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <string>
 #include <utility>
 
 #include "zdbs/status/status.h"
+#include "zdbs/store/catalogue.h"
 #include "zdbs/store/environment.h"
-#include "zdbs/store/node_block.h"
 
 namespace zdbs {
 
 namespace {
 
-constexpr unsigned bucketBits = 12;  // nodes of one entry of the index of blocks, as a power of two
+std::uint64_t newSerial() {
+    static std::atomic<std::uint64_t> last = 0;
+    return ++last;
+}
 
-StateRecord readState(const ReadTransaction &transaction, const Environment &environment) {
-    const auto bytes = transaction.get(Table::meta, stateKey);
-    const auto state = bytes ? decodeState(*bytes) : std::nullopt;
-    if (state) return *state;
-    throw Failure(Status::homeDamaged, {environment.directory().native(), "it has no state"});
+/** The row that a node was found in. */
+struct Memo {
+    std::uint64_t serial;  ///< of the snapshot
+    NodeId node;
+    std::uint32_t row;
+    const PathRun *run;
+    const Path *path;
+};
+
+/** The row that was found last in a run. */
+struct Hint {
+    const PathRun *run;
+    std::uint32_t row;
+};
+
+/**
+ * What one thread looked at last. Readers ask several questions about a node and go on to
+ * a near one; then the row is known already, or is close behind the last one of its run. A
+ * hint is only where a search begins: one of a snapshot that is gone does no harm.
+ */
+struct Trail {
+    std::array<Memo, 16> memos;
+    std::array<Hint, 512> hints;
+};
+
+thread_local constinit Trail trail{};
+
+Memo &memoOf(NodeId node) {
+    return trail.memos[node % trail.memos.size()];
+}
+
+Hint &hintOf(const PathRun *run) {
+    return trail
+        .hints[reinterpret_cast<std::uintptr_t>(run) / sizeof(PathRun) % trail.hints.size()];
+}
+
+std::uint32_t findRow(const PathRun &run, std::uint32_t number) {
+    const Hint &hint = hintOf(&run);
+    const bool isBehind =
+        hint.run == &run && hint.row < run.count && run.nodes.at(hint.row) <= number;
+    return run.nodes.lowerBound(number, isBehind ? hint.row : 0);
 }
 
 }  // namespace
 
 Snapshot::Snapshot(std::shared_ptr<Environment> environment)
-    : environment_(std::move(environment)),
-      transaction_(std::make_unique<ReadTransaction>(environment_)),
-      state_(readState(*transaction_, *environment_)) {
-    readNames();
-    readDocuments();
-    readBlocks();
-    checkBlocks();
-    indexBlocks();
-    readLongElements();
-    measure();
+    : environment_(std::move(environment)), serial_(newSerial()) {
+    // A commit may have removed files after this read which ones there are; then there is a
+    // newer state.
+    std::optional<std::uint64_t> missedState;
+    while (!openNewest()) {
+        if (missedState == state_.state) failDamaged("the file of a segment is missing");
+        missedState = state_.state;
+    }
+    numberRuns();
+    checkDocuments();
+    pathStates_ = std::make_unique<PathState[]>(summary_.size());
 }
 
 Snapshot::~Snapshot() = default;
 
-std::uint64_t Snapshot::newestState(const std::shared_ptr<Environment> &environment) {
-    return readState(ReadTransaction(environment), *environment).state;
+/** False when the file of a segment was not there. */
+bool Snapshot::openNewest() {
+    transaction_.reset();
+    transaction_ = std::make_unique<ReadTransaction>(environment_);
+    const Catalogue catalogue(*environment_, *transaction_);
+    state_ = catalogue.state();
+    segments_.clear();
+    if (!openSegments(catalogue)) return false;
+    readTables(catalogue);
+    return true;
 }
 
-void Snapshot::readNames() {
-    transaction_->forEach(Table::names, [&](std::string_view key, std::string_view record) {
-        const auto name = decodeName(record);
-        if (!name || decodeKey(key) != names_.size()) failDamaged("a name");
-        names_.push_back(*name);
-        return true;
-    });
-    if (names_.size() != state_.nameCount) failDamaged("the number of names");
+bool Snapshot::openSegments(const Catalogue &catalogue) {
+    for (const StoredSegment &stored : catalogue.segments()) {
+        OpenSegment &segment = segments_.emplace_back();
+        try {
+            segment.file = environment_->segment(stored.record.file);
+        } catch (const SegmentMissing &) {
+            return false;
+        }
+        segment.first = stored.first;
+        segment.last = stored.record.last;
+        const SegmentHeader &header = segment.file->header();
+        if (header.frontChecksum != stored.record.checksum || header.firstNode != segment.first ||
+            header.lastNode != segment.last)
+            segment.file->failDamaged("it is another segment");
+    }
+    return true;
 }
 
-void Snapshot::readDocuments() {
-    transaction_->forEach(Table::documents, [&](std::string_view key, std::string_view record) {
-        const auto first = decodeKey(key);
-        const auto document = decodeDocument(record);
-        if (!first || !document || *first == noNode || document->last < *first)
-            failDamaged("a document");
-        documents_.push_back({*first, document->last, document->name});
-        xmlBytes_.push_back(document->xmlBytes);
+void Snapshot::readTables(const Catalogue &catalogue) {
+    names_ = catalogue.names();
+    for (const Path &path : catalogue.paths())
+        summary_.add(path);
+    longElements_ = catalogue.longElements();
+    documents_.reserve(state_.documents);
+    xmlBytes_.reserve(state_.documents);
+    catalogue.forEachDocument([&](NodeId first, const DocumentRecord &document) {
+        documents_.push_back({first, document.last, document.name});
+        xmlBytes_.push_back(document.xmlBytes);
         return true;
     });
     if (documents_.size() != state_.documents) failDamaged("the number of documents");
 }
 
-void Snapshot::readBlocks() {
-    transaction_->forEach(Table::blocks, [&](std::string_view key, std::string_view record) {
-        const auto first = decodeKey(key);
-        if (!first) failDamaged("a block");
-        if (*first >= state_.nextNode) return false;  // of a load that is not committed
-        if (!NodeBlock::isWhole(record)) failDamaged("a block");
-        const auto *data = reinterpret_cast<const std::byte *>(record.data());
-        blocks_.push_back({*first, NodeBlock(data).count(), data});
-        return true;
-    });
+std::uint64_t Snapshot::newestState(const std::shared_ptr<Environment> &environment) {
+    const ReadTransaction transaction(environment);
+    return Catalogue(*environment, transaction).state().state;
 }
 
-// The blocks must be exactly the nodes of the documents.
-void Snapshot::checkBlocks() const {
-    auto block = blocks_.begin();
+// Which runs each path has.
+void Snapshot::numberRuns() {
+    std::vector<std::uint32_t> runCounts(summary_.size());
+    for (OpenSegment &segment : segments_) {
+        firstNodes_.push_back(segment.first);
+        for (const SegmentPath &entry : segment.file->directory()) {
+            if (entry.path >= summary_.size()) segment.file->failDamaged("the number of a path");
+            segment.runNumbers.push_back(runCounts[entry.path]++);
+        }
+    }
+    firstRuns_.assign(1, 0);
+    for (const std::uint32_t count : runCounts)
+        firstRuns_.push_back(firstRuns_.back() + count);
+    sources_.resize(firstRuns_.back());
+    for (std::uint32_t i = 0; i < segments_.size(); ++i) {
+        const auto directory = segments_[i].file->directory();
+        for (std::uint32_t local = 0; local < directory.size(); ++local)
+            sources_[firstRuns_[directory[local].path] + segments_[i].runNumbers[local]] = {i,
+                                                                                            local};
+    }
+}
+
+// Every node of a document must be in a segment, and there must be as many as the state says.
+void Snapshot::checkDocuments() {
+    std::vector<std::uint64_t> present(segments_.size());
+    std::size_t segment = 0;
+    std::size_t stretch = 0;
     std::uint64_t nodes = 0;
     for (const DocumentRange &document : documents_) {
-        std::uint64_t next = document.first;
-        for (; block != blocks_.end() && block->first == next && next <= document.last; ++block)
-            next += block->count;
-        if (next != std::uint64_t{document.last} + 1) failDamaged("the blocks of a document");
-        nodes += next - document.first;
+        for (std::uint64_t next = document.first; next <= document.last;) {
+            for (; segment < segments_.size() && segments_[segment].last < next; stretch = 0)
+                ++segment;
+            if (segment == segments_.size()) failDamaged("the nodes of a document");
+            const Segment &file = *segments_[segment].file;
+            while (file.lastOf(stretch) < next)
+                ++stretch;
+            if (file.stretches()[stretch].firstNode > next) failDamaged("the nodes of a document");
+            const std::uint64_t end =
+                std::min<std::uint64_t>(file.lastOf(stretch), document.last) + 1;
+            present[segment] += end - next;
+            nodes += end - next;
+            next = end;
+        }
     }
-    if (block != blocks_.end() || nodes != state_.nodes) failDamaged("the number of nodes");
+    if (nodes != state_.nodes) failDamaged("the number of nodes");
+    for (std::size_t i = 0; i < segments_.size(); ++i)
+        segments_[i].isWhole = present[i] == segments_[i].file->nodeCount();
 }
 
-// firstBlock_[b] is the block of the first node of bucket b or, when that number is not used,
-// the one before it.
-void Snapshot::indexBlocks() {
-    const std::size_t buckets = (state_.nextNode >> bucketBits) + 2;
-    firstBlock_.reserve(buckets);
-    std::uint32_t block = 0;
-    for (std::size_t bucket = 0; bucket < buckets; ++bucket) {
-        while (block + 1 < blocks_.size() && blocks_[block + 1].first <= bucket << bucketBits)
-            ++block;
-        firstBlock_.push_back(block);
-    }
+Snapshot::Place Snapshot::placeOf(NodeId node) const {
+    const auto behind = std::upper_bound(firstNodes_.begin(), firstNodes_.end(), node);
+    if (behind == firstNodes_.begin()) failDamaged("the number of a node");
+    const auto index = static_cast<std::uint32_t>(behind - firstNodes_.begin() - 1);
+    const Segment &segment = *segments_[index].file;
+    const auto place = segment.placeOf(node);
+    if (!place) failDamaged("the number of a node");
+    return {index, segment.localPathAt(*place)};
 }
 
-void Snapshot::readLongElements() {
-    transaction_->forEach(Table::longElements, [&](std::string_view key, std::string_view record) {
-        const auto first = decodeKey(key);
-        if (first && *first >= state_.nextNode) return false;
-        const auto elements = decodeLongElements(record);
-        if (!first || !elements) failDamaged("a list of long elements");
-        longElements_.insert(longElements_.end(), elements->begin(), elements->end());
-        return true;
-    });
+const Path &Snapshot::pathAt(const Place &place) const {
+    return summary_[segments_[place.segment].file->directory()[place.local].path];
 }
 
-void Snapshot::measure() {
-    const auto bytes = [&](Table table) { return transaction_->size(table).bytes; };
-    sizes_.file = environment_->fileSize();
-    sizes_.nodes = bytes(Table::blocks) + bytes(Table::longElements);
-    sizes_.documents = bytes(Table::documents) + bytes(Table::documentNames);
-    sizes_.names = bytes(Table::names);
-    const std::uint64_t used = sizes_.nodes + sizes_.documents + sizes_.names;
-    sizes_.unused = sizes_.file - std::min(used, sizes_.file);
-}
-
-const Snapshot::Block &Snapshot::blockOf(NodeId node) const {
-    assert(node != noNode && node < state_.nextNode);
-    const std::size_t bucket = node >> bucketBits;
-    const auto begin = blocks_.begin() + firstBlock_[bucket];
-    const auto end = blocks_.begin() + firstBlock_[bucket + 1] + 1;
-    const auto behind = std::upper_bound(
-        begin, end, node, [](NodeId number, const Block &block) { return number < block.first; });
-    const Block &block = *(behind - 1);
-    assert(block.first <= node && node - block.first < block.count);
-    return block;
+Snapshot::RunRow Snapshot::rowOf(NodeId node) const {
+    Memo &memo = memoOf(node);
+    if (memo.node == node && memo.serial == serial_) return {memo.run, memo.path, memo.row};
+    const Place place = placeOf(node);
+    const OpenSegment &segment = segments_[place.segment];
+    const PathId path = segment.file->directory()[place.local].path;
+    const PathRun &run = runs(path)[segment.runNumbers[place.local]];
+    const std::uint32_t number = node - run.firstNode;
+    const std::uint32_t row = findRow(run, number);
+    if (row >= run.count || run.nodes.at(row) != number)
+        segment.file->failDamaged("the row of a node");
+    hintOf(&run) = {&run, row};
+    memo = {serial_, node, row, &run, &summary_[path]};
+    return {&run, &summary_[path], row};
 }
 
 NodeKind Snapshot::kind(NodeId node) const {
-    const Block &block = blockOf(node);
-    return NodeBlock(block.data).kind(node - block.first);
+    const Memo &memo = memoOf(node);
+    if (memo.node == node && memo.serial == serial_) return memo.path->kind;
+    return pathAt(placeOf(node)).kind;
 }
 
 NodeId Snapshot::parent(NodeId node) const {
-    const Block &block = blockOf(node);
-    const std::uint32_t distance = NodeBlock(block.data).parentDistance(node - block.first);
-    return distance == 0 ? noNode : node - distance;
+    return parentOf(node, rowOf(node));
+}
+
+// A parent is always in front of its children, so that who climbs gets to the top even
+// where the numbers are damaged.
+NodeId Snapshot::parentOf(NodeId node, const RunRow &row) const {
+    if (!row.path->isRegular) {
+        const std::uint32_t distance = row.run->parentDistances.at(row.row);
+        if (distance >= node) failDamaged("the parent of a node");
+        return distance == 0 ? noNode : node - distance;
+    }
+    if (row.path->parent == noPath) return noNode;
+    const RowId parentRow = row.run->parentAt(row.run->firstRow + row.row);
+    if (parentRow >= rowCount(row.path->parent)) failDamaged("the parent of a node");
+    const NodeId parent = nodeAt({row.path->parent, parentRow});
+    if (parent >= node) failDamaged("the parent of a node");
+    return parent;
 }
 
 NodeId Snapshot::lastBelow(NodeId node) const {
-    const Block &block = blockOf(node);
-    const std::uint32_t below = NodeBlock(block.data).below(node - block.first);
-    if (below != endsLater) return node + below;
+    const RunRow row = rowOf(node);
+    return row.run->below.empty() ? node : endOf(node, row.run->below.at(row.row));
+}
+
+NodeId Snapshot::endOf(NodeId node, std::uint32_t below) const {
+    if (below != endsLater) {
+        const std::uint64_t last = std::uint64_t{node} + below;
+        if (last >= state_.nextNode) failDamaged("the end of an element");
+        return static_cast<NodeId>(last);
+    }
     const auto element = std::lower_bound(
         longElements_.begin(), longElements_.end(), node,
         [](const LongElement &listed, NodeId number) { return listed.node < number; });
-    if (element == longElements_.end() || element->node != node) failDamaged("a long element");
+    if (element == longElements_.end() || element->node != node || element->last < node ||
+        element->last >= state_.nextNode)
+        failDamaged("a long element");
     return element->last;
 }
 
 std::optional<std::uint32_t> Snapshot::nameNumber(NodeId node) const {
-    const Block &block = blockOf(node);
-    const std::uint32_t number = NodeBlock(block.data).name(node - block.first);
-    if (number == noName) return std::nullopt;
+    const Path &path = pathAt(placeOf(node));
+    if (path.name != noName) return path.name;
+    if (path.isRegular || path.kind == NodeKind::text || path.kind == NodeKind::comment)
+        return std::nullopt;
+    const RunRow row = rowOf(node);
+    const std::uint32_t number = row.run->names.at(row.row);
     if (number >= names_.size()) failDamaged("the name of a node");
     return number;
 }
@@ -174,14 +273,19 @@ NodeName Snapshot::name(NodeId node) const {
 }
 
 std::string_view Snapshot::value(NodeId node) const {
-    const Block &block = blockOf(node);
-    return NodeBlock(block.data).value(node - block.first);
+    const RunRow row = rowOf(node);
+    return row.path->kind == NodeKind::element ? std::string_view() : row.run->values.at(row.row);
 }
 
 std::vector<NamespaceDeclaration> Snapshot::namespaces(NodeId node) const {
-    const Block &block = blockOf(node);
+    const Segment &segment = *segments_[placeOf(node).segment].file;
+    const PackedColumn &elements = segment.declarationElements();
     std::vector<NamespaceDeclaration> declarations;
-    for (const std::uint32_t number : NodeBlock(block.data).namespaces(node - block.first)) {
+    if (elements.empty()) return declarations;
+    const std::uint32_t element = node - segment.firstNode();
+    for (std::uint32_t row = elements.lowerBound(element);
+         row < elements.size() && elements.at(row) == element; ++row) {
+        const std::uint32_t number = segment.declarationNames().at(row);
         if (number >= names_.size()) failDamaged("a namespace declaration");
         declarations.push_back({names_[number].prefix, names_[number].uri});
     }
@@ -189,11 +293,11 @@ std::vector<NamespaceDeclaration> Snapshot::namespaces(NodeId node) const {
 }
 
 std::optional<DocumentRange> Snapshot::findDocument(std::string_view name) const {
-    const auto found =
-        std::find_if(documents_.begin(), documents_.end(),
-                     [&](const DocumentRange &document) { return document.name == name; });
-    if (found == documents_.end()) return std::nullopt;
-    return *found;
+    // Reading is for one thread at a time.
+    const std::lock_guard lock(mutex_);
+    const DocumentRange range = Catalogue(*environment_, *transaction_).find(name);
+    if (range.first == noNode) return std::nullopt;
+    return range;
 }
 
 void Snapshot::failDamaged(std::string_view what) const {

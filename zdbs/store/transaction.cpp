@@ -32,7 +32,6 @@ public:
     }
     std::string_view key() const { return toView(key_); }
     std::string_view record() const { return toView(record_); }
-    int remove() { return ::mdb_cursor_del(cursor_, 0); }
 
 private:
     MDB_cursor *cursor_ = nullptr;
@@ -69,11 +68,18 @@ void ReadTransaction::forEach(
     if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
 }
 
-bool ReadTransaction::hasFrom(Table table, std::string_view first) const {
+void ReadTransaction::forEachFrom(
+    Table table, std::string_view first,
+    const std::function<bool(std::string_view, std::string_view)> &visit) const {
     Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
-    const int error = cursor.move(MDB_SET_RANGE, first);
+    int error = cursor.move(MDB_SET_RANGE, first);
+    if (error == MDB_NOTFOUND)
+        error = cursor.move(MDB_LAST);
+    else if (error == MDB_SUCCESS && cursor.key() != first && cursor.move(MDB_PREV) != MDB_SUCCESS)
+        error = cursor.move(MDB_FIRST);
+    while (error == MDB_SUCCESS && visit(cursor.key(), cursor.record()))
+        error = cursor.move(MDB_NEXT);
     if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
-    return error == MDB_SUCCESS;
 }
 
 TableSize ReadTransaction::size(Table table) const {
@@ -147,16 +153,8 @@ void WriteTransaction::remove(Table table, std::string_view key) {
     if (error != MDB_NOTFOUND) check(error);
 }
 
-void WriteTransaction::removeRange(Table table, std::string_view first,
-                                   std::optional<std::string_view> last) {
-    Cursor cursor(transaction_, environment_.tables_[static_cast<std::size_t>(table)]);
-    int error = cursor.move(MDB_SET_RANGE, first);
-    while (error == MDB_SUCCESS && (!last || cursor.key() <= *last)) {
-        check(cursor.remove());
-        // What followed is under the cursor now; at the end of a page only MDB_NEXT sees that.
-        error = cursor.move(MDB_SET_RANGE, first);
-    }
-    if (error != MDB_NOTFOUND) check(error);
+void WriteTransaction::clear(Table table) {
+    check(::mdb_drop(transaction_, environment_.tables_[static_cast<std::size_t>(table)], 0));
 }
 
 }  // namespace zdbs

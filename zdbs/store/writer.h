@@ -10,6 +10,8 @@
 #include <string_view>
 
 #include "zdbs/engine/node_table.h"
+#include "zdbs/store/path_dictionary.h"
+#include "zdbs/store/segment_rows.h"
 
 namespace zdbs {
 
@@ -25,9 +27,10 @@ class Environment;
  *   beginDocument  { startElement {namespaceDeclaration} {attribute} … endElement
  *                  | text | comment | processingInstruction }  endDocument
  *
- * Memory: the open elements, the block of nodes that is being filled, up to 32
- * MiB of finished blocks, and one record for each document of the run; however
- * large the input is. Texts are UTF-8. One thread at a time.
+ * Nodes are collected into segments (segment.h); a full one is encoded and written by
+ * another thread while the next one is filled. Memory: the open elements, two segments, and
+ * one record for each document of the run; however large the input is. Texts are UTF-8. One
+ * thread at a time.
  *
  * Every operation throws Failure: diskFull, storeFailed. After a Failure from
  * within a document only abandonDocument() or the destructor may be called;
@@ -38,9 +41,6 @@ public:
     /** In the directory of the database; whoever changes or drops it locks this file. */
     static constexpr const char *lockFileName = "writer.lock";
 
-    /** So many bytes of finished blocks are kept back before they are written. */
-    static constexpr std::size_t defaultStageBytes = std::size_t{32} << 20;
-
     /**
      * Takes the database's writer lock; `waiting`, if given, is called once when
      * another writer holds it. Drops what a killed writer left behind.
@@ -48,7 +48,7 @@ public:
      */
     explicit Writer(std::shared_ptr<Environment> environment,
                     const std::function<void()> &waiting = {},
-                    std::size_t stageBytes = defaultStageBytes);
+                    const SegmentLimits &segmentLimits = {}, const PathLimits &pathLimits = {});
     ~Writer();
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;
@@ -62,10 +62,17 @@ public:
      */
     void beginDocument(std::string_view document);
 
+    /**
+     * Number of a name, for who uses it often. Holds until the end of the document.
+     */
+    std::uint32_t nameNumber(const NodeName &name);
+
     /** Each returns the new node. Throws Failure: tooManyNodes, valueTooLong (2^31 bytes and more).
      */
     NodeId startElement(const NodeName &name);
+    NodeId startElement(std::uint32_t name);
     NodeId attribute(const NodeName &name, std::string_view value);
+    NodeId attribute(std::uint32_t name, std::string_view value);
     NodeId text(std::string_view value);
     NodeId comment(std::string_view value);
     NodeId processingInstruction(std::string_view target, std::string_view value);
@@ -89,6 +96,22 @@ public:
 
     /** Makes all of it the database's newest state. Nothing may be called after it. */
     void commit();
+
+    /** Told now and then: `done` of `total` bytes of segments are written anew. */
+    using CompactionReport = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+    /** Bytes that a database takes on disk. */
+    struct Compaction {
+        std::uint64_t before = 0;
+        std::uint64_t after = 0;
+    };
+
+    /**
+     * Writes segments that hold removed documents, and small ones, anew, and makes that the
+     * database's newest state; as it stands when there is nothing to win. Numbers of nodes
+     * stay. REQUIRES that nothing was changed; nothing may be called after it.
+     */
+    Compaction compact(const CompactionReport &report = {});
 
 private:
     class Run;

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cassert>
 #include <set>
+#include <string>
 
+#include "zdbs/status/status.h"
 #include "zdbs/xml/escape.h"
 
 namespace zdbs {
@@ -138,7 +140,8 @@ void XmlSerializer::writeLeaf(NodeId node) {
         case NodeKind::processingInstruction:
             return writeInstruction(node);
         default:
-            assert(false && "an element or an attribute is no leaf");
+            // Only where an element ends in front of its attributes, or of itself.
+            throw Failure(Status::homeDamaged, {"", "the tree at node " + std::to_string(node)});
     }
 }
 

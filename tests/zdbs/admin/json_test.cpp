@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 namespace zdbs::admin {
@@ -18,6 +19,20 @@ TEST(Json, IsBuiltPieceByPiece) {
 
 TEST(Json, OfNothingIsAnEmptyArray) {
     EXPECT_EQ(JsonWriter().beginArray().endArray().text(), "[]");
+}
+
+TEST(Json, WritesTimesInMilliseconds) {
+    JsonWriter json;
+    json.beginArray().value(std::chrono::nanoseconds(1499)).value(std::chrono::seconds(2));
+    EXPECT_EQ(json.endArray().text(), "[0.001,2000.000]");
+}
+
+TEST(Json, OfATextInPiecesIsThatOfTheText) {
+    const std::string text = "a\"\n\xc3\xa9";
+    std::string pieces;
+    for (const char byte : text)
+        pieces += jsonPiece(std::string(1, byte));
+    EXPECT_EQ('"' + pieces + '"', JsonWriter().value(text).text());
 }
 
 struct Case {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -99,6 +100,24 @@ TEST_F(LoadProgram, SkipsBadFilesWhenAskedTo) {
                 AllOf(HasSubstr("already: 1.xml"), HasSubstr("already: 3.xml"),
                       HasSubstr("0 documents stored, 3 skipped")));
     EXPECT_EQ(content(), "1.xml: a()\n3.xml: c()\n");
+}
+
+TEST_F(LoadProgram, NamesFilesWithoutObeyingTheirNames) {
+    write("f/a.xml", "<a/>");
+    write("f/b\n\x1b[2J.xml", "<b/>");
+    write("f/c\xff.xml", "<c/>");
+    const std::string told = bad({"load", "db", "--skip", directory_ / "f"});
+    EXPECT_THAT(told, AllOf(HasSubstr("b\\n\\x1b[2J.xml;"), HasSubstr("c\\xff.xml;"),
+                            HasSubstr("1 document stored, 2 skipped.")));
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 3);
+    EXPECT_EQ(content(), "a.xml: a()\n");
+}
+
+TEST_F(LoadProgram, TakesTenThousandFiles) {
+    for (int i = 0; i < 10000; ++i)
+        write("f/" + std::to_string(i % 100) + '/' + std::to_string(i) + ".xml", "<a/>");
+    EXPECT_EQ(good({"load", "db", directory_ / "f"}), "");
+    EXPECT_EQ(home()->snapshot("db")->documents().size(), 10000U);
 }
 
 TEST_F(LoadProgram, SkippingNothingIsSuccess) {

@@ -43,5 +43,11 @@ TEST(Sizes, AreComparedOnlyWithSomething) {
     EXPECT_EQ(ratioText(28, 0), "");
 }
 
+TEST(Sizes, OfShortTimesAreMilliseconds) {
+    EXPECT_EQ(millisecondsText(std::chrono::nanoseconds(0)), "0.000");
+    EXPECT_EQ(millisecondsText(std::chrono::nanoseconds(12345)), "0.012");
+    EXPECT_EQ(millisecondsText(std::chrono::seconds(90)), "90000.000");
+}
+
 }  // namespace
 }  // namespace zdbs::admin

@@ -132,6 +132,31 @@ TEST_F(Terminal, ShowsProgressWhileItLoadsAndTakesItAway) {
     EXPECT_TRUE(program.screen().ends_with("\r\033[K")) << program.screen();
 }
 
+TEST_F(Terminal, ShowsProgressWhileItDumpsIntoFilesOnly) {
+    good({"create", "db"});
+    const std::string xml = "<a>" + std::string(300000, 'x') + "</a>";
+    good({"load", "db", directory_.write("a.xml", xml)});
+    const std::string bar = "% [";
+
+    TerminalProgram folder(command({"dump", "db", "--output", directory_ / "out"}));
+    ASSERT_TRUE(folder.expect(bar));
+    EXPECT_EQ(folder.finish(), exited(0));
+    EXPECT_TRUE(folder.screen().ends_with("\r\033[K")) << folder.screen();
+    EXPECT_EQ(support::readFile(directory_ / "out/a.xml"), xml + '\n');
+
+    const std::string redirected = "exec \"$0\" dump db >" + (directory_ / "b.xml");
+    TerminalProgram file(
+        {"/bin/sh", {"-c", redirected, ZDBS_PROGRAM}, {{"ZDBS_HOME", homePath_}}, {}});
+    ASSERT_TRUE(file.expect(bar));
+    EXPECT_EQ(file.finish(), exited(0));
+    EXPECT_EQ(support::readFile(directory_ / "b.xml"), xml + '\n');
+
+    TerminalProgram shown(command({"dump", "db"}));
+    ASSERT_TRUE(shown.expect("</a>"));
+    EXPECT_EQ(shown.finish(), exited(0));
+    EXPECT_THAT(shown.screen(), Not(HasSubstr(bar)));
+}
+
 TEST_F(Terminal, ShowsMessagesOnLinesOfTheirOwnBesideTheProgress) {
     good({"create", "db"});
     const std::string file = directory_.write("a.xml", "<a>" + std::string(300000, 'x'));

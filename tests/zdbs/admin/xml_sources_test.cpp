@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -83,6 +85,55 @@ TEST_F(XmlSourcesTest, FollowLinksToFilesAndNotToFolders) {
     fs::create_directory_symlink(directory_ / "elsewhere", directory_ / "f/folder");
     fs::create_directory_symlink(directory_ / "f", directory_ / "f/loop");
     EXPECT_THAT(documents(directory_ / "f"), ElementsAre("a.xml", "link.xml"));
+}
+
+TEST_F(XmlSourcesTest, AreNoPipesOfFolders) {
+    write("f/a.xml");
+    ASSERT_EQ(::mkfifo((directory_ / "f/pipe.xml").c_str(), 0600), 0);
+    fs::create_symlink("/dev/null", directory_ / "f/device.xml");
+    EXPECT_THAT(documents(directory_ / "f"), ElementsAre("a.xml"));
+    // Asked for by name, one is read.
+    const auto sources = findXml(directory_ / "f/pipe.xml");
+    ASSERT_EQ(sources.size(), 1U);
+    EXPECT_EQ(sources[0].document, "pipe.xml");
+    EXPECT_FALSE(sources[0].size.has_value());
+}
+
+TEST_F(XmlSourcesTest, AreLinksThatLeadNowhereSoThatTheyAreTold) {
+    write("f/a.xml");
+    fs::create_symlink("nowhere", directory_ / "f/broken.xml");
+    fs::create_symlink("self.xml", directory_ / "f/self.xml");
+    const auto sources = findXml(directory_ / "f");
+    ASSERT_EQ(sources.size(), 3U);
+    EXPECT_EQ(sources[1].document, "broken.xml");
+    EXPECT_EQ(sources[2].document, "self.xml");
+    for (const std::size_t i : {1U, 2U})
+        EXPECT_THROW(sources[i].open(), Failure);
+}
+
+TEST_F(XmlSourcesTest, TellOfAFolderBelowThatCannotBeRead) {
+    write("f/a.xml");
+    write("f/closed/b.xml");
+    write("f/z.xml");
+    fs::permissions(directory_ / "f/closed", fs::perms::none);
+    const bool isAllowedAll = ::access((directory_ / "f/closed").c_str(), R_OK) == 0;
+    const auto found = documents(directory_ / "f");
+    const auto sources = findXml(directory_ / "f");
+    if (isAllowedAll) {  // root
+        EXPECT_THAT(found, ElementsAre("a.xml", "closed/b.xml", "z.xml"));
+    } else {
+        EXPECT_THAT(found, ElementsAre("a.xml", "closed", "z.xml"));
+        EXPECT_THROW(sources[1].open(), Failure);
+    }
+    fs::permissions(directory_ / "f/closed", fs::perms::owner_all);
+}
+
+TEST_F(XmlSourcesTest, OfADeepFolderAreFound) {
+    std::string path = "f";
+    for (int i = 0; i < 300; ++i)
+        path += "/d";
+    write(path + "/a.xml");
+    EXPECT_EQ(documents(directory_ / "f").size(), 1U);
 }
 
 TEST_F(XmlSourcesTest, OfStandardInputHaveANameToo) {

@@ -7,6 +7,7 @@
 #include "kernel/zdbs.h"
 #include "tests/zdbs/api/failing_new.h"
 #include "tests/zdbs/session/fake_engine.h"
+#include "tests/zdbs/support/memory_path_table.h"
 #include "zdbs/session/active_session.h"
 #include "zdbs/session/session.h"
 
@@ -15,10 +16,15 @@ namespace {
 
 constexpr std::int32_t outOfMemory = 4;
 
-class AllocationTest : public ::testing::Test {
+/** On nodes by number, and by path. */
+class AllocationTest : public ::testing::TestWithParam<bool> {
 protected:
     AllocationTest() {
-        engine_->store("plays", "<a x='1'><b>row row</b><b>boat</b></a>");
+        if (GetParam()) {
+            engine_->store("plays", std::shared_ptr<const NodeTable>(byPath_));
+        } else {
+            engine_->store("plays", xml);
+        }
         engine_->grant("reader", "plays");
         session_ = std::make_unique<Session>(engine_, "reader", "secret");
         session_->execute("BASE plays");
@@ -40,12 +46,17 @@ protected:
         EXPECT_EQ(session_->settings().findMin, 1);
     }
 
+    static constexpr const char *xml = "<a x='1'><b>row row</b><b>boat</b></a>";
+
+    const testing::MemoryNodeTable nodes_ = testing::tableFromXml(xml);
+    std::shared_ptr<const testing::MemoryPathTable> byPath_ =
+        std::make_shared<testing::MemoryPathTable>(nodes_);
     std::shared_ptr<testing::FakeEngine> engine_ = std::make_shared<testing::FakeEngine>();
     std::unique_ptr<Session> session_;
     std::optional<ActiveSession> active_;
 };
 
-TEST_F(AllocationTest, FailsCommandsAndLeavesTheSetsAlone) {
+TEST_P(AllocationTest, FailsCommandsAndLeavesTheSetsAlone) {
     for (const char *command :
          {"FIND N_NAME=\"b\"", "FIND XPATH(child,0,2,2)", "FIND XPATH(SELF,3,3,1,GT,1)",
           "FIND N_TYPE=TEXT AND.T N_TVALUE=$row$", "FIND (S=1 OR S=2) AND S=3 NOT S=5",
@@ -60,7 +71,7 @@ TEST_F(AllocationTest, FailsCommandsAndLeavesTheSetsAlone) {
     }
 }
 
-TEST_F(AllocationTest, FailsTheOtherCallsToo) {
+TEST_P(AllocationTest, FailsTheOtherCallsToo) {
     session_->execute("FIND N_TVALUE=$row$");
     std::int32_t number = 0;
     std::int32_t set = 2;
@@ -78,7 +89,7 @@ TEST_F(AllocationTest, FailsTheOtherCallsToo) {
     failEach([&] { return ZdbDeleteRecordControl(&control); }, "ZdbDeleteRecordControl");
 }
 
-TEST_F(AllocationTest, FailsExportsAndLeavesSetsAndSettingsAlone) {
+TEST_P(AllocationTest, FailsExportsAndLeavesSetsAndSettingsAlone) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "a request that is being parsed when memory runs out loses its nodes";
 #endif
@@ -100,7 +111,7 @@ TEST_F(AllocationTest, FailsExportsAndLeavesSetsAndSettingsAlone) {
     EXPECT_EQ(activeSession(), session_.get());
 }
 
-TEST_F(AllocationTest, OfMessagesFailsWithoutACrash) {
+TEST_P(AllocationTest, OfMessagesFailsWithoutACrash) {
     char text[64];
     std::int32_t length = sizeof text;
     ZdbExecuteCcl("FIND N_FOO=1", nullptr);
@@ -113,7 +124,7 @@ TEST_F(AllocationTest, OfMessagesFailsWithoutACrash) {
     EXPECT_STREQ(text, "Unknown field N_FOO at column 6.");
 }
 
-TEST_F(AllocationTest, TakesTheGeneralSentenceWhereThereIsNoMemoryForDetails) {
+TEST_P(AllocationTest, TakesTheGeneralSentenceWhereThereIsNoMemoryForDetails) {
     bool isFailure = true;
     for (long count = 0; isFailure; ++count) {
         testing::limitAllocations(count);
@@ -126,6 +137,9 @@ TEST_F(AllocationTest, TakesTheGeneralSentenceWhereThereIsNoMemoryForDetails) {
         ASSERT_STREQ(text, isFailure ? "Not enough memory." : text);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(, AllocationTest, ::testing::Bool(),
+                         [](const auto &test) { return test.param ? "ByPath" : "ByNumber"; });
 
 }  // namespace
 }  // namespace zdbs

@@ -4,24 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/zdbs/load/load_fixture.h"
+#include "tests/zdbs/load/recode.h"
 
 namespace zdbs {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
-
-std::string utf16(const std::u16string &text, bool bigEndian) {
-    std::string bytes;
-    for (const char16_t unit : text) {
-        const auto high = static_cast<char>(unit >> 8);
-        const auto low = static_cast<char>(unit & 0xff);
-        bytes += bigEndian ? high : low;
-        bytes += bigEndian ? low : high;
-    }
-    return bytes;
-}
+using testing::StartsWith;
 
 std::string declared(const std::string &encoding, const std::string &rest) {
     return "<?xml version='1.0' encoding='" + encoding + "'?>" + rest;
@@ -29,114 +22,278 @@ std::string declared(const std::string &encoding, const std::string &rest) {
 
 struct EncodingCase {
     const char *name;
-    const char *bytes;
-    const char *utf8;
+    const char *text;  ///< characters that the encoding has, in UTF-8
 };
 
-TEST(Encoding, OfOneByteACharacterIsRead) {
-    const EncodingCase cases[] = {
-        {"UTF-8", "\xc3\xa9\xe2\x82\xac", "\xc3\xa9\xe2\x82\xac"},
-        {"utf-8", "\xc3\xa9", "\xc3\xa9"},
-        {"US-ASCII", "abc", "abc"},
-        {"ISO-8859-1", "\xe9\xfc\xdf", "\xc3\xa9\xc3\xbc\xc3\x9f"},
-        {"iso-8859-1", "\xa4", "\xc2\xa4"},
-        {"ISO-8859-15", "\xa4", "\xe2\x82\xac"},
-        {"ISO-8859-2", "\xb1\xe6", "\xc4\x85\xc4\x87"},
-        {"ISO-8859-5", "\xbf", "\xd0\x9f"},
-        {"ISO-8859-7", "\xe1", "\xce\xb1"},
-        {"windows-1252", "\x80\x93\xe9", "\xe2\x82\xac\xe2\x80\x9c\xc3\xa9"},
-        {"windows-1251", "\xcf", "\xd0\x9f"},
-        {"KOI8-R", "\xf0", "\xd0\x9f"},
-        {"macintosh", "\x8e", "\xc3\xa9"},
-        {"IBM850", "\x82", "\xc3\xa9"},
-    };
-    for (const EncodingCase &row : cases) {
-        LoadFixture fixture;
-        const std::string xml =
-            declared(row.name, "<a b='" + std::string(row.bytes) + "'>" + row.bytes + "</a>");
-        EXPECT_EQ(fixture.tree(xml),
-                  "a(@b=" + std::string(row.utf8) + " '" + std::string(row.utf8) + "')")
+constexpr EncodingCase encodings[] = {
+    {"UTF-8", "é€😀"},
+    {"utf-8", "é"},
+    {"UTF8", "é"},
+    {"US-ASCII", "abc"},
+    {"ISO-8859-1", "éüß¤"},
+    {"iso-8859-1", "¤"},
+    {"latin1", "é"},
+    {"ISO-8859-15", "€"},
+    {"ISO-8859-2", "ąć"},
+    {"ISO-8859-5", "Привет"},
+    {"ISO-8859-7", "αβγ"},
+    {"ISO-8859-8", "שלום"},
+    {"windows-1250", "Žluťoučký"},
+    {"windows-1251", "Привет"},
+    {"windows-1252", "€“é”"},
+    {"windows-1253", "αβγ"},
+    {"windows-1254", "İstanbul"},
+    {"windows-1255", "שלום"},
+    {"windows-1256", "سلام"},
+    {"windows-1257", "ąžuolas"},
+    {"windows-1258", "đơư₫"},
+    {"KOI8-R", "Привет"},
+    {"KOI8-U", "Їжак"},
+    {"macintosh", "é"},
+    {"IBM850", "é"},
+    {"TIS-620", "ไทย"},
+    {"Shift_JIS", "日本語テスト ｱｲｳ"},
+    {"EUC-JP", "日本語テスト"},
+    {"ISO-2022-JP", "日本語とABCと日本語"},
+    {"GB2312", "中文"},
+    {"GBK", "中文囍"},
+    {"GB18030", "中文囍é😀𠀀"},
+    {"Big5", "中文測試"},
+    {"EUC-KR", "한국어"},
+    {"EUC-TW", "中文"},
+    {"IBM037", "Grüße [x]|{y}^~"},
+    {"IBM500", "Grüße [x]|{y}^~"},
+    {"IBM1047", "Grüße [x]|{y}^~"},
+    {"IBM273", "Grüße"},
+};
+
+TEST(Encoding, IsTheOneThatIsDeclared) {
+    LoadFixture fixture;
+    for (const EncodingCase &row : encodings) {
+        const std::string text = row.text;
+        const std::string xml = declared(row.name, "<a b='" + text + "'>" + text + "</a>");
+        EXPECT_EQ(fixture.tree(recode(xml, row.name)), "a(@b=" + text + " '" + text + "')")
             << row.name;
     }
 }
 
-TEST(Encoding, Utf8AndUtf16AreKnownByTheirMarks) {
-    const std::u16string text = u"<\u00e4 b='\u20ac'>\U0001f600</\u00e4>";
-    const char *tree = "\xc3\xa4(@b=\xe2\x82\xac '\xf0\x9f\x98\x80')";
+TEST(Encoding, MayBeDeclaredInEveryWayThatXmlAllows) {
     LoadFixture fixture;
-    for (const bool bigEndian : {true, false}) {
-        EXPECT_EQ(fixture.tree(utf16(u"\ufeff" + text, bigEndian)), tree);
-        EXPECT_EQ(
-            fixture.tree(utf16(u"\ufeff<?xml version='1.0' encoding='UTF-16'?>" + text, bigEndian)),
-            tree);
-    }
-    EXPECT_EQ(fixture.tree("\xef\xbb\xbf<a>\xc3\xa9</a>"), "a('\xc3\xa9')");
-    EXPECT_EQ(fixture.tree("\xef\xbb\xbf" + declared("UTF-8", "<a/>")), "a()");
+    for (const char *declaration :
+         {"<?xml version='1.0' encoding='IBM1047'?>",
+          "<?xml version=\"1.0\" encoding=\"IBM1047\"?>",
+          "<?xml  version = '1.0'\n\tencoding\r\n=\t'IBM1047'  standalone='yes' ?>"})
+        EXPECT_EQ(fixture.tree(recode(declaration + std::string("<a>é</a>"), "IBM1047")), "a('é')")
+            << declaration;
 }
 
-TEST(Encoding, ThatIsUnknownOrOfSeveralBytesIsRefusedByName) {
+// As bytes, so that what the C library makes of marks does not matter.
+struct WideCase {
+    const char *mark;
+    std::size_t markLength;
+    const char *form;
+    std::vector<const char *> names;  ///< under which it may be declared
+};
+
+const WideCase wide[] = {
+    {"\xef\xbb\xbf", 3, "UTF-8", {"UTF-8", "utf8"}},
+    {"\xfe\xff", 2, "UTF-16BE", {"UTF-16", "utf-16", "UTF-16BE", "ISO-10646-UCS-2", "UCS-2"}},
+    {"\xff\xfe", 2, "UTF-16LE", {"UTF-16", "UTF-16LE", "ISO-10646-UCS-2"}},
+    {"\0\0\xfe\xff", 4, "UTF-32BE", {"UTF-32", "UTF-32BE", "ISO-10646-UCS-4", "UCS-4"}},
+    {"\xff\xfe\0\0", 4, "UTF-32LE", {"UTF-32", "UTF-32LE", "ISO-10646-UCS-4"}},
+    {"\x84\x31\x95\x33", 4, "GB18030", {"GB18030", "gb18030"}},
+};
+
+TEST(Encoding, OfUnicodeIsKnownByItsMarkAndByItsFirstCharacters) {
+    const std::string text = "<ä b='€'>😀</ä>";
+    const char *tree = "ä(@b=€ '😀')";
     LoadFixture fixture;
-    for (const char *name : {"no-such-set", "Shift_JIS", "EUC-JP", "GB18030", "UTF-7", "UTF-32"}) {
+    for (const WideCase &row : wide) {
+        const std::string mark(row.mark, row.markLength);
+        EXPECT_EQ(fixture.tree(mark + recode(text, row.form)), tree) << row.form;
+        const bool isWide = std::string(row.form).starts_with("UTF-16") ||
+                            std::string(row.form).starts_with("UTF-32");
+        if (isWide) {
+            EXPECT_EQ(fixture.tree(recode(text, row.form)), tree) << row.form;
+        }
+        for (const char *name : row.names) {
+            const std::string bytes = recode(declared(name, text), row.form);
+            EXPECT_EQ(fixture.tree(mark + bytes), tree) << row.form << ' ' << name;
+            EXPECT_EQ(fixture.tree(bytes), tree) << row.form << ' ' << name;
+        }
+    }
+}
+
+TEST(Encoding, OfUtf16IsKnownByWhiteSpaceToo) {
+    LoadFixture fixture;
+    for (const char *form : {"UTF-16BE", "UTF-16LE"})
+        for (const char *space : {" ", "\t", "\n", "\r\n"})
+            EXPECT_EQ(fixture.tree(recode(space + std::string("<a>€</a>"), form)), "a('€')");
+}
+
+TEST(Encoding, ThatNobodyKnowsIsRefusedByName) {
+    LoadFixture fixture;
+    for (const char *name : {"no-such-set", "x-user-defined-1", "UTF-9", "a"}) {
         std::string sentence;
         EXPECT_EQ(fixture.status(declared(name, "<a/>"), &sentence), Status::unknownEncoding)
             << name;
-        EXPECT_THAT(sentence, HasSubstr(std::string(name) + " is unknown"));
-        EXPECT_THAT(sentence, testing::StartsWith("f:1:"));
+        EXPECT_THAT(sentence, AllOf(StartsWith("f:1:31: "),
+                                    HasSubstr(" " + std::string(name) + " is unknown")));
+    }
+    std::string sentence;
+    EXPECT_EQ(fixture.status("<?xml version='1.0'\nencoding='x-none'?><a/>", &sentence),
+              Status::unknownEncoding);
+    EXPECT_THAT(sentence, StartsWith("f:2:11: "));
+    EXPECT_EQ(fixture.status(recode("<?xml version='1.0'?><a/>", "IBM037"), &sentence),
+              Status::unknownEncoding);
+    EXPECT_THAT(sentence, AllOf(StartsWith("f:1:1: "), HasSubstr("EBCDIC is unknown")));
+    for (const std::string_view order :
+         {std::string_view("\0\0<\0\0\0a\0", 8), std::string_view("\0<\0\0\0a\0\0", 8)})
+        EXPECT_EQ(fixture.status(order), Status::unknownEncoding);
+}
+
+// Options of converters, the converter of the process: only names are names.
+TEST(Encoding, IsNeverLookedUpUnderWhatIsNoName) {
+    LoadFixture fixture;
+    for (const char *name : {"", "UTF-8,version=1", "IBM037,swaplfnl", "../x", "1252", "UTF 8"}) {
+        std::string sentence;
+        EXPECT_EQ(fixture.status(declared(name, "<a/>"), &sentence), Status::malformed) << name;
+        EXPECT_THAT(sentence, HasSubstr("XML declaration not well-formed")) << name;
     }
 }
 
-TEST(Encoding, RefusesBytesThatAreNoCharacters) {
+struct ContradictionCase {
+    const char *mark;
+    std::size_t markLength;
+    const char *form;
+    const char *name;
+};
+
+TEST(Encoding, ThatContradictsTheBytesIsMalformed) {
+    const ContradictionCase cases[] = {
+        {"", 0, "UTF-8", "UTF-16"},
+        {"", 0, "UTF-8", "UTF-16LE"},
+        {"", 0, "UTF-8", "UTF-32"},
+        {"", 0, "UTF-8", "IBM037"},
+        {"\xef\xbb\xbf", 3, "UTF-8", "UTF-16"},
+        {"\xef\xbb\xbf", 3, "UTF-8", "ISO-8859-1"},
+        {"\xef\xbb\xbf", 3, "UTF-8", "Shift_JIS"},
+        {"\xfe\xff", 2, "UTF-16BE", "UTF-8"},
+        {"\xfe\xff", 2, "UTF-16BE", "UTF-16LE"},
+        {"\xfe\xff", 2, "UTF-16BE", "UTF-32"},
+        {"\xff\xfe", 2, "UTF-16LE", "UTF-16BE"},
+        {"\xff\xfe", 2, "UTF-16LE", "ISO-8859-1"},
+        {"", 0, "UTF-16LE", "UTF-8"},
+        {"", 0, "UTF-16BE", "IBM037"},
+        {"", 0, "UTF-32LE", "UTF-16"},
+        {"", 0, "IBM037", "UTF-8"},
+        {"", 0, "IBM037", "ISO-8859-1"},
+        {"\x84\x31\x95\x33", 4, "GB18030", "UTF-8"},
+    };
     LoadFixture fixture;
-    EXPECT_EQ(fixture.status(declared("US-ASCII", "<a>\xe9</a>")), Status::malformed);
-    EXPECT_EQ(fixture.status(declared("ISO-8859-7", "<a>\xff</a>")), Status::malformed);
+    for (const ContradictionCase &row : cases) {
+        std::string sentence;
+        EXPECT_EQ(fixture.status(std::string(row.mark, row.markLength) +
+                                     recode(declared(row.name, "<a/>"), row.form),
+                                 &sentence),
+                  Status::malformed)
+            << row.form << ' ' << row.name;
+        EXPECT_THAT(sentence, AllOf(StartsWith("f:1:31: "), HasSubstr("the encoding it declares")));
+    }
+}
+
+struct BadBytesCase {
+    const char *name;
+    std::string bytes;  ///< of the whole document
+    const char *place;
+    const char *says;
+};
+
+TEST(Encoding, NeverReplacesBytesThatAreNoCharacters) {
+    const std::string head = declared("Shift_JIS", "<a>\n");
+    const BadBytesCase cases[] = {
+        {"US-ASCII", declared("US-ASCII", "<a>\xe9</a>"), "1:45",
+         "the byte E9 is no character of US-ASCII"},
+        {"ISO-8859-7", declared("ISO-8859-7", "<a>\n\xff</a>"), "2:1",
+         "the byte FF is no character of"},
+        {"Shift_JIS", head + recode("日本", "Shift_JIS") + "\x81\xff</a>", "2:3", "the byte 81"},
+        {"Shift_JIS", head + "\x81", "2:1", "the byte 81 is no"},
+        {"EUC-JP", declared("EUC-JP", "<a>\r\n\r\n\xb1<</a>"), "3:1", "the byte B1"},
+        {"GB18030", declared("GB18030", "<a>\x81\x30\x81</a>"), "1:44", "the byte 81 is"},
+        {"Big5", declared("Big5", "<a>\xa4\x01</a>"), "1:41", "no character of Big5"},
+        {"UTF-16", "\xfe\xff" + recode("<a>😀\r", "UTF-16BE") + std::string("\xd8\x00\x00x", 4),
+         "2:1", "the bytes D8 00 are no character of UTF-16BE"},
+        {"UTF-16", "\xfe\xff" + recode("<a>", "UTF-16BE") + std::string("\xdc\x00\x00x", 4), "1:4",
+         "the bytes DC 00"},
+        {"UTF-16", "\xfe\xff" + recode("<a></a>", "UTF-16BE") + "x", "1:8", "the byte 78"},
+        {"UTF-32", recode("<a>", "UTF-32LE") + std::string("\x00\x00\x11\x00", 4), "1:4",
+         "the bytes 00 00 11 00"},
+        {"UTF-32", recode("<a>", "UTF-32LE") + std::string("\x00\xd8\x00\x00", 4), "1:4",
+         "the bytes 00 D8 00 00"},
+        {"UTF-8", "<a>\xff</a>", "1:4", "not well-formed"},
+        {"UTF-8", declared("UTF-8", "<a>\xed\xa0\x80</a>"), "1:42", "not well-formed"},
+    };
+    LoadFixture fixture;
+    for (const BadBytesCase &row : cases) {
+        std::string sentence;
+        EXPECT_EQ(fixture.status(row.bytes, &sentence), Status::malformed) << row.name;
+        EXPECT_THAT(sentence,
+                    AllOf(StartsWith("f:" + std::string(row.place) + ": "), HasSubstr(row.says)))
+            << row.name;
+    }
+    EXPECT_THAT(fixture.snapshot()->documents(), testing::IsEmpty());
+}
+
+TEST(Encoding, TellsAnEarlierFaultOfTheDocumentFirst) {
+    LoadFixture fixture;
+    std::string sentence;
+    EXPECT_EQ(fixture.status(declared("US-ASCII", "<a></b>\xe9</a>"), &sentence),
+              Status::malformed);
+    EXPECT_THAT(sentence, AllOf(StartsWith("f:1:47: "), HasSubstr("mismatched tag")));
+}
+
+TEST(Encoding, DoesNotMovePlacesInMessages) {
+    LoadFixture fixture;
+    for (const char *form : {"UTF-8", "UTF-16BE", "UTF-16LE", "UTF-32BE", "UTF-32LE"}) {
+        std::string sentence;
+        EXPECT_EQ(fixture.status(recode("<ä>\r\n€😀ü</a>", form), &sentence), Status::malformed);
+        EXPECT_THAT(sentence, StartsWith("f:2:6: ")) << form;
+    }
+    std::string sentence;
+    EXPECT_EQ(
+        fixture.status(recode(declared("Shift_JIS", "\n<a>日本語</b>"), "Shift_JIS"), &sentence),
+        Status::malformed);
+    EXPECT_THAT(sentence, StartsWith("f:2:9: "));
 }
 
 TEST(Encoding, DoesNotHideUnexpandableReferencesInAttributes) {
     LoadFixture fixture;
-    std::string sentence;
     const std::string doctype = "<!DOCTYPE a SYSTEM 'x' [<!ENTITY known 'v'>]>";
-    for (const char *encoding : {"ISO-8859-1", "ISO-8859-15", "UTF-8"}) {
-        EXPECT_EQ(fixture.status(declared(encoding, doctype + "<a b='&known;'/>")), Status::ok);
-        EXPECT_EQ(fixture.status(declared(encoding, doctype + "<a b='&nbsp;'/>"), &sentence),
-                  Status::unknownEntity);
+    for (const char *encoding : {"ISO-8859-1", "Shift_JIS", "UTF-8", "IBM1047", "UTF-16BE"}) {
+        const auto load = [&](const char *attribute, std::string *sentence) {
+            const std::string xml = doctype + "<a b='" + attribute + "'/>";
+            return fixture.status(recode(declared(encoding, xml), encoding), sentence);
+        };
+        std::string sentence;
+        EXPECT_EQ(load("&known;", &sentence), Status::ok) << encoding << ' ' << sentence;
+        EXPECT_EQ(load("&nbsp;", &sentence), Status::unknownEntity) << encoding;
         EXPECT_THAT(sentence, HasSubstr("entity nbsp "));
     }
-    for (const bool bigEndian : {true, false}) {
-        const std::u16string head = u"\ufeff<!DOCTYPE a SYSTEM 'x' [<!ENTITY known 'v'>]>";
-        EXPECT_EQ(fixture.status(utf16(head + u"<a b='&known;'/>", bigEndian)), Status::ok);
-        EXPECT_EQ(fixture.status(utf16(head + u"<a b='&n\u00e4;'/>", bigEndian), &sentence),
-                  Status::unknownEntity);
-        EXPECT_THAT(sentence, HasSubstr("entity n\xc3\xa4 "));
-    }
-    // A name that is known in Latin 1 only when its bytes are taken for what they are.
-    const std::string latin = "<!DOCTYPE a SYSTEM 'x' [<!ENTITY \xe9 'v'>]>";
-    EXPECT_EQ(fixture.tree(declared("ISO-8859-1", latin + "<a b='&\xe9;'/>")), "a(@b=v)");
-    EXPECT_EQ(fixture.tree(declared("ISO-8859-15", latin + "<a b='&\xe9;'/>")), "a(@b=v)");
+    const std::string named = "<!DOCTYPE a SYSTEM 'x' [<!ENTITY é 'v'>]><a b='&é;'/>";
+    for (const char *encoding : {"ISO-8859-1", "ISO-8859-15", "UTF-16LE"})
+        EXPECT_EQ(fixture.tree(recode(declared(encoding, named), encoding)), "a(@b=v)");
 }
 
-TEST(Encoding, MarkupIsTurnedIntoUtf8) {
-    const auto latin = singleByteEncoding("ISO-8859-1");
-    ASSERT_TRUE(latin);
-    EXPECT_EQ(markupToUtf8("<\xe9>", &*latin), "<\xc3\xa9>");
-    EXPECT_EQ(markupToUtf8("<\xc3\xa9>", nullptr), "<\xc3\xa9>");
-    EXPECT_EQ(markupToUtf8(utf16(u"<\U0001f600>", true), nullptr), "<\xf0\x9f\x98\x80>");
-    EXPECT_EQ(markupToUtf8(utf16(u"<\U0001f600>", false), nullptr), "<\xf0\x9f\x98\x80>");
-    EXPECT_EQ(markupToUtf8("", nullptr), "");
-    EXPECT_EQ(markupToUtf8("&", nullptr), "&");
-}
-
-TEST(Encoding, LiteralsEndAtTheirOwnQuotes) {
-    const std::string cases[][2] = {
-        {"'abc' 'd'", "'abc'"}, {"\"a'b\">", "\"a'b\""}, {"''", "''"}, {"'abc", ""},
-        {"abc'", ""},           {"%p; 'x'", ""},         {"", ""},     {"'", ""},
+TEST(Encoding, IsLookedForInTheFirstBytesOnly) {
+    LoadFixture fixture;
+    const auto padded = [](std::size_t blanks) {
+        return "<?xml version='1.0'" + std::string(blanks, ' ') +
+               " encoding='ISO-8859-1'?><a>\xe9</a>";
     };
-    for (const auto &row : cases) {
-        EXPECT_EQ(quotedLiteral(row[0]), row[1]);
-        const std::u16string wide(row[0].begin(), row[0].end());
-        const std::u16string wideLiteral(row[1].begin(), row[1].end());
-        for (const bool bigEndian : {true, false})
-            EXPECT_EQ(quotedLiteral(utf16(wide, bigEndian)), utf16(wideLiteral, bigEndian));
-    }
+    EXPECT_EQ(fixture.tree(padded(longestDeclaration - 60)), "a('é')");
+    std::string sentence;
+    EXPECT_EQ(fixture.status(padded(longestDeclaration), &sentence), Status::malformed);
+    EXPECT_THAT(sentence, AllOf(StartsWith("f:1:1: "), HasSubstr("4096 bytes")));
 }
 
 }  // namespace

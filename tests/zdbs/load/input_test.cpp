@@ -85,6 +85,26 @@ TEST_F(InputTest, OfSeveralPackedPartsIsAllOfThem) {
     EXPECT_EQ(fileContent(zstd(text) + zstd("") + zstd("end")), text + "end");
 }
 
+TEST_F(InputTest, OfZstdFilesPassesOverWhatIsToBeSkipped) {
+    for (char mark = '\x50'; mark <= '\x5f'; ++mark) {
+        const std::string skipped = mark + std::string("\x2a\x4d\x18\3\0\0\0abc", 10);
+        EXPECT_EQ(fileContent(skipped + zstd("<a>") + skipped + zstd("</a>") + skipped), "<a></a>");
+        EXPECT_EQ(fileContent(skipped), "");
+    }
+    EXPECT_EQ(fileContent("P*M\x17"), "P*M\x17");
+    EXPECT_EQ(fileContent("O*M\x18"), "O*M\x18");
+}
+
+TEST_F(InputTest, OfGzipFilesEndsBeforeZerosThatFillABlock) {
+    const std::string zeros(200000, '\0');
+    for (const std::string &padding : {std::string(1, '\0'), zeros}) {
+        EXPECT_EQ(fileContent(gzip("<a/>") + padding), "<a/>");
+        EXPECT_EQ(fileContent(gzip("<a>") + padding + gzip("</a>")), "<a></a>");
+        EXPECT_EQ(statusOf([&] { fileContent(gzip("<a/>") + padding + "x"); }),
+                  Status::compressedDamaged);
+    }
+}
+
 TEST_F(InputTest, OfHighlyPackedFilesComesInPiecesOfTheCaller) {
     const std::string text(50000000, 'x');
     EXPECT_EQ(fileContent(gzip(text), 100000), text);

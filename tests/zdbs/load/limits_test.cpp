@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "tests/zdbs/load/load_fixture.h"
@@ -121,6 +122,78 @@ TEST(Limits, ValuesOfEveryKindAreLimited) {
         EXPECT_THAT(sentence, HasSubstr("more than 5 bytes"));
     }
     EXPECT_EQ(status("<a>12345<b/>12345</a>"), Status::ok);
+}
+
+/** A document that begins so and then goes on with one character, for ever if asked. */
+class Endless final : public Input {
+public:
+    Endless(std::string front, char filling) : front_(std::move(front)), filling_(filling) {}
+
+    std::size_t read(std::span<char> buffer) override {
+        const std::size_t size = front_.copy(buffer.data(), buffer.size());
+        front_.erase(0, size);
+        std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(size), buffer.end(), filling_);
+        consumed_ += buffer.size();
+        return buffer.size();
+    }
+
+    std::uint64_t consumed() const override { return consumed_; }
+
+private:
+    std::string front_;
+    char filling_;
+    std::uint64_t consumed_ = 0;
+};
+
+TEST(Limits, MarkupThatDoesNotEndIsNotKeptForEver) {
+    struct Case {
+        const char *front;
+        char filling;
+        const char *place;
+    };
+    const Case cases[] = {
+        {"<a>\n<!--", 'x', "2:1"},
+        {"<a>\n<?t ", 'x', "2:1"},
+        {"<a>\n<b c='", 'x', "2:1"},
+        {"<a>\n<b", ' ', "2:1"},
+        {"<a>\n<b", 'x', "2:1"},
+        {"<a>\n</a", ' ', "2:1"},
+        {"<a>\n&x", 'x', "2:1"},
+        {"<!DOCTYPE a [<!ENTITY e '", 'x', "1:25"},
+        {"<!DOCTYPE a [<!--", 'x', "1:14"},
+        {"<!DOCTYPE a SYSTEM '", 'x', "1:20"},
+    };
+    constexpr std::uint64_t mebi = 1024 * 1024;
+    LoadOptions options;
+    options.maxValueLength = 5;
+    for (const Case &row : cases) {
+        LoadFixture fixture;
+        const auto writer = fixture.home().write("db");
+        Endless input(row.front, row.filling);
+        std::string sentence;
+        EXPECT_EQ(statusOf([&] { Loader(*writer, options).load(input, "f", "d"); }, &sentence),
+                  Status::valueTooLong)
+            << row.front;
+        EXPECT_THAT(sentence, StartsWith("f:" + std::string(row.place) + ": ")) << row.front;
+        EXPECT_LT(input.consumed(), 18 * mebi) << row.front;
+    }
+}
+
+TEST(Limits, TagsAreLimitedAsAWhole) {
+    constexpr std::size_t mebi = 1024 * 1024;
+    LoadOptions options;
+    options.maxValueLength = mebi;
+    const auto tag = [](std::size_t attributes) {
+        std::string text = "<a";
+        for (std::size_t i = 0; i < attributes; ++i)
+            text += " b" + std::to_string(i) + "='" + std::string(mebi, 'x') + "'";
+        return text + "/>";
+    };
+    LoadFixture fixture;
+    EXPECT_EQ(fixture.status(tag(16), nullptr, options), Status::ok);
+    EXPECT_EQ(fixture.status(tag(17), nullptr, options), Status::valueTooLong);
+    options.maxValueLength = 17 * mebi;
+    EXPECT_EQ(fixture.status(tag(17), nullptr, options), Status::ok);
 }
 
 TEST(Limits, EntitiesThatExpandWithoutEndAreStopped) {

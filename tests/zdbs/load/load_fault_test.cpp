@@ -23,7 +23,7 @@ constexpr const char *largeFile = "/usr/share/mime/packages/freedesktop.org.xml"
 constexpr const char *smallFile = "/usr/share/xml/iso-codes/iso_3166-1.xml";
 
 void loadFiles(Home &home, std::initializer_list<const char *> files) {
-    Writer writer(Environment::open(home.databasePath("db")), {}, 1 << 20);
+    Writer writer(Environment::open(home.databasePath("db")), {}, {20000, 1 << 20});
     Loader loader(writer);
     for (const char *file : files)
         loader.load(*openFile(file), file, file + 1);

@@ -11,6 +11,7 @@
 #include "tests/zdbs/load/canonical_form.h"
 #include "tests/zdbs/load/load_fixture.h"
 #include "tests/zdbs/load/random_xml.h"
+#include "tests/zdbs/load/recode.h"
 #include "zdbs/xml/serializer.h"
 #include "zdbs/xml/sink.h"
 
@@ -109,6 +110,14 @@ TEST_F(RoundTrip, KeepsEveryPartOfTheDataModel) {
         utf16(u"<?xml version='1.0' encoding='UTF-16'?><a b='\u00e9'>\u20ac\U0001f600</a>", true),
         utf16(u"<a b='\u00e9'>\u20ac\U0001f600</a>", false),
         "\xef\xbb\xbf<a>marked</a>",
+        recode("<?xml version='1.0' encoding='Shift_JIS'?><a b='日本'>語\r\n</a>", "Shift_JIS"),
+        recode("<?xml version='1.0' encoding='EUC-JP'?><a b='日本'>語</a>", "EUC-JP"),
+        recode("<?xml version='1.0' encoding='ISO-2022-JP'?><a b='日本'>語</a>", "ISO-2022-JP"),
+        recode("<?xml version='1.0' encoding='GB18030'?><a b='中文'>😀</a>", "GB18030"),
+        recode("<?xml version='1.0' encoding='Big5'?><a b='中文'/>", "Big5"),
+        recode("<?xml version='1.0' encoding='EUC-KR'?><한국어/>", "EUC-KR"),
+        recode("<?xml version='1.0' encoding='IBM037'?><a b='Grüße'>\n</a>", "IBM037"),
+        recode("<?xml version='1.0' encoding='UTF-16'?><a>é€😀</a>", "UTF-16BE"),
     };
     expectRoundTrips(documents);
 }

@@ -58,12 +58,12 @@ protected:
 void putBytes(Environment &environment, std::size_t count, std::size_t size) {
     WriteTransaction::run(environment, [&](WriteTransaction &transaction) {
         for (std::uint32_t i = 0; i < count; ++i)
-            transaction.put(Table::blocks, encodeKey(i), std::string(size, 'x'));
+            transaction.put(Table::longElements, encodeKey(i), std::string(size, 'x'));
     });
 }
 
 std::uint64_t records(const std::shared_ptr<Environment> &environment) {
-    return ReadTransaction(environment).size(Table::blocks).records;
+    return ReadTransaction(environment).size(Table::longElements).records;
 }
 
 TEST_F(EnvironmentTest, IsOneForAllWhoOpenTheSameFiles) {
@@ -115,7 +115,7 @@ TEST_F(EnvironmentTest, OfAnotherVersionIsRefusedByNumber) {
     putRaw("meta", versionKey, encodeNumber(7));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("7 instead of 1"));
+    EXPECT_THAT(sentence, HasSubstr("7 instead of 2"));
     EXPECT_THAT(sentence, HasSubstr(directory_.path().native()));
     putRaw("meta", versionKey, encodeNumber(formatVersion));
     EXPECT_EQ(statusOf([&] { open(); }), Status::ok);
@@ -147,7 +147,7 @@ TEST_F(EnvironmentTest, LeavesNoTraceOfWorkThatThrows) {
     const auto environment = open();
     EXPECT_EQ(statusOf([&] {
                   WriteTransaction::run(*environment, [](WriteTransaction &transaction) {
-                      transaction.put(Table::blocks, "key", "record");
+                      transaction.put(Table::longElements, "key", "record");
                       throw Failure(Status::malformed);
                   });
               }),
@@ -157,26 +157,63 @@ TEST_F(EnvironmentTest, LeavesNoTraceOfWorkThatThrows) {
     EXPECT_EQ(records(environment), 1U);
 }
 
-TEST_F(EnvironmentTest, RemovesRangesOfKeys) {
+TEST_F(EnvironmentTest, OfTheFormatBeforeIsRefusedByNumber) {
+    putRaw("meta", versionKey, encodeNumber(1));
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
+    EXPECT_THAT(sentence, HasSubstr("1 instead of 2"));
+}
+
+TEST_F(EnvironmentTest, RemovesRecords) {
     const auto environment = open();
     putBytes(*environment, 1000, 3000);
     WriteTransaction::run(*environment, [](WriteTransaction &transaction) {
-        transaction.removeRange(Table::blocks, encodeKey(10), encodeKey(19));
-        transaction.removeRange(Table::blocks, encodeKey(900));
-        transaction.removeRange(Table::blocks, encodeKey(2000));
-        transaction.removeRange(Table::names, encodeKey(0));
-        transaction.remove(Table::blocks, encodeKey(0));
-        transaction.remove(Table::blocks, encodeKey(0));
+        transaction.remove(Table::longElements, encodeKey(0));
+        transaction.remove(Table::longElements, encodeKey(0));
+        transaction.remove(Table::longElements, encodeKey(999));
     });
     const ReadTransaction transaction(environment);
-    EXPECT_EQ(transaction.size(Table::blocks).records, 1000U - 10 - 100 - 1);
-    EXPECT_FALSE(transaction.get(Table::blocks, encodeKey(0)));
-    EXPECT_TRUE(transaction.get(Table::blocks, encodeKey(9)));
-    EXPECT_FALSE(transaction.get(Table::blocks, encodeKey(10)));
-    EXPECT_FALSE(transaction.get(Table::blocks, encodeKey(19)));
-    EXPECT_TRUE(transaction.get(Table::blocks, encodeKey(20)));
-    EXPECT_TRUE(transaction.hasFrom(Table::blocks, encodeKey(899)));
-    EXPECT_FALSE(transaction.hasFrom(Table::blocks, encodeKey(900)));
+    EXPECT_EQ(transaction.size(Table::longElements).records, 998U);
+    EXPECT_FALSE(transaction.get(Table::longElements, encodeKey(0)));
+    EXPECT_TRUE(transaction.get(Table::longElements, encodeKey(1)));
+}
+
+TEST_F(EnvironmentTest, ClearsATable) {
+    const auto environment = open();
+    putBytes(*environment, 1000, 3000);
+    WriteTransaction::run(*environment, [](WriteTransaction &transaction) {
+        transaction.clear(Table::longElements);
+        transaction.clear(Table::names);
+    });
+    EXPECT_EQ(records(environment), 0U);
+    putBytes(*environment, 2, 1);
+    EXPECT_EQ(records(environment), 2U);
+}
+
+TEST_F(EnvironmentTest, VisitsRecordsFromTheOneThatIsNotBehindAKey) {
+    const auto environment = open();
+    WriteTransaction::run(*environment, [](WriteTransaction &transaction) {
+        for (std::uint32_t number = 10; number <= 100; number += 10)
+            transaction.put(Table::longElements, encodeKey(number), "x");
+    });
+    const std::pair<std::uint32_t, std::uint32_t> cases[] = {
+        {0, 10}, {9, 10}, {10, 10}, {11, 10}, {19, 10}, {20, 20}, {95, 90}, {100, 100}, {500, 100}};
+    for (const auto &[from, first] : cases) {
+        std::vector<std::uint32_t> keys;
+        ReadTransaction(environment)
+            .forEachFrom(Table::longElements, encodeKey(from),
+                         [&](std::string_view key, std::string_view) {
+                             keys.push_back(*decodeKey(key));
+                             return true;
+                         });
+        ASSERT_EQ(keys.size(), (110 - first) / 10) << from;
+        EXPECT_EQ(keys.front(), first) << from;
+    }
+    ReadTransaction(environment)
+        .forEachFrom(Table::names, encodeKey(1), [](std::string_view, std::string_view) -> bool {
+            ADD_FAILURE() << "there is nothing to visit";
+            return true;
+        });
 }
 
 TEST_F(EnvironmentTest, VisitsRecordsInOrderUntilToldToStop) {
@@ -184,7 +221,7 @@ TEST_F(EnvironmentTest, VisitsRecordsInOrderUntilToldToStop) {
     putBytes(*environment, 300, 5000);
     std::vector<std::uint32_t> keys;
     ReadTransaction(environment)
-        .forEach(Table::blocks, [&](std::string_view key, std::string_view record) {
+        .forEach(Table::longElements, [&](std::string_view key, std::string_view record) {
             EXPECT_EQ(record.size(), 5000U);
             keys.push_back(*decodeKey(key));
             return keys.size() < 200;
@@ -199,7 +236,7 @@ TEST_F(EnvironmentTest, SeesOneStateUntilTheEndOfATransaction) {
     putBytes(*environment, 1, 1);
     const ReadTransaction before(environment);
     putBytes(*environment, 5, 1);
-    EXPECT_EQ(before.size(Table::blocks).records, 1U);
+    EXPECT_EQ(before.size(Table::longElements).records, 1U);
     EXPECT_EQ(records(environment), 5U);
 }
 
@@ -209,7 +246,7 @@ TEST_F(EnvironmentTest, GrowsItsMapWhenTheFileFillsIt) {
     WriteTransaction::run(*environment, [&](WriteTransaction &transaction) {
         ++runs;
         for (std::uint32_t i = 0; i < 100; ++i)
-            transaction.put(Table::blocks, encodeKey(i), std::string(100000, 'x'));
+            transaction.put(Table::longElements, encodeKey(i), std::string(100000, 'x'));
     });
     EXPECT_GT(runs, 2);
     EXPECT_EQ(records(environment), 100U);
@@ -223,7 +260,7 @@ TEST_F(EnvironmentTest, CannotGrowItsMapUnderAReaderAndSaysSo) {
         EXPECT_EQ(statusOf([&] { putBytes(*environment, 100, 100000); }, &sentence),
                   Status::storeFailed);
         EXPECT_THAT(sentence, HasSubstr("cannot grow while it is read"));
-        EXPECT_EQ(reader.size(Table::blocks).records, 0U);
+        EXPECT_EQ(reader.size(Table::longElements).records, 0U);
     }
     putBytes(*environment, 100, 100000);
     EXPECT_EQ(records(environment), 100U);

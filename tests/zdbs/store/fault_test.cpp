@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <random>
 #include <string>
@@ -28,7 +29,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::size_t smallStage = 20000;  // a few stages in a load of some hundred nodes
+constexpr SegmentLimits smallSegments{150, 20000};  // a few in a load of some hundred nodes
 
 enum class End { killed, done, failed };
 
@@ -62,14 +63,25 @@ protected:
         writer->commit();
     }
 
-    /** Replaces one document and adds another, in several stages. */
+    /** Replaces one document and adds another, in several segments. */
     void change() const {
-        Writer writer(Environment::open(test_.home->databasePath("db")), {}, smallStage);
+        Writer writer(Environment::open(test_.home->databasePath("db")), {}, smallSegments);
         writer.removeDocument("old");
         write(writer, "old", fresh_);
         write(writer, "new", fresh_);
         writer.commit();
     }
+
+    void compact() const { Writer(Environment::open(test_.home->databasePath("db"))).compact(); }
+
+    /** Files of segments, named by the catalogue or not. */
+    std::size_t files() const {
+        const auto path = test_.home->databasePath("db") / Environment::segmentsName;
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(path), {}));
+    }
+
+    std::uint64_t storedNodes() const { return test_.home->snapshot("db")->sizes().storedNodes; }
 
     /** "before", "after", or what is wrong. */
     std::string state() const {
@@ -117,14 +129,28 @@ TEST_F(FaultTest, AfterAKilledLoadTheNextOneGetsThrough) {
     }
     change();
     EXPECT_EQ(state(), "after");
-    const ReadTransaction transaction(Environment::open(test_.home->databasePath("db")));
-    std::uint64_t nodes = 0;
-    transaction.forEach(Table::blocks, [&](std::string_view, std::string_view record) {
-        nodes += static_cast<unsigned char>(record[0]) +
-                 static_cast<unsigned char>(record[1]) * std::uint64_t{256};
-        return true;
-    });
-    EXPECT_EQ(nodes, old_.size() + 2 * fresh_.size()) << "blocks of killed loads are left";
+    EXPECT_EQ(files(), test_.home->snapshot("db")->segmentCount()) << "of killed loads";
+}
+
+TEST_F(FaultTest, KilledAtAnyWriteACompactionHasHappenedOrNot) {
+    change();
+    const auto segments = test_.home->snapshot("db")->segmentCount();
+    ASSERT_LT(test_.home->snapshot("db")->nodeCount(), storedNodes());
+    int before = 0;
+    int n = 1;
+    for (End end = End::killed; end == End::killed; ++n) {
+        end = inKilledChild(n, [&] { compact(); });
+        ASSERT_NE(end, End::failed);
+        ASSERT_EQ(state(), "after") << n;
+        if (test_.home->snapshot("db")->segmentCount() != segments) break;
+        ++before;
+    }
+    EXPECT_GT(before, 5);
+    EXPECT_EQ(storedNodes(), test_.home->snapshot("db")->nodeCount());
+    compact();
+    (void)test_.home->write("db");
+    EXPECT_EQ(files(), test_.home->snapshot("db")->segmentCount()) << "of killed compactions";
+    EXPECT_EQ(state(), "after");
 }
 
 struct FailureCase {

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -17,19 +18,19 @@ struct Order {
     Call call = Call::write;
     int n = 0;
     int error = 0;
-    int seen = 0;
 };
 
 Order order;
+std::atomic<int> seen = 0;  // the store writes in several threads
 
 // Must this call fail? Counts it; may not return.
 bool strikes(Call call) {
     if (!order.armed) return false;
     if (order.kills) {
-        if (++order.seen == order.n) ::kill(::getpid(), SIGKILL);
+        if (++seen == order.n) ::kill(::getpid(), SIGKILL);
         return false;
     }
-    if (call != order.call || ++order.seen != order.n) return false;
+    if (call != order.call || ++seen != order.n) return false;
     errno = order.error;
     return true;
 }
@@ -37,16 +38,18 @@ bool strikes(Call call) {
 }  // namespace
 
 void failAt(Call call, int n, int error) {
-    order = {true, false, call, n, error, 0};
+    seen = 0;
+    order = {true, false, call, n, error};
 }
 
 void killAt(int n) {
-    order = {true, true, Call::write, n, 0, 0};
+    seen = 0;
+    order = {true, true, Call::write, n, 0};
 }
 
 int disarm() {
     order.armed = false;
-    return order.seen;
+    return seen;
 }
 
 }  // namespace zdbs::faults
@@ -86,6 +89,18 @@ int fsync(int file) {
 int rename(const char *from, const char *to) noexcept {
     if (strikes(Call::rename)) return -1;
     return static_cast<int>(::syscall(SYS_rename, from, to));
+}
+
+// Nothing here depends on a file being removed; but the process may die while it is.
+int unlink(const char *path) noexcept {
+    if (strikes(Call::remove)) return -1;
+    return static_cast<int>(::syscall(SYS_unlink, path));
+}
+
+int remove(const char *path) noexcept {
+    if (strikes(Call::remove)) return -1;
+    const long error = ::syscall(SYS_unlink, path);
+    return static_cast<int>(error == -1 && errno == EISDIR ? ::syscall(SYS_rmdir, path) : error);
 }
 
 }  // extern "C"

@@ -4,15 +4,16 @@
 
 namespace zdbs::faults {
 
-enum class Call { write, sync, rename };
+enum class Call { write, sync, rename, remove };
 
 /** The n-th of the calls from now on (from 1) fails with that errno; the later ones do not. */
 void failAt(Call call, int n, int error);
 
-/** The process kills itself with SIGKILL in the n-th write, sync or rename from now on. */
+/** The process kills itself with SIGKILL in the n-th write, sync, rename or removal from now on. */
 void killAt(int n);
 
-/** No more faults; answers how many writes, syncs and renames there were since the last order. */
+/** No more faults; answers how many writes, syncs, renames and removals there were since the last
+ * order. */
 int disarm();
 
 }  // namespace zdbs::faults

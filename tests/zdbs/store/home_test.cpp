@@ -97,13 +97,13 @@ TEST_P(HomeOfAnyUmask, IsPrivate) {
     home->createDatabase("db");
     home->addUser("alice", "secret");
     ::umask(before);
-    for (const char *name : {"", "databases", "databases/db"})
+    for (const char *name : {"", "databases", "databases/db", "databases/db/segments"})
         EXPECT_EQ(modeOf(directory.path() / "home" / name), 0700U) << name;
     for (const char *name : {"users", "lock", "databases/db/data.mdb", "databases/db/lock.mdb",
                              "databases/db/writer.lock"})
         EXPECT_EQ(modeOf(directory.path() / "home" / name), 0600U) << name;
     const auto entries = fs::recursive_directory_iterator(directory.path() / "home");
-    EXPECT_EQ(std::distance(entries, {}), 7);
+    EXPECT_EQ(std::distance(entries, {}), 8);
 }
 
 INSTANTIATE_TEST_SUITE_P(Umasks, HomeOfAnyUmask, testing::Values(0, 022, 077, 0277));

@@ -29,12 +29,33 @@ TEST(Records, DocumentNamesAreFoundByTheirHash) {
 }
 
 TEST(Records, ComeBackAsTheyWere) {
-    const StateRecord state = *decodeState(encodeState({1, 2, 3, 4, 5}));
+    const StateRecord state = *decodeState(encodeState({1, 2, 3, 4, 5, 6, 7}));
     EXPECT_EQ(state.state, 1U);
     EXPECT_EQ(state.documents, 2U);
     EXPECT_EQ(state.nodes, 3U);
     EXPECT_EQ(state.nextNode, 4U);
     EXPECT_EQ(state.nameCount, 5U);
+    EXPECT_EQ(state.pathCount, 6U);
+    EXPECT_EQ(state.nextSegment, 7U);
+
+    const Path path = *decodePath(encodePath({4, NodeKind::attribute, 9, 3, true}));
+    EXPECT_EQ(path.parent, 4U);
+    EXPECT_EQ(path.kind, NodeKind::attribute);
+    EXPECT_EQ(path.name, 9U);
+    EXPECT_EQ(path.level, 3U);
+    EXPECT_TRUE(path.isRegular);
+    const Path irregular = *decodePath(encodePath({noPath, NodeKind::text, noName, 0, false}));
+    EXPECT_EQ(irregular.parent, noPath);
+    EXPECT_EQ(irregular.name, noName);
+    EXPECT_FALSE(irregular.isRegular);
+
+    const SegmentRecord segment =
+        *decodeSegment(encodeSegment({1, 2, 3, 4, std::uint64_t{1} << 33}));
+    EXPECT_EQ(segment.file, 1U);
+    EXPECT_EQ(segment.last, 2U);
+    EXPECT_EQ(segment.nodes, 3U);
+    EXPECT_EQ(segment.checksum, 4U);
+    EXPECT_EQ(segment.bytes, std::uint64_t{1} << 33);
 
     const std::string documentBytes = encodeDocument({6, std::uint64_t{1} << 40, "a/b.xml"});
     const DocumentRecord document = *decodeDocument(documentBytes);
@@ -66,6 +87,9 @@ TEST(Records, OfAnotherLengthAreNone) {
     EXPECT_FALSE(decodeName(std::string("\5\0\0\0\1\0\0\0local", 13)));
     EXPECT_TRUE(decodeName(std::string("\5\0\0\0\1\0\0\0localp", 14)));
     EXPECT_FALSE(decodeLongElements("123"));
+    EXPECT_FALSE(decodePath("123"));
+    EXPECT_FALSE(decodePath(encodePath({}).replace(12, 1, "\5")));
+    EXPECT_FALSE(decodeSegment(encodeSegment({}) + 'x'));
     EXPECT_FALSE(decodeNumbers("123"));
     EXPECT_FALSE(decodeNumber("12345"));
 }

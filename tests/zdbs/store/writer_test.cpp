@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -39,7 +41,18 @@ protected:
     std::shared_ptr<Environment> environment() {
         return Environment::open(test_.home->databasePath("db"));
     }
-    std::uint64_t blocks() { return ReadTransaction(environment()).size(Table::blocks).records; }
+    std::size_t segments() { return test_.home->snapshot("db")->segmentCount(); }
+
+    /** Files of segments, seen or not. */
+    std::ptrdiff_t files() {
+        const auto entries =
+            std::filesystem::directory_iterator(environment()->segmentsDirectory());
+        return std::distance(entries, {});
+    }
+
+    Writer::Compaction compact(const SegmentLimits &limits) {
+        return Writer(environment(), {}, limits).compact();
+    }
 
     TestHome test_;
 };
@@ -110,9 +123,9 @@ TEST_F(WriterTest, RemovesDocuments) {
     EXPECT_EQ(content(), "a: e('a')\nb: e('b')\nc: e('c')\n");
     writer->commit();
     EXPECT_EQ(content(), "a: e('a')\nc: e('c')\n");
-    EXPECT_EQ(blocks(), 2U);
     const auto snapshot = test_.home->snapshot("db");
     EXPECT_EQ(snapshot->nodeCount(), 4U);
+    EXPECT_EQ(snapshot->sizes().storedNodes, 6U);
     EXPECT_FALSE(snapshot->findDocument("b"));
 }
 
@@ -129,7 +142,7 @@ TEST_F(WriterTest, NeverUsesANumberTwice) {
         last = snapshot->documents()[0].last;
     }
     EXPECT_EQ(content(), "a: e('4')\n");
-    EXPECT_EQ(blocks(), 1U);
+    EXPECT_EQ(files(), 1);
 }
 
 TEST_F(WriterTest, ReplacesADocumentInOneCommit) {
@@ -156,7 +169,7 @@ TEST_F(WriterTest, CanRemoveWhatItHasJustAdded) {
     writeSmall(*writer, "a", "3");
     writer->commit();
     EXPECT_EQ(content(), "b: e('2')\na: e('3')\n");
-    EXPECT_EQ(blocks(), 2U);
+    EXPECT_EQ(files(), 1);
 }
 
 TEST_F(WriterTest, AbandonsADocumentWithoutATrace) {
@@ -241,20 +254,21 @@ TEST_F(WriterTest, WaitingForADatabaseThatIsDroppedGetsNone) {
     }
 }
 
-/** A document of about 4 MiB of values in several blocks. */
+/** A document of about 4 MiB of values. */
 ModelDocument largeDocument(unsigned seed) {
     std::mt19937 random(seed);
     return randomDocument(random, {4000, 20, 2000, 10});
 }
 
-TEST_F(WriterTest, StagesLargeLoadsOutOfSight) {
-    const std::size_t stageBytes = 1 << 20;
+constexpr SegmentLimits mebibyte{1 << 20, 1 << 20};
+
+TEST_F(WriterTest, WritesSegmentsOfLargeLoadsOutOfSight) {
     std::map<std::string, ModelDocument> documents;
-    auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), stageBytes);
+    auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), mebibyte);
     for (unsigned i = 0; i < 5; ++i) {
         documents[std::to_string(i)] = largeDocument(i);
         write(*writer, std::to_string(i), documents[std::to_string(i)]);
-        EXPECT_GT(blocks(), 0U);
+        EXPECT_GT(files(), 0);
         EXPECT_EQ(content(), "");
     }
     writer->commit();
@@ -265,50 +279,168 @@ TEST_F(WriterTest, StagesLargeLoadsOutOfSight) {
     EXPECT_EQ(numberingFaults(*snapshot), "");
 }
 
-TEST_F(WriterTest, TakesStagedBlocksBackWhenItIsGivenUp) {
-    auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), 1 << 20);
+TEST_F(WriterTest, RemovesItsSegmentsWhenItIsGivenUp) {
+    auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), mebibyte);
     write(*writer, "large", largeDocument(1));
-    EXPECT_GT(blocks(), 0U);
+    EXPECT_GT(files(), 0);
     writer.reset();
-    EXPECT_EQ(blocks(), 0U);
+    EXPECT_EQ(files(), 0);
 }
 
-TEST_F(WriterTest, TakesStagedBlocksOfAnAbandonedDocumentBack) {
-    const auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), 1 << 20);
+TEST_F(WriterTest, RemovesSegmentsOfAnAbandonedDocument) {
+    const auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), mebibyte);
     const ModelDocument good = largeDocument(1);
     write(*writer, "good", good);
-    const auto before = blocks();
+    const auto before = files();
     writer->beginDocument("bad");
     writer->startElement({"e", "", ""});
     for (int i = 0; i < 100; ++i)
         writer->text(std::string(100000, 'x'));
-    EXPECT_GT(blocks(), before);
+    EXPECT_GT(files(), before + 5);
     writer->abandonDocument();
+    EXPECT_LE(files(), before + 2) << "one was being written, and one is shared";
     writeSmall(*writer, "small", "1");
     writer->commit();
     const auto snapshot = test_.home->snapshot("db");
     ASSERT_EQ(snapshot->documents().size(), 2U);
     EXPECT_EQ(difference(*snapshot, snapshot->documents()[0], good), "");
     EXPECT_EQ(treeText(*snapshot, snapshot->documents()[1]), "e('1')");
+    EXPECT_EQ(numberingFaults(*snapshot), "");
 }
 
-TEST_F(WriterTest, RemovesWhatAKilledWriterStaged) {
+// What an abandoned document leaves: nothing, rows that wait, or rows in a segment that an
+// earlier document is in too.
+TEST_F(WriterTest, GoesOnAfterAnAbandonedDocumentWhereverSegmentsEnd) {
+    for (std::uint32_t most = 1; most < 12; ++most) {
+        TestHome test;
+        Writer writer(Environment::open(test.home->databasePath("db")), {}, {most, 1000});
+        std::string expected;
+        for (const char *name : {"a", "b", "c"}) {
+            writeSmall(writer, name, name, std::string("e") + name);
+            writer.beginDocument("bad");
+            writer.startElement({"x", "", ""});
+            writer.startElement({std::string("y") + name, "", ""});
+            writer.text("1");
+            writer.attribute({"z", "", ""}, "2");
+            writer.abandonDocument();
+            expected.append(name).append(": e").append(name).append("('").append(name).append(
+                "')\n");
+        }
+        writer.commit();
+        const auto snapshot = test.home->snapshot("db");
+        EXPECT_EQ(treeText(*snapshot), expected) << most;
+        EXPECT_EQ(numberingFaults(*snapshot), "") << most;
+    }
+}
+
+TEST_F(WriterTest, RemovesFilesThatAKilledWriterLeft) {
     {
         const auto writer = open();
         writeSmall(*writer, "a", "1");
         writer->commit();
     }
-    WriteTransaction::run(*environment(), [](WriteTransaction &change) {
-        for (NodeId node = 3; node < 20; ++node)
-            change.put(Table::blocks, encodeKey(node), "left behind");
-        change.put(Table::longElements, encodeKey(5), "left behind");
-    });
+    for (const char *name : {"00000002.seg", "00000077.seg"})
+        std::ofstream(environment()->segmentsDirectory() / name) << "left behind";
     EXPECT_EQ(content(), "a: e('1')\n");
+    EXPECT_EQ(files(), 3) << "a reader removes nothing";
     const auto writer = open();
-    EXPECT_EQ(blocks(), 1U);
+    EXPECT_EQ(files(), 1);
     writeSmall(*writer, "b", "2");
     writer->commit();
     EXPECT_EQ(content(), "a: e('1')\nb: e('2')\n");
+}
+
+TEST_F(WriterTest, MergesTheSegmentsOfManyCommits) {
+    std::string expected;
+    std::size_t most = 0;
+    for (int i = 0; i < 80; ++i) {
+        const std::string name = "d" + std::to_string(1000 + i);
+        const auto writer = open();
+        writeSmall(*writer, name, std::to_string(i));
+        writer->commit();
+        expected += name + ": e('" + std::to_string(i) + "')\n";
+        most = std::max(most, segments());
+        ASSERT_EQ(static_cast<std::size_t>(files()), segments());
+    }
+    EXPECT_LE(most, 7U * 3);
+    EXPECT_EQ(content(), expected);
+    EXPECT_EQ(numberingFaults(*test_.home->snapshot("db")), "");
+}
+
+TEST_F(WriterTest, DropsRowsOfRemovedDocumentsWhereItMerges) {
+    for (int i = 0; i < 20; ++i) {
+        auto writer = open();
+        writeSmall(*writer, "twin", "x");
+        writeSmall(*writer, "d" + std::to_string(i), "y");
+        writer->commit();
+        writer.reset();
+        writer = open();
+        writer->removeDocument("twin");
+        writer->commit();
+    }
+    const auto snapshot = test_.home->snapshot("db");
+    EXPECT_EQ(snapshot->nodeCount(), 40U);
+    EXPECT_LT(snapshot->sizes().storedNodes, 60U);
+    EXPECT_EQ(numberingFaults(*snapshot), "");
+}
+
+TEST_F(WriterTest, RefusesToMergeADamagedSegment) {
+    for (int i = 0; i < 7; ++i) {
+        const auto writer = open();
+        writeSmall(*writer, std::to_string(i), "value");
+        writer->commit();
+    }
+    const auto file = environment()->segmentFile(3);
+    std::string bytes = support::readFile(file);
+    bytes.back() = static_cast<char>(bytes.back() ^ 1);
+    std::ofstream(file) << bytes;
+    const auto writer = open();
+    writeSmall(*writer, "8", "value");
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { writer->commit(); }, &sentence), Status::homeDamaged);
+    EXPECT_THAT(sentence, HasSubstr("00000003.seg"));
+}
+
+TEST_F(WriterTest, CompactsWhatRemovedDocumentsHeld) {
+    std::map<std::string, ModelDocument> documents;
+    {
+        Writer writer(environment(), {}, mebibyte);
+        for (unsigned i = 0; i < 6; ++i) {
+            documents[std::to_string(i)] = largeDocument(i);
+            write(writer, std::to_string(i), documents[std::to_string(i)]);
+            writeSmall(writer, "small" + std::to_string(i), "1");
+        }
+        writer.commit();
+    }
+    {
+        Writer writer(environment(), {}, mebibyte);
+        for (const char *name : {"1", "2", "4", "small3"}) {
+            writer.removeDocument(name);
+            documents.erase(name);
+        }
+        writer.commit();
+    }
+    const auto before = test_.home->snapshot("db");
+    const Writer::Compaction done = compact({});
+    EXPECT_LT(done.after, done.before);
+    const auto after = test_.home->snapshot("db");
+    EXPECT_NE(after, before);
+    EXPECT_LE(after->diskBytes(), before->diskBytes());
+    EXPECT_EQ(after->sizes().storedNodes, after->nodeCount());
+    EXPECT_EQ(after->segmentCount(), 1U);
+    EXPECT_EQ(files(), 1);
+    EXPECT_EQ(numberingFaults(*after), "");
+    ASSERT_EQ(after->documents().size(), before->documents().size());
+    for (std::size_t i = 0; i < after->documents().size(); ++i) {
+        EXPECT_EQ(after->documents()[i].first, before->documents()[i].first);
+        const auto model = documents.find(std::string(after->documents()[i].name));
+        if (model != documents.end()) {
+            EXPECT_EQ(difference(*after, after->documents()[i], model->second), "");
+            EXPECT_EQ(difference(*before, before->documents()[i], model->second), "");
+        }
+    }
+    EXPECT_EQ(compact({}).before, done.after);
+    EXPECT_EQ(test_.home->snapshot("db"), after) << "there was nothing to do";
 }
 
 TEST_F(WriterTest, EndsAtTheLastNumber) {
@@ -340,8 +472,8 @@ TEST_F(WriterTest, AgreesWithAModelOverManyCommits) {
     std::mt19937 random(11);
     std::map<std::string, ModelDocument> model;
     for (int commit = 0; commit < 40; ++commit) {
-        const auto writer = std::make_unique<Writer>(environment(), std::function<void()>(),
-                                                     random() % 2 ? 1000 : 1 << 20);
+        const SegmentLimits limits{random() % 2 ? 100U : 100000U, random() % 2 ? 1000U : 1000000U};
+        auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), limits);
         auto changed = model;
         for (auto changes = random() % 6; changes > 0; --changes) {
             const std::string name = "doc" + std::to_string(random() % 10);
@@ -354,7 +486,9 @@ TEST_F(WriterTest, AgreesWithAModelOverManyCommits) {
         }
         if (random() % 4 == 0) continue;  // given up
         writer->commit();
+        writer.reset();
         model = std::move(changed);
+        if (random() % 4 == 0) compact(limits);
         const auto snapshot = test_.home->snapshot("db");
         ASSERT_EQ(snapshot->documents().size(), model.size());
         EXPECT_EQ(numberingFaults(*snapshot), "");

@@ -176,5 +176,18 @@ TEST(WordCounter, CountsOneWordInTextsWithoutAny) {
     EXPECT_EQ(WordCounter("   ").at(1), 1U);
 }
 
+TEST(ValueTest, AppendsHitsToThoseThatAreThereAlready) {
+    std::vector<HitRange> ranges{{7, 1}};
+    ValueTest(Relation::contains, "ab", Comparing::asTexts).addHits("ab-ab", ranges);
+    ValueTest(Relation::equal, "ab", Comparing::asTexts).addHits("ab", ranges);
+    ValueTest(Relation::equal, "ab", Comparing::asTexts).addHits("ba", ranges);
+    ValueTest(Relation::contains, "", Comparing::asTexts).addHits("ab", ranges);
+    ValueTest(Relation::contains, "a", Comparing::asTexts).addHits({}, ranges);
+    std::string text;
+    for (const HitRange &range : ranges)
+        text += std::to_string(range.offset) + "+" + std::to_string(range.length) + " ";
+    EXPECT_EQ(text, "7+1 0+2 3+2 0+2 0+2 ");
+}
+
 }  // namespace
 }  // namespace zdbs

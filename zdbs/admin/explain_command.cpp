@@ -1,0 +1,141 @@
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "zdbs/admin/commands.h"
+#include "zdbs/admin/explanation.h"
+#include "zdbs/admin/output.h"
+#include "zdbs/admin/request_text.h"
+#include "zdbs/admin/visible_text.h"
+#include "zdbs/engine/embedded_engine.h"
+#include "zdbs/session/nested_request.h"
+#include "zdbs/session/session.h"
+#include "zdbs/status/status.h"
+
+namespace zdbs::admin {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/** Runs requests in a session and watches what they do. */
+class Explainer {
+public:
+    explicit Explainer(Session &session) : session_(session), oneState_(session) {
+        // As for the sets of a request: what later commands name is there, empty or not.
+        session_.execute("DEFINE FIND MIN=0");
+        session_.observe([this](const ExecutedFind &find) { note(find); });
+    }
+    ~Explainer() { session_.observe({}); }
+    Explainer(const Explainer &) = delete;
+    Explainer &operator=(const Explainer &) = delete;
+
+    Explanation explain(const std::string &request) {
+        explanation_ = {};
+        explanation_.request = request;
+        const Clock::time_point begin = Clock::now();
+        try {
+            explanation_.result = run(request);
+        } catch (const Failure &failure) {
+            explanation_.error = failure.what();
+        }
+        explanation_.total = Clock::now() - begin;
+        return std::move(explanation_);
+    }
+
+private:
+    ExplainedResult run(const std::string &request) {
+        if (isFindCommand(request)) {
+            session_.execute(request);
+            const std::int32_t number = explanation_.sets.back().number;
+            return {number, number, explanation_.sets.back().records};
+        }
+        requireRequest(request);
+        const RequestSet set = runRequest(session_, request);
+        const auto records = static_cast<std::uint64_t>(oneState_.set(set.number)->size());
+        return {set.foundAs, set.number, records};
+    }
+
+    /** Asks for the hits, as everybody does who runs a search; from then on they are known. */
+    void note(const ExecutedFind &find) {
+        const Clock::time_point begin = Clock::now();
+        const LastSearch search = session_.lastSearch();
+        explanation_.hitsTime += Clock::now() - begin;
+        explanation_.sets.push_back(
+            {find.set, find.condition, static_cast<std::uint64_t>(find.records),
+             static_cast<std::uint64_t>(search.hits), find.time, find.plan});
+    }
+
+    Session &session_;
+    NestedScope oneState_;
+    Explanation explanation_;
+};
+
+/** Writes explanations: objects, or tables with a line between them. */
+class ExplanationWriter {
+public:
+    explicit ExplanationWriter(const ExplainRequest &request)
+        : asJson_(request.asJson), hasSeveral_(request.requests.size() > 1) {}
+
+    /** FIND commands that follow each other stand in one table. */
+    void add(Explanation explanation) {
+        const bool isFind = isFindCommand(explanation.request);
+        if (asJson_) {
+            writeOutput(jsonOf(explanation));
+        } else if (isFind && pending_) {
+            append(*pending_, explanation);
+        } else {
+            flush();
+            if (isFind)
+                pending_ = std::move(explanation);
+            else
+                writeTable(explanation, hasSeveral_);
+        }
+    }
+
+    void flush() {
+        if (pending_) writeTable(*pending_, false);
+        pending_.reset();
+    }
+
+private:
+    void writeTable(Explanation &explanation, bool isNamed) {
+        // Nobody comes who could ask for it.
+        if (!hasSeveral_) explanation.result.keptAs = explanation.result.number;
+        const std::string text = textOf(explanation, outputWidth());
+        if (text.empty()) return;
+        if (hasTable_) writeOutput("\n");
+        if (isNamed) writeOutput(visibleText(explanation.request) + "\n\n");
+        writeOutput(text);
+        hasTable_ = true;
+    }
+
+    bool asJson_;
+    bool hasSeveral_;
+    bool hasTable_ = false;
+    std::optional<Explanation> pending_;
+};
+
+}  // namespace
+
+bool explain(const HomeChoice &home, const ExplainRequest &request) {
+    const auto session = Session::ofOwner(openAsOwner(home.open(), request.database));
+    Explainer explainer(*session);
+    ExplanationWriter writer(request);
+    for (const std::string &text : request.requests) {
+        Explanation explanation = explainer.explain(text);
+        const std::string error = explanation.error;
+        writer.add(std::move(explanation));
+        if (error.empty()) continue;
+        writer.flush();
+        finishOutput();
+        writeMessage(nameOf(text) + ": " + visibleText(error));
+        return false;
+    }
+    writer.flush();
+    return true;
+}
+
+}  // namespace zdbs::admin

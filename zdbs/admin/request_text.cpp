@@ -1,0 +1,90 @@
+#include "zdbs/admin/request_text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+#include "zdbs/admin/visible_text.h"
+#include "zdbs/status/status.h"
+
+namespace zdbs::admin {
+
+namespace {
+
+constexpr std::string_view blanks = " \t\r\n";
+constexpr std::size_t shownCharacters = 60;
+
+/** The first word when white space and something else follow it; otherwise nothing. */
+std::string_view leadingWord(std::string_view text) {
+    const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
+    const std::size_t end = text.find_first_of(blanks, begin);
+    const bool hasMore = text.find_first_not_of(blanks, end) != std::string_view::npos;
+    return end != std::string_view::npos && hasMore ? text.substr(begin, end - begin) : "";
+}
+
+bool isWord(std::string_view word, std::string_view upper) {
+    return std::equal(word.begin(), word.end(), upper.begin(), upper.end(), [](char a, char b) {
+        return std::toupper(static_cast<unsigned char>(a)) == b;
+    });
+}
+
+bool isBlank(std::string_view line) {
+    return line.find_first_not_of(blanks) == std::string_view::npos;
+}
+
+[[noreturn]] void refuse(std::string_view why) {
+    throw Failure(Status::requestFailed, {why});
+}
+
+}  // namespace
+
+void requireRequest(std::string_view text) {
+    const std::string_view word = leadingWord(text);
+    if (isWord(word, "XFIND")) refuse("XFIND is a word of the shell; give the request alone");
+    if (isWord(word, "XGET"))
+        refuse("XGET is a word of the shell; give the request alone, and its specs to --fragments");
+    const std::size_t last = text.find_last_not_of(blanks);
+    if (last != std::string_view::npos && text[last] == ';')
+        refuse("a semicolon ends statements of the shell; leave it out");
+    if (text.size() > longestRequest)
+        refuse("it is longer than " + std::to_string(longestRequest) + " bytes");
+}
+
+bool isFindCommand(std::string_view text) {
+    return isWord(leadingWord(text), "FIND");
+}
+
+std::string nameOf(std::string_view request) {
+    const std::size_t begin = std::min(request.find_first_not_of(blanks), request.size());
+    return shortText(request.substr(begin), shownCharacters);
+}
+
+RequestLines::~RequestLines() {
+    std::free(line_);
+}
+
+std::optional<std::string> RequestLines::next() {
+    auto line = nextLine();
+    while (line && isBlank(*line))
+        line = nextLine();
+    if (!line) return std::nullopt;
+    return std::string(*line);
+}
+
+std::optional<std::string_view> RequestLines::nextLine() {
+    errno = 0;
+    const ssize_t length = ::getline(&line_, &size_, stream_);
+    if (length < 0) {
+        if (std::feof(stream_) != 0) return std::nullopt;
+        throw Failure(Status::fileUnreadable,
+                      {"standard input", std::system_category().message(errno)});
+    }
+    std::string_view line(line_, static_cast<std::size_t>(length));
+    if (line.ends_with('\n')) line.remove_suffix(1);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    return line;
+}
+
+}  // namespace zdbs::admin

@@ -1,0 +1,52 @@
+/** Requests as they are given to `zdbs query` and `zdbs explain`. */
+#ifndef ZDBS_ADMIN_REQUEST_TEXT_H
+#define ZDBS_ADMIN_REQUEST_TEXT_H
+
+#include <cstddef>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zdbs::admin {
+
+/** Bytes of a request. */
+constexpr std::size_t longestRequest = 64 * 1024 * 1024;
+
+/**
+ * Throws Failure(requestFailed) for what somebody who knows the shell would type here: a
+ * statement, a semicolon at the end; and for what is longer than a request can be.
+ */
+void requireRequest(std::string_view text);
+
+/** Whether it is a FIND command and no request: that word, white space, and something. */
+bool isFindCommand(std::string_view text);
+
+/** The request as messages name it. */
+std::string nameOf(std::string_view request);
+
+/** Lines of a stream that are not blank, one request each. */
+class RequestLines {
+public:
+    explicit RequestLines(std::FILE *stream) : stream_(stream) {}
+    ~RequestLines();
+    RequestLines(const RequestLines &) = delete;
+    RequestLines &operator=(const RequestLines &) = delete;
+
+    /**
+     * The next line without its end, which is LF or CR LF and may be missing behind the
+     * last; nothing when there is no more. Throws Failure(fileUnreadable).
+     */
+    std::optional<std::string> next();
+
+private:
+    std::optional<std::string_view> nextLine();
+
+    std::FILE *stream_;
+    char *line_ = nullptr;  // getline() allocates it
+    std::size_t size_ = 0;
+};
+
+}  // namespace zdbs::admin
+
+#endif

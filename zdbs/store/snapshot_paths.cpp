@@ -1,0 +1,154 @@
+// The nodes of a state by path, and what its structures take.
+#include <algorithm>
+#include <utility>
+
+#include "zdbs/store/environment.h"
+#include "zdbs/store/snapshot.h"
+
+namespace zdbs {
+
+std::span<const PathRun> Snapshot::runs(PathId path) const {
+    PathState &state = pathStates_[path];
+    if (!state.hasRuns.load(std::memory_order_acquire)) {
+        const std::lock_guard lock(mutex_);
+        if (!state.hasRuns.load(std::memory_order_relaxed)) {
+            readRuns(path, state);
+            state.hasRuns.store(true, std::memory_order_release);
+        }
+    }
+    return state.runs;
+}
+
+// Rows of the parent's path are numbered over all segments; a run's parents count from the
+// first one of its own segment.
+void Snapshot::readRuns(PathId path, PathState &state) const {
+    const PathId parent = summary_[path].parent;
+    std::uint32_t parentRun = parent == noPath ? 0 : firstRuns_[parent];
+    const std::uint32_t parentEnd = parent == noPath ? 0 : firstRuns_[parent + 1];
+    RowId firstRow = 0;
+    RowId parentBase = 0;
+    std::vector<PathRun> runs;
+    for (std::uint32_t i = firstRuns_[path]; i < firstRuns_[path + 1]; ++i) {
+        const RunSource &source = sources_[i];
+        for (; parentRun < parentEnd && sources_[parentRun].segment < source.segment; ++parentRun) {
+            const RunSource &above = sources_[parentRun];
+            parentBase += segments_[above.segment].file->directory()[above.local].count;
+        }
+        PathRun &run =
+            runs.emplace_back(segments_[source.segment].file->run(source.local, summary_[path]));
+        run.firstRow = firstRow;
+        run.parentBase = parentBase;
+        firstRow += run.count;
+    }
+    state.runs = std::move(runs);
+}
+
+const RowSetPtr &Snapshot::liveRows(PathId path) const {
+    const auto all = runs(path);
+    PathState &state = pathStates_[path];
+    if (!state.hasLiveRows.load(std::memory_order_acquire)) {
+        const std::lock_guard lock(mutex_);
+        if (!state.hasLiveRows.load(std::memory_order_relaxed)) {
+            readLiveRows(path, all, state);
+            state.hasLiveRows.store(true, std::memory_order_release);
+        }
+    }
+    return state.liveRows;
+}
+
+void Snapshot::readLiveRows(PathId path, std::span<const PathRun> all, PathState &state) const {
+    RowSet rows;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const OpenSegment &segment = segments_[sources_[firstRuns_[path] + i].segment];
+        if (segment.isWhole)
+            rows.addRange(all[i].firstRow, std::uint64_t{all[i].firstRow} + all[i].count);
+        else
+            addPresent(segment, all[i], rows);
+    }
+    rows.runOptimize();
+    rows.shrinkToFit();
+    state.liveRows = std::make_shared<const RowSet>(std::move(rows));
+}
+
+// Of a segment with nodes of removed documents: the rows of those that are there.
+void Snapshot::addPresent(const OpenSegment &segment, const PathRun &run, RowSet &rows) const {
+    auto document =
+        std::lower_bound(documents_.begin(), documents_.end(), segment.first,
+                         [](const DocumentRange &range, NodeId node) { return range.last < node; });
+    std::uint32_t row = 0;
+    for (; document != documents_.end() && document->first <= segment.last; ++document) {
+        const NodeId first = std::max(document->first, segment.first);
+        row = run.nodes.lowerBound(first - run.firstNode, row);
+        const std::uint32_t end = run.nodes.lowerBound(document->last + 1 - run.firstNode, row);
+        rows.addRange(std::uint64_t{run.firstRow} + row, std::uint64_t{run.firstRow} + end);
+        row = end;
+    }
+}
+
+PathRow Snapshot::locate(NodeId node) const {
+    const RunRow found = rowOf(node);
+    const Place place = placeOf(node);
+    return {segments_[place.segment].file->directory()[place.local].path,
+            found.run->firstRow + found.row};
+}
+
+NodeId Snapshot::lastBelow(PathRow row) const {
+    const PathRun &run = runOf(row);
+    const NodeId node = run.nodeAt(row.row);
+    return run.below.empty() ? node : endOf(node, run.below.at(row.row - run.firstRow));
+}
+
+std::uint64_t Snapshot::diskBytes() const {
+    std::uint64_t bytes = environment_->fileSize();
+    for (const OpenSegment &segment : segments_)
+        bytes += segment.file->diskBytes();
+    return bytes;
+}
+
+namespace {
+
+void measure(const Segment &segment, StoreSizes &sizes) {
+    sizes.storedNodes += segment.nodeCount();
+    sizes.pathOfNode += segment.header().pathOfNodeBytes;
+    sizes.names +=
+        segment.header().declarationElementsBytes + segment.header().declarationNamesBytes;
+    sizes.paths +=
+        sizeof(SegmentHeader) + segment.stretches().size_bytes() + segment.directory().size_bytes();
+    for (std::uint32_t local = 0; local < segment.directory().size(); ++local) {
+        const SegmentPath &entry = segment.directory()[local];
+        for (std::size_t column = 0; column + 1 < segmentColumnCount; ++column)
+            sizes.structure += entry.sizes[column];
+        const std::uint64_t bytes = entry.sizes.back();
+        if (bytes == 0) continue;
+        const ValueColumn::Sizes parts = segment.values(local).sizes();
+        sizes.textOrder += parts.textOrder;
+        sizes.numberOrder += parts.numberOrder;
+        sizes.trigrams += parts.trigrams;
+        const std::uint64_t indexes = parts.textOrder + parts.numberOrder + parts.trigrams;
+        sizes.values += bytes - std::min(bytes, indexes);
+    }
+}
+
+}  // namespace
+
+StoreSizes Snapshot::sizes() const {
+    StoreSizes sizes;
+    for (const OpenSegment &segment : segments_)
+        measure(*segment.file, sizes);
+    {
+        const std::lock_guard lock(mutex_);
+        const auto bytes = [&](Table table) { return transaction_->size(table).bytes; };
+        sizes.documents = bytes(Table::documents) + bytes(Table::documentNames);
+        sizes.names += bytes(Table::names);
+        sizes.paths += bytes(Table::paths) + bytes(Table::segments);
+        sizes.structure += bytes(Table::longElements);
+    }
+    sizes.all = diskBytes();
+    const std::uint64_t used = sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
+                               sizes.numberOrder + sizes.trigrams + sizes.documents + sizes.names +
+                               sizes.paths;
+    sizes.unused = sizes.all - std::min(used, sizes.all);
+    return sizes;
+}
+
+}  // namespace zdbs
