@@ -87,11 +87,11 @@ TEST_P(EveryJoin, IsThatOfItsDefinition) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ByNode, EveryJoin,
-                         ::testing::ValuesIn(sharesOf(Way::byNode, largestForest(6), 6)),
+                         ::testing::ValuesIn(sharesOf(Way::byNode, largestForest(5), 2)),
                          [](const auto &share) { return nameOf(share); });
 
 INSTANTIATE_TEST_SUITE_P(ByPath, EveryJoin,
-                         ::testing::ValuesIn(sharesOf(Way::byPath, largestForest(5), 4)),
+                         ::testing::ValuesIn(sharesOf(Way::byPath, largestForest(6), 12)),
                          [](const auto &share) { return nameOf(share); });
 
 INSTANTIATE_TEST_SUITE_P(Stored, EveryJoin,
