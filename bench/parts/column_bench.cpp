@@ -223,6 +223,36 @@ const char *nameOf(Relation relation) {
     }
 }
 
+std::string labelOf(const Condition &condition) {
+    return std::string(nameOf(condition.values)) + nameOf(condition.relation) + condition.literal;
+}
+
+/** The rows, in the form in which they are found, and the hits in them. */
+void ValuesFind(benchmark::State &state) {
+    const Condition &condition = conditions[state.range(0)];
+    const ValueColumn column(columnOf(condition.values));
+    const ValueTest test(condition.relation, condition.literal, zdbs::Comparing::asNumbers);
+    zdbs::FoundCount found;
+    for (auto _ : state)
+        found = column.find(test).counts();
+    state.SetItemsProcessed(std::int64_t{valueCount} * state.iterations());
+    state.counters["found"] = static_cast<double>(found.rows);
+    state.counters["hits"] = static_cast<double>(found.hits);
+    state.SetLabel(labelOf(condition));
+}
+BENCHMARK(ValuesFind)->DenseRange(0, static_cast<int>(std::size(conditions)) - 1);
+
+/** The number of rows alone, where an index tells it. */
+void ValuesCount(benchmark::State &state) {
+    const Condition &condition = conditions[state.range(0)];
+    const ValueColumn column(columnOf(condition.values));
+    const ValueTest test(condition.relation, condition.literal, zdbs::Comparing::asNumbers);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(column.count(test));
+    state.SetLabel(labelOf(condition) + (column.count(test) ? "" : ": not without a search"));
+}
+BENCHMARK(ValuesCount)->DenseRange(0, static_cast<int>(std::size(conditions)) - 1);
+
 void ValuesSelect(benchmark::State &state) {
     const Condition &condition = conditions[state.range(0)];
     const ValueColumn column(columnOf(condition.values));
@@ -234,8 +264,7 @@ void ValuesSelect(benchmark::State &state) {
     }
     state.SetItemsProcessed(std::int64_t{valueCount} * state.iterations());
     state.counters["found"] = static_cast<double>(rows.size());
-    state.SetLabel(std::string(nameOf(condition.values)) + nameOf(condition.relation) +
-                   condition.literal);
+    state.SetLabel(labelOf(condition));
 }
 BENCHMARK(ValuesSelect)->DenseRange(0, static_cast<int>(std::size(conditions)) - 1);
 

@@ -126,6 +126,7 @@ PathTableOptions optionsOf(unsigned seed, const NodeTable &table) {
     for (zdbs::DocumentIndex index = 1; index < table.documents().size(); ++index) {
         if (random() % 4 == 0) options.removed.insert(index);
     }
+    options.withValuePaths = random() % 3 != 0;
     return options;
 }
 

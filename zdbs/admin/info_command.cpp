@@ -46,6 +46,7 @@ constexpr SizePart sizeParts[] = {
     {"textOrder", "  order of texts", &StoreSizes::textOrder},
     {"numberOrder", "  order of numbers", &StoreSizes::numberOrder},
     {"trigrams", "  trigrams", &StoreSizes::trigrams},
+    {"valueIndex", "  index of values", &StoreSizes::valueIndex},
     {"documents", "  documents", &StoreSizes::documents},
     {"names", "  names", &StoreSizes::names},
     {"paths", "  paths", &StoreSizes::paths},

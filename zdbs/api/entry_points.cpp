@@ -13,7 +13,7 @@
 #include "zdbs/api/process.h"
 #include "zdbs/command/shell_symbols.h"
 #include "zdbs/engine/embedded_engine.h"
-#include "zdbs/export/export_filter.h"
+#include "zdbs/export/export_document.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/store/home.h"
 #include "zdbs/values/utf8.h"
@@ -123,13 +123,10 @@ void tellBaseInfo(const Process &process, const char *database, std::int32_t ite
     if (info != nullptr) copyOut("XML", info, infoSize);
 }
 
-/** Hands a document out in a block for free(). */
-void handOut(const std::string &document, FilterData &data) {
-    auto *block = static_cast<char *>(std::malloc(document.size() + 1));
-    if (block == nullptr) throw std::bad_alloc();
-    std::memcpy(block, document.c_str(), document.size() + 1);
-    data.buffer = block;
-    data.buffer_length = static_cast<std::int32_t>(document.size());
+/** Hands a document out in its block, for free(). */
+void handOut(DocumentBlock document, FilterData &data) {
+    data.buffer_length = static_cast<std::int32_t>(document.length);
+    data.buffer = document.text.release();
 }
 
 void runExport(const Process &process, FilterData &data) {
@@ -142,7 +139,7 @@ void runExport(const Process &process, FilterData &data) {
     ExportArguments arguments = parseExportArguments(text);
     RequestAnswer answer = runNestedRequest(session, arguments.query);
     bool highlight = (data.filter_options & ZDB_FILTER_HIGHLIGHT) != 0;
-    handOut(exportDocument(answer, arguments, highlight), data);
+    handOut(exportBlock(answer, arguments, highlight), data);
 }
 
 void fillError(FilterData &data, std::int32_t status) {

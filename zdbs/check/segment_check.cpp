@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 #include "zdbs/status/status.h"
@@ -14,8 +15,18 @@ namespace {
 constexpr std::array<const char *, segmentColumnCount> columnNames = {
     "nodes", "parents", "below", "names", "parentDistances", "values"};
 
+constexpr const char *indexOfValues = "index of values";
+
 std::string differs(std::uint64_t stored, std::uint64_t expected) {
     return std::to_string(stored) + " instead of " + std::to_string(expected);
+}
+
+std::vector<ValueKey> keysOf(const ValueColumn &values) {
+    std::vector<ValueKey> keys;
+    keys.reserve(values.size());
+    for (std::uint32_t row = 0; row < values.size(); ++row)
+        keys.push_back(valueKeyOf(values.at(row)));
+    return keys;
 }
 
 }  // namespace
@@ -32,6 +43,7 @@ CheckedSegment SegmentCheck::run(const StoredSegment &stored, std::shared_ptr<co
     checkDeclarations();
     for (std::uint32_t local = 0; local < segment_.runs.size(); ++local)
         checkPath(local);
+    checkValuePaths();
     return std::move(segment_);
 }
 
@@ -136,6 +148,57 @@ void SegmentCheck::checkValues(const PathRun &run, const std::string &path) {
         if (!isXmlText(run.values.at(row)))
             tell(structure, "row " + std::to_string(row) + " is no UTF-8");
     }
+}
+
+// Written anew from the columns, in the same shape, it must come out the same.
+void SegmentCheck::checkValuePaths() {
+    std::vector<std::vector<ValueKey>> keys;
+    std::vector<PathKeys> paths;
+    for (const auto &run : segment_.runs) {
+        if (!run) return;  // a finding already
+        const auto local = static_cast<std::uint32_t>(keys.size());
+        keys.push_back(keysOf(run->values));
+        if (!keys.back().empty()) paths.push_back({local, keys.back()});
+    }
+    const std::string_view stored = segment_.file->valuePathsBytes();
+    if (paths.empty() || stored.empty()) {
+        if (!paths.empty()) tell(indexOfValues, "it is missing");
+        if (!stored.empty()) tell(indexOfValues, "there are no values");
+        return;
+    }
+    const ValuePaths::Shape shape = segment_.file->valuePaths().shape();
+    if (std::uint64_t{paths.back().path} >> shape.pathBits != 0)
+        return tell(indexOfValues, "the numbers of paths are cut off");
+    std::string expected;
+    packValuePaths(paths, shape, expected);
+    if (stored != expected) compareEntries(expected);
+}
+
+void SegmentCheck::compareEntries(std::string_view expected) {
+    std::vector<ValuePaths::Entry> right = ValuePaths(expected).entries();
+    std::vector<ValuePaths::Entry> stored = segment_.file->valuePaths().entries();
+    if (right == stored) return tell(indexOfValues, "the packing");
+    std::sort(stored.begin(), stored.end());
+    std::vector<ValuePaths::Entry> differing;
+    std::set_difference(right.begin(), right.end(), stored.begin(), stored.end(),
+                        std::back_inserter(differing));
+    for (const ValuePaths::Entry &entry : differing)
+        tellEntry(entry, "is missing");
+    differing.clear();
+    std::set_difference(stored.begin(), stored.end(), right.begin(), right.end(),
+                        std::back_inserter(differing));
+    for (const ValuePaths::Entry &entry : differing)
+        tellEntry(entry, "is of no value, or not in its place");
+    if (right == stored) tell(indexOfValues, "the order of entries");
+}
+
+void SegmentCheck::tellEntry(const ValuePaths::Entry &entry, const char *what) {
+    const auto &directory = segment_.file->directory();
+    const std::string path = entry.path < directory.size()
+                                 ? tables_.pathText(directory[entry.path].path)
+                                 : "path " + std::to_string(entry.path);
+    tell(indexOfValues,
+         "in bucket " + std::to_string(entry.bucket) + " an entry of " + path + " " + what);
 }
 
 }  // namespace zdbs

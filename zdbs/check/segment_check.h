@@ -43,6 +43,9 @@ private:
     void checkNumbers(std::uint32_t local, SegmentColumn column, const std::string &name);
     void checkNames(const PathRun &run, const std::string &path);
     void checkValues(const PathRun &run, const std::string &path);
+    void checkValuePaths();
+    void compareEntries(std::string_view expected);
+    void tellEntry(const ValuePaths::Entry &entry, const char *what);
     void tell(const std::string &structure, std::string text) {
         findings_.add(segment_.place, structure, std::move(text));
     }

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "zdbs/columns/row_list.h"
-#include "zdbs/columns/text_search.h"
 #include "zdbs/columns/value_search.h"
 #include "zdbs/values/number.h"
 
@@ -44,38 +43,65 @@ std::uint32_t firstNot(std::uint32_t low, std::uint32_t high, IsBelow isBelow) {
     return low;
 }
 
+/** Most literals are beyond all the numbers of most columns: those two are looked at first. */
 Places placesByNumber(const PlainValues &values, const ValueTest &test) {
-    double literal = *test.number();
-    auto isBelow = [&](Relation relation) {
-        return [&values, literal, relation](std::uint32_t place) {
-            std::optional<double> number = numberOf(values.at(values.rowByNumber(place)));
-            return number && holds(relation, *number, literal);
-        };
+    const double literal = *test.number();
+    const auto holdsAt = [&values, literal](Relation relation, std::uint32_t place) {
+        std::optional<double> number = numberOf(values.at(values.rowByNumber(place)));
+        return number && holds(relation, *number, literal);
     };
-    std::uint32_t size = values.numberOrder().size();
-    std::uint32_t low = firstNot(0, size, isBelow(Relation::less));
-    std::uint32_t high = firstNot(low, size, isBelow(Relation::lessEqual));
+    const std::uint32_t size = values.numberOrder().size();
+    if (size == 0 || !holdsAt(Relation::lessEqual, 0))
+        return placesFor(test.relation(), 0, 0, size);
+    if (holdsAt(Relation::less, size - 1)) return placesFor(test.relation(), size, size, size);
+    const std::uint32_t low =
+        firstNot(0, size, [&](std::uint32_t place) { return holdsAt(Relation::less, place); });
+    const std::uint32_t high = firstNot(
+        low, size, [&](std::uint32_t place) { return holdsAt(Relation::lessEqual, place); });
     return placesFor(test.relation(), low, high, size);
 }
 
 /** How many rows there are at these places, when all rows are `size`. */
 std::uint32_t countOf(const Places &places, std::uint32_t size) {
-    std::uint32_t count = places.last - places.first;
+    std::uint32_t count = std::min(places.last - places.first, size);
     return places.others ? size - count : count;
 }
 
-/** The rows at places of an order, or of the rows themselves when there is none. */
-std::vector<std::uint32_t> rowsAt(const Places &places, const PackedColumn *order,
-                                  std::uint32_t size) {
-    std::vector<std::uint32_t> rows;
-    if (order == nullptr) {
-        appendRows(places.first, places.last, rows);
-    } else {
-        rows.resize(places.last - places.first);
-        order->read(places.first, rows);
+/** Rows for each one found from which on bits are cheaper than a list that is sorted. */
+constexpr std::uint32_t rowsForEachBit = 64;
+
+/** A list or bits of the rows that `read` gives, in any order, into as many. */
+template <typename Read>
+FoundRows rowsInAnyOrder(std::uint32_t count, bool others, std::uint32_t size, Read read) {
+    if (count < size / rowsForEachBit) {
+        std::vector<std::uint32_t> rows(count);
+        read(0, rows);
         sortRows(rows, size);
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());  // damage repeats some
+        return FoundRows::list(std::move(rows), others, size);
     }
-    return places.others ? otherRows(rows, size) : rows;
+    constexpr std::uint32_t step = 1024;
+    std::array<std::uint32_t, step> rows;
+    std::vector<std::uint64_t> words(FoundRows::wordsFor(size));
+    for (std::uint32_t first = 0; first < count; first += step) {
+        const auto part = std::span(rows).first(std::min(step, count - first));
+        read(first, part);
+        for (std::uint32_t row : part)
+            if (row < size) words[row / 64] |= std::uint64_t{1} << (row % 64);
+    }
+    FoundRows found = FoundRows::bits(std::move(words), size);
+    if (others) found.flip();
+    return found;
+}
+
+/** The rows at places of an order, or of the rows themselves when there is none. */
+FoundRows rowsAt(const Places &places, const PackedColumn *order, std::uint32_t size) {
+    if (places.first == places.last) return FoundRows::range(0, 0, places.others, size);
+    if (order == nullptr) return FoundRows::range(places.first, places.last, places.others, size);
+    return rowsInAnyOrder(places.last - places.first, places.others, size,
+                          [&](std::uint32_t first, std::span<std::uint32_t> out) {
+                              order->read(places.first + first, out);
+                          });
 }
 
 /** Calls `take` with each row and its value, in turn. */
@@ -95,67 +121,18 @@ void forEachValue(const PlainValues &values, Take take) {
     }
 }
 
-std::vector<std::uint32_t> scan(const PlainValues &values, const ValueTest &test) {
-    std::vector<std::uint32_t> rows;
+FoundRows scan(const PlainValues &values, const ValueTest &test) {
+    std::vector<std::uint64_t> words(FoundRows::wordsFor(values.size()));
     forEachValue(values, [&](std::uint32_t row, std::string_view value) {
-        if (test.matches(value)) rows.push_back(row);
+        words[row / 64] |= std::uint64_t{test.matches(value)} << (row % 64);
     });
-    return rows;
+    return FoundRows::bits(std::move(words), values.size());
 }
 
-/** Stretches of the values in which the literal may begin. */
-std::vector<TrigramBlocks::Stretch> stretchesFor(const PlainValues &values, const ValueTest &test) {
-    if (indexFor(values, test) != ValueIndex::trigrams) return {{0, values.values().size()}};
-    return values.trigrams().candidates(test.literal());
-}
-
-/**
- * Searches the values as the one text that their bytes are, and looks up whose value each hit is.
- * A hit that crosses into the next value is none; nor are any that begin in the same value behind
- * it, so that the search goes on at the next value after every hit.
- */
-class ContainingRows {
-public:
-    ContainingRows(const PlainValues &values, std::string_view literal)
-        : values_(values), literal_(literal), search_(literal) {}
-
-    /** Takes the hits that begin in a stretch, which must not lie before one searched already. */
-    void search(const TrigramBlocks::Stretch &stretch) {
-        // A hit that begins in the stretch may end behind it.
-        std::string_view text = values_.values().substr(0, stretch.end + literal_.size() - 1);
-        from_ = std::max(from_, stretch.begin);
-        while (from_ < stretch.end && row_ < values_.size()) {
-            std::size_t hit = search_.find(text, from_);
-            if (hit == TextSearch::npos) return;
-            take(hit);
-        }
-    }
-
-    std::vector<std::uint32_t> &&rows() && { return std::move(rows_); }
-
-private:
-    void take(std::size_t hit) {
-        row_ = values_.ends().lowerBound(static_cast<std::uint32_t>(hit + 1), row_);
-        if (row_ == values_.size()) return;
-        std::size_t end = values_.ends().at(row_);
-        if (hit + literal_.size() <= end) rows_.push_back(row_);
-        ++row_;
-        from_ = std::max(end, hit + 1);
-    }
-
-    const PlainValues &values_;
-    std::string_view literal_;
-    TextSearch search_;
-    std::size_t from_ = 0;
-    std::uint32_t row_ = 0;
-    std::vector<std::uint32_t> rows_;
-};
-
-std::vector<std::uint32_t> rowsContaining(const PlainValues &values, const ValueTest &test) {
-    ContainingRows found(values, test.literal());
-    for (const TrigramBlocks::Stretch &stretch : stretchesFor(values, test))
-        found.search(stretch);
-    return std::move(found).rows();
+FoundRows rowsContaining(const PlainValues &values, const ValueTest &test) {
+    MarkedRows rows(values.size());
+    findContaining(values, test, rows);
+    return std::move(rows).rows();
 }
 
 }  // namespace
@@ -197,21 +174,31 @@ ValueIndex indexFor(const PlainValues &values, const ValueTest &test) {
     return values.numberOrder().empty() ? ValueIndex::none : ValueIndex::numberOrder;
 }
 
-std::vector<std::uint32_t> select(const PlainValues &values, const ValueTest &test) {
-    std::uint32_t size = values.size();
-    switch (indexFor(values, test)) {
+FoundRows find(const PlainValues &values, const ValueTest &test) {
+    const std::uint32_t size = values.size();
+    const ValueIndex index = indexFor(values, test);
+    switch (index) {
         case ValueIndex::textOrder: {
             const PackedColumn *order = values.isInOrder() ? nullptr : &values.textOrder();
-            return rowsAt(placesByText(values, test), order, size);
+            return rowsAt(placesByText(values, test), order, size).foundBy(index);
         }
         case ValueIndex::numberOrder:
         case ValueIndex::none:
-            return rowsAt(placesByNumber(values, test), &values.numberOrder(), size);
+            return rowsAt(placesByNumber(values, test), &values.numberOrder(), size).foundBy(index);
         default:
             break;
     }
-    return test.relation() == Relation::contains ? rowsContaining(values, test)
-                                                 : scan(values, test);
+    const bool isContained = test.relation() == Relation::contains;
+    return (isContained ? rowsContaining(values, test) : scan(values, test)).foundBy(index);
+}
+
+std::optional<FoundCount> count(const PlainValues &values, const ValueTest &test) {
+    const ValueIndex index = indexFor(values, test);
+    if (index == ValueIndex::scan || index == ValueIndex::trigrams) return std::nullopt;
+    const Places places =
+        index == ValueIndex::textOrder ? placesByText(values, test) : placesByNumber(values, test);
+    const std::uint32_t rows = countOf(places, values.size());
+    return FoundCount{rows, rows, index};
 }
 
 std::uint32_t estimate(const PlainValues &values, const ValueTest &test) {

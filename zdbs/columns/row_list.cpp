@@ -46,16 +46,4 @@ void sortRows(std::vector<std::uint32_t> &rows, std::uint32_t size) {
         std::sort(rows.begin(), rows.end());
 }
 
-std::vector<std::uint32_t> otherRows(const std::vector<std::uint32_t> &rows, std::uint32_t size) {
-    std::vector<std::uint32_t> others;
-    others.reserve(size - std::min<std::size_t>(size, rows.size()));
-    std::uint32_t next = 0;
-    for (std::uint32_t row : rows) {
-        appendRows(next, std::max(row, next), others);
-        next = row + 1;
-    }
-    appendRows(next, std::max(size, next), others);
-    return others;
-}
-
 }  // namespace zdbs

@@ -14,9 +14,6 @@ void appendRows(std::uint32_t begin, std::uint32_t end, std::vector<std::uint32_
 /** Sorts rows below `size`; drops others, which only damaged bytes give. */
 void sortRows(std::vector<std::uint32_t> &rows, std::uint32_t size);
 
-/** The rows below `size` that are not among ascending `rows`. */
-std::vector<std::uint32_t> otherRows(const std::vector<std::uint32_t> &rows, std::uint32_t size);
-
 }  // namespace zdbs
 
 #endif

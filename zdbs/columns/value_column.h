@@ -5,24 +5,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "zdbs/columns/found_rows.h"
+#include "zdbs/columns/value_encoding.h"
+#include "zdbs/values/value_key.h"
 #include "zdbs/values/value_test.h"
 
 namespace zdbs {
-
-/** What finds the values that pass a test. */
-enum class ValueIndex : std::uint8_t {
-    none,         ///< all values, or no value can pass
-    dictionary,   ///< the distinct values, then the rows that have them
-    textOrder,    ///< rows in order of text
-    numberOrder,  ///< rows in order of number
-    trigrams,     ///< blocks of values that can hold the literal, then a scan of those
-    scan,         ///< a scan of all values
-};
 
 /**
  * A view of the values of consecutive rows, each a string of bytes. The bytes must
@@ -39,14 +33,20 @@ public:
     /** Whether the bytes can be a column: its parts fit into it. Constant time. */
     static bool isWhole(std::string_view bytes);
 
-    std::uint32_t size() const;
+    std::uint32_t size() const { return size_; }
 
     /** REQUIRES row < size(). The view points into the bytes. */
     std::string_view at(std::uint32_t row) const;
 
+    /** The rows whose value passes the test: the same as by testing each with matches(). */
+    FoundRows find(const ValueTest &test) const;
+
+    /** How many those are, where that takes no search of all values; cheaper than find(). */
+    std::optional<FoundCount> count(const ValueTest &test) const;
+
     /**
      * Appends to `rows`, ascending, `base` + each row whose value passes the test. The same
-     * rows as testing each with ValueTest::matches().
+     * as find(), for those who want to have a list.
      */
     void select(const ValueTest &test, std::uint32_t base, std::vector<std::uint32_t> &rows) const;
 
@@ -72,7 +72,14 @@ public:
     std::vector<std::string> check() const;
 
 private:
+    std::optional<bool> answerForAll(const ValueTest &test) const;
+
     std::string_view bytes_;
+
+    // Most of many columns can tell by this that they have no number, without being looked at.
+    std::uint32_t size_ = 0;
+    ValueEncoding encoding_ = ValueEncoding::shortValues;
+    bool mayHaveNumbers_ = false;
 };
 
 /**
@@ -103,6 +110,9 @@ public:
 
     /** Appends the column to `bytes` and is empty again. May run in another thread than add(). */
     void finish(std::string &bytes);
+
+    /** The same, and the keys of its values to `keys`: of each distinct value at least once. */
+    void finish(std::string &bytes, std::vector<ValueKey> &keys);
 
 private:
     struct Parts;

@@ -99,8 +99,16 @@ void writeInOrder(const RawValues &values, std::string &bytes) {
         writePlain(values, true, {}, bytes);
 }
 
+using Keys = std::vector<ValueKey>;
+
+void addKeys(const RawValues &values, Keys &keys) {
+    keys.reserve(keys.size() + values.size());
+    for (std::uint32_t row = 0; row < values.size(); ++row)
+        keys.push_back(valueKeyOf(values.at(row)));
+}
+
 /** Writes the column of the distinct values, in the order of their codes. */
-std::string packedDistinct(const RawValues &values, const DistinctValues &distinct) {
+std::string packedDistinct(const RawValues &values, const DistinctValues &distinct, Keys &keys) {
     std::string text;
     std::vector<std::uint32_t> ends;
     ends.reserve(distinct.rows.size());
@@ -108,6 +116,7 @@ std::string packedDistinct(const RawValues &values, const DistinctValues &distin
         text.append(values.at(row));
         ends.push_back(static_cast<std::uint32_t>(text.size()));
     }
+    addKeys({text, ends}, keys);
     std::string bytes;
     writeInOrder({text, ends}, bytes);
     return bytes;
@@ -130,8 +139,9 @@ std::vector<std::uint32_t> rowsByCode(const DistinctValues &distinct,
     return rows;
 }
 
-void writeDictionary(const RawValues &values, const DistinctValues &distinct, std::string &bytes) {
-    std::string inner = packedDistinct(values, distinct);
+void writeDictionary(const RawValues &values, const DistinctValues &distinct, std::string &bytes,
+                     Keys &keys) {
+    std::string inner = packedDistinct(values, distinct, keys);
     std::string codes = packed(distinct.codes);
     std::vector<std::uint32_t> starts = startsOf(distinct);
     std::string packedStarts = packed(starts);
@@ -166,23 +176,40 @@ bool paysOff(const RawValues &values, const std::vector<std::uint32_t> &distinct
     return dictionary < plain;
 }
 
-void writeOrdered(const RawValues &values, std::string &bytes) {
+/** Of each distinct value once, looked at in the order of rows, in which they lie. */
+void addKeys(const RawValues &values, const TextOrder &order, Keys &keys) {
+    std::vector<bool> repeats(values.size());
+    for (std::size_t place = 0; place < order.rows.size(); ++place)
+        repeats[order.rows[place]] = order.repeats[place];
+    for (std::uint32_t row = 0; row < values.size(); ++row)
+        if (!repeats[row]) keys.push_back(valueKeyOf(values.at(row)));
+}
+
+void writeOrdered(const RawValues &values, std::string &bytes, Keys &keys) {
     TextOrder order = orderTexts(values);
     if (paysOff(values, distinctRows(order)))
-        return writeDictionary(values, distinctByOrder(order), bytes);
+        return writeDictionary(values, distinctByOrder(order), bytes, keys);
+    addKeys(values, order, keys);
     std::string packedOrder = packed(order.rows);
     order = {};
     writePlain(values, false, packedOrder, bytes);
 }
 
-void write(const RawValues &values, std::string &bytes) {
-    if (isShort(values)) return writeShort(values, bytes);
-    if (values.size() <= ShortValues::maxRows) return writePlain(values, false, {}, bytes);
+void writeFew(const RawValues &values, std::string &bytes, Keys &keys) {
+    addKeys(values, keys);
+    if (isShort(values))
+        writeShort(values, bytes);
+    else
+        writePlain(values, false, {}, bytes);
+}
+
+void write(const RawValues &values, std::string &bytes, Keys &keys) {
+    if (values.size() <= ShortValues::maxRows) return writeFew(values, bytes, keys);
     std::optional<DistinctValues> distinct = distinctByHash(values);
     if (distinct && paysOff(values, distinct->rows))
-        return writeDictionary(values, *distinct, bytes);
+        return writeDictionary(values, *distinct, bytes, keys);
     distinct.reset();
-    writeOrdered(values, bytes);
+    writeOrdered(values, bytes, keys);
 }
 
 }  // namespace
@@ -218,7 +245,12 @@ void ValueColumnBuilder::truncate(std::uint32_t size) {
 }
 
 void ValueColumnBuilder::finish(std::string &bytes) {
-    write({parts_->values.view(), parts_->ends}, bytes);
+    std::vector<ValueKey> keys;
+    finish(bytes, keys);
+}
+
+void ValueColumnBuilder::finish(std::string &bytes, std::vector<ValueKey> &keys) {
+    write({parts_->values.view(), parts_->ends}, bytes, keys);
     *parts_ = Parts();
 }
 

@@ -163,7 +163,8 @@ std::vector<std::string> ValueColumn::check() const {
     Findings findings;
     if (bytes_.empty()) return findings;
     checkHeader(bytes_, findings);
-    visitValues(bytes_, [&](const auto &values) { zdbs::check(values, bytes_, findings); });
+    visitValues(bytes_, encoding_,
+                [&](const auto &values) { zdbs::check(values, bytes_, findings); });
     return findings;
 }
 

@@ -47,13 +47,6 @@ std::string_view valueOf(const PackedColumn &ends, std::string_view values, std:
 
 }  // namespace
 
-ValueHeader::ValueHeader(std::string_view bytes) {
-    if (bytes.size() < size) return;
-    rows = load<std::uint32_t>(bytes.data());
-    encoding = load<ValueEncoding>(bytes.data() + 4);
-    flags = load<std::uint8_t>(bytes.data() + 5);
-}
-
 bool ShortValues::isWhole(std::string_view bytes) {
     std::size_t rows = ValueHeader(bytes).rows;
     if (bytes.size() < ValueHeader::size || (bytes.size() - ValueHeader::size) / 2 < rows)

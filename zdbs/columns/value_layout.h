@@ -12,6 +12,7 @@
 
 #include "zdbs/columns/packed_column.h"
 #include "zdbs/columns/trigram_blocks.h"
+#include "zdbs/columns/value_encoding.h"
 
 namespace zdbs {
 
@@ -59,8 +60,6 @@ namespace zdbs {
  *         R   rows by code, then by row: packed column; nothing where there are few codes
  */
 
-enum class ValueEncoding : std::uint8_t { shortValues = 0, plain = 1, dictionary = 2 };
-
 constexpr std::uint8_t valuesInOrder = 1;
 constexpr std::uint8_t valuesHaveOrders = 2;
 
@@ -69,7 +68,12 @@ struct ValueHeader {
     static constexpr std::size_t size = 6;
 
     /** Of a column of nothing when there are too few bytes. */
-    explicit ValueHeader(std::string_view bytes);
+    explicit ValueHeader(std::string_view bytes) {
+        if (bytes.size() < size) return;
+        std::memcpy(&rows, bytes.data(), sizeof rows);
+        std::memcpy(&encoding, bytes.data() + 4, sizeof encoding);
+        std::memcpy(&flags, bytes.data() + 5, sizeof flags);
+    }
 
     std::uint32_t rows = 0;
     ValueEncoding encoding = ValueEncoding::shortValues;
@@ -209,10 +213,10 @@ private:
 };
 
 /** Calls `visit` with the values of a column in the encoding that they have. REQUIRES that the
- *  column is whole. */
+ *  column is whole, and that it has that encoding. */
 template <typename Visit>
-auto visitValues(std::string_view bytes, Visit visit) {
-    switch (ValueHeader(bytes).encoding) {
+auto visitValues(std::string_view bytes, ValueEncoding encoding, Visit visit) {
+    switch (encoding) {
         case ValueEncoding::plain:
             return visit(PlainValues(bytes));
         case ValueEncoding::dictionary:
@@ -220,6 +224,14 @@ auto visitValues(std::string_view bytes, Visit visit) {
         default:
             return visit(ShortValues(bytes));
     }
+}
+
+/** The same with the distinct values of a dictionary, which are no dictionary themselves. */
+template <typename Visit>
+auto visitDistinct(const DictionaryValues &values, Visit visit) {
+    const std::string_view bytes = values.distinct();
+    const bool isPlain = ValueHeader(bytes).encoding == ValueEncoding::plain;
+    return isPlain ? visit(PlainValues(bytes)) : visit(ShortValues(bytes));
 }
 
 }  // namespace zdbs

@@ -4,10 +4,13 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
-#include "zdbs/columns/value_column.h"
+#include "zdbs/columns/contains_search.h"
+#include "zdbs/columns/found_rows.h"
 #include "zdbs/columns/value_layout.h"
+#include "zdbs/values/value_test.h"
 
 namespace zdbs {
 
@@ -28,16 +31,51 @@ Places placesByText(const PlainValues &values, const ValueTest &test);
 /** The rows that can pass as far as signatures tell. REQUIRES that indexFor() is trigrams. */
 std::vector<Places> rowsThatMayContain(const PlainValues &values, const ValueTest &test);
 
+/** Marks the rows that are hit, and adds up the hits. Where there are none, costs nothing. */
+class MarkedRows : public HitSink {
+public:
+    explicit MarkedRows(std::uint32_t size) : size_(size) {}
+
+    void takeFrame(std::uint32_t first, const FrameHits &hits) override {
+        wordOf(first) |= hits.rows;
+        hits_ += hits.hits;
+    }
+
+    void takeRow(std::uint32_t row, std::uint64_t hits) override {
+        wordOf(row) |= std::uint64_t{1} << (row % 64);
+        hits_ += hits;
+    }
+
+    FoundRows rows() && {
+        if (words_.empty()) return FoundRows(size_);
+        return FoundRows::bits(std::move(words_), size_).withHits(hits_);
+    }
+
+private:
+    std::uint64_t &wordOf(std::uint32_t row) {
+        if (words_.empty()) words_.resize(FoundRows::wordsFor(size_));
+        return words_[row / 64];
+    }
+
+    std::vector<std::uint64_t> words_;
+    std::uint32_t size_;
+    std::uint64_t hits_ = 0;
+};
+
 /*
- * For each encoding: which index finds the values that pass a test; the rows of those,
- * ascending; and a bound on how many they are. REQUIRE that answerForAll() has no answer.
+ * For each encoding: which index finds the values that pass a test; the rows of those; how many
+ * they are, where that takes no search of all values; and a bound on it. REQUIRE that
+ * answerForAll() has no answer.
  */
 ValueIndex indexFor(const ShortValues &values, const ValueTest &test);
 ValueIndex indexFor(const PlainValues &values, const ValueTest &test);
 ValueIndex indexFor(const DictionaryValues &values, const ValueTest &test);
-std::vector<std::uint32_t> select(const ShortValues &values, const ValueTest &test);
-std::vector<std::uint32_t> select(const PlainValues &values, const ValueTest &test);
-std::vector<std::uint32_t> select(const DictionaryValues &values, const ValueTest &test);
+FoundRows find(const ShortValues &values, const ValueTest &test);
+FoundRows find(const PlainValues &values, const ValueTest &test);
+FoundRows find(const DictionaryValues &values, const ValueTest &test);
+std::optional<FoundCount> count(const ShortValues &values, const ValueTest &test);
+std::optional<FoundCount> count(const PlainValues &values, const ValueTest &test);
+std::optional<FoundCount> count(const DictionaryValues &values, const ValueTest &test);
 std::uint32_t estimate(const ShortValues &values, const ValueTest &test);
 std::uint32_t estimate(const PlainValues &values, const ValueTest &test);
 std::uint32_t estimate(const DictionaryValues &values, const ValueTest &test);

@@ -22,6 +22,12 @@ public:
 
     /** The hits in the value of `node`: ascending, not overlapping, not empty. */
     virtual std::vector<HitRange> find(NodeId node) const = 0;
+
+    /**
+     * The first node from `from` on that may have hits, noMoreNodes when there is none. Where
+     * that is not known: `from`.
+     */
+    virtual NodeId next(NodeId from) const { return from; }
 };
 
 }  // namespace zdbs

@@ -20,6 +20,9 @@ using NodeId = std::uint32_t;
 constexpr NodeId noNode = 0;
 constexpr NodeId lastNodeId = 2147483647;
 
+/** Behind all nodes, in answers about what comes next. */
+constexpr NodeId noMoreNodes = 0xffffffff;
+
 enum class NodeKind : std::uint8_t { element, attribute, text, comment, processingInstruction };
 
 /** Name as written: of an instruction the target is `local`; texts and comments have none. */
@@ -75,6 +78,12 @@ public:
 
     /** The declarations written on an element, in order; empty for other nodes. */
     virtual std::vector<NamespaceDeclaration> namespaces(NodeId node) const = 0;
+
+    /**
+     * The first element from `from` on that declarations are written on, noMoreNodes when there
+     * is none; it may be one of a removed document. Where that is not known: `from`.
+     */
+    virtual NodeId nextDeclaring(NodeId from) const { return from; }
 
     /** The same nodes by path, where the table keeps them so; null where it does not. */
     virtual const PathTable *paths() const { return nullptr; }

@@ -168,6 +168,14 @@ std::shared_ptr<const ValueConditions> valueConditions(const NodeFilter &filter)
     return std::make_shared<const ValueConditions>(std::move(conditions));
 }
 
+/** The key of a value that every node must have which satisfies the filter. */
+std::optional<ValueKey> keyIn(const NodeFilter &filter) {
+    for (const FieldTest &test : filter.tests()) {
+        if (test.field == Field::value && !test.negated && test.text.key()) return test.text.key();
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 PathFilter::PathFilter(const PathTable &table, const SummaryIndex &index, const NodeFilter &filter)
@@ -175,14 +183,15 @@ PathFilter::PathFilter(const PathTable &table, const SummaryIndex &index, const 
       index_(index),
       filter_(filter),
       values_(valueConditions(filter)),
+      key_(keyIn(filter)),
       looksAtNumbers_(std::any_of(filter.tests().begin(), filter.tests().end(), isOfNumber)) {}
 
 NodeListPtr PathFilter::select(const NodeListPtr &list, const PlanPtr &plan) const {
-    return finish(list->nodesIn(table_, possible(list->pathsIn(table_))), plan);
+    return finish(list->nodesIn(table_, possible(list->pathsIn(table_), plan.get())), plan);
 }
 
 NodeListPtr PathFilter::selectOfAll(const PlanPtr &plan) const {
-    return finish(wholePaths(table_, possible(candidates())), plan);
+    return finish(wholePaths(table_, possible(candidates(), plan.get())), plan);
 }
 
 /** As few paths as kind and name allow; all of them are decided afterwards. */
@@ -217,16 +226,26 @@ PathFilter::Decision PathFilter::decide(PathId path) const {
     return decision;
 }
 
-std::vector<PathId> PathFilter::possible(std::span<const PathId> paths) const {
+std::vector<PathId> PathFilter::possible(std::span<const PathId> paths, Plan *plan) const {
+    note(plan, PlanStep::summary);
+    std::vector<PathId> result = thatMayHaveValue(paths, plan);
+    std::erase_if(result, [this](PathId path) { return !decide(path).isPossible; });
+    return result;
+}
+
+/** Leaves out what the index of values knows to be without a value that is asked for. */
+std::vector<PathId> PathFilter::thatMayHaveValue(std::span<const PathId> paths, Plan *plan) const {
+    const auto found = key_ ? table_.pathsWithKey(*key_) : std::nullopt;
+    if (!found) return {paths.begin(), paths.end()};
+    note(plan, PlanStep::valueIndex);
     std::vector<PathId> result;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(result),
-                 [this](PathId path) { return decide(path).isPossible; });
+    std::copy_if(found->begin(), found->end(), std::back_inserter(result),
+                 [&](PathId path) { return std::binary_search(paths.begin(), paths.end(), path); });
     return result;
 }
 
 /** What of possible paths satisfies the tests that rows decide. */
 NodeListPtr PathFilter::finish(PathNodes parts, const PlanPtr &plan) const {
-    note(plan.get(), PlanStep::summary);
     bool hasValues = false;
     for (PathPart &part : parts) {
         const Path &path = table_.summary()[part.path];

@@ -2,6 +2,9 @@
 #ifndef ZDBS_ENGINE_PATH_FILTER_H
 #define ZDBS_ENGINE_PATH_FILTER_H
 
+#include <memory>
+#include <optional>
+#include <span>
 #include <vector>
 
 #include "zdbs/engine/node_filter.h"
@@ -14,7 +17,7 @@ namespace zdbs {
  * Answers the same nodes as NodeFilter::select(). Kinds, names and levels are decided on
  * the summary; numbers of nodes and parents are ranges of rows, for both ascend with the
  * rows of a regular path; the nodes of irregular paths are looked at one by one. Values
- * are left pending.
+ * are left pending, in paths that can have one which is asked for.
  */
 class PathFilter {
 public:
@@ -37,7 +40,8 @@ private:
 
     std::span<const PathId> candidates() const;
     Decision decide(PathId path) const;
-    std::vector<PathId> possible(std::span<const PathId> paths) const;
+    std::vector<PathId> possible(std::span<const PathId> paths, Plan *plan) const;
+    std::vector<PathId> thatMayHaveValue(std::span<const PathId> paths, Plan *plan) const;
     NodeListPtr finish(PathNodes parts, const PlanPtr &plan) const;
     RowSetPtr rowsOf(const PathPart &part, const Tests &tests, Plan *plan) const;
 
@@ -45,6 +49,7 @@ private:
     const SummaryIndex &index_;
     const NodeFilter &filter_;
     std::shared_ptr<const ValueConditions> values_;  ///< null: none
+    std::optional<ValueKey> key_;                    ///< of a value that is asked for
     bool looksAtNumbers_;                            ///< whether rows of regular paths may decide
 };
 

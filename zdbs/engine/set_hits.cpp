@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-#include <utility>
+#include <optional>
 
 #include "zdbs/joins/documents.h"
 #include "zdbs/paths/path_nodes.h"
@@ -128,6 +128,12 @@ private:
     std::vector<HitRange> ranges_;
 };
 
+/** Where all nodes are those of one condition, its hits were counted when they were found. */
+std::optional<std::uint64_t> hitsOfOneLeaf(const NodeSet &set) {
+    const bool isWhole = set.leaves().size() == 1 && set.leaves().front()->nodes == set.nodes();
+    return isWhole ? set.nodes()->hits() : std::nullopt;
+}
+
 std::int32_t clamped(std::size_t number) {
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(std::min<std::size_t>(number, most));
@@ -142,9 +148,22 @@ public:
         return hitsIn(*table_, leaves_, node);
     }
 
+    NodeId next(NodeId from) const override {
+        if (!numbers_) findNumbers();
+        const auto found = std::lower_bound(numbers_->begin(), numbers_->end(), from);
+        return found == numbers_->end() ? noMoreNodes : *found;
+    }
+
 private:
+    void findNumbers() const {
+        numbers_.emplace();
+        for (const ValueLeafPtr &leaf : leaves_)
+            numbers_ = united(*numbers_, leaf->nodes->numbers());
+    }
+
     std::shared_ptr<const NodeTable> table_;
     std::vector<ValueLeafPtr> leaves_;
+    mutable std::optional<NodeIds> numbers_;  ///< of the nodes of all leaves, once asked for
 };
 
 }  // namespace
@@ -181,6 +200,7 @@ std::vector<HitWord> hitWordsOf(const NodeTable &table, const NodeSet &set, Node
 std::int64_t hitCountOf(const NodeTable &table, const NodeSet &set) {
     const auto records = static_cast<std::int64_t>(set.size());
     if (std::none_of(set.leaves().begin(), set.leaves().end(), canHitTwice)) return records;
+    if (const auto hits = hitsOfOneLeaf(set)) return static_cast<std::int64_t>(*hits);
     const PathTable *paths = table.paths();
     return records + (paths != nullptr ? FurtherHits(*paths, set).count()
                                        : furtherHits(table, set.leaves(), set.ids()));

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/export/document_sink.h"
 #include "zdbs/export/export_filter.h"
 #include "zdbs/xml/sink.h"
 
@@ -27,6 +28,14 @@ void checkFragmentSpecs(std::string_view fragments);
  */
 void writeExportDocument(const RequestAnswer &answer, std::string_view fragments, bool highlight,
                          XmlSink &sink);
+
+/**
+ * exportDocument() in the block that the caller of the filter gets, and with a limit: the
+ * document is shorter than `limit` bytes, or Failure(documentTooLarge) is thrown as soon as it
+ * is clear.
+ */
+DocumentBlock exportBlock(const RequestAnswer &answer, const ExportArguments &arguments,
+                          bool highlight, std::size_t limit = maxExportLength);
 
 /**
  * exportDocument() with a limit of the caller: the document is shorter than `limit`

@@ -14,6 +14,12 @@ const PathRun &PathTable::runOf(PathRow row) const {
     return *(behind - 1);
 }
 
+void PathTable::readPaths(NodeId node, PathWindow &window) const {
+    window.first = node;
+    window.count = 1;
+    window.paths[0] = locate(node).path;
+}
+
 RowId PathTable::rowCount(PathId path) const {
     const auto all = runs(path);
     return all.empty() ? 0 : all.back().endRow();

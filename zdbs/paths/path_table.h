@@ -15,13 +15,17 @@
 
 #include <roaring/roaring.hh>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "zdbs/columns/packed_column.h"
 #include "zdbs/columns/value_column.h"
+#include "zdbs/columns/value_paths.h"
 #include "zdbs/paths/path_summary.h"
 
 namespace zdbs {
@@ -58,9 +62,24 @@ struct PathRun {
     PackedColumn parentDistances;  ///< of irregular paths: node - parent, 0 at the top
     ValueColumn values;            ///< of all but elements
 
+    const ValuePaths *valuePaths = nullptr;  ///< of the segment; null: it has no such index,
+    std::uint32_t localPath = 0;             ///< in which the path has this number
+
+    /** Whether a value here can have that key. */
+    bool mayHold(ValueKey key) const { return !valuePaths || valuePaths->has(key, localPath); }
+
     NodeId nodeAt(RowId row) const { return firstNode + nodes.at(row - firstRow); }
     RowId parentAt(RowId row) const { return parentBase + parents.at(row - firstRow) - 1; }
     RowId endRow() const { return firstRow + count; }
+};
+
+/** The paths of neighbouring nodes: of `first` and those that follow it, up to `count`. */
+struct PathWindow {
+    static constexpr std::size_t maxCount = 64;
+
+    NodeId first = noNode;
+    std::uint32_t count = 0;
+    std::array<PathId, maxCount> paths;
 };
 
 class PathTable {
@@ -78,8 +97,22 @@ public:
     /** Rows of nodes of present documents; the same object for as long as the table lives. */
     virtual const RowSetPtr &liveRows(PathId path) const = 0;
 
+    /**
+     * Ascending, each path with a row, present or not, whose value has that key, and perhaps some
+     * others. Nothing when the table has no index of values.
+     */
+    virtual std::optional<std::vector<PathId>> pathsWithKey(ValueKey /*key*/) const {
+        return std::nullopt;
+    }
+
     /** Where a node is. REQUIRES that it is present. */
     virtual PathRow locate(NodeId node) const = 0;
+
+    /**
+     * Reads the path of a node and of as many around it as can be read together. Numbers of
+     * removed documents may be among them. REQUIRES that `node` is present.
+     */
+    virtual void readPaths(NodeId node, PathWindow &window) const;
 
     /** Last node below the row of an element path; the node itself when nothing is below. */
     virtual NodeId lastBelow(PathRow row) const = 0;

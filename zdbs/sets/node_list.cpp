@@ -87,11 +87,25 @@ NodeListPtr NodeList::everythingIn(const NodeTable &table) {
 void NodeList::settle() const {
     if (!pending_) return;
     parts_ = pending_->all();
+    hits_ = pending_->count().hits;
     pending_.reset();
 }
 
+/** Values that need not be looked at for their number stay pending. */
+void NodeList::countPending() const {
+    const PendingNodes::Counts counts = pending_->count();
+    size_ = static_cast<std::size_t>(counts.nodes);
+    hits_ = counts.hits;
+    if (counts.isDecided) settle();
+}
+
+std::optional<std::uint64_t> NodeList::hits() const {
+    if (pending_ && !size_) countPending();
+    return hits_;
+}
+
 std::size_t NodeList::size() const {
-    settle();
+    if (pending_ && !size_) countPending();
     if (!size_) size_ = static_cast<std::size_t>(sizeOf(*parts_));
     return *size_;
 }
@@ -129,6 +143,7 @@ bool NodeList::contains(NodeId node) const {
 }
 
 NodeId NodeList::at(std::size_t place) const {
+    settle();
     assert(place < size());
     const bool isByPath = !ids_ && runs_.empty();
     if (isByPath && ++lookups_ > lookupsWithoutNumbers && size() <= mostNumbersForLookups) ids();

@@ -45,6 +45,12 @@ public:
     /** Of nodes by path and of runs, costs nothing for each node. */
     std::size_t size() const;
 
+    /**
+     * How often the value condition hits the nodes that the list was made by, each once at least;
+     * nothing where it was made by none, more than one, or a negated one.
+     */
+    std::optional<std::uint64_t> hits() const;
+
     /** As size() == 0, but looks at as few values as it can. */
     bool empty() const;
 
@@ -81,11 +87,13 @@ public:
 
 private:
     void settle() const;
+    void countPending() const;
 
     std::vector<NodeRun> runs_;
     const PathTable *table_ = nullptr;
     mutable unsigned lookups_ = 0;  ///< of places, without numbers
     mutable std::optional<std::size_t> size_;
+    mutable std::optional<std::uint64_t> hits_;
     mutable std::optional<NodeIds> ids_;
     mutable std::optional<PathNodes> parts_;
     mutable std::optional<PendingNodes> pending_;

@@ -1,157 +1,12 @@
 #include "zdbs/sets/pending_nodes.h"
 
 #include <algorithm>
-#include <cassert>
 #include <utility>
+
+#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {
-
-using Rows = std::vector<RowId>;
-
-PlanStep stepOf(ValueIndex index) {
-    switch (index) {
-        case ValueIndex::none:
-            return PlanStep::summary;
-        case ValueIndex::dictionary:
-            return PlanStep::dictionary;
-        case ValueIndex::textOrder:
-            return PlanStep::textOrder;
-        case ValueIndex::numberOrder:
-            return PlanStep::numberOrder;
-        case ValueIndex::trigrams:
-            return PlanStep::trigrams;
-        case ValueIndex::scan:
-            return PlanStep::valueScan;
-    }
-    return PlanStep::valueScan;
-}
-
-bool satisfies(std::string_view value, const ValueCondition &condition) {
-    return condition.test.matches(value) != condition.negated;
-}
-
-/** Finds the rows of one path that satisfy conditions, run by run. */
-class RowSearch {
-public:
-    RowSearch(const PathTable &table, const PathPart &candidates, const ValueConditions &conditions,
-              Plan *plan)
-        : candidates_(*candidates.rows),
-          hasAllRows_(candidates_.cardinality() == table.rowCount(candidates.path)),
-          conditions_(conditions),
-          plan_(plan) {}
-
-    RowSet found(std::span<const PathRun> runs) {
-        for (const PathRun &run : runs)
-            search(run);
-        if (!hasAllRows_) found_ &= candidates_;
-        return std::move(found_);
-    }
-
-private:
-    /** Testing a value by itself costs about this many times what a search spends on one. */
-    static constexpr std::uint32_t costOfOne = 4;
-
-    void search(const PathRun &run) {
-        const std::uint64_t candidates = countIn(run);
-        if (candidates == 0) return;
-        const ValueCondition *best = bestCondition(run);
-        if (best == nullptr) {
-            excludeFrom(run);
-        } else if (isDear(run, *best, candidates)) {
-            testEach(run);
-        } else {
-            select(run, *best);
-        }
-    }
-
-    /** Whether testing each candidate costs less than a search does. */
-    static bool isDear(const PathRun &run, const ValueCondition &best, std::uint64_t candidates) {
-        if (candidates * costOfOne >= run.count) return false;
-        return costOf(run, best.test) > candidates * costOfOne;
-    }
-
-    std::uint64_t countIn(const PathRun &run) const {
-        if (hasAllRows_) return run.count;
-        const std::uint64_t before = run.firstRow == 0 ? 0 : candidates_.rank(run.firstRow - 1);
-        return candidates_.rank(run.endRow() - 1) - before;
-    }
-
-    static std::uint32_t costOf(const PathRun &run, const ValueTest &test) {
-        return run.values.indexFor(test) == ValueIndex::scan ? run.count
-                                                             : run.values.estimate(test);
-    }
-
-    /** The condition that leaves the fewest rows; none when all are negated. */
-    const ValueCondition *bestCondition(const PathRun &run) const {
-        const ValueCondition *best = nullptr;
-        std::uint32_t fewest = 0;
-        for (const ValueCondition &condition : conditions_) {
-            if (condition.negated) continue;
-            if (conditions_.size() == 1) return &condition;
-            const std::uint32_t rows = run.values.estimate(condition.test);
-            if (best != nullptr && rows >= fewest) continue;
-            best = &condition;
-            fewest = rows;
-        }
-        return best;
-    }
-
-    Rows selected(const PathRun &run, const ValueTest &test) {
-        note(plan_, stepOf(run.values.indexFor(test)));
-        Rows rows;
-        run.values.select(test, run.firstRow, rows);
-        return rows;
-    }
-
-    /** By the best condition's index; the other conditions are tested on what that leaves. */
-    void select(const PathRun &run, const ValueCondition &best) {
-        Rows rows = selected(run, best.test);
-        if (conditions_.size() > 1) {
-            std::erase_if(rows, [&](RowId row) { return !passes(run, row); });
-        }
-        add(rows);
-    }
-
-    /** Everything but what the negated conditions name. */
-    void excludeFrom(const PathRun &run) {
-        RowSet rest;
-        rest.addRange(run.firstRow, std::uint64_t{run.endRow()});
-        for (const ValueCondition &condition : conditions_) {
-            const Rows rows = selected(run, condition.test);
-            RowSet excluded;
-            excluded.addMany(rows.size(), rows.data());
-            rest -= excluded;
-        }
-        found_ |= rest;
-    }
-
-    void testEach(const PathRun &run) {
-        note(plan_, PlanStep::valueScan);
-        Rows rows;
-        auto row = candidates_.begin();
-        if (run.firstRow > 0) row.equalorlarger(run.firstRow);
-        for (; row != candidates_.end() && *row < run.endRow(); ++row) {
-            if (passes(run, *row)) rows.push_back(*row);
-        }
-        add(rows);
-    }
-
-    bool passes(const PathRun &run, RowId row) const {
-        const std::string_view value = run.values.at(row - run.firstRow);
-        return std::all_of(
-            conditions_.begin(), conditions_.end(),
-            [&](const ValueCondition &condition) { return satisfies(value, condition); });
-    }
-
-    void add(const Rows &rows) { found_.addMany(rows.size(), rows.data()); }
-
-    const RowSet &candidates_;
-    const bool hasAllRows_;
-    const ValueConditions &conditions_;
-    Plan *plan_;
-    RowSet found_;
-};
 
 bool allNegated(const ValueConditions &conditions) {
     return std::all_of(conditions.begin(), conditions.end(),
@@ -176,7 +31,7 @@ PendingNodes::PendingNodes(const PathTable &table, PathNodes candidates,
     : table_(table), conditions_(std::move(conditions)), plan_(std::move(plan)) {
     entries_.reserve(candidates.size());
     for (PathPart &part : candidates)
-        entries_.push_back({std::move(part), false});
+        entries_.push_back({std::move(part)});
 }
 
 std::vector<PathId> PendingNodes::paths() const {
@@ -189,9 +44,22 @@ std::vector<PathId> PendingNodes::paths() const {
 
 bool PendingNodes::empty() {
     return std::none_of(entries_.begin(), entries_.end(), [this](Entry &entry) {
-        decide(entry);
+        if (entry.state == State::open) decide(entry);
         return entry.part.rows != nullptr;
     });
+}
+
+PendingNodes::Counts PendingNodes::count() {
+    Counts counts;
+    std::uint64_t hits = 0;
+    for (Entry &entry : entries_) {
+        if (entry.state == State::open) count(entry);
+        counts.isDecided = counts.isDecided && entry.state == State::decided;
+        counts.nodes += entry.count.rows;
+        hits += entry.count.hits;
+    }
+    if (conditions_->size() == 1 && !conditions_->front().negated) counts.hits = hits;
+    return counts;
 }
 
 PathNodes PendingNodes::all() {
@@ -227,16 +95,41 @@ PendingNodes PendingNodes::restrictedTo(std::span<const PathId> paths) const {
     return result;
 }
 
+/** Decides a path all or none of whose rows are among the nodes, or that takes a search anyway. */
+void PendingNodes::count(Entry &entry) {
+    if (isElement(entry)) return decide(entry);
+    RowSearch search(table_, entry.part, *conditions_, plan_.get());
+    const std::optional<RowSearch::Count> counted = search.count();
+    if (!counted) return take(search.found(), entry);
+    entry.count = *counted;
+    if (counted->rows == 0) entry.part.rows = nullptr;
+    const bool isAll = counted->rows == table_.rowCount(entry.part.path);
+    entry.state = isAll || counted->rows == 0 ? State::decided : State::counted;
+}
+
 void PendingNodes::decide(Entry &entry) {
-    if (entry.isDecided) return;
-    PathPart &part = entry.part;
-    if (table_.summary()[part.path].kind == NodeKind::element) {
-        if (!allNegated(*conditions_)) part.rows = nullptr;
+    if (entry.state == State::decided) return;
+    if (isElement(entry)) {
+        if (!allNegated(*conditions_)) entry.part.rows = nullptr;
+        if (entry.part.rows) entry.count.rows = entry.part.rows->cardinality();
+        entry.state = State::decided;
     } else {
-        RowSearch search(table_, part, *conditions_, plan_.get());
-        part.rows = sharedRows(table_, part.path, search.found(table_.runs(part.path)));
+        take(RowSearch(table_, entry.part, *conditions_, plan_.get()).found(), entry);
     }
-    entry.isDecided = true;
+}
+
+/** Indexes tell the same both ways unless they are damaged; the number may be known already. */
+void PendingNodes::take(RowSearch::Found found, Entry &entry) {
+    const std::uint64_t size = found.rows ? found.rows->cardinality() : 0;
+    if (entry.state == State::counted && size != entry.count.rows)
+        throw Failure(Status::homeDamaged, {"", "two indexes of values disagree"});
+    entry.part.rows = std::move(found.rows);
+    entry.count = {size, found.hits};
+    entry.state = State::decided;
+}
+
+bool PendingNodes::isElement(const Entry &entry) const {
+    return table_.summary()[entry.part.path].kind == NodeKind::element;
 }
 
 }  // namespace zdbs

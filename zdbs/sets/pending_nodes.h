@@ -2,22 +2,17 @@
 #ifndef ZDBS_SETS_PENDING_NODES_H
 #define ZDBS_SETS_PENDING_NODES_H
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "zdbs/paths/path_nodes.h"
 #include "zdbs/sets/plan.h"
-#include "zdbs/values/value_test.h"
+#include "zdbs/sets/row_search.h"
 
 namespace zdbs {
-
-/** A condition on the value of a node. An element has no value and passes no test. */
-struct ValueCondition {
-    ValueTest test;
-    bool negated;
-};
-using ValueConditions = std::vector<ValueCondition>;
 
 /** The parts in some paths. `paths` ascending. */
 PathNodes partsIn(const PathNodes &nodes, std::span<const PathId> paths);
@@ -39,6 +34,19 @@ public:
     /** Whether no candidate satisfies the conditions; decides as little as it can. */
     bool empty();
 
+    /** How many nodes there are. */
+    struct Counts {
+        std::uint64_t nodes = 0;
+
+        /** How often one condition that is not negated hits them, if it is just one. */
+        std::optional<std::uint64_t> hits;
+
+        bool isDecided = true;  ///< whether nothing is left to decide
+    };
+
+    /** Counts them; decides only where no index of the values can tell. */
+    Counts count();
+
     /** Decides everything. */
     PathNodes all();
 
@@ -49,12 +57,18 @@ public:
     PendingNodes restrictedTo(std::span<const PathId> paths) const;
 
 private:
+    enum class State : std::uint8_t { open, counted, decided };
+
     struct Entry {
         PathPart part;  ///< of a decided path its nodes; no rows when it has none
-        bool isDecided;
+        State state = State::open;
+        RowSearch::Count count{};  ///< unless open
     };
 
+    void count(Entry &entry);
     void decide(Entry &entry);
+    static void take(RowSearch::Found found, Entry &entry);
+    bool isElement(const Entry &entry) const;
 
     const PathTable &table_;
     std::vector<Entry> entries_;  ///< by path

@@ -16,6 +16,8 @@ std::string_view wordsOf(PlanStep step) {
             return "scan of the set";
         case PlanStep::summary:
             return "summary of paths";
+        case PlanStep::valueIndex:
+            return "index of values";
         case PlanStep::nodeRanges:
             return "ranges of nodes";
         case PlanStep::irregularNodes:

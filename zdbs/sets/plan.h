@@ -16,6 +16,7 @@ enum class PlanStep : std::uint8_t {
     scanOfAll,         ///< every node looked at
     scanOfSet,         ///< every node of a set looked at
     summary,           ///< decided on the paths alone
+    valueIndex,        ///< paths left out that have no such value
     nodeRanges,        ///< ranges of rows, by number of the node or its parent
     irregularNodes,    ///< nodes of irregular paths looked at one by one
     dictionary,        ///< indexes of values, see ValueIndex

@@ -18,7 +18,7 @@
 namespace zdbs {
 
 /** The format that this code reads and writes; another one is refused. */
-constexpr std::uint32_t formatVersion = 2;
+constexpr std::uint32_t formatVersion = 3;
 
 constexpr std::string_view versionKey = "version";
 constexpr std::string_view stateKey = "state";

@@ -52,6 +52,7 @@ std::shared_ptr<const Segment> Segment::open(const std::filesystem::path &file) 
     segment->readStretches();
     segment->readDirectory();
     segment->readCommon();
+    segment->readValuePaths();
     return segment;
 }
 
@@ -100,6 +101,11 @@ std::uint64_t Segment::commonOffset() const {
            header_.pathCount * std::uint64_t{sizeof(SegmentPath)};
 }
 
+std::uint64_t Segment::valuePathsOffset() const {
+    return commonOffset() + header_.pathOfNodeBytes + header_.declarationElementsBytes +
+           header_.declarationNamesBytes;
+}
+
 void Segment::readStretches() {
     stretches_.resize(header_.stretchCount);
     copyRecords(bytes_.substr(sizeof(SegmentHeader)), stretches_);
@@ -124,8 +130,7 @@ void Segment::readDirectory() {
     directory_.resize(header_.pathCount);
     copyRecords(bytes_.substr(commonOffset() - directory_.size() * sizeof(SegmentPath)),
                 directory_);
-    std::uint64_t offset = commonOffset() + std::uint64_t{header_.pathOfNodeBytes} +
-                           header_.declarationElementsBytes + header_.declarationNamesBytes;
+    std::uint64_t offset = valuePathsOffset() + header_.valuePathsBytes;
     std::uint64_t nodes = 0;
     offsets_.reserve(directory_.size());
     for (const SegmentPath &entry : directory_) {
@@ -152,6 +157,17 @@ void Segment::readCommon() {
     if (pathOfNode_.size() != header_.nodeCount) failDamaged("the paths of nodes");
     if (declarationElements_.size() != declarationNames_.size())
         failDamaged("the namespace declarations");
+}
+
+std::string_view Segment::valuePathsBytes() const {
+    return bytes_.substr(valuePathsOffset(), header_.valuePathsBytes);
+}
+
+void Segment::readValuePaths() {
+    const std::string_view bytes = valuePathsBytes();
+    if (bytes.empty()) return;
+    if (!ValuePaths::isWhole(bytes)) failDamaged("the index of values");
+    valuePaths_ = ValuePaths(bytes);
 }
 
 PackedColumn Segment::wholeColumn(std::string_view bytes, std::string_view what) const {
@@ -190,6 +206,32 @@ std::uint32_t Segment::localPathAt(std::uint32_t place) const {
     const std::uint32_t local = pathOfNode_.at(place);
     if (local >= directory_.size()) failDamaged("the path of a node");
     return local;
+}
+
+void Segment::readPaths(NodeId node, PathWindow &window) const {
+    static_assert(PathWindow::maxCount == PackedColumn::frameSize);
+    const auto behind = std::upper_bound(
+        stretches_.begin(), stretches_.end(), node,
+        [](NodeId number, const SegmentStretch &stretch) { return number < stretch.firstNode; });
+    if (behind == stretches_.begin()) failDamaged("the number of a node");
+    const auto stretch = static_cast<std::size_t>(behind - stretches_.begin()) - 1;
+    const SegmentStretch &here = stretches_[stretch];
+    const NodeId last = lastOf(stretch);
+    if (node > last) failDamaged("the number of a node");
+    const std::uint32_t place = here.firstPlace + (node - here.firstNode);
+    const std::uint32_t first =
+        std::max(place / PackedColumn::frameSize * PackedColumn::frameSize, here.firstPlace);
+    const std::uint32_t end = std::min(
+        first / PackedColumn::frameSize * PackedColumn::frameSize + PackedColumn::frameSize,
+        here.firstPlace + (last - here.firstNode) + 1);
+    window.count = 0;  // until all of it is there
+    pathOfNode_.read(first, std::span(window.paths).first(end - first));
+    for (PathId &path : std::span(window.paths).first(end - first)) {
+        if (path >= directory_.size()) failDamaged("the path of a node");
+        path = directory_[path].path;
+    }
+    window.first = here.firstNode + (first - here.firstPlace);
+    window.count = end - first;
 }
 
 std::string_view Segment::columnBytes(std::uint32_t local, SegmentColumn column) const {
@@ -242,6 +284,8 @@ PathRun Segment::run(std::uint32_t local, const Path &path) const {
     run.names = numbers(local, SegmentColumn::names);
     run.parentDistances = numbers(local, SegmentColumn::parentDistances);
     run.values = values(local);
+    run.valuePaths = &valuePaths_;
+    run.localPath = local;
     return run;
 }
 
@@ -252,7 +296,8 @@ std::vector<SegmentPart> Segment::parts() const {
         parts.push_back({std::move(name), offset, bytes_.substr(offset, size), checksum});
     };
     add("front", frontChecksumBegin, commonOffset() - frontChecksumBegin, header_.frontChecksum);
-    add("common", commonOffset(), offsets_[0] - commonOffset(), header_.commonChecksum);
+    add("common", commonOffset(), valuePathsOffset() - commonOffset(), header_.commonChecksum);
+    add("index of values", valuePathsOffset(), header_.valuePathsBytes, header_.valuePathsChecksum);
     for (std::size_t local = 0; local < directory_.size(); ++local) {
         const SegmentPath &entry = directory_[local];
         add("path " + std::to_string(entry.path), offsets_[local], bytesOf(entry), entry.checksum);

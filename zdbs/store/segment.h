@@ -7,6 +7,7 @@
  *   directory      an entry for each path that has nodes here
  *   path of node   by place of a node: which entry of the directory it belongs to
  *   declarations   namespace declarations: their elements, and the names that hold them
+ *   value paths    which paths have a value: an index over the values of all of them
  *   columns        of each path: nodes, parents, below, names, parentDistances, values
  */
 #ifndef ZDBS_STORE_SEGMENT_H
@@ -25,6 +26,7 @@
 #include <vector>
 
 #include "zdbs/columns/packed_column.h"
+#include "zdbs/columns/value_paths.h"
 #include "zdbs/paths/path_table.h"
 
 namespace zdbs {
@@ -70,19 +72,21 @@ struct SegmentHeader {
     std::uint32_t declarationElementsBytes;
     std::uint32_t declarationNamesBytes;
     std::uint32_t commonChecksum;  ///< CRC-32 of `path of node` and the declarations
-    std::uint32_t reserved;        ///< 0
+    std::uint32_t valuePathsBytes;
+    std::uint32_t valuePathsChecksum;  ///< CRC-32 of `value paths`
+    std::uint32_t reserved;            ///< 0
 };
 
 constexpr std::array<char, 8> segmentMagic = {'z', 'd', 'b', 's', 's', 'e', 'g', '\0'};
-constexpr std::uint32_t segmentVersion = 2;
+constexpr std::uint32_t segmentVersion = 3;
 constexpr std::size_t frontChecksumBegin = 16;  ///< the first byte that frontChecksum covers
 
-static_assert(sizeof(SegmentHeader) == 64 && sizeof(SegmentPath) == 36 &&
+static_assert(sizeof(SegmentHeader) == 72 && sizeof(SegmentPath) == 36 &&
               sizeof(SegmentStretch) == 8);
 
 /** A stretch of the file with a checksum of its own. */
 struct SegmentPart {
-    std::string name;  ///< "front", "common", "path 17"
+    std::string name;  ///< "front", "common", "index of values", "path 17"
     std::uint64_t offset;
     std::string_view bytes;  ///< what the checksum is of
     std::uint32_t checksum;  ///< as stored
@@ -133,6 +137,12 @@ public:
     /** The local number of the path of the node at a place. Throws Failure: homeDamaged. */
     std::uint32_t localPathAt(std::uint32_t place) const;
 
+    /**
+     * Reads the path of a node and of its neighbours in the same frame of the column and the
+     * same stretch. Throws Failure: homeDamaged, also when the node is not here.
+     */
+    void readPaths(NodeId node, PathWindow &window) const;
+
     /** The columns of a path; checked: whole, and of `count` numbers or none. */
     PackedColumn numbers(std::uint32_t local, SegmentColumn column) const;
     ValueColumn values(std::uint32_t local) const;
@@ -141,8 +151,9 @@ public:
     std::string_view columnBytes(std::uint32_t local, SegmentColumn column) const;
 
     /**
-     * The run of a path without its firstRow and parentBase. Throws Failure(homeDamaged) when a
-     * column is missing that such a path has, or one is there that it has not.
+     * The run of a path without its firstRow and parentBase; it points to valuePaths(). Throws
+     * Failure(homeDamaged) when a column is missing that such a path has, or one is there that it
+     * has not.
      */
     PathRun run(std::uint32_t local, const Path &path) const;
 
@@ -152,6 +163,13 @@ public:
     /** Namespace declarations by element, ascending: node - firstNode(); and names for them. */
     const PackedColumn &declarationElements() const { return declarationElements_; }
     const PackedColumn &declarationNames() const { return declarationNames_; }
+
+    /**
+     * By key of a value: local numbers of paths; in a damaged file also some that there are not.
+     * Of no values when no path has any.
+     */
+    const ValuePaths &valuePaths() const { return valuePaths_; }
+    std::string_view valuePathsBytes() const;
 
     /** Every byte of the file is in one of them, but those in front of frontChecksumBegin. */
     std::vector<SegmentPart> parts() const;
@@ -171,7 +189,9 @@ private:
     void readStretches();
     void readDirectory();
     void readCommon();
+    void readValuePaths();
     std::uint64_t commonOffset() const;
+    std::uint64_t valuePathsOffset() const;
     PackedColumn wholeColumn(std::string_view bytes, std::string_view what) const;
 
     std::filesystem::path file_;
@@ -184,6 +204,7 @@ private:
     PackedColumn pathOfNode_;
     PackedColumn declarationElements_;
     PackedColumn declarationNames_;
+    ValuePaths valuePaths_;
 };
 
 /** The file is not there: removed by a newer commit, or lost. */

@@ -41,6 +41,7 @@ SegmentEncoding::SegmentEncoding(SegmentRows rows) : rows_(std::move(rows)) {
               [&](std::uint32_t a, std::uint32_t b) { return paths[a].id < paths[b].id; });
     directory_.resize(order_.size());
     columns_.resize(order_.size());
+    keys_.resize(order_.size());
     turns_.resize(order_.size());
     std::iota(turns_.begin(), turns_.end(), std::size_t{0});
     const auto weight = [&](std::size_t place) {
@@ -72,11 +73,13 @@ void SegmentEncoding::encode(std::size_t turn) {
     if (turn == turns_.size()) return encodeCommon();
     const std::size_t place = turns_[turn];
     PathRows &rows = rows_.paths()[order_[place]];
-    encodePath(rows, directory_[place], columns_[place]);
+    encodePath(rows, place);
     rows = {};
 }
 
-void SegmentEncoding::encodePath(PathRows &rows, SegmentPath &entry, std::string &bytes) const {
+void SegmentEncoding::encodePath(PathRows &rows, std::size_t place) {
+    SegmentPath &entry = directory_[place];
+    std::string &bytes = columns_[place];
     entry.path = rows.id;
     entry.count = static_cast<std::uint32_t>(rows.nodes.size());
     for (std::uint32_t &node : rows.nodes)
@@ -92,7 +95,7 @@ void SegmentEncoding::encodePath(PathRows &rows, SegmentPath &entry, std::string
         if (!columns[column]->empty()) pack(*columns[column], bytes);
         noteSize(column);
     }
-    if (rows.values) rows.values->finish(bytes);
+    if (rows.values) rows.values->finish(bytes, keys_[place]);
     noteSize(static_cast<std::size_t>(SegmentColumn::values));
     entry.checksum = crc32Of(bytes);
 }
@@ -119,6 +122,20 @@ void SegmentEncoding::encodeCommon() {
     header_.declarationNamesBytes = checkedSize(common_.size() - before);
 }
 
+// When all paths are done.
+void SegmentEncoding::encodeValuePaths() {
+    std::vector<PathKeys> paths;
+    std::size_t count = 0;
+    for (std::uint32_t local = 0; local < keys_.size(); ++local) {
+        if (!keys_[local].empty()) paths.push_back({local, keys_[local]});
+        count += keys_[local].size();
+    }
+    if (count > 0) packValuePaths(paths, ValuePaths::shapeFor(count, keys_.size()), valuePaths_);
+    keys_ = {};
+    header_.valuePathsBytes = checkedSize(valuePaths_.size());
+    header_.valuePathsChecksum = crc32Of(valuePaths_);
+}
+
 void SegmentEncoding::waitForAll() {
     help();
     std::unique_lock lock(mutex_);
@@ -128,6 +145,7 @@ void SegmentEncoding::waitForAll() {
 
 SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
     waitForAll();
+    encodeValuePaths();
     header_.magic = segmentMagic;
     header_.version = segmentVersion;
     header_.firstNode = rows_.firstNode();
@@ -137,12 +155,12 @@ SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
     header_.stretchCount = static_cast<std::uint32_t>(rows_.stretches().size());
     header_.commonChecksum = crc32Of(common_);
     header_.fileBytes = sizeof header_ + bytesOf(rows_.stretches()).size() +
-                        bytesOf(directory_).size() + common_.size();
+                        bytesOf(directory_).size() + common_.size() + valuePaths_.size();
     for (const std::string &columns : columns_)
         header_.fileBytes += columns.size();
     header_.frontChecksum = crc32Of(front().substr(frontChecksumBegin));
     const std::string start = front() + common_;
-    std::vector<std::string_view> parts = {start};
+    std::vector<std::string_view> parts = {start, valuePaths_};
     parts.insert(parts.end(), columns_.begin(), columns_.end());
     writePrivateFile(file, parts);
     return {0, header_.lastNode, header_.nodeCount, header_.frontChecksum, header_.fileBytes};

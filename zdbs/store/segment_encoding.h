@@ -39,18 +39,21 @@ public:
 
 private:
     void encode(std::size_t place);
-    void encodePath(PathRows &rows, SegmentPath &entry, std::string &bytes) const;
+    void encodePath(PathRows &rows, std::size_t place);
     void encodeCommon();
+    void encodeValuePaths();
     void waitForAll();
     std::string front() const;
 
     SegmentRows rows_;
     SegmentHeader header_{};
-    std::vector<std::uint32_t> order_;    ///< local numbers by number of the path
-    std::vector<std::size_t> turns_;      ///< the large ones first, as places in order_
-    std::vector<SegmentPath> directory_;  ///< in the order of order_, as are
-    std::vector<std::string> columns_;    ///< the columns of each
+    std::vector<std::uint32_t> order_;         ///< local numbers by number of the path
+    std::vector<std::size_t> turns_;           ///< the large ones first, as places in order_
+    std::vector<SegmentPath> directory_;       ///< in the order of order_, as are
+    std::vector<std::string> columns_;         ///< the columns of each, and
+    std::vector<std::vector<ValueKey>> keys_;  ///< the keys of its values
     std::string common_;
+    std::string valuePaths_;
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;
     std::condition_variable allDone_;

@@ -292,6 +292,20 @@ std::vector<NamespaceDeclaration> Snapshot::namespaces(NodeId node) const {
     return declarations;
 }
 
+NodeId Snapshot::nextDeclaring(NodeId from) const {
+    auto place = std::upper_bound(firstNodes_.begin(), firstNodes_.end(), from);
+    if (place != firstNodes_.begin()) --place;
+    for (; place != firstNodes_.end(); ++place) {
+        const Segment &segment =
+            *segments_[static_cast<std::size_t>(place - firstNodes_.begin())].file;
+        const PackedColumn &elements = segment.declarationElements();
+        if (elements.empty()) continue;
+        const std::uint32_t row = elements.lowerBound(from > *place ? from - *place : 0);
+        if (row < elements.size()) return *place + elements.at(row);
+    }
+    return noMoreNodes;
+}
+
 std::optional<DocumentRange> Snapshot::findDocument(std::string_view name) const {
     // Reading is for one thread at a time.
     const std::lock_guard lock(mutex_);

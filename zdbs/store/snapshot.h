@@ -31,7 +31,8 @@ struct StoreSizes {
     std::uint64_t values = 0;       ///< the values, and the dictionaries of repeated ones
     std::uint64_t textOrder = 0;    ///< the indexes over values: order of text,
     std::uint64_t numberOrder = 0;  ///< order of number,
-    std::uint64_t trigrams = 0;     ///< what they can contain
+    std::uint64_t trigrams = 0;     ///< what they can contain,
+    std::uint64_t valueIndex = 0;   ///< which paths have a value
     std::uint64_t documents = 0;    ///< the list of documents and the index of their names
     std::uint64_t names = 0;        ///< the dictionary of names
     std::uint64_t paths = 0;        ///< the summary of paths, the directories of the segments
@@ -67,6 +68,7 @@ public:
     NodeName name(NodeId node) const override;
     std::string_view value(NodeId node) const override;
     std::vector<NamespaceDeclaration> namespaces(NodeId node) const override;
+    NodeId nextDeclaring(NodeId from) const override;
     const PathTable *paths() const override { return this; }
 
     // The nodes by path.
@@ -77,7 +79,9 @@ public:
     }
     std::span<const PathRun> runs(PathId path) const override;
     const RowSetPtr &liveRows(PathId path) const override;
+    std::optional<std::vector<PathId>> pathsWithKey(ValueKey key) const override;
     PathRow locate(NodeId node) const override;
+    void readPaths(NodeId node, PathWindow &window) const override;
     NodeId lastBelow(PathRow row) const override;
 
     /** Number of the state: grows by one with every commit that changed the database. */

@@ -1,5 +1,6 @@
 // The nodes of a state by path, and what its structures take.
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "zdbs/store/environment.h"
@@ -85,11 +86,40 @@ void Snapshot::addPresent(const OpenSegment &segment, const PathRun &run, RowSet
     }
 }
 
+std::optional<std::vector<PathId>> Snapshot::pathsWithKey(ValueKey key) const {
+    constexpr std::size_t wordBits = 64;
+    std::vector<std::uint64_t> found(summary_.size() / wordBits + 1);
+    for (const OpenSegment &segment : segments_) {
+        const auto directory = segment.file->directory();
+        segment.file->valuePaths().forPathsOf(key, [&](std::uint32_t local) {
+            if (local >= directory.size()) return;  // the index is damaged
+            const PathId path = directory[local].path;
+            found[path / wordBits] |= std::uint64_t{1} << path % wordBits;
+        });
+    }
+    std::vector<PathId> paths;
+    for (std::size_t word = 0; word < found.size(); ++word) {
+        for (std::uint64_t bits = found[word]; bits != 0; bits &= bits - 1)
+            paths.push_back(static_cast<PathId>(word * wordBits +
+                                                static_cast<unsigned>(std::countr_zero(bits))));
+    }
+    return paths;
+}
+
 PathRow Snapshot::locate(NodeId node) const {
     const RunRow found = rowOf(node);
     const Place place = placeOf(node);
     return {segments_[place.segment].file->directory()[place.local].path,
             found.run->firstRow + found.row};
+}
+
+// The frame of the column that the node is in, as far as the numbers are of one stretch.
+void Snapshot::readPaths(NodeId node, PathWindow &window) const {
+    const auto behind = std::upper_bound(firstNodes_.begin(), firstNodes_.end(), node);
+    if (behind == firstNodes_.begin()) failDamaged("the number of a node");
+    const Segment &segment =
+        *segments_[static_cast<std::size_t>(behind - firstNodes_.begin()) - 1].file;
+    segment.readPaths(node, window);
 }
 
 NodeId Snapshot::lastBelow(PathRow row) const {
@@ -112,6 +142,7 @@ void measure(const Segment &segment, StoreSizes &sizes) {
     sizes.pathOfNode += segment.header().pathOfNodeBytes;
     sizes.names +=
         segment.header().declarationElementsBytes + segment.header().declarationNamesBytes;
+    sizes.valueIndex += segment.header().valuePathsBytes;
     sizes.paths +=
         sizeof(SegmentHeader) + segment.stretches().size_bytes() + segment.directory().size_bytes();
     for (std::uint32_t local = 0; local < segment.directory().size(); ++local) {
@@ -145,8 +176,8 @@ StoreSizes Snapshot::sizes() const {
     }
     sizes.all = diskBytes();
     const std::uint64_t used = sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
-                               sizes.numberOrder + sizes.trigrams + sizes.documents + sizes.names +
-                               sizes.paths;
+                               sizes.numberOrder + sizes.trigrams + sizes.valueIndex +
+                               sizes.documents + sizes.names + sizes.paths;
     sizes.unused = sizes.all - std::min(used, sizes.all);
     return sizes;
 }

@@ -26,6 +26,8 @@ std::size_t findText(std::string_view text, std::string_view needle, std::size_t
 ValueTest::ValueTest(Relation relation, std::string literal, Comparing comparing)
     : relation_(relation), literal_(std::move(literal)), wellFormed_(isUtf8(literal_)) {
     if (comparing == Comparing::asNumbers) number_ = canonicalDecimal(literal_);
+    const bool hasKey = relation_ == Relation::equal || relation_ == Relation::notEqual;
+    if (hasKey && wellFormed_) key_ = valueKeyOf(literal_);
 }
 
 bool ValueTest::matches(std::string_view value) const {
@@ -79,6 +81,16 @@ void ValueTest::addHits(std::string_view value, std::vector<HitRange> &ranges) c
         ranges.push_back({from, literal_.size()});
         from = findText(value, literal_, from + literal_.size());
     }
+}
+
+std::size_t ValueTest::countHits(std::string_view value) const {
+    if (relation_ != Relation::contains || literal_.empty()) return matches(value) ? 1 : 0;
+    if (!wellFormed_) return 0;
+    std::size_t count = 0;
+    std::size_t from = findText(value, literal_, 0);
+    for (; from != std::string_view::npos; ++count)
+        from = findText(value, literal_, from + literal_.size());
+    return count;
 }
 
 std::size_t WordCounter::at(std::size_t offset) {

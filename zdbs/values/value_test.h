@@ -10,6 +10,7 @@
 
 #include "zdbs/engine/hits.h"
 #include "zdbs/values/relation.h"
+#include "zdbs/values/value_key.h"
 
 namespace zdbs {
 
@@ -40,6 +41,9 @@ public:
     /** Appends the same to `ranges`. */
     void addHits(std::string_view value, std::vector<HitRange> &ranges) const;
 
+    /** Number of the hits of a value: of one that matches at least one, also where it is empty. */
+    std::size_t countHits(std::string_view value) const;
+
     Relation relation() const { return relation_; }
     const std::string &literal() const { return literal_; }
 
@@ -49,7 +53,16 @@ public:
     /** What the literal compares as when it compares as a number. */
     std::optional<double> number() const { return number_; }
 
+    /** The key of every value that passes; nothing when values of different keys can, or none. */
+    std::optional<ValueKey> key() const { return keyOf(Relation::equal); }
+
+    /** The key of every value that does not pass; nothing when values of different keys can. */
+    std::optional<ValueKey> excludedKey() const { return keyOf(Relation::notEqual); }
+
 private:
+    std::optional<ValueKey> keyOf(Relation relation) const {
+        return relation_ == relation ? key_ : std::nullopt;
+    }
     bool equals(std::string_view value) const;
     bool ordered(std::string_view value) const;
 
@@ -57,6 +70,7 @@ private:
     std::string literal_;
     bool wellFormed_;
     std::optional<double> number_;
+    std::optional<ValueKey> key_;
 };
 
 /** Counts the words of a text up to places in it. Words are what white space separates. */

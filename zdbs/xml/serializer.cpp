@@ -7,6 +7,7 @@
 
 #include "zdbs/status/status.h"
 #include "zdbs/xml/escape.h"
+#include "zdbs/xml/path_serializer.h"
 
 namespace zdbs {
 namespace {
@@ -64,6 +65,10 @@ XmlSerializer::XmlSerializer(const NodeTable &nodes, XmlSink &sink, HitMarkup ma
 
 void XmlSerializer::writeDocument(const DocumentRange &document) {
     assert(markup_.hits == nullptr);
+    if (const PathTable *const paths = nodes_.paths()) {
+        NodeReader reader(*paths);
+        return PathSerializer(nodes_, reader, sink_).writeDocument(document);
+    }
     for (NodeId node = document.first; node <= document.last; node = nodes_.lastBelow(node) + 1) {
         writeSubtree(node, nodes_.namespaces(node));
         sink_.write("\n");

@@ -49,8 +49,9 @@ std::vector<NamespaceDeclaration> namespacesInScope(const NodeTable &nodes, Node
  * drops (entities, CDATA marks, the DTD, the order of attributes' quotes) does
  * not come back.
  *
- * The text is UTF-8 without an XML declaration. The walk holds no stack: memory
- * does not grow with the depth or the size of what is written.
+ * The text is UTF-8 without an XML declaration. Memory does not grow with the size of what
+ * is written; with its depth only by some bytes for each open element, and only where a
+ * document is written by path (PathSerializer).
  *
  * Ownership: keeps references to the table, the sink and the hits, which must
  * outlive the serializer. One thread at a time. Throws only what the sink throws.

@@ -18,10 +18,14 @@ std::size_t commonOffset(const fs::path &file) {
            image.directory.size() * sizeof(SegmentPath);
 }
 
-std::size_t columnsOffset(const fs::path &file) {
+std::size_t indexOffset(const fs::path &file) {
     const SegmentImage image(file);
     return commonOffset(file) + image.pathOfNode.size() + image.declarationElements.size() +
            image.declarationNames.size();
+}
+
+std::size_t columnsOffset(const fs::path &file) {
+    return indexOffset(file) + SegmentImage(file).valuePaths.size();
 }
 
 }  // namespace
@@ -74,8 +78,11 @@ std::vector<Damage> fileDamages() {
          [=](Db db) { DamagedDatabase::spoil(first(db), commonOffset(first(db)) - 1); },
          "segments/00000001.seg: file: "},
         {"ByteOfThePathsOfNodes",
-         [=](Db db) { DamagedDatabase::spoil(first(db), columnsOffset(first(db)) - 200); },
+         [=](Db db) { DamagedDatabase::spoil(first(db), indexOffset(first(db)) - 200); },
          "segments/00000001.seg: checksum of common"},
+        {"ByteOfTheIndexOfValues",
+         [=](Db db) { DamagedDatabase::spoil(first(db), columnsOffset(first(db)) - 100); },
+         "segments/00000001.seg: checksum of index of values"},
         {"FirstByteOfTheColumns",
          [=](Db db) { DamagedDatabase::spoil(first(db), columnsOffset(first(db))); },
          "segments/00000001.seg: checksum of path 0"},

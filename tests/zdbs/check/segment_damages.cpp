@@ -265,11 +265,108 @@ std::vector<Damage> valueDamages() {
     };
 }
 
+/** The index from values to paths, taken apart. */
+struct IndexParts {
+    explicit IndexParts(const std::string &bytes)
+        : head(bytes.substr(0, 4)),
+          starts(unpacked(bytes.substr(8))),
+          entries(unpacked(bytes.substr(8 + packed(starts).size()))) {}
+
+    std::string bytes() const {
+        const std::string packedStarts = packed(starts);
+        const auto size = static_cast<std::uint32_t>(packedStarts.size());
+        std::string all = head;
+        all.append(reinterpret_cast<const char *>(&size), sizeof size);
+        return all + packedStarts + packed(entries);
+    }
+
+    std::string head;
+    Numbers starts;
+    Numbers entries;
+};
+
+std::function<void(Db)> index(const std::function<void(IndexParts &)> &change) {
+    return segment([=](SegmentImage &image) {
+        IndexParts parts(image.valuePaths);
+        change(parts);
+        image.valuePaths = parts.bytes();
+    });
+}
+
+std::vector<Damage> indexDamages() {
+    constexpr const char *found = "segments/00000001.seg: index of values: ";
+    constexpr const char *entry = "index of values: in bucket ";
+    return {
+        {"IndexLacksAnEntry", index([](IndexParts &parts) {
+             parts.entries.erase(parts.entries.begin() + parts.starts[7]);
+             for (std::size_t i = 8; i < parts.starts.size(); ++i)
+                 --parts.starts[i];
+         }),
+         entry},
+        {"IndexHasAnEntryOfNoValue", index([](IndexParts &parts) {
+             std::uint32_t &changed = parts.entries[parts.starts[7]];
+             changed ^= 1U << static_cast<unsigned>(parts.head[2]);
+         }),
+         "is of no value, or not in its place"},
+        {"IndexHasAnEntryMore", index([](IndexParts &parts) {
+             parts.entries.push_back(parts.entries.back() + 1);
+             ++parts.starts.back();
+         }),
+         "is of no value, or not in its place"},
+        {"IndexHasAnEntryTwice", index([](IndexParts &parts) {
+             parts.entries.push_back(parts.entries.back());
+             ++parts.starts.back();
+         }),
+         "is of no value, or not in its place"},
+        {"IndexNamesAnotherPath", index([](IndexParts &parts) { parts.entries[40] ^= 1; }), entry},
+        {"IndexNamesNoPath", index([](IndexParts &parts) {
+             parts.entries[40] |= (1U << static_cast<unsigned>(parts.head[2])) - 1;
+         }),
+         entry},
+        {"IndexHasEntriesOutOfOrder", index([](IndexParts &parts) {
+             const std::size_t at = parts.starts[6];
+             std::reverse(parts.entries.begin() + static_cast<std::ptrdiff_t>(at),
+                          parts.entries.begin() + parts.starts[7]);
+         }),
+         "the order of entries"},
+        {"IndexHasAnEntryInTheNextBucket", index([](IndexParts &parts) { --parts.starts[7]; }),
+         entry},
+        {"IndexHasNoEntries", index([](IndexParts &parts) {
+             parts.entries.clear();
+             std::fill(parts.starts.begin(), parts.starts.end(), 0);
+         }),
+         "is missing"},
+        {"IndexHasBucketsEverywhere", index([](IndexParts &parts) {
+             for (std::size_t i = 0; i < parts.starts.size(); ++i)
+                 parts.starts[i] = i % 2 == 0 ? 0 : 4000000000;
+         }),
+         entry},
+        {"NoIndexOfValues", segment([](SegmentImage &image) { image.valuePaths.clear(); }),
+         "index of values: it is missing"},
+        {"IndexOfValuesIsNone", segment([](SegmentImage &image) { image.valuePaths = "x"; }),
+         "segments/00000001.seg: file: "},
+        {"IndexWithoutRoomForPaths", index([](IndexParts &parts) { parts.head[2] = 1; }),
+         "index of values: the numbers of paths are cut off"},
+        {"IndexOfOtherFingerprints", index([](IndexParts &parts) { ++parts.head[1]; }), found},
+        {"IndexWithMoreBehindIt", segment([](SegmentImage &image) { image.valuePaths += "more"; }),
+         "index of values: the packing"},
+        {"IndexWithAReservedByte", index([](IndexParts &parts) { parts.head[3] = 1; }),
+         "index of values: the packing"},
+        {"IndexOfValuesOfAnotherColumn",
+         [](Db db) {
+             std::string other;
+             db.change(1, [&](SegmentImage &image) { other = image.valuePaths; });
+             db.change(0, [&](SegmentImage &image) { image.valuePaths = other; });
+         },
+         found},
+    };
+}
+
 }  // namespace
 
 std::vector<Damage> segmentDamages() {
     std::vector<Damage> all;
-    for (const auto &some : {treeDamages(), shapeDamages(), valueDamages()})
+    for (const auto &some : {treeDamages(), shapeDamages(), valueDamages(), indexDamages()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }

@@ -45,6 +45,7 @@ SegmentImage::SegmentImage(const std::filesystem::path &file) {
     pathOfNode = takenBytes(rest, header.pathOfNodeBytes);
     declarationElements = takenBytes(rest, header.declarationElementsBytes);
     declarationNames = takenBytes(rest, header.declarationNamesBytes);
+    valuePaths = takenBytes(rest, header.valuePathsBytes);
     for (const SegmentPath &path : directory) {
         auto &here = columns.emplace_back();
         for (std::size_t i = 0; i < segmentColumnCount; ++i)
@@ -54,7 +55,7 @@ SegmentImage::SegmentImage(const std::filesystem::path &file) {
 
 std::string SegmentImage::bytes() {
     const std::string common = pathOfNode + declarationElements + declarationNames;
-    std::string body = common;
+    std::string body = common + valuePaths;
     for (std::size_t local = 0; local < directory.size(); ++local) {
         std::string all;
         for (std::size_t i = 0; i < segmentColumnCount; ++i) {
@@ -68,6 +69,8 @@ std::string SegmentImage::bytes() {
     header.declarationElementsBytes = sizeOf(declarationElements);
     header.declarationNamesBytes = sizeOf(declarationNames);
     header.commonChecksum = crc32Of(common);
+    header.valuePathsBytes = sizeOf(valuePaths);
+    header.valuePathsChecksum = crc32Of(valuePaths);
     header.stretchCount = static_cast<std::uint32_t>(stretches.size());
     header.pathCount = static_cast<std::uint32_t>(directory.size());
     std::string lists;

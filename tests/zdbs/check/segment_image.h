@@ -30,6 +30,7 @@ struct SegmentImage {
     std::string pathOfNode;
     std::string declarationElements;
     std::string declarationNames;
+    std::string valuePaths;
     std::vector<std::array<std::string, segmentColumnCount>> columns;
 };
 

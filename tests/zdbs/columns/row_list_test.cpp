@@ -35,14 +35,6 @@ TEST(RowList, DropsRowsThatThereAreNot) {
     EXPECT_EQ(rows, (Rows{3, 5}));
 }
 
-TEST(RowList, AnswersTheOtherRows) {
-    EXPECT_EQ(otherRows({}, 4), (Rows{0, 1, 2, 3}));
-    EXPECT_EQ(otherRows({0, 2}, 4), (Rows{1, 3}));
-    EXPECT_EQ(otherRows({1, 2}, 4), (Rows{0, 3}));
-    EXPECT_EQ(otherRows({0, 1, 2, 3}, 4), Rows());
-    EXPECT_EQ(otherRows({}, 0), Rows());
-}
-
 TEST(RowList, AppendsRowsBehindOthers) {
     Rows rows{9};
     appendRows(3, 6, rows);

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "sample_columns.h"
 #include "zdbs/columns/value_column.h"
@@ -54,6 +58,38 @@ TEST(ValueColumnBuilder, IsEmptyAfterItHasFinishedAndAppendsToWhatIsThere) {
     bytes.clear();
     builder.finish(bytes);
     EXPECT_EQ(bytes, columnOf({"b"}));
+}
+
+TEST(ValueColumnBuilder, TellsTheKeysOfItsValuesInEveryEncoding) {
+    std::mt19937 random(11);
+    for (const Kind kind : allKinds) {
+        for (const std::size_t size : {0U, 1U, 64U, 65U, 3000U}) {
+            const Texts texts = sampleTexts(kind, size, random);
+            ValueColumnBuilder builder;
+            std::set<ValueKey> expected;
+            for (const std::string &text : texts) {
+                builder.add(text);
+                expected.insert(valueKeyOf(text));
+            }
+            std::string bytes;
+            std::vector<ValueKey> keys;
+            builder.finish(bytes, keys);
+            EXPECT_EQ(bytes, columnOf(texts));
+            EXPECT_EQ(std::set<ValueKey>(keys.begin(), keys.end()), expected);
+            EXPECT_LE(keys.size(), std::set<std::string>(texts.begin(), texts.end()).size() + 64);
+        }
+    }
+}
+
+TEST(ValueColumnBuilder, TellsTheKeysOfFewLongValues) {
+    ValueColumnBuilder builder;
+    const std::string longText(70000, 'x');
+    builder.add(longText);
+    builder.add("");
+    std::string bytes;
+    std::vector<ValueKey> keys = {1};
+    builder.finish(bytes, keys);
+    EXPECT_EQ(keys, (std::vector<ValueKey>{1, valueKeyOf(longText), valueKeyOf("")}));
 }
 
 TEST(ValueColumnBuilder, MovesWithItsRows) {

@@ -41,6 +41,7 @@ void useAll(const ValueColumn &column) {
             ASSERT_TRUE(std::all_of(rows.begin(), rows.end(),
                                     [&](std::uint32_t row) { return row < column.size(); }));
             column.estimate(test);
+            column.count(test);
             column.indexFor(test);
         }
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
 
 #include "sample_columns.h"
@@ -10,6 +11,36 @@ namespace zdbs {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
+
+/** How often a text is contained; one for a value by every other relation. */
+std::uint64_t hitsIn(const ValueColumn &column, const ValueTest &test, const Rows &rows) {
+    std::uint64_t hits = 0;
+    for (std::uint32_t row : rows)
+        hits += test.relation() == Relation::contains && !test.literal().empty()
+                    ? test.hits(column.at(row)).size()
+                    : 1;
+    return hits;
+}
+
+/** Compares the numbers that a column tells with those of the rows that pass. */
+void expectCounted(const ValueColumn &column, const ValueTest &test, const Rows &rows) {
+    const std::uint64_t hits = hitsIn(column, test, rows);
+    const FoundRows found = column.find(test);
+    ASSERT_EQ(found.count(), rows.size()) << describe(test);
+    ASSERT_EQ(found.hits(), hits) << describe(test);
+    ASSERT_EQ(found.size(), column.size());
+    ASSERT_EQ(found.index(), column.indexFor(test)) << describe(test);
+    const std::optional<FoundCount> count = column.count(test);
+    const bool isSearched =
+        found.index() == ValueIndex::trigrams || found.index() == ValueIndex::scan;
+    ASSERT_TRUE(count || isSearched) << describe(test);
+    if (!count) return;
+    ASSERT_EQ(count->rows, rows.size()) << describe(test);
+    ASSERT_EQ(count->hits, hits) << describe(test);
+    ASSERT_EQ(count->index, found.index()) << describe(test);
+    for (const std::uint32_t row : rows)
+        ASSERT_EQ(test.countHits(column.at(row)) > 0, true) << describe(test);
+}
 
 /** Compares all that a column answers with testing its values one by one. */
 void expectRight(const Texts &texts, const Texts &literals, std::set<ValueIndex> *used = nullptr) {
@@ -30,6 +61,7 @@ void expectRight(const Texts &texts, const Texts &literals, std::set<ValueIndex>
             ASSERT_EQ(rows[0], 7U);
             rows.erase(rows.begin());
             ASSERT_EQ(rows, expected) << describe(test) << " in " << texts.size();
+            expectCounted(column, test, expected);
             ASSERT_GE(column.estimate(test), expected.size()) << describe(test);
             ValueIndex index = column.indexFor(test);
             if (used != nullptr) used->insert(index);

@@ -57,6 +57,7 @@ Desk::Desk(const std::vector<XmlSource> &documents)
     shortSegments.nodesPerSegment = 3;
     PathTableOptions irregular = shortSegments;
     irregular.deepestLevel = 2;
+    irregular.withValuePaths = false;
     add("by number", table_);
     add("by path", std::make_shared<MemoryPathTable>(*table_, shortSegments));
     add("irregular", std::make_shared<MemoryPathTable>(*table_, irregular));

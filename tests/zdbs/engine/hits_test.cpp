@@ -1,6 +1,7 @@
 /** Hit words and ranges of value conditions. */
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 #include "tests/zdbs/engine/desk.h"
@@ -120,6 +121,41 @@ TEST(HitWords, OfALongValueAreFoundInOnePass) {
     EXPECT_EQ(hits(desk, "N_TVALUE=$word$"), 100000);
     ResultSetPtr set = desk.evaluate("N_TVALUE=$word$");
     EXPECT_EQ(desk.database().hitWords(*set, 2).back().word, 100000);
+}
+
+/** Texts of a few letters, in which what is searched is everywhere, overlapping itself. */
+std::string lettersDocument(std::mt19937 &random) {
+    std::string xml = "<r>";
+    for (unsigned i = 0; i < 90; ++i) {
+        const auto letters = [&random](unsigned longest) {
+            std::string text(1 + random() % longest, 'a');
+            for (char &c : text)
+                c = static_cast<char>('a' + random() % 2);
+            return text;
+        };
+        xml += "<p x='" + letters(9) + "'>" + letters(2) + "</p><q>" + letters(40) + "</q>";
+    }
+    return xml + "</r>";
+}
+
+TEST(HitWords, AreAsManyHoweverNodesAreKept) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 12; ++round) {
+        Desk desk({{"one", lettersDocument(random)}, {"two", lettersDocument(random)}});
+        for (const char *needle : {"a", "b", "aa", "ab", "aba", "abab", "bbbb", "aabab", "c"}) {
+            const std::string contained = "N_TVALUE=$" + std::string(needle) + "$";
+            // The desk compares records, hits and hit words of all that it finds.
+            desk.find({contained, "N_TYPE=TEXT AND.T " + contained, "N_TVALUE=$ba$",
+                       "N_ID>" + std::to_string(random() % 400) + " AND.T " + contained});
+            EXPECT_GE(hits(desk, contained), hits(desk, "N_TYPE=TEXT AND.T " + contained));
+        }
+        desk.ids("S=1 AND.T S=3");
+        desk.ids("S=1 AND.T N_TVALUE=$bb$");
+        desk.ids("S=2 OR S=3");
+        desk.ids("S=2 NOT.T S=3");
+        desk.ids("N_TVALUE=$a$ NOT.T N_TVALUE=$bb$");
+        ASSERT_FALSE(HasFailure()) << "round " << round;
+    }
 }
 
 }  // namespace

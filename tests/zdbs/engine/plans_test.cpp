@@ -35,8 +35,15 @@ TEST_F(PlansByPath, AreOnTheSummary) {
 }
 
 TEST_F(PlansByPath, TellTheIndexOfValues) {
-    EXPECT_EQ(plan("N_TYPE=ATTRIBUTE AND.T N_TVALUE=&2&").substr(0, 18), "summary of paths, ");
-    EXPECT_NE(plan("N_TYPE=ATTRIBUTE AND.T N_TVALUE=&2&"), plan("N_TYPE=ATTRIBUTE"));
+    const std::string found = "summary of paths, index of values, scan of values";
+    EXPECT_EQ(plan("N_TYPE=ATTRIBUTE AND.T N_TVALUE=&2&"), found);
+    EXPECT_EQ(plan("N_TVALUE=&2&"), found);
+    EXPECT_EQ(plan("N_TYPE=TEXT AND.T N_TVALUE=\"three\""), found);
+    EXPECT_EQ(plan("S=2 AND.T N_TVALUE=\"three\""), "sets, " + found);
+    EXPECT_EQ(plan("N_TVALUE=&no such value&"), "summary of paths, index of values");
+    EXPECT_EQ(plan("N_TYPE=ATTRIBUTE AND.T N_TVALUE=&three&"), "summary of paths, index of values");
+    EXPECT_EQ(plan("N_TYPE=ATTRIBUTE AND.T N_TVALUE>&2&"), "summary of paths, scan of values");
+    EXPECT_EQ(plan("N_TYPE=ATTRIBUTE NOT.T N_TVALUE=&2&"), "summary of paths, scan of values");
     EXPECT_EQ(plan("N_TYPE=TEXT AND.T N_TVALUE=\"\""), "summary of paths");
     EXPECT_EQ(plan("N_TYPE=ELEMENT NOT.T N_TVALUE=&2&"), "summary of paths");
 }

@@ -115,7 +115,7 @@ TEST_F(EnvironmentTest, OfAnotherVersionIsRefusedByNumber) {
     putRaw("meta", versionKey, encodeNumber(7));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("7 instead of 2"));
+    EXPECT_THAT(sentence, HasSubstr("7 instead of 3"));
     EXPECT_THAT(sentence, HasSubstr(directory_.path().native()));
     putRaw("meta", versionKey, encodeNumber(formatVersion));
     EXPECT_EQ(statusOf([&] { open(); }), Status::ok);
@@ -158,10 +158,10 @@ TEST_F(EnvironmentTest, LeavesNoTraceOfWorkThatThrows) {
 }
 
 TEST_F(EnvironmentTest, OfTheFormatBeforeIsRefusedByNumber) {
-    putRaw("meta", versionKey, encodeNumber(1));
+    putRaw("meta", versionKey, encodeNumber(2));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("1 instead of 2"));
+    EXPECT_THAT(sentence, HasSubstr("2 instead of 3"));
 }
 
 TEST_F(EnvironmentTest, RemovesRecords) {

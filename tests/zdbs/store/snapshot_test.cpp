@@ -49,6 +49,52 @@ void expectStored(const Snapshot &snapshot, const std::vector<ModelDocument> &do
     EXPECT_EQ(numberingFaults(snapshot), "");
 }
 
+/** Paths of neighbours and the elements with declarations, against asking node by node. */
+void expectSameInOneGo(const Snapshot &snapshot) {
+    std::size_t windows = 0;
+    std::size_t declaring = 0;
+    for (const DocumentRange &document : snapshot.documents()) {
+        PathWindow window;
+        for (NodeId node = document.first; node <= document.last; ++node) {
+            if (node - window.first >= window.count) {
+                snapshot.readPaths(node, window);
+                ++windows;
+            }
+            ASSERT_LT(node - window.first, window.count);
+            ASSERT_EQ(window.paths[node - window.first], snapshot.locate(node).path) << node;
+            const bool declares = !snapshot.namespaces(node).empty();
+            const NodeId next = snapshot.nextDeclaring(node);
+            ASSERT_EQ(declares, next == node) << node;
+            ASSERT_GE(next, node);
+            for (NodeId between = node; between < std::min(next, document.last); ++between)
+                ASSERT_TRUE(snapshot.namespaces(between).empty()) << between;
+            declaring += declares ? 1 : 0;
+        }
+    }
+    EXPECT_LT(windows, snapshot.nodeCount());
+    EXPECT_GT(declaring, 0U);
+}
+
+TEST(Snapshot, TellsPathsOfNeighboursAndDeclarationsInOneGo) {
+    for (const SegmentLimits limits : {threeNodes, SegmentLimits{}}) {
+        TestHome test;
+        std::mt19937 random(7);
+        std::vector<ModelDocument> documents;
+        for (int i = 0; i < 5; ++i)
+            documents.push_back(randomDocument(random));
+        expectSameInOneGo(*stored(*test.home, documents, limits));
+        {
+            const auto writer = test.home->write("db");
+            writer->removeDocument("1");
+            writer->removeDocument("3");
+            writer->commit();
+        }
+        expectSameInOneGo(*test.home->snapshot("db"));
+        test.home->write("db")->compact();
+        expectSameInOneGo(*test.home->snapshot("db"));
+    }
+}
+
 TEST(Snapshot, OfAnEmptyDatabaseIsEmpty) {
     TestHome test;
     const auto snapshot = test.home->snapshot("db");
@@ -197,14 +243,15 @@ TEST(Snapshot, MeasuresItsStructures) {
     EXPECT_GT(sizes.pathOfNode, 10000U);
     EXPECT_GT(sizes.values, 100000U);
     EXPECT_GT(sizes.textOrder + sizes.trigrams, 10000U);
+    EXPECT_GT(sizes.valueIndex, 1000U);
     EXPECT_GT(sizes.documents, 0U);
     EXPECT_GT(sizes.names, 0U);
     EXPECT_GT(sizes.paths, 0U);
     EXPECT_EQ(sizes.storedNodes, snapshot->nodeCount());
     EXPECT_EQ(sizes.all, snapshot->diskBytes());
     EXPECT_EQ(sizes.all, sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
-                             sizes.numberOrder + sizes.trigrams + sizes.documents + sizes.names +
-                             sizes.paths + sizes.unused);
+                             sizes.numberOrder + sizes.trigrams + sizes.valueIndex +
+                             sizes.documents + sizes.names + sizes.paths + sizes.unused);
 }
 
 TEST(Snapshot, IsReadByManyThreadsAtOnce) {

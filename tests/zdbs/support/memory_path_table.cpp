@@ -95,6 +95,7 @@ void MemoryPathTable::addRow(PathId path, NodeId node) {
 void MemoryPathTable::endSegment() {
     for (auto &[path, run] : open_)
         finishRun(path, run);
+    if (options_.withValuePaths) indexValues();
     for (auto &[path, run] : open_)
         segmentBase_[path] += static_cast<RowId>(run.nodes.size());
     open_.clear();
@@ -123,10 +124,36 @@ void MemoryPathTable::finishRun(PathId path, Run &run) {
     if (summary_[path].kind == NodeKind::element) {
         result.below = pack(below);
     } else {
-        run.values.finish(bytes_.emplace_back());
+        run.values.finish(bytes_.emplace_back(), run.keys);
         result.values = ValueColumn(bytes_.back());
     }
     runs_[path].push_back(result);
+}
+
+void MemoryPathTable::indexValues() {
+    std::vector<PathKeys> paths;
+    std::size_t count = 0;
+    for (const auto &[path, run] : open_) {
+        if (!run.keys.empty()) paths.push_back({path, run.keys});
+        count += run.keys.size();
+    }
+    ValuePaths &index = indexes_.emplace_back();
+    if (count > 0) {
+        packValuePaths(paths, ValuePaths::shapeFor(count, summary_.size()), bytes_.emplace_back());
+        index = ValuePaths(bytes_.back());
+    }
+    for (const auto &[path, run] : open_) {
+        runs_[path].back().valuePaths = &index;
+        runs_[path].back().localPath = path;
+    }
+}
+
+std::optional<std::vector<PathId>> MemoryPathTable::pathsWithKey(ValueKey key) const {
+    if (!options_.withValuePaths) return std::nullopt;
+    std::set<PathId> paths;
+    for (const ValuePaths &index : indexes_)
+        index.forPathsOf(key, [&](std::uint32_t path) { paths.insert(path); });
+    return std::vector<PathId>(paths.begin(), paths.end());
 }
 
 PackedColumn MemoryPathTable::pack(const std::vector<std::uint32_t> &numbers) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -30,6 +31,9 @@ struct PathTableOptions {
 
     /** Whether sets of live rows are stored as runs where that is smaller. */
     bool withRuns = true;
+
+    /** Whether each segment has an index from values to paths. */
+    bool withValuePaths = true;
 };
 
 /**
@@ -58,6 +62,7 @@ public:
     const NodeName &nameOf(std::uint32_t number) const override { return names_[number]; }
     std::span<const PathRun> runs(PathId path) const override { return runs_[path]; }
     const RowSetPtr &liveRows(PathId path) const override { return live_[path]; }
+    std::optional<std::vector<PathId>> pathsWithKey(ValueKey key) const override;
     PathRow locate(NodeId node) const override;
     NodeId lastBelow(PathRow row) const override;
 
@@ -69,6 +74,7 @@ private:
         std::vector<std::uint32_t> names;
         std::vector<std::uint32_t> parentDistances;
         ValueColumnBuilder values;
+        std::vector<ValueKey> keys;  ///< of the values, when the run is finished
     };
 
     void addDocument(const DocumentRange &document);
@@ -80,6 +86,7 @@ private:
     void addRow(PathId path, NodeId node);
     void endSegment();
     void finishRun(PathId path, Run &run);
+    void indexValues();
     PackedColumn pack(const std::vector<std::uint32_t> &numbers);
     void findLiveRows(const PathTableOptions &options);
 
@@ -98,6 +105,7 @@ private:
     std::vector<RowSetPtr> live_;
     std::vector<PathRow> places_;     ///< of node n at n
     std::deque<std::string> bytes_;   ///< of the columns
+    std::deque<ValuePaths> indexes_;  ///< of the segments; paths have their own numbers there
     std::map<PathId, Run> open_;      ///< runs of the segment that is filled
     std::vector<RowId> segmentBase_;  ///< of each path: rows before this segment
     NodeId segmentFirst_ = noNode;

@@ -35,5 +35,28 @@ TEST(Escape, AttributesEscapeQuotesAndWhiteSpaceToo) {
         EXPECT_EQ(escapedAttribute(fact.plain), fact.inAttribute);
 }
 
+TEST(Escape, FindsWhatToEscapeAtEveryPlaceOfTextsOfEveryLength) {
+    for (std::size_t length = 1; length < 40; ++length) {
+        const std::string plain(length, 'x');
+        EXPECT_EQ(escapedText(plain), plain);
+        EXPECT_EQ(escapedAttribute(plain), plain);
+        for (std::size_t place = 0; place < length; ++place) {
+            for (int byte = 1; byte < 256; ++byte) {
+                std::string text = plain;
+                text[place] = static_cast<char>(byte);
+                const std::string_view one(&text[place], 1);
+                const auto expected = [&](std::string_view special,
+                                          std::string (*escape)(std::string_view)) {
+                    const bool isSpecial = special.find(one[0]) != std::string_view::npos;
+                    EXPECT_EQ(escape(one) != one, isSpecial) << byte;
+                    return plain.substr(0, place) + escape(one) + plain.substr(place + 1);
+                };
+                ASSERT_EQ(escapedText(text), expected("&<>\r", escapedText));
+                ASSERT_EQ(escapedAttribute(text), expected("&<>\"\t\n\r", escapedAttribute));
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zdbs
