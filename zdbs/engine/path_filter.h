@@ -2,6 +2,7 @@
 #ifndef ZDBS_ENGINE_PATH_FILTER_H
 #define ZDBS_ENGINE_PATH_FILTER_H
 
+#include <optional>
 #include <vector>
 
 #include "zdbs/engine/node_filter.h"
@@ -35,6 +36,9 @@ private:
         Tests byRow;
     };
 
+    static std::optional<NodeKind> kindOf(const FieldTest &type);
+    NodeListPtr nodesOfKindAndName() const;
+    const FieldTest *equality(Field field) const;
     std::span<const PathId> candidates() const;
     Decision decide(PathId path) const;
     std::vector<PathId> possible(std::span<const PathId> paths) const;
