@@ -4,6 +4,7 @@ find_package(Threads REQUIRED)
 find_package(FLEX 2.6 REQUIRED)
 find_package(BISON 3.8 REQUIRED)
 find_package(ICU 72 REQUIRED COMPONENTS uc data)
+pkg_check_modules(JEMALLOC REQUIRED IMPORTED_TARGET jemalloc)
 
 if(NOT VEXA_KERNEL_LIBRARY)
   find_package(EXPAT 2.5 REQUIRED)

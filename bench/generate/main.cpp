@@ -1,5 +1,6 @@
 // Documents for measuring: one large one, or many small ones.
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -8,6 +9,28 @@
 #include "bench/generate/auction_site.h"
 #include "bench/generate/document_output.h"
 #include "bench/generate/records.h"
+
+namespace {
+
+/** "1.1G" in bytes; K, M and G are thousands. Throws CLI::ValidationError. */
+std::string bytesOf(const std::string &text) {
+    std::size_t end = 0;
+    double number = 0;
+    try {
+        number = std::stod(text, &end);
+    } catch (const std::exception &) {
+        throw CLI::ValidationError(text + " is no size");
+    }
+    const std::string unit = text.substr(end);
+    const std::size_t thousands = unit.empty() ? 0 : std::string("KMG").find(unit) + 1;
+    const double bytes = number * std::pow(1000.0, static_cast<double>(thousands));
+    const bool isKnown = unit.empty() || (unit.size() == 1 && thousands > 0);
+    if (!isKnown || !(bytes >= 1 && bytes <= 1e15))
+        throw CLI::ValidationError(text + " is no size");
+    return std::to_string(static_cast<std::uint64_t>(bytes));
+}
+
+}  // namespace
 
 int main(int argc, char **argv) try {
     std::uint64_t size = 111000000;
@@ -18,8 +41,8 @@ int main(int argc, char **argv) try {
     CLI::App app("Writes documents for measuring, the same ones for the same seed.");
     app.require_subcommand(1);
     CLI::App *site = app.add_subcommand("site", "One document: the site of an auction house");
-    site->add_option("--size", size, "About so many bytes; K, M and G are thousands")
-        ->transform(CLI::AsSizeValue(true))
+    site->add_option("--size", size, "About so many bytes, as 500K, 111M or 1.1G")
+        ->transform(bytesOf)
         ->capture_default_str();
     site->add_option("--out", path, "File to write; standard output without");
     CLI::App *records = app.add_subcommand("records", "Many small documents, a file each");

@@ -48,11 +48,20 @@ bool goesThrough(const char *name) {
 
 Charset::Charset(const char *name) : name_(name), isTransparent_(goesThrough(name)) {}
 
-Charset Charset::ofProcess() {
+// Asked at every call, for a program may set another locale; opening a converter each time would
+// cost more than most calls do.
+const Charset &Charset::ofProcess() {
+    thread_local std::string knownDefault;
+    thread_local std::string knownCodeset;
+    thread_local Charset charset("UTF-8");
     const char *name = ucnv_getDefaultName();
     const char *codeset = nl_langinfo(CODESET);
+    if (knownDefault == name && knownCodeset == codeset) return charset;
     bool asksLocale = ucnv_compareNames(name, "UTF-8") == 0 && codeset != plainCodeset;
-    return Charset(asksLocale ? codeset : name);
+    charset = Charset(asksLocale ? codeset : name);
+    knownDefault = name;
+    knownCodeset = codeset;
+    return charset;
 }
 
 std::string Charset::toUtf8(std::string_view text) const {

@@ -19,9 +19,10 @@ public:
     /**
      * The set of the process: ICU's default, which is that of the locale that the program
      * has set. Where ICU is built to take UTF-8 for the default whatever the locale says,
-     * the locale is asked; the plain locale "C" means UTF-8 then.
+     * the locale is asked; the plain locale "C" means UTF-8 then. Valid until the thread asks
+     * again.
      */
-    static Charset ofProcess();
+    static const Charset &ofProcess();
 
     std::string toUtf8(std::string_view text) const;
 

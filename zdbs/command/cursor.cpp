@@ -1,6 +1,7 @@
 #include "zdbs/command/cursor.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <system_error>
 
@@ -20,18 +21,26 @@ constexpr bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
+constexpr std::array<bool, 256> wordCharacters = [] {
+    std::array<bool, 256> result{};
+    for (std::size_t c = 0; c < result.size(); ++c) {
+        bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        bool isDigit = c >= '0' && c <= '9';
+        result[c] = isLetter || isDigit || c >= 0x80 || c == '_' || c == '-' || c == '.';
+    }
+    return result;
+}();
+
 constexpr bool isWordCharacter(char c) {
-    bool isLetter = upper(c) >= 'A' && upper(c) <= 'Z';
-    bool isDigit = c >= '0' && c <= '9';
-    bool isBeyondAscii = static_cast<unsigned char>(c) >= 0x80;
-    return isLetter || isDigit || isBeyondAscii || c == '_' || c == '-' || c == '.';
+    return wordCharacters[static_cast<unsigned char>(c)];
 }
 
 }  // namespace
 
 bool sameWord(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return upper(x) == upper(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return x == y || upper(x) == upper(y);
+           });
 }
 
 std::string shown(std::string_view text) {

@@ -191,25 +191,55 @@ NodeListPtr PathFilter::select(const NodeListPtr &list, const PlanPtr &plan) con
 }
 
 NodeListPtr PathFilter::selectOfAll(const PlanPtr &plan) const {
+    if (NodeListPtr known = nodesOfKindAndName()) {
+        note(plan.get(), PlanStep::summary);
+        return known;
+    }
     return finish(wholePaths(table_, possible(candidates(), plan.get())), plan);
+}
+
+/** The kind that a filter asks for with an equality; nothing when it is none that there is. */
+std::optional<NodeKind> PathFilter::kindOf(const FieldTest &type) {
+    constexpr std::array kinds{NodeKind::element, NodeKind::attribute, NodeKind::text,
+                               NodeKind::comment, NodeKind::processingInstruction};
+    auto kind = std::find_if(kinds.begin(), kinds.end(), [&](NodeKind candidate) {
+        return type.text.matches(typeWord(candidate));
+    });
+    return kind != kinds.end() ? std::optional(*kind) : std::nullopt;
+}
+
+/** The answer to a filter that asks for a kind, or a kind and a name; null for another. */
+NodeListPtr PathFilter::nodesOfKindAndName() const {
+    const std::span<const FieldTest> tests = filter_.tests();
+    const FieldTest *type = equality(Field::type);
+    if (type == nullptr || tests.size() > 2) return nullptr;
+    const std::optional<NodeKind> kind = kindOf(*type);
+    if (!kind) return nullptr;
+    if (tests.size() == 1) return index_.nodesOfKind(*kind);
+    if (!hasName(*kind)) return nullptr;
+    const FieldTest &other = &tests.front() == type ? tests.back() : tests.front();
+    if (other.field != Field::name || other.negated) return nullptr;
+    if (other.text.relation() == Relation::any) return index_.nodesOfKind(*kind);
+    if (other.text.relation() != Relation::equal || !other.text.isWellFormed()) return nullptr;
+    return index_.nodesNamed(*kind, other.text.literal());
+}
+
+/** The test that a field equals a text, or null. */
+const FieldTest *PathFilter::equality(Field field) const {
+    const auto tests = filter_.tests();
+    const auto found = std::find_if(tests.begin(), tests.end(), [field](const FieldTest &test) {
+        return test.field == field && !test.negated && test.text.relation() == Relation::equal;
+    });
+    return found != tests.end() ? &*found : nullptr;
 }
 
 /** As few paths as kind and name allow; all of them are decided afterwards. */
 std::span<const PathId> PathFilter::candidates() const {
-    constexpr std::array kinds{NodeKind::element, NodeKind::attribute, NodeKind::text,
-                               NodeKind::comment, NodeKind::processingInstruction};
-    const FieldTest *type = nullptr;
-    const FieldTest *name = nullptr;
-    for (const FieldTest &test : filter_.tests()) {
-        const bool isEquality = !test.negated && test.text.relation() == Relation::equal;
-        if (isEquality && test.field == Field::type) type = &test;
-        if (isEquality && test.field == Field::name) name = &test;
-    }
+    const FieldTest *type = equality(Field::type);
     if (type == nullptr) return index_.all();
-    auto kind = std::find_if(kinds.begin(), kinds.end(), [&](NodeKind candidate) {
-        return type->text.matches(typeWord(candidate));
-    });
-    if (kind == kinds.end()) return {};
+    const std::optional<NodeKind> kind = kindOf(*type);
+    if (!kind) return {};
+    const FieldTest *name = equality(Field::name);
     return name != nullptr ? index_.named(*kind, name->text.literal()) : index_.ofKind(*kind);
 }
 

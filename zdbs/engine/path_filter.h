@@ -38,6 +38,9 @@ private:
         Tests byRow;
     };
 
+    static std::optional<NodeKind> kindOf(const FieldTest &type);
+    NodeListPtr nodesOfKindAndName() const;
+    const FieldTest *equality(Field field) const;
     std::span<const PathId> candidates() const;
     Decision decide(PathId path) const;
     std::vector<PathId> possible(std::span<const PathId> paths, Plan *plan) const;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "zdbs/paths/column_cursor.h"
+#include "zdbs/paths/path_numbers.h"
 #include "zdbs/paths/row_reader.h"
 #include "zdbs/paths/row_sets.h"
 #include "zdbs/paths/vertical_join.h"
@@ -92,32 +93,28 @@ class AboveJoin {
 public:
     AboveJoin(const PathTable &table, const PathNodes &high, const PathNodes &low, Depth depth,
               const JoinCosts &costs)
-        : table_(table),
-          depth_(depth),
-          costs_(costs),
-          high_(high),
-          low_(low),
-          paths_(table.summary().size()) {
-        for (const PathPart &part : low) {
-            paths_[part.path].low = &part;
-            paths_[part.path].lowSize = part.rows->cardinality();
-        }
+        : table_(table), depth_(depth), costs_(costs), numbers_(table.summary().size()) {
+        for (const PathPart &part : low)
+            visit(part);
+        std::sort(visited_.begin(), visited_.end());
+        findHigh(high);
+        findBelow(low);
     }
 
     PathNodes result() {
-        findLow();
         bool hasPass = false;
-        for (const PathPart &part : high_) {
-            PathState &state = paths_[part.path];
-            state.isPassed = !state.below.empty() && isPassCheaper(part, state);
+        for (PathId path : visited_) {
+            PathState &state = stateOf(path);
+            state.isPassed = !state.below.empty() && isPassCheaper(*state.high, state);
             hasPass = hasPass || state.isPassed;
         }
         if (hasPass) passUp();
         PathNodes kept;
-        for (const PathPart &part : high_) {
-            PathState &state = paths_[part.path];
-            if (!state.isPassed) state.kept = rowsBySearch(part, state.below);
-            if (state.kept) kept.push_back({part.path, std::move(state.kept)});
+        for (PathId path : visited_) {
+            PathState &state = stateOf(path);
+            if (state.high == nullptr) continue;
+            if (!state.isPassed) state.kept = rowsBySearch(*state.high, state.below);
+            if (state.kept) kept.push_back({path, std::move(state.kept)});
         }
         return kept;
     }
@@ -136,12 +133,47 @@ private:
 
     PathId parentOf(PathId path) const { return table_.summary()[path].parent; }
 
-    void findLow() {
-        for (const PathPart &part : high_)
-            paths_[part.path].high = &part;
-        for (const PathPart &part : low_) {
+    /** REQUIRES that the path was visited. */
+    PathState &stateOf(PathId path) { return states_[numbers_[path] - 1]; }
+    const PathState &stateOf(PathId path) const { return states_[numbers_[path] - 1]; }
+
+    /** False when it was already. */
+    bool visit(PathId path) {
+        if (numbers_[path] != 0) return false;
+        states_.emplace_back();
+        numbers_.set(path, static_cast<std::uint32_t>(states_.size()));
+        visited_.push_back(path);
+        return true;
+    }
+
+    /** Notes a part of the set below, and the paths above it. */
+    void visit(const PathPart &low) {
+        visit(low.path);
+        PathState &state = stateOf(low.path);
+        state.low = &low;
+        state.lowSize = low.rows->cardinality();
+        for (PathId up = parentOf(low.path); up != noPath && visit(up); up = parentOf(up)) {
+            if (depth_ == Depth::direct) break;
+        }
+    }
+
+    /** Both are in order of path: one is gone through, and looked up in the other. */
+    void findHigh(const PathNodes &high) {
+        if (visited_.size() * 8 < high.size()) {
+            for (PathId path : visited_)
+                stateOf(path).high = partOf(high, path);
+            return;
+        }
+        for (const PathPart &part : high) {
+            if (numbers_[part.path] != 0) stateOf(part.path).high = &part;
+        }
+    }
+
+    void findBelow(const PathNodes &low) {
+        for (const PathPart &part : low) {
             for (PathId up = parentOf(part.path); up != noPath; up = parentOf(up)) {
-                if (paths_[up].high != nullptr) paths_[up].below.push_back(&part);
+                PathState &state = stateOf(up);
+                if (state.high != nullptr) state.below.push_back(&part);
                 if (depth_ == Depth::direct) break;
             }
         }
@@ -150,37 +182,42 @@ private:
     bool isPassCheaper(const PathPart &high, const PathState &state) const {
         std::uint64_t rows = 0;
         for (const PathPart *part : state.below)
-            rows += paths_[part->path].lowSize;
+            rows += stateOf(part->path).lowSize;
         const std::uint64_t searches = high.rows->cardinality() * state.below.size() * 2;
         return rows * costs_.pass < searches * costs_.search;
     }
 
     /** Collects the rows with something below for all paths where the pass is to tell. */
     void passUp() {
-        const PathSummary &summary = table_.summary();
-        for (PathId path = 0; path < summary.size(); ++path)
-            paths_[path].isWanted = paths_[path].isPassed || isWantedFromAbove(path);
-        for (auto path = static_cast<PathId>(summary.size()); path-- > 0;) {
+        for (PathId path : visited_) {
+            PathState &state = stateOf(path);
+            state.isWanted = state.isPassed || isWantedFromAbove(path);
+        }
+        for (auto path = visited_.rbegin(); path != visited_.rend(); ++path) {
             // All below the path has been passed; its own nodes are not added yet.
-            if (paths_[path].isPassed) keepPassed(*paths_[path].high);
-            const PathId parent = parentOf(path);
-            if (parent != noPath && paths_[parent].isWanted) passUpFrom(path, parent);
+            PathState &state = stateOf(*path);
+            if (state.isPassed) keepPassed(*state.high, state);
+            const PathId parent = parentOf(*path);
+            if (isVisited(parent) && stateOf(parent).isWanted) passUpFrom(*path, parent);
         }
     }
+
+    bool isVisited(PathId path) const { return path != noPath && numbers_[path] != 0; }
 
     /** Whether a path above needs what is below this one. A whole path has all of it. */
     bool isWantedFromAbove(PathId path) const {
         const PathId parent = parentOf(path);
-        if (depth_ == Depth::direct || parent == noPath || !paths_[parent].isWanted) return false;
-        const PathPart *low = paths_[path].low;
+        if (depth_ == Depth::direct || !isVisited(parent) || !stateOf(parent).isWanted)
+            return false;
+        const PathPart *low = stateOf(path).low;
         return low == nullptr || !isWhole(table_, *low);
     }
 
     void passUpFrom(PathId path, PathId parent) {
-        PathState &state = paths_[path];
+        PathState &state = stateOf(path);
         const bool hasSum = depth_ == Depth::any && state.sum && !state.sum->isEmpty();
         if (state.low == nullptr && !hasSum) return;
-        std::unique_ptr<RowSum> &above = paths_[parent].sum;
+        std::unique_ptr<RowSum> &above = stateOf(parent).sum;
         if (!above) above = std::make_unique<RowSum>(table_.rowCount(parent));
         if (!hasSum || (state.low != nullptr && isWhole(table_, *state.low))) {
             addPart(*state.low, *above);
@@ -212,8 +249,7 @@ private:
     }
 
     /** What the pass says of a path of the set above. */
-    void keepPassed(const PathPart &high) {
-        PathState &state = paths_[high.path];
+    void keepPassed(const PathPart &high, PathState &state) const {
         if (!state.sum) return;
         RowSet rows = state.sum->rows();
         rows &= *high.rows;
@@ -242,9 +278,9 @@ private:
     const PathTable &table_;
     Depth depth_;
     JoinCosts costs_;
-    const PathNodes &high_;
-    const PathNodes &low_;
-    std::vector<PathState> paths_;
+    std::vector<PathId> visited_;  ///< paths of the set below and what is above them, ascending
+    std::vector<PathState> states_;
+    PathNumbers numbers_;  ///< of a visited path: its place in states_, from 1
 };
 
 }  // namespace

@@ -1,9 +1,11 @@
 /** The nodes that are below others. */
 #include <algorithm>
 #include <limits>
+#include <unordered_map>
 #include <utility>
 
 #include "zdbs/paths/column_cursor.h"
+#include "zdbs/paths/path_numbers.h"
 #include "zdbs/paths/row_collector.h"
 #include "zdbs/paths/row_reader.h"
 #include "zdbs/paths/row_sets.h"
@@ -91,34 +93,40 @@ RowRanges rangesBelow(const PathTable &table, PathId path, PathId above,
  */
 class BelowJoin {
 public:
-    BelowJoin(const PathTable &table, const PathNodes &high, Depth depth, const JoinCosts &costs)
+    /** @param lows about so many paths will be asked about */
+    BelowJoin(const PathTable &table, const PathNodes &high, std::size_t lows, Depth depth,
+              const JoinCosts &costs)
         : table_(table),
+          summary_(table.summary()),
           depth_(depth),
           costs_(costs),
-          high_(table.summary().size()),
-          levels_(high_.size()) {
-        for (const PathPart &part : high)
-            high_[part.path].part = &part;
+          high_(high),
+          numbers_(summary_.size()),
+          isNumbered_(high.size() > 1 && lows * placesUp >= high.size()),
+          belowWhole_(summary_.size()) {
+        if (!isNumbered_) return;
+        for (std::uint32_t place = 0; place < high.size(); ++place)
+            numbers_.set(high[place].path, place + 1);
     }
 
     /** The rows of `low` that are below; null for none. */
     RowSetPtr keep(const PathPart &low) {
+        if (depth_ == Depth::direct) return keepChildren(low);
+        if (isBelowWhole(low.path)) return low.rows;
+        if (!hasPartial_) return nullptr;
         findAbove(low.path);
-        if (above_.empty()) return nullptr;
-        const bool hasWhole = std::any_of(above_.begin(), above_.end(), [this](PathId path) {
-            return isWhole(table_, *high_[path].part);
-        });
-        if (hasWhole) return low.rows;
-        return keepRows(low);
+        return above_.empty() ? nullptr : keepRows(low);
     }
 
 private:
-    /** A part of the set above. */
-    struct High {
-        const PathPart *part = nullptr;
-        bool isMeasured = false;
-        std::optional<RowRanges> ranges;
-    };
+    RowSetPtr keepChildren(const PathPart &low) {
+        const PathId parent = parentOf(low.path);
+        const PathPart *high = parent != noPath ? partOfHigh(parent) : nullptr;
+        if (high == nullptr) return nullptr;
+        if (isWhole(table_, *high)) return low.rows;
+        above_.assign(1, parent);
+        return keepRows(low);
+    }
 
     /** Rows of a path that are in the set or below it. */
     struct Level {
@@ -127,14 +135,53 @@ private:
         std::optional<RowBits> bits;  ///< none when there are no rows, or all
     };
 
-    PathId parentOf(PathId path) const { return table_.summary()[path].parent; }
+    /** A path of so many levels or fewer is the usual one. */
+    static constexpr std::size_t placesUp = 4;
+
+    PathId parentOf(PathId path) const { return summary_[path].parent; }
+
+    /** Whether all of the path is below: what is above it is known from other paths, mostly. */
+    bool isBelowWhole(PathId path) {
+        constexpr std::uint32_t no = 1;
+        constexpr std::uint32_t yes = 2;
+        climbed_.clear();
+        std::uint32_t answer = no;
+        for (PathId up = parentOf(path); up != noPath; up = parentOf(up)) {
+            answer = belowWhole_[up];
+            if (answer != 0) break;
+            climbed_.push_back(up);
+            const PathPart *part = partOfHigh(up);
+            const bool isWholeThere = part != nullptr && isWhole(table_, *part);
+            hasPartial_ = hasPartial_ || (part != nullptr && !isWholeThere);
+            answer = isWholeThere ? yes : no;
+            if (isWholeThere) break;
+        }
+        for (PathId up : climbed_)
+            belowWhole_.set(up, answer);
+        return answer == yes;
+    }
+
+    /** The part of the set above in a path, or null. */
+    const PathPart *partOfHigh(PathId path) const {
+        if (high_.size() == 1) return high_.front().path == path ? high_.data() : nullptr;
+        if (!isNumbered_) return partOf(high_, path);
+        const std::uint32_t number = numbers_[path];
+        return number != 0 ? &high_[number - 1] : nullptr;
+    }
+
+    /** What a level is known to be; one that is not known when nobody asked for it yet. */
+    Level &levelOf(PathId path) { return levels_[path]; }
+
+    bool isKnown(PathId path) const {
+        const auto level = levels_.find(path);
+        return level != levels_.end() && level->second.isKnown;
+    }
 
     /** Fills above_ with the paths of the set that are above, from the lowest up. */
     void findAbove(PathId path) {
         above_.clear();
         for (PathId up = parentOf(path); up != noPath; up = parentOf(up)) {
-            if (high_[up].part != nullptr) above_.push_back(up);
-            if (depth_ == Depth::direct) break;
+            if (partOfHigh(up) != nullptr) above_.push_back(up);
         }
     }
 
@@ -145,32 +192,36 @@ private:
         const std::uint64_t byPass = size * costs_.pass + (isDirect ? 0 : costOfLevels(low.path));
         const std::uint64_t byClimbing = size * levelsUp(low.path) * costs_.stepUp;
         if (byRanges <= byPass && byRanges <= byClimbing) return keepInRanges(low);
-        if (isDirect) return keepByParent(low, *high_[above_.back()].part, size);
+        if (isDirect) return keepByParent(low, *partOfHigh(above_.back()), size);
         return byClimbing < byPass ? keepByClimbing(low, size) : keepByLevel(low);
     }
 
     std::uint64_t levelsUp(PathId path) const {
-        const PathSummary &summary = table_.summary();
-        return summary[path].level - summary[above_.back()].level;
+        return summary_[path].level - summary_[above_.back()].level;
     }
 
     std::uint64_t costOfRanges() {
         std::uint64_t count = 0;
         for (PathId path : above_) {
-            High &high = high_[path];
-            if (!high.isMeasured) high.ranges = rangesOf(*high.part->rows, mostRanges);
-            high.isMeasured = true;
-            if (!high.ranges) return std::numeric_limits<std::uint64_t>::max();
-            count += high.ranges->size();
+            const std::optional<RowRanges> &ranges = rangesOfHigh(path);
+            if (!ranges) return std::numeric_limits<std::uint64_t>::max();
+            count += ranges->size();
         }
         return count * 2 * costs_.search;
+    }
+
+    /** The part of the set above in a path as ranges; none when they are many. */
+    const std::optional<RowRanges> &rangesOfHigh(PathId path) {
+        const auto [entry, isNew] = ranges_.try_emplace(path);
+        if (isNew) entry->second = rangesOf(*partOfHigh(path)->rows, mostRanges);
+        return entry->second;
     }
 
     /** Of the passes through the levels above a path that are not known yet. */
     std::uint64_t costOfLevels(PathId path) const {
         std::uint64_t rows = 0;
         for (PathId up = parentOf(path); up != above_.back(); up = parentOf(up)) {
-            if (levels_[up].isKnown) break;
+            if (isKnown(up)) break;
             rows += table_.rowCount(up);
         }
         return rows * costs_.pass;
@@ -179,7 +230,7 @@ private:
     RowSetPtr keepInRanges(const PathPart &low) {
         RowRanges all;
         for (PathId path : above_) {
-            const RowRanges ranges = rangesBelow(table_, low.path, path, *high_[path].ranges);
+            const RowRanges ranges = rangesBelow(table_, low.path, path, *rangesOfHigh(path));
             all.insert(all.end(), ranges.begin(), ranges.end());
         }
         return partInRanges(table_, low, std::move(all));
@@ -211,7 +262,8 @@ private:
             for (RowId &place : places)
                 place = finder.parentOf(place);
             path = parentOf(path);
-            if (high_[path].part != nullptr) markMembers(*high_[path].part, places, isKept);
+            const PathPart *high = partOfHigh(path);
+            if (high != nullptr) markMembers(*high, places, isKept);
         }
         RowCollector kept;
         for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -231,7 +283,7 @@ private:
     RowSetPtr keepByLevel(const PathPart &low) {
         const PathId parent = parentOf(low.path);
         learnLevels(parent);
-        const Level &level = levels_[parent];
+        const Level &level = levelOf(parent);
         if (level.isWhole) return low.rows;
         return level.bits ? keepWithParent(low, *level.bits) : nullptr;
     }
@@ -239,7 +291,7 @@ private:
     /** Makes a level known, with all above it. */
     void learnLevels(PathId path) {
         std::vector<PathId> unknown;
-        for (PathId up = path; up != noPath && !levels_[up].isKnown; up = parentOf(up))
+        for (PathId up = path; up != noPath && !isKnown(up); up = parentOf(up))
             unknown.push_back(up);
         for (auto up = unknown.rbegin(); up != unknown.rend(); ++up)
             learnLevel(*up);
@@ -247,18 +299,18 @@ private:
 
     /** REQUIRES that the level above is known. */
     void learnLevel(PathId path) {
-        Level &level = levels_[path];
+        Level &level = levelOf(path);
         level.isKnown = true;
-        const PathPart *own = high_[path].part;
+        const PathPart *own = partOfHigh(path);
         const PathId parent = parentOf(path);
-        const bool isBelowWhole = parent != noPath && levels_[parent].isWhole;
+        const bool isBelowWhole = parent != noPath && levelOf(parent).isWhole;
         level.isWhole = isBelowWhole || (own != nullptr && isWhole(table_, *own));
-        const bool hasAbove = parent != noPath && levels_[parent].bits;
+        const bool hasAbove = parent != noPath && levelOf(parent).bits;
         if (level.isWhole || (own == nullptr && !hasAbove)) return;
         RowBits &bits = level.bits.emplace(table_.rowCount(path));
         if (own != nullptr) bits.add(*own->rows);
         if (!hasAbove) return;
-        forRowsWithParent(table_, path, *table_.liveRows(path), *levels_[parent].bits,
+        forRowsWithParent(table_, path, *table_.liveRows(path), *levelOf(parent).bits,
                           [&](std::span<const RowId> rows) {
                               for (RowId row : rows)
                                   bits.add(row);
@@ -268,12 +320,48 @@ private:
     }
 
     const PathTable &table_;
+    const PathSummary &summary_;
     Depth depth_;
     JoinCosts costs_;
-    std::vector<High> high_;     ///< by path
-    std::vector<Level> levels_;  ///< by path
+    const PathNodes &high_;
+    PathNumbers numbers_;  ///< of a path of high_: its place there, from 1
+    bool isNumbered_;      ///< whether numbers_ is filled; for few questions it is not worth it
+    std::unordered_map<PathId, std::optional<RowRanges>> ranges_;  ///< of parts of high_
+    std::unordered_map<PathId, Level> levels_;
     std::vector<PathId> above_;
+    PathNumbers belowWhole_;   ///< of a path: whether it or one above it is whole in the set above
+    bool hasPartial_ = false;  ///< whether a path was met of which the set has some rows only
+    std::vector<PathId> climbed_;
 };
+
+}  // namespace
+
+namespace {
+
+/** Looking a path up in a set costs about as much as looking at so many of its parts. */
+constexpr std::size_t partsPerLookup = 8;
+
+/** The parts of `low` whose paths are children of those of `high`; nothing when all are worth a
+ *  look. */
+std::optional<std::vector<const PathPart *>> childParts(const PathSummary &summary,
+                                                        const PathNodes &high,
+                                                        const PathNodes &low) {
+    std::size_t children = 0;
+    for (const PathPart &part : high) {
+        children += summary.children(part.path).size();
+        if (children * partsPerLookup >= low.size()) return std::nullopt;
+    }
+    std::vector<const PathPart *> result;
+    for (const PathPart &part : high) {
+        for (PathId child : summary.children(part.path)) {
+            const PathPart *found = partOf(low, child);
+            if (found != nullptr) result.push_back(found);
+        }
+    }
+    // Addresses in one array: in order of path.
+    std::sort(result.begin(), result.end());
+    return result;
+}
 
 }  // namespace
 
@@ -281,10 +369,20 @@ PathNodes nodesBelow(const PathTable &table, const PathNodes &high, const PathNo
                      Depth depth, const JoinCosts &costs) {
     PathNodes result;
     if (high.empty()) return result;
-    BelowJoin join(table, high, depth, costs);
-    for (const PathPart &part : low) {
+    const auto keep = [&result](BelowJoin &join, const PathPart &part) {
         if (RowSetPtr rows = join.keep(part)) result.push_back({part.path, std::move(rows)});
+    };
+    if (depth == Depth::direct) {
+        if (const auto children = childParts(table.summary(), high, low)) {
+            BelowJoin join(table, high, children->size(), depth, costs);
+            for (const PathPart *part : *children)
+                keep(join, *part);
+            return result;
+        }
     }
+    BelowJoin join(table, high, low.size(), depth, costs);
+    for (const PathPart &part : low)
+        keep(join, part);
     return result;
 }
 
@@ -293,7 +391,7 @@ RowSetPtr childrenOf(const PathTable &table, PathId path, const RowSet &parents,
     const PathId parent = table.summary()[path].parent;
     if (parents.isEmpty()) return nullptr;
     const PathNodes high{{parent, std::make_shared<const RowSet>(parents)}};
-    return BelowJoin(table, high, Depth::direct, {}).keep({path, among});
+    return BelowJoin(table, high, 1, Depth::direct, {}).keep({path, among});
 }
 
 }  // namespace zdbs

@@ -53,17 +53,39 @@ private:
         return result;
     }
 
-    PathNodes withoutAttributes(const PathNodes &nodes) const {
-        return partsWhere(nodes, [](const Path &path) { return path.kind != NodeKind::attribute; });
-    }
+    /** The attributes of a set, or what is none; the set itself when that is all of it. */
+    class Chosen {
+    public:
+        Chosen(const PathJoins &joins, const PathNodes &nodes, bool areAttributes)
+            : nodes_(&nodes) {
+            const auto isChosen = [areAttributes](const Path &path) {
+                return (path.kind == NodeKind::attribute) == areAttributes;
+            };
+            const PathSummary &summary = joins.table_.summary();
+            const bool isAll = std::all_of(nodes.begin(), nodes.end(), [&](const PathPart &part) {
+                return isChosen(summary[part.path]);
+            });
+            if (isAll) return;
+            some_ = joins.partsWhere(nodes, isChosen);
+            nodes_ = &some_;
+        }
+        explicit Chosen(const PathNodes &nodes) : nodes_(&nodes) {}
+        Chosen(const Chosen &) = delete;
+        Chosen &operator=(const Chosen &) = delete;
+
+        operator const PathNodes &() const { return *nodes_; }
+
+    private:
+        PathNodes some_;
+        const PathNodes *nodes_;
+    };
+
+    Chosen withoutAttributes(const PathNodes &nodes) const { return Chosen(*this, nodes, false); }
 
     /** The nodes that a step to a child or an attribute can reach. */
-    PathNodes reachableBelow(Step step, const PathNodes &nodes) const {
-        if (step.axis != Axis::attribute && step.attributesAreChildren) return nodes;
-        const bool attributes = step.axis == Axis::attribute;
-        return partsWhere(nodes, [attributes](const Path &path) {
-            return (path.kind == NodeKind::attribute) == attributes;
-        });
+    Chosen reachableBelow(Step step, const PathNodes &nodes) const {
+        if (step.axis != Axis::attribute && step.attributesAreChildren) return Chosen(nodes);
+        return Chosen(*this, nodes, step.axis == Axis::attribute);
     }
 
     PathNodes atTop(const PathNodes &nodes) const {
@@ -117,7 +139,7 @@ PathJoins::MaybeNodes PathJoins::below(const PathOperand &high, const PathNodes 
     PathNodes result = nodesBelow(table_, high.nodes, low, depth);
     if (high.roots.empty()) return result;
     const PathNodes reached = depth == Depth::any ? low : atTop(low);
-    return united(table_, result, documents_.inDocuments(reached, high.roots));
+    return united(table_, std::move(result), documents_.inDocuments(reached, high.roots));
 }
 
 /** The same where some of `low` is irregular: that by its nodes, when they are few. */
@@ -151,15 +173,17 @@ PathJoins::MaybeSelection PathJoins::aboveIrregular(const PathOperand &high, con
     if (sizeOf(loose) > mostIrregular) return std::nullopt;
     MaybeSelection result = above(high, regular(low), depth);
     const PathSelection other = IrregularJoin(nodes_, table_).above(high, loose, depth);
-    result->nodes = united(table_, result->nodes, other.nodes);
+    result->nodes = united(table_, std::move(result->nodes), other.nodes);
     result->roots = merged(result->roots, other.roots);
     return result;
 }
 
 PathJoins::MaybeNodes PathJoins::besides(const PathNodes &candidates, const PathNodes &partners,
                                          bool after) const {
-    const PathNodes nodes = withoutAttributes(candidates);
-    const PathNodes others = withoutAttributes(partners);
+    const Chosen chosenNodes = withoutAttributes(candidates);
+    const Chosen chosenOthers = withoutAttributes(partners);
+    const PathNodes &nodes = chosenNodes;
+    const PathNodes &others = chosenOthers;
     if (nodes.empty() || others.empty()) return PathNodes();
     if (!isRegular(nodes) || !isRegular(others)) return std::nullopt;
     return zdbs::besides(nodes_, table_, nodes, others, after);
@@ -173,7 +197,7 @@ std::optional<PathSelection> PathJoins::keepFirst(Step step, const PathOperand &
     };
     const auto withSelf = [&](MaybeSelection other) -> MaybeSelection {
         if (!other) return std::nullopt;
-        return PathSelection{united(table_, other->nodes, intersected(a.nodes, b.nodes)),
+        return PathSelection{united(table_, std::move(other->nodes), intersected(a.nodes, b.nodes)),
                              merged(other->roots, common(a.roots, b.roots))};
     };
     switch (step.axis) {
@@ -214,7 +238,7 @@ std::optional<PathNodes> PathJoins::keepSecond(Step step, const PathOperand &a,
     };
     const auto withSelf = [&](MaybeNodes other) -> MaybeNodes {
         if (!other) return std::nullopt;
-        return united(table_, *other, intersected(a.nodes, b));
+        return united(table_, std::move(*other), intersected(a.nodes, b));
     };
     switch (step.axis) {
         case Axis::child:

@@ -53,6 +53,7 @@ const PathPart *partOf(const PathNodes &nodes, PathId path) {
 
 PathNodes wholePaths(const PathTable &table, std::span<const PathId> paths) {
     PathNodes result;
+    result.reserve(paths.size());
     for (PathId path : paths) {
         const RowSetPtr &live = table.liveRows(path);
         if (!live->isEmpty()) result.push_back({path, live});
@@ -82,8 +83,10 @@ PathNodes intersected(const PathNodes &a, const PathNodes &b) {
     return result;
 }
 
-PathNodes united(const PathTable &table, const PathNodes &a, const PathNodes &b) {
+PathNodes united(const PathTable &table, PathNodes a, const PathNodes &b) {
+    if (b.empty()) return a;
     PathNodes result;
+    result.reserve(std::max(a.size(), b.size()));
     const auto take = [&](const PathPart &part) { result.push_back(part); };
     walk(a, b, take, take, [&](const PathPart &x, const PathPart &y) {
         if (x.rows == y.rows || isWhole(table, x)) return result.push_back(x);

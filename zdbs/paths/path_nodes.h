@@ -35,7 +35,7 @@ bool isWhole(const PathTable &table, const PathPart &part);
 std::uint64_t sizeOf(const PathNodes &nodes);
 
 PathNodes intersected(const PathNodes &a, const PathNodes &b);
-PathNodes united(const PathTable &table, const PathNodes &a, const PathNodes &b);
+PathNodes united(const PathTable &table, PathNodes a, const PathNodes &b);
 PathNodes subtracted(const PathNodes &a, const PathNodes &b);
 
 /** The numbers of the nodes, ascending. */

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "zdbs/joins/join.h"
+#include "zdbs/paths/column_cursor.h"
 #include "zdbs/paths/row_collector.h"
 #include "zdbs/paths/row_sets.h"
 #include "zdbs/paths/sibling_keys.h"
@@ -81,6 +82,31 @@ void forKeys(const NodeTable &nodes, const PathTable &table, const PathPart &par
     }
 }
 
+/** From so many rows a parent on, a search for the next parent costs less than the way there. */
+constexpr std::uint64_t longGroup = 64;
+
+/** Whether groups are found by search: all rows there are, and many of each parent. */
+bool hasLongGroups(const PathTable &table, const PathPart &part) {
+    const PathId parent = table.summary()[part.path].parent;
+    const std::uint64_t rows = table.rowCount(part.path);
+    return parent != noPath && part.rows->cardinality() == rows &&
+           rows > longGroup * table.rowCount(parent);
+}
+
+/** Calls `take` with where the children of each parent begin and end. */
+template <typename Take>
+void forLongGroups(const PathTable &table, PathId path, Take take) {
+    ParentCursor cursor(table, path);
+    const RowId end = table.rowCount(path);
+    for (RowId row = 0; row < end;) {
+        const RowId parent = table.runOf({path, row}).parentAt(row);
+        const RowId next = cursor.find(parent + 1);
+        if (next <= row) return;  // in damaged files only
+        take(row, next);
+        row = next;
+    }
+}
+
 /** Calls `take` with the places where each group of equal keys begins and ends. */
 template <typename Take>
 void forGroups(const NodeTable &nodes, const PathTable &table, const PathPart &part, Take take) {
@@ -108,13 +134,18 @@ void forGroups(const NodeTable &nodes, const PathTable &table, const PathPart &p
 RowSetPtr selectInPath(const NodeTable &nodes, const PathTable &table, const PathPart &part,
                        const SatisfyingPositions &satisfying) {
     SliceCollector kept(*part.rows);
-    forGroups(nodes, table, part, [&](std::uint64_t begin, std::uint64_t end) {
+    const auto addOf = [&](std::uint64_t begin, std::uint64_t end) {
         for (const Positions &positions : satisfying.of(end - begin)) {
             if (positions.first <= positions.last) {
                 kept.add(begin + positions.first - 1, begin + positions.last);
             }
         }
-    });
+    };
+    if (hasLongGroups(table, part)) {
+        forLongGroups(table, part.path, addOf);
+    } else {
+        forGroups(nodes, table, part, addOf);
+    }
     return kept.finish(table, part);
 }
 

@@ -1,13 +1,14 @@
 /** What the summary alone says of a step: which paths it can lead from and to. */
 #include <algorithm>
+#include <iterator>
 
 #include "zdbs/paths/path_join.h"
+#include "zdbs/paths/path_numbers.h"
 
 namespace zdbs {
 namespace {
 
 using PathSpan = std::span<const PathId>;
-using Marks = std::vector<bool>;  ///< by path
 
 bool isDirect(Axis axis) {
     return axis == Axis::child || axis == Axis::attribute || axis == Axis::parent;
@@ -18,63 +19,54 @@ class PathSteps {
 public:
     explicit PathSteps(const PathSummary &summary) : summary_(summary) {}
 
-    Marks marked(PathSpan paths) const {
-        Marks result(summary_.size());
-        for (PathId path : paths)
-            result[path] = true;
-        return result;
-    }
-
-    /** Paths below one of `high`, or of the roots. */
-    Marks below(PathSpan high, bool roots, bool direct) const {
-        Marks isHigh = marked(high);
-        Marks result(summary_.size());
-        const bool hasElement =
-            std::any_of(high.begin(), high.end(), [this](PathId path) { return isElement(path); });
-        for (PathId path = 0; path < result.size(); ++path) {
-            const PathId parent = summary_[path].parent;
-            if (!summary_[path].isRegular) {
-                result[path] = roots || hasElement;
-            } else if (parent == noPath) {
-                result[path] = roots;
-            } else {
-                result[path] = isHigh[parent] || (!direct && result[parent]);
-            }
+    /** The paths of `low` below one of `high`, or of the roots. */
+    std::vector<PathId> below(PathSpan high, bool roots, bool direct, PathSpan low) const {
+        PathMarks isHigh(summary_.size());
+        bool hasElement = false;
+        for (PathId path : high) {
+            isHigh.add(path);
+            hasElement = hasElement || isElement(path);
         }
-        return result;
+        return chosen(low, [&](PathId path) {
+            if (!summary_[path].isRegular) return roots || hasElement;
+            PathId up = summary_[path].parent;
+            if (up == noPath) return roots;
+            if (!direct && roots) return true;
+            while (!direct && up != noPath && !isHigh.has(up))
+                up = summary_[up].parent;
+            return up != noPath && isHigh.has(up);
+        });
     }
 
-    /** Paths above one of `low`. */
-    Marks above(PathSpan low, bool direct) const {
-        Marks result(summary_.size());
+    /** The paths of `high` above one of `low`. */
+    std::vector<PathId> above(PathSpan low, bool direct, PathSpan high) const {
+        PathMarks isAbove(summary_.size());
         for (PathId path : low) {
-            if (!summary_[path].isRegular) return elements();
-            for (PathId up = summary_[path].parent; up != noPath; up = summary_[up].parent) {
-                // What is above a marked path of this loop is marked too.
-                if (!direct && result[up]) break;
-                result[up] = true;
+            if (!summary_[path].isRegular)
+                return chosen(high, [this](PathId other) { return isElement(other); });
+            // What is above a marked path of this loop is marked too.
+            for (PathId up = summary_[path].parent; up != noPath && isAbove.add(up);
+                 up = summary_[up].parent) {
                 if (direct) break;
             }
         }
-        return result;
+        return chosen(high, [&](PathId path) { return isAbove.has(path); });
     }
 
-    /** Paths whose nodes can be siblings of nodes of `paths`. */
-    Marks besides(PathSpan paths) const {
-        Marks isParent(summary_.size() + 1);
+    /** The paths of `others` whose nodes can be siblings of nodes of `paths`. */
+    std::vector<PathId> besides(PathSpan paths, PathSpan others) const {
+        PathMarks isParent(summary_.size() + 1);
         bool hasIrregular = false;
         for (PathId path : paths) {
             if (isAttribute(path)) continue;
-            isParent[parentPlace(path)] = true;
+            isParent.add(parentPlace(path));
             hasIrregular = hasIrregular || !summary_[path].isRegular;
         }
-        const bool hasAny = std::find(isParent.begin(), isParent.end(), true) != isParent.end();
-        Marks result(summary_.size());
-        for (PathId path = 0; path < result.size(); ++path) {
+        return chosen(others, [&](PathId path) {
+            if (isAttribute(path)) return false;
             const bool isLoose = hasIrregular || !summary_[path].isRegular;
-            result[path] = !isAttribute(path) && (isLoose ? hasAny : isParent[parentPlace(path)]);
-        }
-        return result;
+            return isLoose ? !isParent.paths().empty() : isParent.has(parentPlace(path));
+        });
     }
 
     bool isAttribute(PathId path) const { return summary_[path].kind == NodeKind::attribute; }
@@ -96,41 +88,39 @@ public:
     }
 
     std::vector<PathId> endsOf(Step step, PathSpan paths) const {
-        std::vector<PathId> result;
-        std::copy_if(paths.begin(), paths.end(), std::back_inserter(result),
-                     [&](PathId path) { return canEndAt(step, path); });
-        return result;
+        return chosen(paths, [&](PathId path) { return canEndAt(step, path); });
     }
 
 private:
-    bool isElement(PathId path) const { return summary_[path].kind == NodeKind::element; }
-
-    Marks elements() const {
-        Marks result(summary_.size());
-        for (PathId path = 0; path < result.size(); ++path)
-            result[path] = isElement(path);
+    template <typename Condition>
+    static std::vector<PathId> chosen(PathSpan paths, Condition condition) {
+        std::vector<PathId> result;
+        std::copy_if(paths.begin(), paths.end(), std::back_inserter(result), condition);
         return result;
     }
 
+    bool isElement(PathId path) const { return summary_[path].kind == NodeKind::element; }
+
     /** The top counts as one more path. */
-    std::size_t parentPlace(PathId path) const {
+    PathId parentPlace(PathId path) const {
         const PathId parent = summary_[path].parent;
-        return parent == noPath ? summary_.size() : parent;
+        return parent == noPath ? static_cast<PathId>(summary_.size()) : parent;
     }
 
     const PathSummary &summary_;
 };
 
-std::vector<PathId> chosen(PathSpan paths, const Marks &marks) {
+/** Of ascending lists. */
+std::vector<PathId> common(PathSpan a, PathSpan b) {
     std::vector<PathId> result;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(result),
-                 [&](PathId path) { return marks[path]; });
+    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
     return result;
 }
 
-void unite(Marks &marks, const Marks &others) {
-    for (std::size_t i = 0; i < marks.size(); ++i)
-        marks[i] = marks[i] || others[i];
+std::vector<PathId> united(PathSpan a, PathSpan b) {
+    std::vector<PathId> result;
+    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
+    return result;
 }
 
 }  // namespace
@@ -143,27 +133,20 @@ std::vector<PathId> pathsReached(const PathSummary &summary, Step step, PathSpan
         case Axis::child:
         case Axis::attribute:
         case Axis::descendant:
-            return chosen(steps.endsOf(step, second),
-                          steps.below(first, roots, isDirect(step.axis)));
-        case Axis::descendantOrSelf: {
-            const Step down{Axis::descendant};
-            Marks marks = steps.marked(pathsReached(summary, down, first, roots, second));
-            unite(marks, steps.marked(first));
-            return chosen(second, marks);
-        }
+            return steps.below(first, roots, isDirect(step.axis), steps.endsOf(step, second));
+        case Axis::descendantOrSelf:
+            return united(pathsReached(summary, {Axis::descendant}, first, roots, second),
+                          common(first, second));
         case Axis::self:
-            return chosen(second, steps.marked(first));
+            return common(first, second);
         case Axis::parent:
         case Axis::ancestor:
-            return chosen(second, steps.above(first, isDirect(step.axis)));
-        case Axis::ancestorOrSelf: {
-            Marks marks = steps.above(first, false);
-            unite(marks, steps.marked(first));
-            return chosen(second, marks);
-        }
+            return steps.above(first, isDirect(step.axis), second);
+        case Axis::ancestorOrSelf:
+            return united(steps.above(first, false, second), common(first, second));
         case Axis::followingSibling:
         case Axis::precedingSibling:
-            return chosen(second, steps.besides(first));
+            return steps.besides(first, second);
         case Axis::following:
         case Axis::preceding:
             return first.empty() ? std::vector<PathId>() : steps.endsOf(step, second);
@@ -180,25 +163,20 @@ std::vector<PathId> pathsReaching(const PathSummary &summary, Step step, PathSpa
         case Axis::child:
         case Axis::attribute:
         case Axis::descendant:
-            return chosen(first, steps.above(steps.endsOf(step, second), isDirect(step.axis)));
-        case Axis::descendantOrSelf: {
-            Marks marks = steps.above(steps.endsOf({Axis::descendant}, second), false);
-            unite(marks, steps.marked(second));
-            return chosen(first, marks);
-        }
+            return steps.above(steps.endsOf(step, second), isDirect(step.axis), first);
+        case Axis::descendantOrSelf:
+            return united(steps.above(steps.endsOf({Axis::descendant}, second), false, first),
+                          common(first, second));
         case Axis::self:
-            return chosen(first, steps.marked(second));
+            return common(first, second);
         case Axis::parent:
         case Axis::ancestor:
-            return chosen(first, steps.below(second, false, isDirect(step.axis)));
-        case Axis::ancestorOrSelf: {
-            Marks marks = steps.below(second, false, false);
-            unite(marks, steps.marked(second));
-            return chosen(first, marks);
-        }
+            return steps.below(second, false, isDirect(step.axis), first);
+        case Axis::ancestorOrSelf:
+            return united(steps.below(second, false, false, first), common(first, second));
         case Axis::followingSibling:
         case Axis::precedingSibling:
-            return chosen(first, steps.besides(second));
+            return steps.besides(second, first);
         case Axis::following:
         case Axis::preceding:
             return steps.endsOf(step, second).empty()

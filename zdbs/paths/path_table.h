@@ -94,7 +94,8 @@ public:
     /** The runs of a path, ascending; without gaps from row 0 to its last. */
     virtual std::span<const PathRun> runs(PathId path) const = 0;
 
-    /** Rows of nodes of present documents; the same object for as long as the table lives. */
+    /** Rows of nodes of present documents; the same object for as long as the table lives, and no
+     *  longer. */
     virtual const RowSetPtr &liveRows(PathId path) const = 0;
 
     /**

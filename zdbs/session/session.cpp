@@ -74,7 +74,7 @@ void Session::base(const std::string &name) {
 void Session::find(const Condition &condition, std::string_view text) {
     using Clock = std::chrono::steady_clock;
     OpenDatabase &open = database();
-    Clock::time_point begin = Clock::now();
+    const Clock::time_point begin = observer_ ? Clock::now() : Clock::time_point();
     ResultSetPtr set = open.evaluate(
         condition, [this](SetReference reference) { return state_.sets.find(reference); });
     const bool mustHaveRecords = state_.settings.findMin != 0;

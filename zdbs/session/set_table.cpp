@@ -1,5 +1,6 @@
 #include "zdbs/session/set_table.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <utility>
@@ -9,17 +10,18 @@
 namespace zdbs {
 
 std::int32_t SetTable::add(ResultSetPtr set) {
-    std::int32_t highest = sets_.empty() ? 0 : newest();
-    if (highest == std::numeric_limits<std::int32_t>::max()) {
+    if (sets_.size() == std::numeric_limits<std::int32_t>::max()) {
         throw Failure(Status::internalError, {"no set number is left; RENUMBER"});
     }
-    sets_.emplace(highest + 1, std::move(set));
-    return highest + 1;
+    const bool hasNoGap = firstGap_ == sets_.size();
+    sets_.push_back(std::move(set));
+    if (hasNoGap) firstGap_ = sets_.size();
+    return newest();
 }
 
 const ResultSetPtr &SetTable::find(SetReference reference) const {
-    auto place = sets_.find(reference.number);
-    if (place != sets_.end()) return place->second;
+    const auto place = static_cast<std::size_t>(reference.number) - 1;
+    if (place < sets_.size() && sets_[place]) return sets_[place];
     std::string column = reference.column > 0 ? std::to_string(reference.column) : std::string();
     throw Failure(Status::unknownSet, {std::to_string(reference.number), column});
 }
@@ -27,22 +29,31 @@ const ResultSetPtr &SetTable::find(SetReference reference) const {
 void SetTable::remove(std::span<const SetReference> references) {
     for (const SetReference &reference : references)
         find(reference);
-    for (const SetReference &reference : references)
-        sets_.erase(reference.number);
+    for (const SetReference &reference : references) {
+        const auto place = static_cast<std::size_t>(reference.number) - 1;
+        sets_[place].reset();
+        firstGap_ = std::min(firstGap_, place);
+    }
+    while (!sets_.empty() && !sets_.back())
+        sets_.pop_back();
+    firstGap_ = std::min(firstGap_, sets_.size());
 }
 
 void SetTable::renumber() {
-    std::map<std::int32_t, ResultSetPtr> renumbered;
-    std::int32_t number = 0;
-    for (auto &[before, set] : sets_) {
-        renumbered.emplace_hint(renumbered.end(), ++number, std::move(set));
-    }
-    sets_ = std::move(renumbered);
+    const auto gap = sets_.begin() + static_cast<std::ptrdiff_t>(firstGap_);
+    sets_.erase(std::remove(gap, sets_.end(), nullptr), sets_.end());
+    firstGap_ = sets_.size();
+}
+
+void SetTable::clear() {
+    sets_.clear();
+    firstGap_ = 0;
 }
 
 void SetTable::replaceEach(const std::function<ResultSetPtr(const ResultSetPtr &)> &replacement) {
-    for (auto &[number, set] : sets_)
-        set = replacement(set);
+    for (ResultSetPtr &set : sets_) {
+        if (set) set = replacement(set);
+    }
 }
 
 }  // namespace zdbs

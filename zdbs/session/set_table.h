@@ -2,16 +2,20 @@
 #ifndef ZDBS_SESSION_SET_TABLE_H
 #define ZDBS_SESSION_SET_TABLE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <span>
+#include <vector>
 
 #include "zdbs/engine/engine.h"
 
 namespace zdbs {
 
-/** Sets by number, from 1. Numbers grow in order of creation. */
+/**
+ * Sets by number, from 1. Numbers grow in order of creation. What a request does at the end
+ * of the table costs nothing for the sets of earlier requests.
+ */
 class SetTable {
 public:
     /** Takes in a set under the number above the highest present; returns the number. */
@@ -26,17 +30,18 @@ public:
     /** Closes the gaps: the numbers are 1 … k afterwards. */
     void renumber();
 
-    void clear() { sets_.clear(); }
+    void clear();
     bool empty() const { return sets_.empty(); }
 
     /** Number of the most recent set; REQUIRES: not empty. */
-    std::int32_t newest() const { return sets_.rbegin()->first; }
+    std::int32_t newest() const { return static_cast<std::int32_t>(sets_.size()); }
 
     /** Puts another set in the place of each. */
     void replaceEach(const std::function<ResultSetPtr(const ResultSetPtr &)> &replacement);
 
 private:
-    std::map<std::int32_t, ResultSetPtr> sets_;
+    std::vector<ResultSetPtr> sets_;  ///< by number - 1; null in a gap; the last is never null
+    std::size_t firstGap_ = 0;        ///< before it there is no gap
 };
 
 }  // namespace zdbs

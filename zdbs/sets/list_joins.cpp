@@ -150,6 +150,12 @@ NodeListPtr keepSecond(const NodeTable &table, Step step, const ContextList &fir
 bool allAttributes(const NodeTable &table, const NodeListPtr &list) {
     const PathTable *paths = table.paths();
     if (paths == nullptr) return allAttributes(table, list->ids());
+    if (!list->isPending()) {
+        const PathNodes &parts = list->byPath(*paths);
+        return !parts.empty() && std::all_of(parts.begin(), parts.end(), [&](const PathPart &part) {
+            return isAttributes(*paths, part.path);
+        });
+    }
     Paths others = list->pathsIn(*paths);
     const std::size_t count = others.size();
     std::erase_if(others, [&](PathId path) { return isAttributes(*paths, path); });

@@ -171,12 +171,31 @@ PathNodes NodeList::nodesIn(const PathTable &table, std::span<const PathId> path
     return pending_ ? pending_->in(paths) : partsIn(byPath(table), paths);
 }
 
-NodeListPtr NodeList::restrictedTo(const PathTable &table, const NodeListPtr &list,
-                                   std::span<const PathId> paths) {
-    const std::vector<PathId> present = list->pathsIn(table);
-    if (std::includes(paths.begin(), paths.end(), present.begin(), present.end())) return list;
-    if (!list->pending_) return makeList(table, partsIn(list->byPath(table), paths));
-    return std::make_shared<NodeList>(table, list->pending_->restrictedTo(paths));
+NodeListPtr NodeList::restricted(const PathTable &table, const NodeListPtr &list,
+                                 bool areAttributes) {
+    const auto isKept = [&table, areAttributes](PathId path) {
+        return (table.summary()[path].kind == NodeKind::attribute) == areAttributes;
+    };
+    if (list->pending_) {
+        std::vector<PathId> paths = list->pending_->paths();
+        if (std::all_of(paths.begin(), paths.end(), isKept)) return list;
+        std::erase_if(paths, [&isKept](PathId path) { return !isKept(path); });
+        return std::make_shared<NodeList>(table, list->pending_->restrictedTo(paths));
+    }
+    const auto isKeptPart = [&isKept](const PathPart &part) { return isKept(part.path); };
+    const PathNodes &parts = list->byPath(table);
+    if (std::all_of(parts.begin(), parts.end(), isKeptPart)) return list;
+    PathNodes kept;
+    std::copy_if(parts.begin(), parts.end(), std::back_inserter(kept), isKeptPart);
+    return makeList(table, std::move(kept));
+}
+
+NodeListPtr NodeList::attributesOf(const PathTable &table, const NodeListPtr &list) {
+    return restricted(table, list, true);
+}
+
+NodeListPtr NodeList::withoutAttributes(const PathTable &table, const NodeListPtr &list) {
+    return restricted(table, list, false);
 }
 
 NodeListPtr makeList(NodeIds ascending) {
@@ -220,7 +239,7 @@ NodeListPtr united(std::span<const NodeListPtr> lists) {
     if (table == nullptr) return makeList(unitedNumbers(lists));
     PathNodes all;
     for (const NodeListPtr &list : lists)
-        all = united(*table, all, list->byPath(*table));
+        all = united(*table, std::move(all), list->byPath(*table));
     return makeList(*table, std::move(all));
 }
 

@@ -81,11 +81,13 @@ public:
     /** The table of nodes by path; null where there are numbers only. */
     const PathTable *table() const { return table_; }
 
-    /** The nodes of `list` in some paths, ascending; what is pending stays so. */
-    static NodeListPtr restrictedTo(const PathTable &table, const NodeListPtr &list,
-                                    std::span<const PathId> paths);
+    /** The nodes of `list` that are attributes, or those that are not; what is pending stays so. */
+    static NodeListPtr attributesOf(const PathTable &table, const NodeListPtr &list);
+    static NodeListPtr withoutAttributes(const PathTable &table, const NodeListPtr &list);
 
 private:
+    static NodeListPtr restricted(const PathTable &table, const NodeListPtr &list,
+                                  bool areAttributes);
     void settle() const;
     void countPending() const;
 

@@ -5,11 +5,7 @@
 namespace zdbs {
 
 Universe::Universe(const NodeTable &table)
-    : table_(table), set_(makeSet({NodeList::everythingIn(table), nullptr, nullptr, {}})) {
-    if (table.paths() == nullptr) return;
-    attributes_ = pathsWhere(true);
-    others_ = pathsWhere(false);
-}
+    : table_(table), set_(makeSet({NodeList::everythingIn(table), nullptr, nullptr, {}})) {}
 
 const ContextList &Universe::contexts() const {
     if (contexts_.nodes) return contexts_;
@@ -21,22 +17,13 @@ const ContextList &Universe::contexts() const {
 
 NodeListPtr Universe::withoutAttributes() const {
     if (const PathTable *paths = table_.paths()) {
-        return NodeList::restrictedTo(*paths, set_->nodes(), others_);
+        return NodeList::withoutAttributes(*paths, set_->nodes());
     }
     NodeIds nodes;
     for (NodeId node : set_->ids()) {
         if (table_.kind(node) != NodeKind::attribute) nodes.push_back(node);
     }
     return makeList(std::move(nodes));
-}
-
-std::vector<PathId> Universe::pathsWhere(bool areAttributes) const {
-    const PathSummary &summary = table_.paths()->summary();
-    std::vector<PathId> result;
-    for (PathId path = 0; path < summary.size(); ++path) {
-        if ((summary[path].kind == NodeKind::attribute) == areAttributes) result.push_back(path);
-    }
-    return result;
 }
 
 ContextList Universe::contextsOf(const NodeSetPtr &set) const {
@@ -55,9 +42,9 @@ NodeListPtr Universe::reachedByStep(Step step, const NodeListPtr &list) const {
         case Axis::descendant:
         case Axis::descendantOrSelf:
         case Axis::self:
-            return NodeList::restrictedTo(*paths, list, others_);
+            return NodeList::withoutAttributes(*paths, list);
         case Axis::attribute:
-            return NodeList::restrictedTo(*paths, list, attributes_);
+            return NodeList::attributesOf(*paths, list);
         default:
             return nullptr;
     }

@@ -34,12 +34,9 @@ public:
 
 private:
     NodeListPtr withoutAttributes() const;
-    std::vector<PathId> pathsWhere(bool areAttributes) const;
 
     const NodeTable &table_;
     NodeSetPtr set_;
-    std::vector<PathId> attributes_;  ///< paths of attributes, and all others
-    std::vector<PathId> others_;
     mutable ContextList contexts_;
 };
 

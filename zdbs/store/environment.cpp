@@ -123,12 +123,15 @@ void Environment::create(const std::filesystem::path &directory) {
 }
 
 Environment::Environment(std::filesystem::path directory, std::size_t mapSize, bool creating)
-    : directory_(std::move(directory)) {
+    : directory_(std::move(directory)), dataFile_(dataFile(directory_)) {
+    identity_ = identify(directory_);
     const unsigned flags = creating ? MDB_NOTLS : openFlags();
     readOnly_ = (flags & MDB_RDONLY) != 0;
     if (!creating) requireSoundPages(directory_);
     int error = openMap(mapSize, flags);
-    for (; error == ENOMEM && mapSize > smallestMap; error = openMap(mapSize, flags))
+    // Memory checkers say that so large a map is an invalid argument.
+    const auto isTooLarge = [](int code) { return code == ENOMEM || code == EINVAL; };
+    for (; isTooLarge(error) && mapSize > smallestMap; error = openMap(mapSize, flags))
         mapSize /= 4;
     if (error != MDB_SUCCESS) fail(error);
     try {
@@ -239,6 +242,20 @@ std::uint64_t Environment::fileSize() const {
     struct stat file {};
     if (::stat(dataFile(directory_).c_str(), &file) != 0) return 0;
     return static_cast<std::uint64_t>(file.st_blocks) * 512;
+}
+
+bool Environment::isAtItsPlace() const {
+    struct stat file {};
+    return ::stat(dataFile_.c_str(), &file) == 0 &&
+           FileIdentity(file.st_dev, file.st_ino) == identity_;
+}
+
+// The newest of the meta pages in the map tells it, without a place among the readers.
+std::uint64_t Environment::lastCommit() const {
+    MDB_envinfo info{};
+    const int error = ::mdb_env_info(env_, &info);
+    if (error != MDB_SUCCESS) fail(error);
+    return info.me_last_txnid;
 }
 
 void Environment::removeDeadReaders() {

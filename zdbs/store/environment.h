@@ -6,6 +6,7 @@
 #define ZDBS_STORE_ENVIRONMENT_H
 
 #include <lmdb.h>
+#include <sys/types.h>
 
 #include <array>
 #include <atomic>
@@ -19,6 +20,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zdbs {
 
@@ -93,6 +95,12 @@ public:
     /** Bytes that the data file takes on disk. */
     std::uint64_t fileSize() const;
 
+    /** Whether the open data file is still the one at its place, and not dropped or replaced. */
+    bool isAtItsPlace() const;
+
+    /** Number of the newest commit, of any process; costs next to nothing. */
+    std::uint64_t lastCommit() const;
+
     /** Gives back the places of readers that died. */
     void removeDeadReaders();
 
@@ -114,6 +122,8 @@ private:
     [[noreturn]] void fail(int error) const;
 
     std::filesystem::path directory_;
+    std::filesystem::path dataFile_;
+    std::pair<dev_t, ino_t> identity_;  ///< of the data file
     bool readOnly_ = false;
     std::atomic<bool> broken_ = false;  ///< a write failed: this process writes no more
     MDB_env *env_ = nullptr;
@@ -144,6 +154,9 @@ public:
                      const std::function<bool(std::string_view, std::string_view)> &visit) const;
 
     TableSize size(Table table) const;
+
+    /** Number of the commit that is seen; compare Environment::lastCommit(). */
+    std::uint64_t commit() const;
 
 private:
     std::shared_ptr<Environment> environment_;

@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -29,7 +27,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char *homeSetting = "ZDBS_HOME";
-constexpr const char *usersName = "users";
 constexpr const char *lockName = "lock";
 constexpr const char *databasesName = "databases";
 
@@ -53,27 +50,12 @@ std::string userDirectory() {
     return entry && entry->pw_dir ? entry->pw_dir : "";
 }
 
-[[noreturn]] void throwReadError(int error, const fs::path &path) {
-    if (error == ENOENT || error == ENOTDIR) throw Failure(Status::homeMissing, {path.native()});
-    throw Failure(Status::homeUnreadable, {path.native(), std::system_category().message(error)});
-}
-
-std::string readUsersFile(const fs::path &home) {
-    const fs::path path = home / usersName;
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throwReadError(errno, home);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad()) throwReadError(EIO, home);
-    return text;
-}
-
 // What Home::create() makes before the users file, which comes last.
 bool isUnfinishedHome(const fs::path &path) {
     for (const auto &entry : fs::directory_iterator(path)) {
         const std::string name = entry.path().filename().native();
         if (name == databasesName && fs::is_empty(entry.path())) continue;
-        if (name != lockName && name != std::string(usersName) + ".new") return false;
+        if (name != lockName && name != "users.new") return false;
     }
     return true;
 }
@@ -91,13 +73,13 @@ fs::path Home::locate() {
     return user / ".local" / "share" / "zdbs";
 }
 
-Home::Home(fs::path path) : path_(std::move(path)) {}
+Home::Home(fs::path path) : path_(std::move(path)), users_(path_) {}
 
 Home::~Home() = default;
 
 std::shared_ptr<Home> Home::open(const fs::path &path) {
     std::shared_ptr<Home> home(new Home(path));
-    home->readUsers();
+    home->users_.table();
     return home;
 }
 
@@ -111,14 +93,11 @@ std::shared_ptr<Home> Home::create(const fs::path &path) {
     }
     makePrivateDirectory(path);
     const FileLock lock(path / lockName);
-    if (fs::exists(path / usersName)) throw Failure(Status::homeExists, {path.native()});
+    const fs::path users = UsersFile(path).path();
+    if (fs::exists(users)) throw Failure(Status::homeExists, {path.native()});
     makePrivateDirectory(path / databasesName);
-    replacePrivateFile(path / usersName, UserTable().serialize());
+    replacePrivateFile(users, UserTable().serialize());
     return open(path);
-}
-
-UserTable Home::readUsers() const {
-    return UserTable::parse(readUsersFile(path_), (path_ / usersName).native());
 }
 
 void Home::changeUsers(const std::function<void(UserTable &)> &change) {
@@ -128,25 +107,25 @@ void Home::changeUsers(const std::function<void(UserTable &)> &change) {
 
 // REQUIRES the lock of the home.
 void Home::replaceUsers(const std::function<void(UserTable &)> &change) {
-    UserTable table = readUsers();
+    UserTable table = *users_.table();
     change(table);
-    replacePrivateFile(path_ / usersName, table.serialize());
+    replacePrivateFile(users_.path(), table.serialize());
 }
 
 bool Home::authenticate(std::string_view user, std::string_view password) const {
-    return readUsers().authenticate(user, password);
+    return users_.table()->authenticate(user, password);
 }
 
 bool Home::mayRead(std::string_view user, std::string_view database) const {
-    return readUsers().mayRead(user, database);
+    return users_.table()->mayRead(user, database);
 }
 
 std::vector<std::string> Home::users() const {
-    return readUsers().users();
+    return users_.table()->users();
 }
 
 std::vector<std::string> Home::grants(std::string_view user) const {
-    return readUsers().grants(user);
+    return users_.table()->grants(user);
 }
 
 void Home::addUser(std::string_view user, std::string_view password) {
@@ -245,14 +224,16 @@ std::shared_ptr<Environment> Home::environment(std::string_view database) const 
 }
 
 std::shared_ptr<const Snapshot> Home::snapshot(std::string_view database) const {
-    const auto shared = environment(database);
     const std::lock_guard lock(mutex_);
-    auto &newest = snapshots_[std::string(database)];
-    const auto known = newest.lock();
-    if (known && known->environment() == shared && known->state() == Snapshot::newestState(shared))
-        return known;
-    const auto opened = std::make_shared<const Snapshot>(shared);
-    newest = opened;
+    const auto place = snapshots_.find(database);
+    const auto known = place != snapshots_.end() ? place->second.lock() : nullptr;
+    if (known && known->isNewest()) return known;
+    const auto shared = environment(database);
+    const bool isSame =
+        known && known->environment() == shared && known->state() == Snapshot::newestState(shared);
+    if (isSame) return known;  // what was committed since changed nothing
+    auto opened = std::make_shared<const Snapshot>(shared);
+    snapshots_.insert_or_assign(std::string(database), opened);
     return opened;
 }
 

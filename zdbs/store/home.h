@@ -21,11 +21,12 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/store/users_file.h"
+
 namespace zdbs {
 
 class Environment;
 class Snapshot;
-class UserTable;
 class Writer;
 
 /**
@@ -111,7 +112,7 @@ public:
     /**
      * The newest committed state of a database. The same pointer comes back as
      * long as a caller holds it and nothing was committed; finding that out
-     * takes microseconds. Throws Failure: unknownDatabase.
+     * takes about a microsecond. Throws Failure: unknownDatabase.
      */
     std::shared_ptr<const Snapshot> snapshot(std::string_view database) const;
 
@@ -129,13 +130,13 @@ public:
 private:
     explicit Home(std::filesystem::path path);
 
-    UserTable readUsers() const;
     void changeUsers(const std::function<void(UserTable &)> &change);
     void replaceUsers(const std::function<void(UserTable &)> &change);
     std::shared_ptr<Environment> environment(std::string_view database) const;
     void removeLeftovers() const;
 
     std::filesystem::path path_;
+    UsersFile users_;
     mutable std::mutex mutex_;
     mutable std::map<std::string, std::weak_ptr<const Snapshot>, std::less<>> snapshots_;
 };

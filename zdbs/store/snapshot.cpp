@@ -81,10 +81,15 @@ Snapshot::Snapshot(std::shared_ptr<Environment> environment)
 
 Snapshot::~Snapshot() = default;
 
+bool Snapshot::isNewest() const {
+    return environment_->isAtItsPlace() && environment_->lastCommit() == commit_;
+}
+
 /** False when the file of a segment was not there. */
 bool Snapshot::openNewest() {
     transaction_.reset();
     transaction_ = std::make_unique<ReadTransaction>(environment_);
+    commit_ = transaction_->commit();
     const Catalogue catalogue(*environment_, *transaction_);
     state_ = catalogue.state();
     segments_.clear();

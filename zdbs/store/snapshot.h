@@ -87,6 +87,9 @@ public:
     /** Number of the state: grows by one with every commit that changed the database. */
     std::uint64_t state() const { return state_.state; }
 
+    /** Whether nothing was committed since, and the database is still there; a microsecond. */
+    bool isNewest() const;
+
     /** Number of nodes of all documents. */
     std::uint64_t nodeCount() const { return state_.nodes; }
 
@@ -136,6 +139,7 @@ private:
         std::atomic<bool> hasRuns = false;
         std::atomic<bool> hasLiveRows = false;
         std::vector<PathRun> runs;
+        std::unique_ptr<const RowSet> ownedRows;
         RowSetPtr liveRows;
     };
 
@@ -161,13 +165,15 @@ private:
     NodeId endOf(NodeId node, std::uint32_t below) const;
     NodeId parentOf(NodeId node, const RunRow &row) const;
     void readRuns(PathId path, PathState &state) const;
+    bool hasRemovedRows(PathId path) const;
     void readLiveRows(PathId path, std::span<const PathRun> all, PathState &state) const;
     void addPresent(const OpenSegment &segment, const PathRun &run, RowSet &rows) const;
     [[noreturn]] void failDamaged(std::string_view what) const;
 
     std::shared_ptr<Environment> environment_;
     std::unique_ptr<ReadTransaction> transaction_;
-    std::uint64_t serial_;  ///< different for all snapshots of the process
+    std::uint64_t commit_ = 0;  ///< that the transaction sees
+    std::uint64_t serial_;      ///< different for all snapshots of the process
     StateRecord state_;
     std::vector<NodeName> names_;
     PathSummary summary_;

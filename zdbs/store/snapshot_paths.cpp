@@ -44,10 +44,12 @@ void Snapshot::readRuns(PathId path, PathState &state) const {
     state.runs = std::move(runs);
 }
 
+// Opening a database asks this of every path, so the columns are looked at only where some
+// documents are gone: their pages may not be in memory yet.
 const RowSetPtr &Snapshot::liveRows(PathId path) const {
-    const auto all = runs(path);
     PathState &state = pathStates_[path];
     if (!state.hasLiveRows.load(std::memory_order_acquire)) {
+        const auto all = hasRemovedRows(path) ? runs(path) : std::span<const PathRun>();
         const std::lock_guard lock(mutex_);
         if (!state.hasLiveRows.load(std::memory_order_relaxed)) {
             readLiveRows(path, all, state);
@@ -57,18 +59,30 @@ const RowSetPtr &Snapshot::liveRows(PathId path) const {
     return state.liveRows;
 }
 
+bool Snapshot::hasRemovedRows(PathId path) const {
+    const auto sources = std::span(sources_).subspan(firstRuns_[path]);
+    return std::any_of(
+        sources.begin(), sources.begin() + (firstRuns_[path + 1] - firstRuns_[path]),
+        [this](const RunSource &source) { return !segments_[source.segment].isWhole; });
+}
+
 void Snapshot::readLiveRows(PathId path, std::span<const PathRun> all, PathState &state) const {
     RowSet rows;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const OpenSegment &segment = segments_[sources_[firstRuns_[path] + i].segment];
+    std::uint64_t firstRow = 0;
+    for (std::uint32_t i = firstRuns_[path]; i < firstRuns_[path + 1]; ++i) {
+        const OpenSegment &segment = segments_[sources_[i].segment];
+        const std::uint32_t count = segment.file->directory()[sources_[i].local].count;
         if (segment.isWhole)
-            rows.addRange(all[i].firstRow, std::uint64_t{all[i].firstRow} + all[i].count);
+            rows.addRange(firstRow, firstRow + count);
         else
-            addPresent(segment, all[i], rows);
+            addPresent(segment, all[i - firstRuns_[path]], rows);
+        firstRow += count;
     }
     rows.runOptimize();
     rows.shrinkToFit();
-    state.liveRows = std::make_shared<const RowSet>(std::move(rows));
+    state.ownedRows = std::make_unique<const RowSet>(std::move(rows));
+    // Without a count of owners: sets of hundreds of whole paths are copied all the time.
+    state.liveRows = RowSetPtr(RowSetPtr(), state.ownedRows.get());
 }
 
 // Of a segment with nodes of removed documents: the rows of those that are there.

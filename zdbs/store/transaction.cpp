@@ -82,6 +82,10 @@ void ReadTransaction::forEachFrom(
     if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
 }
 
+std::uint64_t ReadTransaction::commit() const {
+    return ::mdb_txn_id(transaction_);
+}
+
 TableSize ReadTransaction::size(Table table) const {
     MDB_stat stat{};
     const MDB_dbi handle = environment_->tables_[static_cast<std::size_t>(table)];

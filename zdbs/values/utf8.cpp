@@ -1,6 +1,8 @@
 #include "zdbs/values/utf8.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace zdbs {
 namespace {
@@ -40,9 +42,21 @@ std::size_t characterLength(std::string_view text) {
     return std::all_of(rest.begin(), rest.end(), isContinuation) ? form.length : 0;
 }
 
+/** How many bytes of ASCII `text` begins with, rounded down to whole words of the machine. */
+std::size_t asciiWords(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::size_t size = 0;
+    for (std::uint64_t word = 0; size + sizeof word <= text.size(); size += sizeof word) {
+        std::memcpy(&word, text.data() + size, sizeof word);
+        if ((word & highBits) != 0) break;
+    }
+    return size;
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
+    text.remove_prefix(asciiWords(text));
     while (!text.empty()) {
         std::size_t length = characterLength(text);
         if (length == 0) return false;
@@ -52,7 +66,8 @@ bool isUtf8(std::string_view text) {
 }
 
 std::size_t characterCount(std::string_view text) {
-    std::size_t count = 0;
+    std::size_t count = asciiWords(text);
+    text.remove_prefix(count);
     while (!text.empty()) {
         text.remove_prefix(std::max<std::size_t>(characterLength(text), 1));
         ++count;

@@ -112,14 +112,29 @@ TEST_F(PathList, ThatIsPendingDecidesOnlyThePathsAskedFor) {
     EXPECT_EQ(listed(list), NodeIds{7});
 }
 
-TEST_F(PathList, ThatIsPendingStaysSoInSomeOfItsPaths) {
-    const NodeListPtr list = pending(NodeKind::text, {equals("v")});
-    const std::vector<PathId> paths = list->pathsIn(table_);
-    const NodeListPtr rest = NodeList::restrictedTo(table_, list, std::span(paths).first(1));
+TEST_F(PathList, ThatIsPendingStaysSoWithoutAttributesAndOfAttributes) {
+    std::vector<PathId> paths(table_.summary().size());
+    std::iota(paths.begin(), paths.end(), PathId{0});
+    const auto condition = std::make_shared<const ValueConditions>(ValueConditions{equals("v")});
+    const NodeListPtr list = std::make_shared<NodeList>(
+        table_, PendingNodes(table_, wholePaths(table_, paths), condition, plan_));
+    const NodeListPtr rest = NodeList::withoutAttributes(table_, list);
     EXPECT_TRUE(rest->isPending());
-    EXPECT_EQ(listed(rest), NodeIds{5});
+    EXPECT_EQ(listed(rest), (NodeIds{5, 10}));
+    EXPECT_EQ(NodeList::withoutAttributes(table_, rest), rest) << "nothing is left out";
+    const NodeListPtr attributes = NodeList::attributesOf(table_, list);
+    EXPECT_TRUE(attributes->isPending());
+    EXPECT_EQ(listed(attributes), listed(pending(NodeKind::attribute, {equals("v")})));
     EXPECT_TRUE(list->isPending());
-    EXPECT_EQ(NodeList::restrictedTo(table_, list, paths), list) << "nothing is left out";
+}
+
+TEST_F(PathList, IsItselfWhereNothingIsLeftOut) {
+    const NodeListPtr texts = whole(NodeKind::text);
+    EXPECT_EQ(NodeList::withoutAttributes(table_, texts), texts);
+    EXPECT_EQ(listed(NodeList::attributesOf(table_, texts)), NodeIds{});
+    const NodeListPtr some = makeList(NodeIds{1, 4, 5, 7});
+    EXPECT_EQ(listed(NodeList::withoutAttributes(table_, some)), (NodeIds{1, 5, 7}));
+    EXPECT_EQ(listed(NodeList::attributesOf(table_, some)), NodeIds{4});
 }
 
 /** Only texts of b are looked at: those of c stay undecided. */

@@ -188,6 +188,34 @@ TEST(HomeUsers, ReadWhatIsGrantedFromTheNextCallOn) {
     EXPECT_FALSE(other->mayRead("alice", "db"));
 }
 
+TEST(HomeUsers, AreThoseOfTheFileHoweverOftenItChanges) {
+    TestHome test;
+    test.home->addUser("alice", "secret");
+    const auto other = Home::open(test.home->path());
+    for (int change = 0; change < 50; ++change) {
+        test.home->grant("alice", "db");
+        ASSERT_TRUE(other->mayRead("alice", "db"));
+        test.home->revoke("alice", "db");
+        ASSERT_FALSE(other->mayRead("alice", "db"));
+    }
+}
+
+TEST(HomeUsers, AreReadAgainWhenTheFileIsEditedLostOrDamaged) {
+    TestHome test;
+    test.home->addUser("alice", "secret");
+    ASSERT_FALSE(test.home->mayRead("alice", "db"));
+    const fs::path users = test.home->path() / "users";
+    std::ofstream(users, std::ios::app) << "grant alice db\n";
+    EXPECT_TRUE(test.home->mayRead("alice", "db"));
+    std::ofstream(users, std::ios::app) << "nonsense\n";
+    EXPECT_EQ(statusOf([&] { test.home->mayRead("alice", "db"); }), Status::homeDamaged);
+    EXPECT_EQ(statusOf([&] { test.home->mayRead("alice", "db"); }), Status::homeDamaged);
+    fs::remove(users);
+    EXPECT_EQ(statusOf([&] { test.home->mayRead("alice", "db"); }), Status::homeMissing);
+    std::ofstream(users) << "zdbs-users 1\n";
+    EXPECT_FALSE(test.home->mayRead("alice", "db"));
+}
+
 TEST(HomeUsers, WithEveryDatabaseReadFutureOnesToo) {
     TestHome test;
     test.home->addUser("alice", "secret");

@@ -46,7 +46,7 @@ public:
 protected:
     ZXSymbolTable *m_pSymbolTable;
     void *m_scanner = nullptr;
-    CStringBuffer m_strParseError;
+    CStringBuffer m_strParseError{256};
     ZfxPtrList m_memory;
     /// A file to remove on destruction; nothing in the system names one.
     char m_szTmpXPathFile[1024] = {};

@@ -32,7 +32,7 @@ void AppendQuoted(CStringBuffer &condition, const char *field, const CStringBuff
 
 void AppendName(CStringBuffer &condition, const XPathName &name) {
     condition.append(Connective(condition));
-    CStringBuffer text;
+    CStringBuffer text(256);
     name.GetLocalName(text);
     AppendQuoted(condition, "N_NAME=", text);
     if (!name.HasNamespace()) return;

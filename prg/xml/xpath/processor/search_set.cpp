@@ -31,7 +31,7 @@ void SearchSet::CreateCondition() {}
 void SearchSet::Execute() {
     if (m_nSearchNumber > 0) return;
     const ShellSymbol find("FIN");
-    CStringBuffer condition;
+    CStringBuffer condition(256);
     GetCondition(condition);
     std::string command(find.GetWord());
     command.append(" ").append(BufferView(condition));

@@ -1,6 +1,7 @@
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 
 #include <cstdio>
+#include <string>
 
 #include "kernel/zdbs.h"
 #include "prg/xml/xpath/parser/xpath_exception.h"
@@ -93,13 +94,15 @@ void ZXProcessorMain::End() noexcept {
 void ZXProcessorMain::DeleteIntermediateSets() noexcept {
     const ShellSymbol remove("DEL");
     const ShellSymbol setPrefix("SXX");
+    std::string command(remove.GetWord());
+    command.append(" ").append(setPrefix.GetWord()).append("=");
+    const std::size_t prefixLength = command.size();
     for (std::int32_t i = 0; i < GetSearchSetCount() - 1; ++i) {
         const std::int32_t number = LateNumber(*GetSearchSet(i));
         if (number < 1) continue;
-        char command[1024];
-        std::snprintf(command, sizeof command, "%s %s=%d", remove.GetWord(), setPrefix.GetWord(),
-                      static_cast<int>(number));
-        RunIgnoringResult(command);
+        command.resize(prefixLength);
+        command.append(std::to_string(number));
+        RunIgnoringResult(command.c_str());
     }
 }
 
