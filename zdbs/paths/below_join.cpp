@@ -366,14 +366,16 @@ std::optional<std::vector<const PathPart *>> childParts(const PathSummary &summa
 }  // namespace
 
 PathNodes nodesBelow(const PathTable &table, const PathNodes &high, const PathNodes &low,
-                     Depth depth, const JoinCosts &costs) {
+                     Depth depth, const JoinCosts &costs, LowKinds kinds) {
     PathNodes result;
     if (high.empty()) return result;
-    const auto keep = [&result](BelowJoin &join, const PathPart &part) {
+    const PathSummary &summary = table.summary();
+    const auto keep = [&](BelowJoin &join, const PathPart &part) {
+        if (!isTaken(summary[part.path].kind, kinds)) return;
         if (RowSetPtr rows = join.keep(part)) result.push_back({part.path, std::move(rows)});
     };
     if (depth == Depth::direct) {
-        if (const auto children = childParts(table.summary(), high, low)) {
+        if (const auto children = childParts(summary, high, low)) {
             BelowJoin join(table, high, children->size(), depth, costs);
             for (const PathPart *part : *children)
                 keep(join, *part);

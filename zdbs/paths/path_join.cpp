@@ -53,39 +53,49 @@ private:
         return result;
     }
 
-    /** The attributes of a set, or what is none; the set itself when that is all of it. */
+    /** A set, of which a join takes the attributes, or what is none, or everything. */
     class Chosen {
     public:
-        Chosen(const PathJoins &joins, const PathNodes &nodes, bool areAttributes)
-            : nodes_(&nodes) {
-            const auto isChosen = [areAttributes](const Path &path) {
-                return (path.kind == NodeKind::attribute) == areAttributes;
-            };
-            const PathSummary &summary = joins.table_.summary();
-            const bool isAll = std::all_of(nodes.begin(), nodes.end(), [&](const PathPart &part) {
-                return isChosen(summary[part.path]);
-            });
-            if (isAll) return;
-            some_ = joins.partsWhere(nodes, isChosen);
-            nodes_ = &some_;
-        }
-        explicit Chosen(const PathNodes &nodes) : nodes_(&nodes) {}
+        Chosen(const PathJoins &joins, const PathNodes &nodes, LowKinds kinds)
+            : joins_(joins), nodes_(nodes), kinds_(kinds) {}
         Chosen(const Chosen &) = delete;
         Chosen &operator=(const Chosen &) = delete;
 
-        operator const PathNodes &() const { return *nodes_; }
+        /** The set with what is not taken, and the kinds that are. */
+        const PathNodes &all() const { return nodes_; }
+        LowKinds kinds() const { return kinds_; }
+
+        /** What is taken; made when it is asked for. */
+        const PathNodes &nodes() const {
+            if (taken_) return *taken_;
+            const auto isTakenPath = [this](const Path &path) {
+                return isTaken(path.kind, kinds_);
+            };
+            const bool isAll = std::all_of(nodes_.begin(), nodes_.end(), [&](const PathPart &part) {
+                return isTakenPath(joins_.path(part));
+            });
+            if (isAll) return nodes_;
+            taken_ = joins_.partsWhere(nodes_, isTakenPath);
+            return *taken_;
+        }
 
     private:
-        PathNodes some_;
-        const PathNodes *nodes_;
+        const PathJoins &joins_;
+        const PathNodes &nodes_;
+        LowKinds kinds_;
+        mutable std::optional<PathNodes> taken_;
     };
 
-    Chosen withoutAttributes(const PathNodes &nodes) const { return Chosen(*this, nodes, false); }
+    Chosen all(const PathNodes &nodes) const { return {*this, nodes, LowKinds::all}; }
+
+    Chosen withoutAttributes(const PathNodes &nodes) const {
+        return {*this, nodes, LowKinds::others};
+    }
 
     /** The nodes that a step to a child or an attribute can reach. */
     Chosen reachableBelow(Step step, const PathNodes &nodes) const {
-        if (step.axis != Axis::attribute && step.attributesAreChildren) return Chosen(nodes);
-        return Chosen(*this, nodes, step.axis == Axis::attribute);
+        if (step.axis == Axis::attribute) return {*this, nodes, LowKinds::attributes};
+        return {*this, nodes, step.attributesAreChildren ? LowKinds::all : LowKinds::others};
     }
 
     PathNodes atTop(const PathNodes &nodes) const {
@@ -107,7 +117,7 @@ private:
     }
 
     bool isEverythingAbove(const PathOperand &high) const;
-    MaybeNodes below(const PathOperand &high, const PathNodes &low, Depth depth) const;
+    MaybeNodes below(const PathOperand &high, const Chosen &low, Depth depth) const;
     MaybeNodes belowIrregular(const PathOperand &high, const PathNodes &low, Depth depth) const;
     MaybeSelection aboveIrregular(const PathOperand &high, const PathNodes &low, Depth depth) const;
     MaybeSelection above(const PathOperand &high, const PathNodes &low, Depth depth) const;
@@ -131,14 +141,15 @@ bool PathJoins::isEverythingAbove(const PathOperand &high) const {
 }
 
 /** The nodes of `low` that are below a node or a root of `high`. */
-PathJoins::MaybeNodes PathJoins::below(const PathOperand &high, const PathNodes &low,
+PathJoins::MaybeNodes PathJoins::below(const PathOperand &high, const Chosen &low,
                                        Depth depth) const {
-    if (depth == Depth::any && high.roots.size() == nodes_.documents().size()) return low;
-    if (!isRegular(low)) return belowIrregular(high, low, depth);
+    const bool isBelowRoots = high.roots.size() == nodes_.documents().size();
+    if (depth == Depth::any && isBelowRoots) return low.nodes();
+    if (!isRegular(low.all())) return belowIrregular(high, low.nodes(), depth);
     // What is above a regular node is regular.
-    PathNodes result = nodesBelow(table_, high.nodes, low, depth);
+    PathNodes result = nodesBelow(table_, high.nodes, low.all(), depth, {}, low.kinds());
     if (high.roots.empty()) return result;
-    const PathNodes reached = depth == Depth::any ? low : atTop(low);
+    const PathNodes reached = depth == Depth::any ? low.nodes() : atTop(low.nodes());
     return united(table_, std::move(result), documents_.inDocuments(reached, high.roots));
 }
 
@@ -149,7 +160,8 @@ PathJoins::MaybeNodes PathJoins::belowIrregular(const PathOperand &high, const P
     if (isEverythingAbove(high)) return low;
     const PathNodes loose = irregular(low);
     if (sizeOf(loose) > mostIrregular) return std::nullopt;
-    return united(table_, *below(high, regular(low), depth),
+    const PathNodes tight = regular(low);
+    return united(table_, *below(high, all(tight), depth),
                   IrregularJoin(nodes_, table_).below(high, loose, depth));
 }
 
@@ -182,8 +194,8 @@ PathJoins::MaybeNodes PathJoins::besides(const PathNodes &candidates, const Path
                                          bool after) const {
     const Chosen chosenNodes = withoutAttributes(candidates);
     const Chosen chosenOthers = withoutAttributes(partners);
-    const PathNodes &nodes = chosenNodes;
-    const PathNodes &others = chosenOthers;
+    const PathNodes &nodes = chosenNodes.nodes();
+    const PathNodes &others = chosenOthers.nodes();
     if (nodes.empty() || others.empty()) return PathNodes();
     if (!isRegular(nodes) || !isRegular(others)) return std::nullopt;
     return zdbs::besides(nodes_, table_, nodes, others, after);
@@ -203,27 +215,27 @@ std::optional<PathSelection> PathJoins::keepFirst(Step step, const PathOperand &
     switch (step.axis) {
         case Axis::child:
         case Axis::attribute:
-            return above(a, reachableBelow(step, b.nodes), Depth::direct);
+            return above(a, reachableBelow(step, b.nodes).nodes(), Depth::direct);
         case Axis::descendant:
-            return above(a, withoutAttributes(b.nodes), Depth::any);
+            return above(a, withoutAttributes(b.nodes).nodes(), Depth::any);
         case Axis::descendantOrSelf:
-            return withSelf(above(a, withoutAttributes(b.nodes), Depth::any));
+            return withSelf(above(a, withoutAttributes(b.nodes).nodes(), Depth::any));
         case Axis::self:
             return withSelf(PathSelection());
         case Axis::parent:
-            return only(below(b, a.nodes, Depth::direct));
+            return only(below(b, all(a.nodes), Depth::direct));
         case Axis::ancestor:
-            return only(below(b, a.nodes, Depth::any));
+            return only(below(b, all(a.nodes), Depth::any));
         case Axis::ancestorOrSelf:
-            return withSelf(only(below(b, a.nodes, Depth::any)));
+            return withSelf(only(below(b, all(a.nodes), Depth::any)));
         case Axis::followingSibling:
             return only(besides(a.nodes, b.nodes, true));
         case Axis::precedingSibling:
             return only(besides(a.nodes, b.nodes, false));
         case Axis::following:
-            return only(documents_.endingBefore(a.nodes, withoutAttributes(b.nodes)));
+            return only(documents_.endingBefore(a.nodes, withoutAttributes(b.nodes).nodes()));
         case Axis::preceding:
-            return only(documents_.beginningAfter(a.nodes, withoutAttributes(b.nodes)));
+            return only(documents_.beginningAfter(a.nodes, withoutAttributes(b.nodes).nodes()));
         case Axis::namespaceNode:
             break;  // namespace nodes are no records
     }
@@ -261,9 +273,9 @@ std::optional<PathNodes> PathJoins::keepSecond(Step step, const PathOperand &a,
         case Axis::precedingSibling:
             return besides(b, a.nodes, true);
         case Axis::following:
-            return documents_.beginningAfter(withoutAttributes(b), a.nodes);
+            return documents_.beginningAfter(withoutAttributes(b).nodes(), a.nodes);
         case Axis::preceding:
-            return documents_.endingBefore(withoutAttributes(b), a.nodes);
+            return documents_.endingBefore(withoutAttributes(b).nodes(), a.nodes);
         case Axis::namespaceNode:
             break;
     }

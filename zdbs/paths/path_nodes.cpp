@@ -47,7 +47,9 @@ RowSetPtr sharedRows(const PathTable &table, PathId path, RowSet &&rows) {
 }
 
 const PathPart *partOf(const PathNodes &nodes, PathId path) {
-    const auto place = std::lower_bound(nodes.begin(), nodes.end(), PathPart{path, {}}, isBefore);
+    const auto place =
+        std::lower_bound(nodes.begin(), nodes.end(), path,
+                         [](const PathPart &part, PathId number) { return part.path < number; });
     return place != nodes.end() && place->path == path ? &*place : nullptr;
 }
 
@@ -83,8 +85,30 @@ PathNodes intersected(const PathNodes &a, const PathNodes &b) {
     return result;
 }
 
+namespace {
+
+/** So many times fewer parts are put in one by one. */
+constexpr std::size_t manyTimes = 64;
+
+void add(const PathTable &table, const PathPart &part, PathNodes &nodes) {
+    const auto place = std::lower_bound(nodes.begin(), nodes.end(), part, isBefore);
+    if (place == nodes.end() || place->path != part.path) {
+        nodes.insert(place, part);
+    } else if (place->rows != part.rows && !isWhole(table, *place)) {
+        place->rows = isWhole(table, part)
+                          ? part.rows
+                          : sharedRows(table, part.path, *place->rows | *part.rows);
+    }
+}
+
+}  // namespace
+
 PathNodes united(const PathTable &table, PathNodes a, const PathNodes &b) {
-    if (b.empty()) return a;
+    if (b.size() * manyTimes <= a.size()) {
+        for (const PathPart &part : b)
+            add(table, part, a);
+        return a;
+    }
     PathNodes result;
     result.reserve(std::max(a.size(), b.size()));
     const auto take = [&](const PathPart &part) { result.push_back(part); };

@@ -19,9 +19,17 @@ struct JoinCosts {
     std::uint64_t pass = 2;      ///< of a row, through its column of parents
 };
 
-/** The nodes of `low` that are below one of `high`. `low` has no irregular path. */
+/** Which nodes of the lower side take part. */
+enum class LowKinds { all, attributes, others };
+
+constexpr bool isTaken(NodeKind kind, LowKinds kinds) {
+    return kinds == LowKinds::all ||
+           (kind == NodeKind::attribute) == (kinds == LowKinds::attributes);
+}
+
+/** The nodes of `low`, of some kinds, that are below one of `high`. `low` has no irregular path. */
 PathNodes nodesBelow(const PathTable &table, const PathNodes &high, const PathNodes &low,
-                     Depth depth, const JoinCosts &costs = {});
+                     Depth depth, const JoinCosts &costs = {}, LowKinds kinds = LowKinds::all);
 
 /** The nodes of `high` that are above one of `low`. `low` has no irregular path. */
 PathNodes nodesAbove(const PathTable &table, const PathNodes &high, const PathNodes &low,

@@ -32,6 +32,8 @@ public:
     Sides(const PathTable &table, Step step, const ContextList &first, const ContextList &second) {
         const NodeList &a = *first.nodes;
         const NodeList &b = *second.nodes;
+        a.settleIfFew(b.pathCount() / worthPruning);
+        b.settleIfFew(a.pathCount() / worthPruning);
         if (a.isPending() || b.isPending()) {
             prune(table, step, first, second);
         } else {
@@ -46,6 +48,9 @@ public:
     const PathNodes &second() const { return *second_; }
 
 private:
+    /** Values of so many times fewer paths are looked at rather than the paths compared. */
+    static constexpr std::size_t worthPruning = 8;
+
     /** A root on the second side can keep any path of the first one. */
     void prune(const PathTable &table, Step step, const ContextList &first,
                const ContextList &second) {
@@ -150,12 +155,7 @@ NodeListPtr keepSecond(const NodeTable &table, Step step, const ContextList &fir
 bool allAttributes(const NodeTable &table, const NodeListPtr &list) {
     const PathTable *paths = table.paths();
     if (paths == nullptr) return allAttributes(table, list->ids());
-    if (!list->isPending()) {
-        const PathNodes &parts = list->byPath(*paths);
-        return !parts.empty() && std::all_of(parts.begin(), parts.end(), [&](const PathPart &part) {
-            return isAttributes(*paths, part.path);
-        });
-    }
+    if (!list->isPending()) return list->attributes(*paths) == NodeList::Attributes::all;
     Paths others = list->pathsIn(*paths);
     const std::size_t count = others.size();
     std::erase_if(others, [&](PathId path) { return isAttributes(*paths, path); });

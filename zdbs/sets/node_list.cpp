@@ -171,22 +171,52 @@ PathNodes NodeList::nodesIn(const PathTable &table, std::span<const PathId> path
     return pending_ ? pending_->in(paths) : partsIn(byPath(table), paths);
 }
 
+void NodeList::settleIfFew(std::size_t mostPaths) const {
+    if (pending_ && pending_->pathCount() <= mostPaths) settle();
+}
+
+std::size_t NodeList::pathCount() const {
+    if (pending_) return pending_->pathCount();
+    return parts_ ? parts_->size() : 0;
+}
+
+NodeList::Attributes NodeList::attributes(const PathTable &table) const {
+    if (attributes_) return *attributes_;
+    std::size_t all = 0;
+    std::size_t attributes = 0;
+    const auto look = [&](PathId path) {
+        ++all;
+        attributes += table.summary()[path].kind == NodeKind::attribute ? 1 : 0;
+    };
+    if (pending_) {
+        for (PathId path : pending_->paths())
+            look(path);
+    } else {
+        for (const PathPart &part : byPath(table))
+            look(part.path);
+    }
+    Attributes result = attributes == 0 ? Attributes::none : Attributes::some;
+    if (attributes == all && all != 0) result = Attributes::all;
+    if (!pending_) attributes_ = result;
+    return result;
+}
+
 NodeListPtr NodeList::restricted(const PathTable &table, const NodeListPtr &list,
                                  bool areAttributes) {
+    const Attributes present = list->attributes(table);
+    if (present == (areAttributes ? Attributes::all : Attributes::none)) return list;
     const auto isKept = [&table, areAttributes](PathId path) {
         return (table.summary()[path].kind == NodeKind::attribute) == areAttributes;
     };
     if (list->pending_) {
         std::vector<PathId> paths = list->pending_->paths();
-        if (std::all_of(paths.begin(), paths.end(), isKept)) return list;
         std::erase_if(paths, [&isKept](PathId path) { return !isKept(path); });
         return std::make_shared<NodeList>(table, list->pending_->restrictedTo(paths));
     }
-    const auto isKeptPart = [&isKept](const PathPart &part) { return isKept(part.path); };
-    const PathNodes &parts = list->byPath(table);
-    if (std::all_of(parts.begin(), parts.end(), isKeptPart)) return list;
     PathNodes kept;
-    std::copy_if(parts.begin(), parts.end(), std::back_inserter(kept), isKeptPart);
+    const PathNodes &parts = list->byPath(table);
+    std::copy_if(parts.begin(), parts.end(), std::back_inserter(kept),
+                 [&isKept](const PathPart &part) { return isKept(part.path); });
     return makeList(table, std::move(kept));
 }
 

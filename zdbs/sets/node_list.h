@@ -75,6 +75,16 @@ public:
     /** The nodes in some paths, ascending; looks at the values of those only. */
     PathNodes nodesIn(const PathTable &table, std::span<const PathId> paths) const;
 
+    /** Looks at all values when those are of at most so many paths; no change otherwise. */
+    void settleIfFew(std::size_t mostPaths) const;
+
+    /** How many paths may have nodes of a list by path; 0 of numbers alone. */
+    std::size_t pathCount() const;
+
+    /** Which of the nodes are attributes; of paths that may have nodes when it is pending. */
+    enum class Attributes : std::uint8_t { none, some, all };
+    Attributes attributes(const PathTable &table) const;
+
     /** Whether values are still to be looked at. */
     bool isPending() const { return pending_.has_value(); }
 
@@ -95,6 +105,7 @@ private:
     const PathTable *table_ = nullptr;
     mutable unsigned lookups_ = 0;  ///< of places, without numbers
     mutable std::optional<std::size_t> size_;
+    mutable std::optional<Attributes> attributes_;  ///< of what is not pending
     mutable std::optional<std::uint64_t> hits_;
     mutable std::optional<NodeIds> ids_;
     mutable std::optional<PathNodes> parts_;

@@ -31,6 +31,9 @@ public:
     /** The paths that may have nodes: the undecided ones, and of the decided ones those that do. */
     std::vector<PathId> paths() const;
 
+    /** About how many those are, without looking; never fewer. */
+    std::size_t pathCount() const { return entries_.size(); }
+
     /** Whether no candidate satisfies the conditions; decides as little as it can. */
     bool empty();
 
