@@ -63,3 +63,11 @@ function(vexa_test name)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." PROPERTIES TIMEOUT 900
     DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
 endfunction()
+
+# vexa_fast_allocator(NAME): a program of many small objects allocates through jemalloc. Nothing
+# calls it by name, so the linker has to be told to keep it. The sanitizers have their own.
+function(vexa_fast_allocator name)
+  if(NOT VEXA_SANITIZE)
+    target_link_libraries(${name} PRIVATE -Wl,--no-as-needed PkgConfig::JEMALLOC -Wl,--as-needed)
+  endif()
+endfunction()

@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr int smallIncrement = 64;
+
 const char *orEmpty(const char *s) {
     return s != nullptr ? s : "";
 }
@@ -114,19 +116,21 @@ void CStringBuffer::insert(const CStringBuffer &s, int pos) {
         return;
     }
     const int before = std::max(pos, 0);
-    CStringBuffer result;
+    CStringBuffer result(smallIncrement);
     if (before > 0) result.append(m_pBuffer, before);
     result.append(s);
     result.append(m_pBuffer + before, m_nLength - before);
     set(result);
 }
 
+// The temporaries are as small as they can be: a block of the default size is cleared first.
 void CStringBuffer::insert(const char *s, int pos) {
-    insert(CStringBuffer(s), pos);
+    CStringBuffer inserted(smallIncrement);
+    insert(inserted.set(s, -1), pos);
 }
 
 void CStringBuffer::insert(int value, int pos) {
-    CStringBuffer number;
+    CStringBuffer number(smallIncrement);
     insert(number.set(value), pos);
 }
 
