@@ -25,8 +25,8 @@ struct DocumentBlock {
 
 /**
  * Gathers a document that must stay shorter than a limit. Pages of the block are taken only
- * as they are written, and large blocks grow without being copied, so that the document takes
- * its own length of memory and not more.
+ * as they are written, and large blocks grow without being copied where the allocator can do
+ * that: then the document takes its own length of memory and not more.
  */
 class DocumentSink final : public XmlSink {
 public:
