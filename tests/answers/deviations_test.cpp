@@ -79,6 +79,26 @@ TEST(Deviations, EveryRequestOfThePageCountsAsThePageSays) {
     }
 }
 
+/** The line of a set that the shell prints, or what the page writes for none. */
+std::string setLine(const std::vector<std::string> &row) {
+    if (row[1] == "—") return {};
+    return "<" + row[1] + ">\t<" + row[2] + ">\t" + row[0];
+}
+
+TEST(Deviations, RequestsOfOneSessionFindWhatThePageSaysOfThoseBefore) {
+    const Table table = tableOf({"next request", "set", "nodes"});
+    EXPECT_GE(table.rows.size(), 5U);
+    std::string statements;
+    std::string expected;
+    for (const std::vector<std::string> &row : table.rows) {
+        ASSERT_EQ(row.size(), 3U);
+        statements += "XFIND " + row[0] + ";\n";
+        if (const std::string line = setLine(row); !line.empty()) expected += line + "\n";
+    }
+    const SampleDatabases databases({garden()});
+    EXPECT_EQ(setLinesOf(databases.run("garden", statements).out), expected);
+}
+
 TEST(Deviations, EveryRefusedRequestOfThePageIsRefusedWithItsMessage) {
     const Table table = tableOf({"request", "XPath", "message"});
     EXPECT_GE(table.rows.size(), 20U);

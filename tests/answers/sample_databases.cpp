@@ -66,6 +66,15 @@ const std::vector<Sample> &samples() {
     return all;
 }
 
+std::string setLinesOf(const std::string &output) {
+    std::string sets;
+    for (const std::string &line : linesOf(output)) {
+        if (line.starts_with('<') && line.find(">\tBASE ") == std::string::npos)
+            sets += line + "\n";
+    }
+    return sets;
+}
+
 SampleDatabases::SampleDatabases(const std::vector<Sample> &loaded) {
     require(zdbs({"init"}), "init");
     require(zdbs({"user", "add", "reader", "--password-stdin"}, "secret\n"), "user add");

@@ -28,6 +28,10 @@ const Sample &garden();
 /** That one, and two of the system: mime and xkb. */
 const std::vector<Sample> &samples();
 
+/** The lines of sets in what the shell printed for statements, without its prompts; BASE left out.
+ */
+std::string setLinesOf(const std::string &output);
+
 /** What the shell said to one request. */
 struct Answer {
     int count;            ///< of its result line; noCount when there was none
