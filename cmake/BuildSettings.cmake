@@ -39,7 +39,7 @@ endif()
 # Interface target: the warnings that our own code is held to.
 add_library(vexa_warnings INTERFACE)
 target_compile_options(vexa_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wcast-align -Wcast-qual -Wundef
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wcast-align -Wcast-qual -Wundef -Wswitch-enum
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi -Wold-style-cast>)
 # GCC 12 sees overlapping copies in std::string where there are none, when it optimises.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

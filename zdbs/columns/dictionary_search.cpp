@@ -82,9 +82,13 @@ std::optional<std::vector<Places>> stretchesOfCodes(const DictionaryValues &valu
             return std::vector{placesByText(PlainValues(values.distinct()), test)};
         case ValueIndex::trigrams:
             return rowsThatMayContain(PlainValues(values.distinct()), test);
-        default:
-            return std::nullopt;
+        case ValueIndex::none:
+        case ValueIndex::dictionary:
+        case ValueIndex::numberOrder:
+        case ValueIndex::scan:
+            break;
     }
+    return std::nullopt;
 }
 
 std::uint32_t countOf(const DictionaryValues &values, const std::vector<Places> &stretches) {

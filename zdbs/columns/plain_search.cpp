@@ -25,9 +25,13 @@ Places placesFor(Relation relation, std::uint32_t low, std::uint32_t high, std::
             return {0, high, false};
         case Relation::greater:
             return {high, size, false};
-        default:
-            return {low, size, false};
+        case Relation::greaterEqual:
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;  // the last three are not asked of an order
     }
+    return {low, size, false};
 }
 
 /** The first place from `low` up to `high` for which `isBelow` is not so. */
@@ -185,7 +189,9 @@ FoundRows find(const PlainValues &values, const ValueTest &test) {
         case ValueIndex::numberOrder:
         case ValueIndex::none:
             return rowsAt(placesByNumber(values, test), &values.numberOrder(), size).foundBy(index);
-        default:
+        case ValueIndex::dictionary:
+        case ValueIndex::trigrams:
+        case ValueIndex::scan:
             break;
     }
     const bool isContained = test.relation() == Relation::contains;
@@ -213,9 +219,11 @@ std::uint32_t estimate(const PlainValues &values, const ValueTest &test) {
             for (const Places &rows : rowsThatMayContain(values, test))
                 count += countOf(rows, values.size());
             return count;
-        default:
-            return values.size();
+        case ValueIndex::dictionary:
+        case ValueIndex::scan:
+            break;
     }
+    return values.size();
 }
 
 }  // namespace zdbs

@@ -57,7 +57,12 @@ std::optional<bool> answerForAll(const ValueTest &test) {
         case Relation::contains:
             if (test.literal().empty()) return true;
             break;
-        default:
+        case Relation::equal:
+        case Relation::notEqual:
+        case Relation::less:
+        case Relation::lessEqual:
+        case Relation::greater:
+        case Relation::greaterEqual:
             break;
     }
     if (test.isWellFormed()) return std::nullopt;
@@ -116,9 +121,10 @@ std::string_view ValueColumn::at(std::uint32_t row) const {
             return PlainValues::valueAt(bytes_, row);
         case ValueEncoding::dictionary:
             return DictionaryValues::valueAt(bytes_, row);
-        default:
-            return ShortValues(bytes_).at(row);
+        case ValueEncoding::shortValues:
+            break;
     }
+    return ShortValues(bytes_).at(row);
 }
 
 /** What a test answers for all values. */

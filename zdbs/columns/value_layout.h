@@ -221,9 +221,10 @@ auto visitValues(std::string_view bytes, ValueEncoding encoding, Visit visit) {
             return visit(PlainValues(bytes));
         case ValueEncoding::dictionary:
             return visit(DictionaryValues(bytes));
-        default:
-            return visit(ShortValues(bytes));
+        case ValueEncoding::shortValues:
+            break;
     }
+    return visit(ShortValues(bytes));
 }
 
 /** The same with the distinct values of a dictionary, which are no dictionary themselves. */

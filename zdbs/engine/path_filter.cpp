@@ -65,9 +65,12 @@ RowRange rangeOf(const PathTable &table, PathId path, const FieldTest &test) {
             return {firstRow(beyond), end, test.negated};
         case Relation::greaterEqual:
             return {firstRow(from), end, test.negated};
-        default:
-            return {0, 0, test.negated};  // no relation between numbers
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;  // no relation between numbers
     }
+    return {0, 0, test.negated};
 }
 
 RowSet cut(const RowSet &rows, RowRange range) {

@@ -3,66 +3,58 @@
 namespace zdbs {
 
 NodeId AxisWalk::first(Axis axis, NodeId context) {
+    const AxisTraits &traits = traitsOf(axis);
+    if (traits.withSelf) return context;
     const bool isAttribute = nodes_.kind(context) == NodeKind::attribute;
-    switch (axis) {
-        case Axis::child:
-            return firstChild(context);
-        case Axis::attribute:
-            return next(axis, context, context);
-        case Axis::descendant:
+    switch (traits.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            if (traits.toAttributes) return nextAttribute(context, context);
             return skipAttributes(context + 1, nodes_.lastBelow(context));
-        case Axis::self:
-        case Axis::descendantOrSelf:
-        case Axis::ancestorOrSelf:
-            return context;
-        case Axis::parent:
-        case Axis::ancestor:
+        case Region::above:
             return nodes_.parent(context);
-        case Axis::followingSibling:
+        case Region::siblingsAfter:
             return isAttribute ? noNode : followingSibling(context);
-        case Axis::precedingSibling:
+        case Region::siblingsBefore:
             return isAttribute ? noNode : precedingSibling(context);
-        case Axis::following:
+        case Region::after:
             // What is below the element of an attribute follows the attribute.
             return skipAttributes((isAttribute ? context : nodes_.lastBelow(context)) + 1,
                                   documentOf(context).last);
-        case Axis::preceding:
+        case Region::before:
             return before(context, context);
-        case Axis::namespaceNode:
-            return noNode;
     }
     return noNode;
 }
 
 NodeId AxisWalk::next(Axis axis, NodeId context, NodeId node) {
-    switch (axis) {
-        case Axis::child:
-        case Axis::followingSibling:
-            return followingSibling(node);
-        case Axis::attribute: {
-            const bool more =
-                node < nodes_.lastBelow(context) && nodes_.kind(node + 1) == NodeKind::attribute;
-            return more ? node + 1 : noNode;
-        }
-        case Axis::descendant:
-        case Axis::descendantOrSelf:
+    const AxisTraits &traits = traitsOf(axis);
+    switch (traits.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            if (traits.toAttributes) return nextAttribute(context, node);
+            if (traits.isDirect) return followingSibling(node);
             return skipAttributes(node + 1, nodes_.lastBelow(context));
-        case Axis::ancestor:
-        case Axis::ancestorOrSelf:
-            return nodes_.parent(node);
-        case Axis::precedingSibling:
+        case Region::above:
+            return traits.isDirect ? noNode : nodes_.parent(node);
+        case Region::siblingsAfter:
+            return followingSibling(node);
+        case Region::siblingsBefore:
             return precedingSibling(node);
-        case Axis::following:
+        case Region::after:
             return skipAttributes(node + 1, documentOf(context).last);
-        case Axis::preceding:
+        case Region::before:
             return before(context, node);
-        default:
-            return noNode;
     }
+    return noNode;
 }
 
-NodeId AxisWalk::firstChild(NodeId element) const {
-    return skipAttributes(element + 1, nodes_.lastBelow(element));
+NodeId AxisWalk::nextAttribute(NodeId element, NodeId attribute) const {
+    const bool more =
+        attribute < nodes_.lastBelow(element) && nodes_.kind(attribute + 1) == NodeKind::attribute;
+    return more ? attribute + 1 : noNode;
 }
 
 NodeId AxisWalk::followingSibling(NodeId node) {

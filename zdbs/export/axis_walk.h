@@ -33,7 +33,7 @@ public:
     const DocumentRange &documentOf(NodeId node) { return finder_.documentOf(node); }
 
 private:
-    NodeId firstChild(NodeId element) const;
+    NodeId nextAttribute(NodeId element, NodeId attribute) const;
     NodeId followingSibling(NodeId node);
     NodeId precedingSibling(NodeId node);
     NodeId skipAttributes(NodeId node, NodeId last) const;

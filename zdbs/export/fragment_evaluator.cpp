@@ -51,9 +51,15 @@ std::size_t enough(const FragmentStep &step) {
         case Relation::less:
         case Relation::lessEqual:
             return only.position.place < 1e9 ? static_cast<std::size_t>(only.position.place) : all;
-        default:
-            return all;
+        case Relation::notEqual:
+        case Relation::greater:
+        case Relation::greaterEqual:
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;
     }
+    return all;
 }
 
 /** Keeps contexts with a key that did not come before; of the last ones when `fromEnd`. */
@@ -93,7 +99,8 @@ NodeIds FragmentEvaluator::stepFrom(const FragmentStep &step, const NodeIds &con
     if (step.positional()) return stepFromEach(step, contexts);
     NodeIds found;
     std::unordered_set<NodeId> walked;
-    const bool upwards = step.axis == Axis::ancestor || step.axis == Axis::ancestorOrSelf;
+    const AxisTraits &axis = traitsOf(step.axis);
+    const bool upwards = axis.region == Region::above && !axis.isDirect;
     for (const NodeId context : pruned(step.axis, contexts)) {
         walk_.along(step.axis, context, [&](NodeId node) {
             // From here up another context has gone already.
@@ -198,25 +205,27 @@ void FragmentEvaluator::keepValues(const FragmentPath &path, NodeIds &nodes) con
 
 /** The contexts that are enough to reach all that the contexts together reach on the axis. */
 NodeIds FragmentEvaluator::pruned(Axis axis, const NodeIds &contexts) {
-    switch (axis) {
-        case Axis::descendant:
-        case Axis::descendantOrSelf:
-            return outermost(contexts);
-        case Axis::following:
+    const AxisTraits &traits = traitsOf(axis);
+    switch (traits.region) {
+        case Region::below:
+            return traits.isDirect ? contexts : outermost(contexts);
+        case Region::after:
             return earliestEnds(contexts);
-        case Axis::preceding:
+        case Region::before:
             return oneForEach(contexts, true,
                               [this](NodeId node) { return rootKey(finder_.indexOf(node)); });
-        case Axis::followingSibling:
-        case Axis::precedingSibling: {
+        case Region::siblingsAfter:
+        case Region::siblingsBefore: {
             NodeIds nodes = contexts;
             std::erase_if(nodes, [this](NodeId node) { return isAttribute(node); });
-            return oneForEach(nodes, axis == Axis::precedingSibling,
+            return oneForEach(nodes, traits.isReverse(),
                               [this](NodeId node) { return parentKey(nodes_, finder_, node); });
         }
-        default:
-            return contexts;
+        case Region::above:
+        case Region::none:
+            break;
     }
+    return contexts;
 }
 
 /** Without the nodes below others; attributes stay, being on no axis of their elements' kin. */
@@ -261,7 +270,8 @@ bool FragmentEvaluator::passes(const FragmentTest &test, Axis axis, NodeId node)
             break;
     }
     // The principal kind of the axis.
-    if (nodes_.kind(node) != (axis == Axis::attribute ? NodeKind::attribute : NodeKind::element))
+    if (nodes_.kind(node) !=
+        (traitsOf(axis).toAttributes ? NodeKind::attribute : NodeKind::element))
         return false;
     const NodeName name = nodes_.name(node);
     if (!test.local.empty() && test.local != name.local) return false;

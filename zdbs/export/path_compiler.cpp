@@ -31,9 +31,11 @@ FragmentTest typeTest(const XPathNodeTypeTest &test) {
             return {FragmentTest::Kind::comment, {}, {}};
         case NTYPE_PROCESSING_INSTRUCTION:
             return {FragmentTest::Kind::instruction, {}, {}};
-        default:
-            return {FragmentTest::Kind::node, {}, {}};
+        case NTYPE_INVALID:
+        case NTYPE_NODE:
+            break;
     }
+    return {FragmentTest::Kind::node, {}, {}};
 }
 
 FragmentTest testOfStep(const XPathNodeTest *test) {

@@ -5,17 +5,8 @@
 namespace zdbs {
 namespace {
 
-bool isDownwards(Axis axis) {
-    switch (axis) {
-        case Axis::child:
-        case Axis::attribute:
-        case Axis::descendant:
-        case Axis::descendantOrSelf:
-        case Axis::self:
-            return true;
-        default:
-            return false;
-    }
+bool isDownwards(const AxisTraits &axis) {
+    return axis.region == Region::below || (axis.region == Region::none && axis.withSelf);
 }
 
 bool isKind(NodeKind kind, FragmentTest::Kind wanted) {
@@ -26,9 +17,11 @@ bool isKind(NodeKind kind, FragmentTest::Kind wanted) {
             return kind == NodeKind::comment;
         case FragmentTest::Kind::instruction:
             return kind == NodeKind::processingInstruction;
-        default:
+        case FragmentTest::Kind::node:
+        case FragmentTest::Kind::name:
             return true;
     }
+    return false;
 }
 
 bool isNamed(const NodeName &name, const FragmentTest &test) {
@@ -54,7 +47,7 @@ bool PathFragments::goesDown(const FragmentSpec &spec) {
     return std::all_of(spec.begin(), spec.end(), [](const FragmentPath &path) {
         return !path.value &&
                std::all_of(path.steps.begin(), path.steps.end(), [](const FragmentStep &step) {
-                   return isDownwards(step.axis) && step.predicates.empty();
+                   return isDownwards(traitsOf(step.axis)) && step.predicates.empty();
                });
     });
 }
@@ -88,21 +81,13 @@ std::vector<PathId> PathFragments::findReached(PathId path) const {
 
 void PathFragments::addStep(const FragmentStep &step, PathId from,
                             std::vector<PathId> &reached) const {
-    switch (step.axis) {
-        case Axis::self:
-        case Axis::descendantOrSelf:
-            if (passes(step, from)) reached.push_back(from);
-            if (step.axis == Axis::descendantOrSelf) addBelow(step, from, reached);
-            break;
-        case Axis::descendant:
-            addBelow(step, from, reached);
-            break;
-        default:
-            for (const PathId child : reader_.summary().children(from)) {
-                const bool isAttribute = reader_.summary()[child].kind == NodeKind::attribute;
-                if (isAttribute == (step.axis == Axis::attribute) && passes(step, child))
-                    reached.push_back(child);
-            }
+    const AxisTraits &axis = traitsOf(step.axis);
+    if (axis.withSelf && passes(step, from)) reached.push_back(from);
+    if (axis.region != Region::below) return;
+    if (!axis.isDirect) return addBelow(step, from, reached);
+    for (const PathId child : reader_.summary().children(from)) {
+        const bool isAttribute = reader_.summary()[child].kind == NodeKind::attribute;
+        if (isAttribute == axis.toAttributes && passes(step, child)) reached.push_back(child);
     }
 }
 
@@ -126,7 +111,7 @@ bool PathFragments::passes(const FragmentStep &step, PathId path) const {
     if (step.test.kind != FragmentTest::Kind::name) return isKind(entry.kind, step.test.kind);
     // The principal kind of the axis.
     const NodeKind principal =
-        step.axis == Axis::attribute ? NodeKind::attribute : NodeKind::element;
+        traitsOf(step.axis).toAttributes ? NodeKind::attribute : NodeKind::element;
     return entry.kind == principal && isNamed(reader_.table().nameOf(entry.name), step.test);
 }
 

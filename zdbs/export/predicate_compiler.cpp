@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <cassert>
 #include <cstdlib>
 #include <utility>
 
@@ -16,21 +17,13 @@ using Kind = FragmentPredicate::Kind;
 constexpr const char *noComparison =
     "A ZARN XPath comparison predicate requires a location step and a scalar value.";
 
+/** REQUIRES: the operator compares. */
 Relation relationOf(EPairOperator op) {
-    switch (op) {
-        case PAIRSEP_NE:
-            return Relation::notEqual;
-        case PAIRSEP_GT:
-            return Relation::greater;
-        case PAIRSEP_LT:
-            return Relation::less;
-        case PAIRSEP_LE:
-            return Relation::lessEqual;
-        case PAIRSEP_GE:
-            return Relation::greaterEqual;
-        default:
-            return Relation::equal;
-    }
+    // From PAIRSEP_EQ to PAIRSEP_GE.
+    constexpr Relation relations[] = {Relation::equal, Relation::notEqual,  Relation::greater,
+                                      Relation::less,  Relation::lessEqual, Relation::greaterEqual};
+    assert(__is_comparison_op(op));
+    return relations[op - PAIRSEP_EQ];
 }
 
 /** The literal of a comparison, bare or wrapped as the grammar wraps it; null for all else. */

@@ -20,7 +20,8 @@ std::string nameOf(const PathTable &table, const Path &path) {
             return "/comment()";
         case NodeKind::processingInstruction:
             return "/processing-instruction()";
-        default:
+        case NodeKind::element:
+        case NodeKind::attribute:
             break;
     }
     const NodeName &name = table.nameOf(path.name);

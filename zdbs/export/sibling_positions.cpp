@@ -13,11 +13,12 @@ PathName pathName(const NodeTable &nodes, NodeId node) {
             return {{}, "comment()"};
         case NodeKind::processingInstruction:
             return {{}, "processing-instruction()"};
-        default: {
-            const NodeName name = nodes.name(node);
-            return {name.prefix, name.local};
-        }
+        case NodeKind::element:
+        case NodeKind::attribute:
+            break;
     }
+    const NodeName name = nodes.name(node);
+    return {name.prefix, name.local};
 }
 
 std::size_t SiblingPositions::Hash::operator()(const PathName &name) const {

@@ -1,19 +1,17 @@
 #include "zdbs/joins/axis.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 
 namespace zdbs {
 namespace {
 
-/** In the order of the enumeration. */
-constexpr std::array<std::string_view, 13> names{
-    "child",    "attribute",         "descendant",
-    "ancestor", "ancestor-or-self",  "descendant-or-self",
-    "self",     "following-sibling", "preceding-sibling",
-    "parent",   "following",         "preceding",
-    "namespace"};
+constexpr bool isInOrder() {
+    for (std::size_t i = 0; i < axisTable.size(); ++i) {
+        if (axisTable[i].axis != static_cast<Axis>(i)) return false;
+    }
+    return axisTable.size() == static_cast<std::size_t>(Axis::namespaceNode) + 1;
+}
+static_assert(isInOrder(), "the table has a row for each axis, in the order of the enumeration");
 
 constexpr char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -27,19 +25,10 @@ bool sameWord(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::optional<Axis> axisOf(std::string_view name) {
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (sameWord(names[i], name)) return static_cast<Axis>(i);
-    }
-    return std::nullopt;
-}
-
-std::string_view nameOf(Axis axis) {
-    return names[static_cast<std::size_t>(axis)];
-}
-
-bool isReverse(Axis axis) {
-    return axis == Axis::ancestor || axis == Axis::ancestorOrSelf ||
-           axis == Axis::precedingSibling || axis == Axis::preceding;
+    const auto row =
+        std::find_if(axisTable.begin(), axisTable.end(),
+                     [name](const AxisTraits &each) { return sameWord(each.name, name); });
+    return row != axisTable.end() ? std::optional(row->axis) : std::nullopt;
 }
 
 }  // namespace zdbs

@@ -163,9 +163,9 @@ public:
         });
     }
 
-    /** The nodes that a step to a child or an attribute can reach. */
+    /** The nodes that a step downwards can reach. */
     NodeIds reachableBelow(Step step, NodeSpan nodes) const {
-        if (step.axis == Axis::attribute) return attributesOnly(nodes);
+        if (traitsOf(step.axis).toAttributes) return attributesOnly(nodes);
         if (step.attributesAreChildren) return NodeIds(nodes.begin(), nodes.end());
         return withoutAttributes(nodes);
     }
@@ -174,94 +174,84 @@ public:
     NodeIds keepSecond(Step step, Operand a, NodeSpan b);
 
 private:
-    Selection keepAbove(Step step, Operand a, NodeSpan b);
-    NodeIds keepBelow(Operand a, NodeSpan b);
+    NodeIds allBelow(NodeSpan low, Operand high, bool isDirect);
+    Selection allAbove(Operand high, NodeSpan low, bool isDirect);
+    Selection firstOfRegion(Step step, Operand a, Operand b);
+    NodeIds secondOfRegion(Step step, Operand a, NodeSpan b);
 
     const NodeTable &table_;
     DocumentFinder finder_;
 };
 
-/** keepFirst() of child and attribute. */
-Selection Joins::keepAbove(Step step, Operand a, NodeSpan b) {
-    Selection parents = parentsOf(reachableBelow(step, b));
-    return {common<NodeId>(a.nodes, parents.nodes), common<DocumentIndex>(a.roots, parents.roots)};
+/** The nodes of `low` that are below a node or a root of `high`. */
+NodeIds Joins::allBelow(NodeSpan low, Operand high, bool isDirect) {
+    if (isDirect) return directlyBelow(low, high);
+    return merged(below(low, high.nodes), inDocuments(low, high.roots));
 }
 
-/** keepSecond() of descendant. */
-NodeIds Joins::keepBelow(Operand a, NodeSpan b) {
-    NodeIds reachable = withoutAttributes(b);
-    return merged(below(reachable, a.nodes), inDocuments(reachable, a.roots));
+/** What of `high` is above a node of `low`. */
+Selection Joins::allAbove(Operand high, NodeSpan low, bool isDirect) {
+    if (!isDirect)
+        return {above(high.nodes, low), common<DocumentIndex>(high.roots, documentsOf(low))};
+    const Selection parents = parentsOf(low);
+    return {common<NodeId>(high.nodes, parents.nodes),
+            common<DocumentIndex>(high.roots, parents.roots)};
+}
+
+/** keepFirst() without the nodes that are on both sides themselves. */
+Selection Joins::firstOfRegion(Step step, Operand a, Operand b) {
+    const AxisTraits &axis = traitsOf(step.axis);
+    switch (axis.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            return allAbove(a, reachableBelow(step, b.nodes), axis.isDirect);
+        case Region::above:
+            return {allBelow(a.nodes, b, axis.isDirect), {}};
+        case Region::siblingsAfter:
+            return {besides(a.nodes, b.nodes, true), {}};
+        case Region::siblingsBefore:
+            return {besides(a.nodes, b.nodes, false), {}};
+        case Region::after:
+            return {endingBefore(a.nodes, withoutAttributes(b.nodes)), {}};
+        case Region::before:
+            return {beginningAfter(a.nodes, withoutAttributes(b.nodes)), {}};
+    }
+    return {};
+}
+
+/** keepSecond() likewise. */
+NodeIds Joins::secondOfRegion(Step step, Operand a, NodeSpan b) {
+    const AxisTraits &axis = traitsOf(step.axis);
+    switch (axis.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            return allBelow(reachableBelow(step, b), a, axis.isDirect);
+        case Region::above:
+            return allAbove({b, {}}, a.nodes, axis.isDirect).nodes;
+        case Region::siblingsAfter:
+            return besides(b, a.nodes, false);
+        case Region::siblingsBefore:
+            return besides(b, a.nodes, true);
+        case Region::after:
+            return beginningAfter(withoutAttributes(b), a.nodes);
+        case Region::before:
+            return endingBefore(withoutAttributes(b), a.nodes);
+    }
+    return {};
 }
 
 Selection Joins::keepFirst(Step step, Operand a, Operand b) {
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-            return keepAbove(step, a, b.nodes);
-        case Axis::descendant: {
-            NodeIds reachable = withoutAttributes(b.nodes);
-            return {above(a.nodes, reachable),
-                    common<DocumentIndex>(a.roots, documentsOf(reachable))};
-        }
-        case Axis::descendantOrSelf: {
-            Selection below = keepFirst({Axis::descendant}, a, b);
-            Selection self = keepFirst({Axis::self}, a, b);
-            return {merged(below.nodes, self.nodes), merged(below.roots, self.roots)};
-        }
-        case Axis::self:
-            return {common(a.nodes, b.nodes), common(a.roots, b.roots)};
-        case Axis::parent:
-            return {directlyBelow(a.nodes, b), {}};
-        case Axis::ancestor:
-            return {merged(below(a.nodes, b.nodes), inDocuments(a.nodes, b.roots)), {}};
-        case Axis::ancestorOrSelf: {
-            Selection above = keepFirst({Axis::ancestor}, a, b);
-            Selection self = keepFirst({Axis::self}, a, b);
-            return {merged(above.nodes, self.nodes), self.roots};
-        }
-        case Axis::followingSibling:
-            return {besides(a.nodes, b.nodes, true), {}};
-        case Axis::precedingSibling:
-            return {besides(a.nodes, b.nodes, false), {}};
-        case Axis::following:
-            return {endingBefore(a.nodes, withoutAttributes(b.nodes)), {}};
-        case Axis::preceding:
-            return {beginningAfter(a.nodes, withoutAttributes(b.nodes)), {}};
-        case Axis::namespaceNode:
-            break;  // namespace nodes are no records
-    }
-    return {};
+    Selection found = firstOfRegion(step, a, b);
+    if (!traitsOf(step.axis).withSelf) return found;
+    return {merged(found.nodes, common(a.nodes, b.nodes)),
+            merged(found.roots, common(a.roots, b.roots))};
 }
 
 NodeIds Joins::keepSecond(Step step, Operand a, NodeSpan b) {
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-            return directlyBelow(reachableBelow(step, b), a);
-        case Axis::descendant:
-            return keepBelow(a, b);
-        case Axis::descendantOrSelf:
-            return merged(keepBelow(a, b), common(a.nodes, b));
-        case Axis::self:
-            return common(a.nodes, b);
-        case Axis::parent:
-            return common<NodeId>(b, parentsOf(a.nodes).nodes);
-        case Axis::ancestor:
-            return above(b, a.nodes);
-        case Axis::ancestorOrSelf:
-            return merged(above(b, a.nodes), common(a.nodes, b));
-        case Axis::followingSibling:
-            return besides(b, a.nodes, false);
-        case Axis::precedingSibling:
-            return besides(b, a.nodes, true);
-        case Axis::following:
-            return beginningAfter(withoutAttributes(b), a.nodes);
-        case Axis::preceding:
-            return endingBefore(withoutAttributes(b), a.nodes);
-        case Axis::namespaceNode:
-            break;
-    }
-    return {};
+    NodeIds found = secondOfRegion(step, a, b);
+    return traitsOf(step.axis).withSelf ? merged(found, common(a.nodes, b)) : found;
 }
 
 }  // namespace

@@ -334,7 +334,7 @@ std::string DocumentReader::entityAtError() const {
 
 void DocumentReader::throwParserError() const {
     const XML_Error error = XML_GetErrorCode(parser_.get());
-    switch (error) {
+    switch (static_cast<int>(error)) {  // of many codes
         case XML_ERROR_NO_MEMORY:
             throw std::bad_alloc();
         case XML_ERROR_AMPLIFICATION_LIMIT_BREACH:

@@ -35,13 +35,13 @@ public:
     PathJoins(const NodeTable &nodes, const PathTable &table)
         : nodes_(nodes), table_(table), documents_(nodes, table) {}
 
-    std::optional<PathSelection> keepFirst(Step step, const PathOperand &a, const PathOperand &b);
-    std::optional<PathNodes> keepSecond(Step step, const PathOperand &a, const PathNodes &b);
-
-private:
     using MaybeNodes = std::optional<PathNodes>;
     using MaybeSelection = std::optional<PathSelection>;
 
+    MaybeSelection keepFirst(Step step, const PathOperand &a, const PathOperand &b) const;
+    MaybeNodes keepSecond(Step step, const PathOperand &a, const PathNodes &b) const;
+
+private:
     const Path &path(const PathPart &part) const { return table_.summary()[part.path]; }
 
     template <typename Condition>
@@ -92,9 +92,9 @@ private:
         return {*this, nodes, LowKinds::others};
     }
 
-    /** The nodes that a step to a child or an attribute can reach. */
+    /** The nodes that a step downwards can reach. */
     Chosen reachableBelow(Step step, const PathNodes &nodes) const {
-        if (step.axis == Axis::attribute) return {*this, nodes, LowKinds::attributes};
+        if (traitsOf(step.axis).toAttributes) return {*this, nodes, LowKinds::attributes};
         return {*this, nodes, step.attributesAreChildren ? LowKinds::all : LowKinds::others};
     }
 
@@ -122,6 +122,8 @@ private:
     MaybeSelection aboveIrregular(const PathOperand &high, const PathNodes &low, Depth depth) const;
     MaybeSelection above(const PathOperand &high, const PathNodes &low, Depth depth) const;
     MaybeNodes besides(const PathNodes &candidates, const PathNodes &partners, bool after) const;
+    MaybeSelection firstOfRegion(Step step, const PathOperand &a, const PathOperand &b) const;
+    MaybeNodes secondOfRegion(Step step, const PathOperand &a, const PathNodes &b) const;
 
     const NodeTable &nodes_;
     const PathTable &table_;
@@ -201,85 +203,75 @@ PathJoins::MaybeNodes PathJoins::besides(const PathNodes &candidates, const Path
     return zdbs::besides(nodes_, table_, nodes, others, after);
 }
 
-std::optional<PathSelection> PathJoins::keepFirst(Step step, const PathOperand &a,
-                                                  const PathOperand &b) {
+/** keepFirst() without the nodes that are on both sides themselves. */
+PathJoins::MaybeSelection PathJoins::firstOfRegion(Step step, const PathOperand &a,
+                                                   const PathOperand &b) const {
     const auto only = [](MaybeNodes nodes) -> MaybeSelection {
         if (!nodes) return std::nullopt;
         return PathSelection{std::move(*nodes), {}};
     };
-    const auto withSelf = [&](MaybeSelection other) -> MaybeSelection {
-        if (!other) return std::nullopt;
-        return PathSelection{united(table_, std::move(other->nodes), intersected(a.nodes, b.nodes)),
-                             merged(other->roots, common(a.roots, b.roots))};
-    };
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-            return above(a, reachableBelow(step, b.nodes).nodes(), Depth::direct);
-        case Axis::descendant:
-            return above(a, withoutAttributes(b.nodes).nodes(), Depth::any);
-        case Axis::descendantOrSelf:
-            return withSelf(above(a, withoutAttributes(b.nodes).nodes(), Depth::any));
-        case Axis::self:
-            return withSelf(PathSelection());
-        case Axis::parent:
-            return only(below(b, all(a.nodes), Depth::direct));
-        case Axis::ancestor:
-            return only(below(b, all(a.nodes), Depth::any));
-        case Axis::ancestorOrSelf:
-            return withSelf(only(below(b, all(a.nodes), Depth::any)));
-        case Axis::followingSibling:
+    const AxisTraits &axis = traitsOf(step.axis);
+    const Depth depth = axis.isDirect ? Depth::direct : Depth::any;
+    switch (axis.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            return above(a, reachableBelow(step, b.nodes).nodes(), depth);
+        case Region::above:
+            return only(below(b, all(a.nodes), depth));
+        case Region::siblingsAfter:
             return only(besides(a.nodes, b.nodes, true));
-        case Axis::precedingSibling:
+        case Region::siblingsBefore:
             return only(besides(a.nodes, b.nodes, false));
-        case Axis::following:
+        case Region::after:
             return only(documents_.endingBefore(a.nodes, withoutAttributes(b.nodes).nodes()));
-        case Axis::preceding:
+        case Region::before:
             return only(documents_.beginningAfter(a.nodes, withoutAttributes(b.nodes).nodes()));
-        case Axis::namespaceNode:
-            break;  // namespace nodes are no records
     }
     return PathSelection();
 }
 
-std::optional<PathNodes> PathJoins::keepSecond(Step step, const PathOperand &a,
-                                               const PathNodes &b) {
+/** keepSecond() likewise. */
+PathJoins::MaybeNodes PathJoins::secondOfRegion(Step step, const PathOperand &a,
+                                                const PathNodes &b) const {
     const auto nodesOf = [](MaybeSelection selection) -> MaybeNodes {
         if (!selection) return std::nullopt;
         return std::move(selection->nodes);
     };
-    const auto withSelf = [&](MaybeNodes other) -> MaybeNodes {
-        if (!other) return std::nullopt;
-        return united(table_, std::move(*other), intersected(a.nodes, b));
-    };
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-            return below(a, reachableBelow(step, b), Depth::direct);
-        case Axis::descendant:
-            return below(a, withoutAttributes(b), Depth::any);
-        case Axis::descendantOrSelf:
-            return withSelf(below(a, withoutAttributes(b), Depth::any));
-        case Axis::self:
-            return intersected(a.nodes, b);
-        case Axis::parent:
-            return nodesOf(above({b, {}}, a.nodes, Depth::direct));
-        case Axis::ancestor:
-            return nodesOf(above({b, {}}, a.nodes, Depth::any));
-        case Axis::ancestorOrSelf:
-            return withSelf(nodesOf(above({b, {}}, a.nodes, Depth::any)));
-        case Axis::followingSibling:
-            return besides(b, a.nodes, false);
-        case Axis::precedingSibling:
-            return besides(b, a.nodes, true);
-        case Axis::following:
-            return documents_.beginningAfter(withoutAttributes(b).nodes(), a.nodes);
-        case Axis::preceding:
-            return documents_.endingBefore(withoutAttributes(b).nodes(), a.nodes);
-        case Axis::namespaceNode:
+    const AxisTraits &axis = traitsOf(step.axis);
+    const Depth depth = axis.isDirect ? Depth::direct : Depth::any;
+    switch (axis.region) {
+        case Region::none:
             break;
+        case Region::below:
+            return below(a, reachableBelow(step, b), depth);
+        case Region::above:
+            return nodesOf(above({b, {}}, a.nodes, depth));
+        case Region::siblingsAfter:
+            return besides(b, a.nodes, false);
+        case Region::siblingsBefore:
+            return besides(b, a.nodes, true);
+        case Region::after:
+            return documents_.beginningAfter(withoutAttributes(b).nodes(), a.nodes);
+        case Region::before:
+            return documents_.endingBefore(withoutAttributes(b).nodes(), a.nodes);
     }
     return PathNodes();
+}
+
+PathJoins::MaybeSelection PathJoins::keepFirst(Step step, const PathOperand &a,
+                                               const PathOperand &b) const {
+    MaybeSelection found = firstOfRegion(step, a, b);
+    if (!found || !traitsOf(step.axis).withSelf) return found;
+    return PathSelection{united(table_, std::move(found->nodes), intersected(a.nodes, b.nodes)),
+                         merged(found->roots, common(a.roots, b.roots))};
+}
+
+PathJoins::MaybeNodes PathJoins::keepSecond(Step step, const PathOperand &a,
+                                            const PathNodes &b) const {
+    MaybeNodes found = secondOfRegion(step, a, b);
+    if (!found || !traitsOf(step.axis).withSelf) return found;
+    return united(table_, std::move(*found), intersected(a.nodes, b));
 }
 
 }  // namespace

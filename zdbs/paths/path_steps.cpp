@@ -10,10 +10,6 @@ namespace {
 
 using PathSpan = std::span<const PathId>;
 
-bool isDirect(Axis axis) {
-    return axis == Axis::child || axis == Axis::attribute || axis == Axis::parent;
-}
-
 /** Decides for one summary. What is irregular may be anywhere below an element. */
 class PathSteps {
 public:
@@ -71,20 +67,10 @@ public:
 
     bool isAttribute(PathId path) const { return summary_[path].kind == NodeKind::attribute; }
 
-    /** Whether a step can end at nodes of a path, wherever it begins. */
+    /** Whether a step down, forwards or backwards can end at nodes of a path. */
     bool canEndAt(Step step, PathId path) const {
-        switch (step.axis) {
-            case Axis::attribute:
-                return isAttribute(path);
-            case Axis::child:
-                return step.attributesAreChildren || !isAttribute(path);
-            case Axis::descendant:
-            case Axis::following:
-            case Axis::preceding:
-                return !isAttribute(path);
-            default:
-                return true;
-        }
+        if (traitsOf(step.axis).toAttributes) return isAttribute(path);
+        return step.attributesAreChildren || !isAttribute(path);
     }
 
     std::vector<PathId> endsOf(Step step, PathSpan paths) const {
@@ -123,69 +109,69 @@ std::vector<PathId> united(PathSpan a, PathSpan b) {
     return result;
 }
 
-}  // namespace
-
-std::vector<PathId> pathsReached(const PathSummary &summary, Step step, PathSpan first, bool roots,
-                                 PathSpan second) {
+/** pathsReached() without the nodes that are on both sides themselves. */
+std::vector<PathId> reachedInRegion(const PathSummary &summary, Step step, PathSpan first,
+                                    bool roots, PathSpan second) {
     const PathSteps steps(summary);
-    if (first.empty() && !roots) return {};
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-        case Axis::descendant:
-            return steps.below(first, roots, isDirect(step.axis), steps.endsOf(step, second));
-        case Axis::descendantOrSelf:
-            return united(pathsReached(summary, {Axis::descendant}, first, roots, second),
-                          common(first, second));
-        case Axis::self:
-            return common(first, second);
-        case Axis::parent:
-        case Axis::ancestor:
-            return steps.above(first, isDirect(step.axis), second);
-        case Axis::ancestorOrSelf:
-            return united(steps.above(first, false, second), common(first, second));
-        case Axis::followingSibling:
-        case Axis::precedingSibling:
-            return steps.besides(first, second);
-        case Axis::following:
-        case Axis::preceding:
-            return first.empty() ? std::vector<PathId>() : steps.endsOf(step, second);
-        case Axis::namespaceNode:
+    const AxisTraits &axis = traitsOf(step.axis);
+    switch (axis.region) {
+        case Region::none:
             break;
+        case Region::below:
+            return steps.below(first, roots, axis.isDirect, steps.endsOf(step, second));
+        case Region::above:
+            return steps.above(first, axis.isDirect, second);
+        case Region::siblingsAfter:
+        case Region::siblingsBefore:
+            return steps.besides(first, second);
+        case Region::after:
+        case Region::before:
+            return first.empty() ? std::vector<PathId>() : steps.endsOf(step, second);
     }
     return {};
 }
 
-std::vector<PathId> pathsReaching(const PathSummary &summary, Step step, PathSpan first,
-                                  PathSpan second) {
+/** pathsReaching() likewise. */
+std::vector<PathId> reachingRegion(const PathSummary &summary, Step step, PathSpan first,
+                                   PathSpan second) {
     const PathSteps steps(summary);
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-        case Axis::descendant:
-            return steps.above(steps.endsOf(step, second), isDirect(step.axis), first);
-        case Axis::descendantOrSelf:
-            return united(steps.above(steps.endsOf({Axis::descendant}, second), false, first),
-                          common(first, second));
-        case Axis::self:
-            return common(first, second);
-        case Axis::parent:
-        case Axis::ancestor:
-            return steps.below(second, false, isDirect(step.axis), first);
-        case Axis::ancestorOrSelf:
-            return united(steps.below(second, false, false, first), common(first, second));
-        case Axis::followingSibling:
-        case Axis::precedingSibling:
+    const AxisTraits &axis = traitsOf(step.axis);
+    switch (axis.region) {
+        case Region::none:
+            break;
+        case Region::below:
+            return steps.above(steps.endsOf(step, second), axis.isDirect, first);
+        case Region::above:
+            return steps.below(second, false, axis.isDirect, first);
+        case Region::siblingsAfter:
+        case Region::siblingsBefore:
             return steps.besides(second, first);
-        case Axis::following:
-        case Axis::preceding:
+        case Region::after:
+        case Region::before:
             return steps.endsOf(step, second).empty()
                        ? std::vector<PathId>()
                        : std::vector<PathId>(first.begin(), first.end());
-        case Axis::namespaceNode:
-            break;
     }
     return {};
+}
+
+std::vector<PathId> withSelf(Step step, std::vector<PathId> paths, PathSpan first,
+                             PathSpan second) {
+    if (!traitsOf(step.axis).withSelf) return paths;
+    return united(paths, common(first, second));
+}
+
+}  // namespace
+
+std::vector<PathId> pathsReached(const PathSummary &summary, Step step, PathSpan first, bool roots,
+                                 PathSpan second) {
+    if (first.empty() && !roots) return {};
+    return withSelf(step, reachedInRegion(summary, step, first, roots, second), first, second);
+}
+
+std::vector<PathId> pathsReaching(const PathSummary &summary, Step step, PathSpan first,
+                                  PathSpan second) {
+    return withSelf(step, reachingRegion(summary, step, first, second), first, second);
 }
 
 }  // namespace zdbs

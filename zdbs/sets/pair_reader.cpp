@@ -81,7 +81,7 @@ public:
         return isRoot ? belowRoot(context.document) : Stretches{};
     }
 
-    bool isReverse() const override { return zdbs::isReverse(step_.axis); }
+    bool isReverse() const override { return axis().isReverse(); }
 
 protected:
     virtual Stretches belowNode(NodeId context) = 0;
@@ -91,7 +91,7 @@ protected:
 
     const NodeTable &table() const { return table_; }
     DocumentFinder &finder() { return finder_; }
-    Axis axis() const { return step_.axis; }
+    const AxisTraits &axis() const { return traitsOf(step_.axis); }
     bool isAttribute(NodeId node) const { return table_.kind(node) == NodeKind::attribute; }
 
 private:
@@ -111,18 +111,15 @@ public:
 
 protected:
     Stretches belowNode(NodeId context) override {
-        bool isSibling = axis() == Axis::followingSibling || axis() == Axis::precedingSibling;
-        if (!isSibling) return single(groups_.group(context), false);
+        if (!axis().isSibling()) return single(groups_.group(context), false);
         if (isAttribute(context)) return {};
         NodeSpan siblings = groups_.group(parentKey(table(), finder(), context));
-        if (axis() == Axis::followingSibling) {
-            return single(between(siblings, context + 1, lastNodeId), false);
-        }
-        return single(between(siblings, noNode, context - 1), true);
+        if (axis().isReverse()) return single(between(siblings, noNode, context - 1), true);
+        return single(between(siblings, context + 1, lastNodeId), false);
     }
 
     Stretches belowRoot(DocumentIndex document) override {
-        if (axis() != Axis::child) return {};
+        if (axis().region != Region::below || axis().toAttributes) return {};
         return single(groups_.group(rootKey(document)), false);
     }
 
@@ -145,19 +142,19 @@ public:
 protected:
     Stretches belowNode(NodeId context) override {
         NodeId last = table().lastBelow(context);
-        if (axis() == Axis::descendant) return single(between(tree_, context + 1, last), false);
-        if (axis() == Axis::preceding) return beforeNode(context);
-        if (axis() == Axis::following) {
+        if (axis().region == Region::before) return beforeNode(context);
+        if (axis().region == Region::after) {
             NodeId end = finder().documentOf(context).last;
             return single(between(tree_, last + 1, end), false);
         }
+        if (!axis().withSelf) return single(between(tree_, context + 1, last), false);
         // An attribute is its own descendant-or-self, and nobody else's.
         NodeSpan list = isAttribute(context) ? nodes_ : NodeSpan(tree_);
         return single(between(list, context, last), false);
     }
 
     Stretches belowRoot(DocumentIndex document) override {
-        if (axis() != Axis::descendant && axis() != Axis::descendantOrSelf) return {};
+        if (axis().region != Region::below) return {};
         const DocumentRange &range = finder().document(document);
         return single(between(tree_, range.first, range.last), false);
     }
@@ -193,13 +190,11 @@ public:
 protected:
     Stretches belowNode(NodeId context) override {
         way_.clear();
-        bool withSelf = axis() == Axis::self || axis() == Axis::ancestorOrSelf;
-        bool furtherUp = axis() == Axis::ancestor || axis() == Axis::ancestorOrSelf;
-        if (withSelf) add(context);
-        if (axis() == Axis::self) return single(way_, false);
+        if (axis().withSelf) add(context);
+        if (axis().region != Region::above) return single(way_, false);
         for (NodeId up = table().parent(context); up != noNode; up = table().parent(up)) {
             add(up);
-            if (!furtherUp) break;
+            if (axis().isDirect) break;
         }
         return single(way_, false);
     }
@@ -295,20 +290,22 @@ Stretches cut(const Stretches &stretches, PositionTest test) {
 
 std::unique_ptr<PairReader> openAxisPairs(const NodeTable &table, const PairStep &step,
                                           std::span<const NodeId> nodes) {
-    switch (step.axis) {
-        case Axis::child:
-        case Axis::attribute:
-        case Axis::followingSibling:
-        case Axis::precedingSibling:
+    const AxisTraits &axis = traitsOf(step.axis);
+    switch (axis.region) {
+        case Region::siblingsAfter:
+        case Region::siblingsBefore:
             return std::make_unique<GroupReader>(table, step, nodes);
-        case Axis::descendant:
-        case Axis::descendantOrSelf:
-        case Axis::following:
-        case Axis::preceding:
+        case Region::below:
+            if (axis.isDirect) return std::make_unique<GroupReader>(table, step, nodes);
             return std::make_unique<RangeReader>(table, step, nodes);
-        default:
-            return std::make_unique<UpReader>(table, step, nodes);
+        case Region::after:
+        case Region::before:
+            return std::make_unique<RangeReader>(table, step, nodes);
+        case Region::above:
+        case Region::none:
+            break;
     }
+    return std::make_unique<UpReader>(table, step, nodes);
 }
 
 std::unique_ptr<PairReader> openSiblingPairs(const NodeTable &table,

@@ -38,8 +38,8 @@ public:
 
     /** Whether a node stands in one pair at most, so that pairs follow from nodes. */
     bool hasOneContextEach() const {
-        return step_.axis == Axis::child || step_.axis == Axis::attribute ||
-               step_.axis == Axis::self;
+        const AxisTraits &axis = traitsOf(step_.axis);
+        return axis.region == Region::none || (axis.region == Region::below && axis.isDirect);
     }
 
 private:
@@ -288,8 +288,8 @@ private:
 bool countsAmongSiblings(const PairSource *source) {
     if (source == nullptr) return true;
     if (!source->isWholeStep()) return false;
-    const Axis axis = source->step()->axis;
-    return axis == Axis::child || axis == Axis::attribute;
+    const AxisTraits &axis = traitsOf(source->step()->axis);
+    return axis.region == Region::below && axis.isDirect;
 }
 
 /** Context by context. */

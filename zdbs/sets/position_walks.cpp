@@ -239,16 +239,16 @@ NodeIds withoutAttributes(const NodeTable &table, NodeSpan nodes) {
 }  // namespace
 
 bool isWalked(Axis axis) {
-    return axis == Axis::ancestor || axis == Axis::ancestorOrSelf || axis == Axis::preceding;
+    return traitsOf(axis).isReverse() && !traitsOf(axis).isSibling();
 }
 
 NodeIds selectOnWalk(const NodeTable &table, Axis axis, std::span<const NodeId> contexts,
                      std::span<const NodeId> members, PositionTest test) {
-    if (axis == Axis::preceding) {
+    if (traitsOf(axis).region == Region::before) {
         const NodeIds tree = withoutAttributes(table, members);
         return PrecedingWalk(table, tree, test).select(contexts);
     }
-    return AncestorWalk(table, members, axis == Axis::ancestorOrSelf, test).select(contexts);
+    return AncestorWalk(table, members, traitsOf(axis).withSelf, test).select(contexts);
 }
 
 }  // namespace zdbs

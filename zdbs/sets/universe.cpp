@@ -35,19 +35,12 @@ ContextList Universe::contextsOf(const NodeSetPtr &set) const {
 NodeListPtr Universe::reachedByStep(Step step, const NodeListPtr &list) const {
     const PathTable *paths = table_.paths();
     if (paths == nullptr || list->table() == nullptr) return nullptr;
-    switch (step.axis) {
-        case Axis::child:
-            if (step.attributesAreChildren) return list;
-            [[fallthrough]];
-        case Axis::descendant:
-        case Axis::descendantOrSelf:
-        case Axis::self:
-            return NodeList::withoutAttributes(*paths, list);
-        case Axis::attribute:
-            return NodeList::attributesOf(*paths, list);
-        default:
-            return nullptr;
-    }
+    const AxisTraits &axis = traitsOf(step.axis);
+    if (axis.toAttributes) return NodeList::attributesOf(*paths, list);
+    if (step.attributesAreChildren) return list;
+    const bool isSelf = axis.region == Region::none && axis.withSelf;
+    if (axis.region != Region::below && !isSelf) return nullptr;
+    return NodeList::withoutAttributes(*paths, list);
 }
 
 }  // namespace zdbs

@@ -39,7 +39,9 @@ SatisfyingPositions::SatisfyingPositions(PositionTest test) : fromEnd_(test.plac
         case Relation::greaterEqual:
             first_ = {up, far};
             break;
-        default:
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
             break;  // positions know comparisons only
     }
 }

@@ -35,9 +35,12 @@ constexpr bool holds(Relation relation, const T &left, const T &right) {
             return left > right;
         case Relation::greaterEqual:
             return left >= right;
-        default:
-            return false;
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;  // no comparisons
     }
+    return false;
 }
 
 }  // namespace zdbs

@@ -42,9 +42,13 @@ bool ValueTest::matches(std::string_view value) const {
             return equals(value);
         case Relation::notEqual:
             return !equals(value);
-        default:
+        case Relation::less:
+        case Relation::lessEqual:
+        case Relation::greater:
+        case Relation::greaterEqual:
             return ordered(value);
     }
+    return false;
 }
 
 bool ValueTest::equals(std::string_view value) const {

@@ -21,9 +21,11 @@ std::string frontOf(NodeKind kind, const std::string &name) {
             return " " + name + "=\"";
         case NodeKind::processingInstruction:
             return "<?" + name;
-        default:
-            return {};
+        case NodeKind::text:
+        case NodeKind::comment:
+            break;
     }
+    return {};
 }
 
 }  // namespace
@@ -99,16 +101,17 @@ std::size_t PathSerializer::irregularDepth(NodeId node, const Tags &tags) {
 
 void PathSerializer::write(NodeId node, const Tags &tags,
                            std::span<const NamespaceDeclaration> *declarations) {
-    if (tags.kind == NodeKind::attribute) return writeAttribute(node, tags);
-    endStartTag();
+    if (tags.kind != NodeKind::attribute) endStartTag();
     switch (tags.kind) {
+        case NodeKind::attribute:
+            return writeAttribute(node, tags);
         case NodeKind::text:
             return writeEscapedText(sink_, valueOf(node, tags));
         case NodeKind::comment:
             return writeComment(valueOf(node, tags));
         case NodeKind::processingInstruction:
             return writeInstruction(node, tags);
-        default:
+        case NodeKind::element:
             return writeElement(node, tags, declarations);
     }
 }

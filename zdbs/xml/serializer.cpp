@@ -144,10 +144,12 @@ void XmlSerializer::writeLeaf(NodeId node) {
             return sink_.write("-->");
         case NodeKind::processingInstruction:
             return writeInstruction(node);
-        default:
-            // Only where an element ends in front of its attributes, or of itself.
-            throw Failure(Status::homeDamaged, {"", "the tree at node " + std::to_string(node)});
+        case NodeKind::element:
+        case NodeKind::attribute:
+            break;
     }
+    // Only where an element ends in front of its attributes, or of itself.
+    throw Failure(Status::homeDamaged, {"", "the tree at node " + std::to_string(node)});
 }
 
 void XmlSerializer::writeName(const NodeName &name) {

@@ -14,6 +14,15 @@ struct Comparison {
     XPathScalar *scalar;
 };
 
+// How the command language writes a comparison operator.
+struct OperatorWords {
+    const char *sign;  // before a quoted value; null for equality, which is written otherwise
+    const char *word;  // between position and number
+};
+
+// REQUIRES: the operator compares.
+const OperatorWords &WordsOf(EPairOperator op);
+
 // The function that a step calls instead of testing nodes; null when it calls none.
 XPathFunction *CalledFunction(const XPathAxisLocationStep &step);
 

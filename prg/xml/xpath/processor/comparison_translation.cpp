@@ -1,6 +1,8 @@
 // Translation of pairs: comparisons of a step's values with a literal.
 #include "prg/xml/xpath/processor/comparison.h"
 
+#include <cassert>
+
 #include "prg/xml/xpath/processor/buffer_text.h"
 #include "prg/xml/xpath/processor/context_wrap.h"
 #include "prg/xml/xpath/processor/leaf_search_sets.h"
@@ -55,24 +57,6 @@ EAxisType BeginCondition(const ZXProcessorMain &processor, XPathAxis &axis, cons
     return axis.IsAttribute() ? AXIS_ATTRIBUTE : AXIS_DESCENDANT;
 }
 
-// The relation as it stands before a quoted value; null for equality.
-const char *RelationSign(EPairOperator op) {
-    switch (op) {
-        case PAIRSEP_NE:
-            return "<>";
-        case PAIRSEP_GT:
-            return ">";
-        case PAIRSEP_LT:
-            return "<";
-        case PAIRSEP_LE:
-            return "<=";
-        case PAIRSEP_GE:
-            return ">=";
-        default:
-            return nullptr;
-    }
-}
-
 void AppendAnyValue(EPairOperator op, CStringBuffer &condition) {
     if (op != PAIRSEP_NE && op != PAIRSEP_GE) {
         RaiseXPathException("Specified comparison operator is not supported for emptry strings.");
@@ -83,7 +67,7 @@ void AppendAnyValue(EPairOperator op, CStringBuffer &condition) {
 void AppendRelation(EPairOperator op, const CStringBuffer &value, CStringBuffer &condition) {
     if (value.length() == 0) {
         AppendAnyValue(op, condition);
-    } else if (const char *sign = RelationSign(op)) {
+    } else if (const char *sign = WordsOf(op).sign) {
         condition.append(sign).append("\"").append(value).append("\"");
     } else {
         condition.append("=&").append(value).append("&");
@@ -91,6 +75,15 @@ void AppendRelation(EPairOperator op, const CStringBuffer &value, CStringBuffer 
 }
 
 }  // namespace
+
+const OperatorWords &WordsOf(EPairOperator op) {
+    // From PAIRSEP_EQ to PAIRSEP_GE.
+    static constexpr OperatorWords words[] = {
+        {nullptr, "EQ"}, {"<>", "NE"}, {">", "GT"}, {"<", "LT"}, {"<=", "LE"}, {">=", "GE"},
+    };
+    assert(__is_comparison_op(op));
+    return words[op - PAIRSEP_EQ];
+}
 
 XPathFunction *CalledFunction(const XPathAxisLocationStep &step) {
     return dynamic_cast<XPathFunction *>(step.GetAxis()->GetNodeTest());

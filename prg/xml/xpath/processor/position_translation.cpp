@@ -11,23 +11,6 @@
 
 namespace {
 
-const char *RelationWord(EPairOperator op) {
-    switch (op) {
-        case PAIRSEP_NE:
-            return "NE";
-        case PAIRSEP_GT:
-            return "GT";
-        case PAIRSEP_LT:
-            return "LT";
-        case PAIRSEP_LE:
-            return "LE";
-        case PAIRSEP_GE:
-            return "GE";
-        default:
-            return "EQ";
-    }
-}
-
 // What last() is compared with, counted from the end: the kernel takes negative positions so. A
 // negative literal is left as it is; a number beyond 32 bits counts as the greatest one.
 void CountFromEnd(CStringBuffer &value) {
@@ -100,7 +83,7 @@ SearchSet *ZXProcessorMain::AddPositionSet(const Comparison &comparison, SearchS
     const std::string number = std::to_string(counted->GetNumber());
     std::string condition(wrap.Prefix());
     condition.append("XPATH(SELF,").append(number).append(",").append(number).append(",1,");
-    condition.append(RelationWord(comparison.pair->GetOperator())).append(",").append(value);
+    condition.append(WordsOf(comparison.pair->GetOperator()).word).append(",").append(value);
     condition.append(")").append(wrap.Suffix());
     PushExpr(comparison.pair);
     SearchSet *set = AddExpressionSet(comparison.pair, condition.c_str());
