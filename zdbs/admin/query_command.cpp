@@ -59,7 +59,6 @@ public:
             requireRequest(text);
             const Clock::time_point begin = Clock::now();
             const NestedRequest found(session_, text);
-            found.records();  // may be where the work is done
             write(text, found, Clock::now() - begin);
         } catch (const Failure &failure) {
             if (failure.status() == Status::writeFailed) throw;

@@ -8,7 +8,8 @@
  *     term      = ( condition ) | S=n | field relation
  *               | XPATH(axis,a,b,dir) | XPATH(SELF,n,n,1,op,k)
  *
- * A record is a node, so the three ANDs are one operation, and so are the NOTs.
+ * A record is a node, so the three ANDs are one operation, and so are the NOTs. A position,
+ * the term with SELF and a comparison, is the only term of its condition, in brackets or not.
  * Columns count characters from 1; they are for messages.
  */
 #ifndef ZDBS_COMMAND_COMMAND_H

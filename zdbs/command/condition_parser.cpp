@@ -40,6 +40,18 @@ class ConditionParser {
 public:
     explicit ConditionParser(Cursor &cursor) : cursor_(cursor) {}
 
+    /**
+     * The place of a position arrives unescaped, as values do: by being the only term it cannot
+     * bring others with it.
+     */
+    Condition whole() {
+        Condition result = condition();
+        if (positionColumn_ != 0 && terms_ > 1)
+            throw Failure(Status::positionWithOthers, {std::to_string(positionColumn_)});
+        return result;
+    }
+
+private:
     // condition = conjunct { OR conjunct }
     Condition condition() {
         Condition result;
@@ -51,7 +63,6 @@ public:
         return result;
     }
 
-private:
     // conjunct = term { (AND | AND.T | AND.R | NOT | NOT.T) term }
     Conjunct conjunct() {
         Conjunct result;
@@ -76,6 +87,7 @@ private:
         if (cursor_.peek() == '(') return nested();
         std::string_view word = cursor_.peekWord();
         if (word.empty()) cursor_.fail("a term");
+        ++terms_;
         if (sameWord(word, "S")) return parseSetReference(cursor_);
         if (sameWord(word, "XPATH")) return structural();
         return parseFieldTerm(cursor_);
@@ -95,6 +107,7 @@ private:
 
     // XPATH(axis,a,b,dir) | XPATH(SELF,n,n,1,op,k)
     Term structural() {
+        const std::size_t column = cursor_.column();
         cursor_.takeWord();
         cursor_.expect('(');
         AxisTerm result;
@@ -108,6 +121,7 @@ private:
         result.direction = direction();
         if (cursor_.take(')')) return result;
         if (result.axis != Axis::self) cursor_.fail("')'");
+        positionColumn_ = column;
         return position(result, directionColumn);
     }
 
@@ -170,12 +184,14 @@ private:
 
     Cursor &cursor_;
     int depth_ = 0;
+    std::size_t terms_ = 0;           ///< not counting brackets
+    std::size_t positionColumn_ = 0;  ///< of a position; 0 when there is none
 };
 
 }  // namespace
 
 Condition parseCondition(Cursor &cursor) {
-    return ConditionParser(cursor).condition();
+    return ConditionParser(cursor).whole();
 }
 
 SetReference parseSetReference(Cursor &cursor) {

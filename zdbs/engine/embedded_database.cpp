@@ -1,5 +1,7 @@
 #include "zdbs/engine/embedded_database.h"
 
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "zdbs/engine/evaluator.h"
@@ -17,6 +19,12 @@ public:
         : table_(std::move(table)), set_(std::move(set)), plan_(std::move(plan)) {}
 
     std::int64_t size() const override { return static_cast<std::int64_t>(set_->size()); }
+
+    std::int64_t hits() const override {
+        if (!hits_) hits_ = hitCountOf(*table_, *set_);
+        return *hits_;
+    }
+
     const NodeSetPtr &nodes() const { return set_; }
     std::string plan() const { return plan_ ? plan_->text() : std::string(); }
 
@@ -24,6 +32,7 @@ private:
     std::shared_ptr<const NodeTable> table_;
     NodeSetPtr set_;
     PlanPtr plan_;
+    mutable std::optional<std::int64_t> hits_;
 };
 
 const EmbeddedSet &embedded(const ResultSet &set) {
@@ -38,23 +47,23 @@ class EmbeddedDatabase : public OpenDatabase {
 public:
     EmbeddedDatabase(std::string name, SnapshotSource newest)
         : name_(std::move(name)), newest_(std::move(newest)) {
-        refresh();
+        refresh({});
     }
 
     const std::string &name() const override { return name_; }
 
-    bool refresh() override {
+    void refresh(std::span<ResultSetPtr> sets) override {
         std::shared_ptr<const NodeTable> newest = newest_();
-        if (newest == table_) return false;
-        state_ = std::make_unique<DatabaseState>(*newest);
+        if (newest == table_) return;
+        auto state = std::make_unique<const DatabaseState>(*newest);
+        std::vector<ResultSetPtr> carried;
+        carried.reserve(sets.size());
+        for (const ResultSetPtr &set : sets)
+            carried.push_back(set ? carriedOver(*set, newest) : nullptr);
+        // Nothing fails from here on.
+        std::swap_ranges(sets.begin(), sets.end(), carried.begin());
+        state_ = std::move(state);
         table_ = std::move(newest);
-        return true;
-    }
-
-    ResultSetPtr carryOver(const ResultSetPtr &set) const override {
-        NodeIds present = nodesOf(*set)->nodes()->numbers();
-        std::erase_if(present, [this](NodeId node) { return !isPresent(*table_, node); });
-        return wrapped(plainSet(std::move(present)), nullptr);
     }
 
     ResultSetPtr everything() const override {
@@ -68,10 +77,6 @@ public:
     }
 
     std::string plan(const ResultSet &set) const override { return embedded(set).plan(); }
-
-    std::int64_t hits(const ResultSet &set) const override {
-        return hitCountOf(*table_, *nodesOf(set));
-    }
 
     NodeId record(const ResultSet &set, std::int64_t ordinal) const override {
         return nodesOf(set)->nodes()->at(static_cast<std::size_t>(ordinal) - 1);
@@ -97,6 +102,15 @@ public:
     }
 
 private:
+    static ResultSetPtr carriedOver(const ResultSet &set,
+                                    const std::shared_ptr<const NodeTable> &table) {
+        NodeIds present = nodesOf(set)->nodes()->numbers();
+        std::erase_if(present, [&table](NodeId node) { return !isPresent(*table, node); });
+        auto carried = std::make_shared<EmbeddedSet>(table, plainSet(std::move(present)), nullptr);
+        carried->hits();  // known from the start, as its size is
+        return carried;
+    }
+
     ResultSetPtr wrapped(NodeSetPtr set, PlanPtr plan) const {
         return std::make_shared<EmbeddedSet>(table_, std::move(set), std::move(plan));
     }

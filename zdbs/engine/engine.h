@@ -27,7 +27,9 @@ namespace zdbs {
 
 /**
  * A result set of an engine: immutable, opaque to everybody else. A set belongs to
- * the state of the database that it was made in, and identity is its address.
+ * the state of the database that it was made in, and identity is its address. Its numbers may
+ * have to be found when they are asked for, and that may fail; a number that was told once is
+ * known.
  */
 class ResultSet {
 public:
@@ -35,6 +37,9 @@ public:
 
     /** Number of its records. */
     virtual std::int64_t size() const = 0;
+
+    /** Number of the hit words of all its records, at least one for each. */
+    virtual std::int64_t hits() const = 0;
 };
 
 using ResultSetPtr = std::shared_ptr<const ResultSet>;
@@ -60,21 +65,18 @@ public:
     virtual const std::string &name() const = 0;
 
     /**
-     * Takes up the newest committed state; false when that is the present one. After
-     * true, sets from before must pass through carryOver() before they are used.
+     * Takes up the newest committed state, and puts in the place of each of `sets` what it is
+     * there: without nodes that are gone, and without how it was made; its numbers are known.
+     * Null stays null. All of it or nothing: when it throws, state and sets are what they were.
      */
-    virtual bool refresh() = 0;
-
-    /** The set in the present state: nodes that are gone are dropped, and with them how it was
-     * made. */
-    virtual ResultSetPtr carryOver(const ResultSetPtr &set) const = 0;
+    virtual void refresh(std::span<ResultSetPtr> sets) = 0;
 
     /** A new set of every node. */
     virtual ResultSetPtr everything() const = 0;
 
     /**
      * Evaluates a condition; set 0 is the engine's, all others are looked up. Every error of
-     * the condition is thrown here, even where records are found later.
+     * the condition is thrown here, even where records are found later, by size().
      */
     virtual ResultSetPtr evaluate(const Condition &condition, const SetLookup &sets) const = 0;
 
@@ -83,9 +85,6 @@ public:
      * when they are asked for only: what size() has not made it do is not told.
      */
     virtual std::string plan(const ResultSet &set) const = 0;
-
-    /** Number of the hit words of all records of a set, at least one for each. */
-    virtual std::int64_t hits(const ResultSet &set) const = 0;
 
     /** The record at a place of a set, from 1, in document order; REQUIRES: it has that many. */
     virtual NodeId record(const ResultSet &set, std::int64_t ordinal) const = 0;

@@ -1,4 +1,4 @@
-#include <optional>
+#include <map>
 
 #include "zdbs/export/export_filter.h"
 #include "zdbs/export/quoted_text.h"
@@ -10,13 +10,12 @@ namespace {
 constexpr std::string_view queryKey = "XPATHQUERY";
 constexpr std::string_view fragmentsKey = "XPATHFRAGMENTS";
 
-/** The key that a line starting at `at` begins with, `=` included; empty when none does. */
+/** The key that a line starting at `at` begins with, when `=` follows it; empty when none does. */
 std::string_view keyAt(std::string_view text, std::size_t at) {
     if (at > 0 && text[at - 1] != '\n') return {};
     for (const std::string_view key : {queryKey, fragmentsKey}) {
         const std::string_view line = text.substr(at);
-        if (line.starts_with(key) && line.substr(key.size()).starts_with('='))
-            return line.substr(0, key.size() + 1);
+        if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) return key;
     }
     return {};
 }
@@ -30,10 +29,12 @@ std::string trimmed(std::string_view text) {
 
 /**
  * A request may go over several lines, so a value ends only at a line that begins
- * with the other key. With `seeQuotes`, not at one inside a string literal.
+ * with the other key. With `seeQuotes`, not at one inside a string literal. Quotes in a comment
+ * can make a literal look as if it stood outside of one; what it then says beside the arguments
+ * that were given is refused.
  */
 ExportArguments cutAtKeys(std::string_view text, bool seeQuotes) {
-    ExportArguments arguments;
+    std::map<std::string_view, std::string> values;
     std::string *value = nullptr;
     std::size_t start = 0;
     std::size_t at = 0;
@@ -43,15 +44,17 @@ ExportArguments cutAtKeys(std::string_view text, bool seeQuotes) {
             seeQuotes && isQuote(text[at]) ? quotedEnd(text, at) : std::string_view::npos;
         if (!key.empty()) {
             if (value != nullptr) *value = trimmed(text.substr(start, at - start));
-            value = key.starts_with(queryKey) ? &arguments.query : &arguments.fragments;
-            start = at + key.size();
+            const auto [place, isNew] = values.try_emplace(key);
+            if (!isNew) throw Failure(Status::repeatedArgument, {key});
+            value = &place->second;
+            start = at + key.size() + 1;
             at = start;
         } else {
             at = quoted != std::string_view::npos ? quoted : at + 1;
         }
     }
     if (value != nullptr) *value = trimmed(text.substr(start));
-    return arguments;
+    return {values[queryKey], values[fragmentsKey]};
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ struct ExportArguments {
     std::string fragments;  ///< XPATHFRAGMENTS: blank-separated specs
 };
 
-/** Throws Failure(missingArgument) when one of the two is not there or empty. */
+/** Throws Failure: missingArgument when one of the two is not there or empty, repeatedArgument. */
 ExportArguments parseExportArguments(std::string_view text);
 
 /**

@@ -24,6 +24,16 @@ struct Overloaded : Operations... {
 template <typename... Operations>
 Overloaded(Operations...) -> Overloaded<Operations...>;
 
+/**
+ * A set whose numbers are known. Callers of lastSearch() may not look whether it fails, and take
+ * number 0, every node, for the set that they found.
+ */
+ResultSetPtr counted(ResultSetPtr set) {
+    set->size();
+    set->hits();
+    return set;
+}
+
 /** What follows the first word of a command. */
 std::string_view afterFirstWord(std::string_view command) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -63,32 +73,50 @@ void Session::execute(std::string_view text) {
 void Session::base(const std::string &name) {
     if (database_ && database_->name() == name) {
         refresh();
-    } else {
-        if (!hasDatabase(name)) throw Failure(Status::unknownDatabase, {name});
-        database_ = engine_->open(user_, name);
-        state_.sets.clear();
+        return keep(database().everything());
     }
-    keep(database().everything());
+    if (!hasDatabase(name)) throw Failure(Status::unknownDatabase, {name});
+    std::unique_ptr<OpenDatabase> opened = engine_->open(user_, name);
+    SetTable sets;
+    sets.add(counted(opened->everything()));
+    database_ = std::move(opened);
+    state_.sets = std::move(sets);
+    isStale_ = false;
 }
 
 void Session::find(const Condition &condition, std::string_view text) {
+    if (isStale_) refresh();
+    if (observer_)
+        findObserved(condition, text);
+    else
+        keep(evaluate(condition));
+}
+
+void Session::findObserved(const Condition &condition, std::string_view text) {
     using Clock = std::chrono::steady_clock;
-    OpenDatabase &open = database();
-    const Clock::time_point begin = observer_ ? Clock::now() : Clock::time_point();
-    ResultSetPtr set = open.evaluate(
+    const Clock::time_point begin = Clock::now();
+    const ResultSetPtr set = evaluate(condition);
+    const Clock::time_point found = Clock::now();
+    std::string plan = database().plan(*set);
+    const Clock::time_point planned = Clock::now();
+    const std::int64_t hits = set->hits();
+    const Clock::duration hitsTime = Clock::now() - planned;
+    keep(set);
+    observer_({std::string(text), state_.sets.newest(), set->size(), hits, found - begin, hitsTime,
+               std::move(plan)});
+}
+
+ResultSetPtr Session::evaluate(const Condition &condition) const {
+    ResultSetPtr set = database().evaluate(
         condition, [this](SetReference reference) { return state_.sets.find(reference); });
     const bool mustHaveRecords = state_.settings.findMin != 0;
-    if (mustHaveRecords && set->size() == 0) throw Failure(Status::noHits);
-    keep(set);
-    if (!observer_) return;
-    const std::int64_t records = set->size();
-    const auto time = Clock::now() - begin;
-    observer_({std::string(text), state_.sets.newest(), records, time, open.plan(*set)});
+    if (set->size() == 0 && mustHaveRecords) throw Failure(Status::noHits);
+    return set;
 }
 
 void Session::keep(ResultSetPtr set) {
     if (nested_ != nullptr) nested_->made_.push_back(set);
-    state_.sets.add(std::move(set));
+    state_.sets.add(counted(std::move(set)));
 }
 
 LastSearch Session::lastSearch() const {
@@ -96,12 +124,8 @@ LastSearch Session::lastSearch() const {
     LastSearch result;
     result.number = state_.sets.newest();
     const ResultSetPtr &set = state_.sets.find({result.number, 0});
-    if (set != countedSet_) {
-        countedHits_ = database().hits(*set);
-        countedSet_ = set;
-    }
     result.records = clamped(set->size());
-    result.hits = clamped(countedHits_);
+    result.hits = clamped(set->hits());
     return result;
 }
 
@@ -140,12 +164,9 @@ void Session::observe(std::function<void(const ExecutedFind &)> observer) {
 /** A nested request sees the state that it began with. */
 void Session::refresh() {
     if (!database_ || nested_ != nullptr) return;
-    if (database_->refresh()) carrySetsOver();
-}
-
-void Session::carrySetsOver() {
-    countedSet_ = nullptr;
-    state_.sets.replaceEach([this](const ResultSetPtr &set) { return database_->carryOver(set); });
+    isStale_ = true;
+    database_->refresh(state_.sets.places());
+    isStale_ = false;
 }
 
 OpenDatabase &Session::database() const {

@@ -42,17 +42,21 @@ struct ExecutedFind {
     std::string condition;  ///< the command's text after FIND
     std::int32_t set = 0;
     std::int64_t records = 0;
-    std::chrono::nanoseconds time{};
+    std::int64_t hits = 0;
+    std::chrono::nanoseconds time{};      ///< to find the records
+    std::chrono::nanoseconds hitsTime{};  ///< to count the hits then
     std::string plan;
 };
 
 /**
- * Executes commands. Sets and settings live here; nodes and users in the engine.
+ * Executes commands. Sets and settings live here; nodes and users in the engine. A command that
+ * fails makes no set.
  *
  * The state of the database that commands see is taken at BASE and renewed at
  * saveStatus(), with which every request begins: one request sees one state, and a
- * session that stays open sees later loads. Texts are UTF-8. Every operation throws
- * Failures. One thread at a time.
+ * session that stays open sees later loads. Where that fails, sets stay as they are and the
+ * next FIND tries again: none answers from a state that is over. Texts are UTF-8. Every operation
+ * throws Failures. One thread at a time.
  */
 class Session {
 public:
@@ -67,7 +71,7 @@ public:
 
     void execute(std::string_view command);
 
-    /** Throws Failure(noSet) when there is no set. */
+    /** Fails only when there is no set, by Failure(noSet): all else was found by the command. */
     LastSearch lastSearch() const;
 
     void saveStatus();
@@ -85,11 +89,7 @@ public:
 
     const Settings &settings() const { return state_.settings; }
 
-    /**
-     * Calls `observer` after every FIND; an empty one stops that. While there is one, the
-     * records of each set are found at once, not when they are asked for: numbers, times and
-     * plans are then those of the FIND itself.
-     */
+    /** Calls `observer` after every FIND; an empty one stops that. */
     void observe(std::function<void(const ExecutedFind &)> observer);
 
     /** Whether a nested request runs: texts are UTF-8 then, whatever the process has. */
@@ -108,9 +108,10 @@ private:
 
     void base(const std::string &name);
     void find(const Condition &condition, std::string_view text);
+    void findObserved(const Condition &condition, std::string_view text);
+    ResultSetPtr evaluate(const Condition &condition) const;
     void keep(ResultSetPtr set);
     void refresh();
-    void carrySetsOver();
     OpenDatabase &database() const;
 
     std::shared_ptr<const Engine> engine_;
@@ -119,8 +120,7 @@ private:
     State state_;
     NestedScope *nested_ = nullptr;
     std::function<void(const ExecutedFind &)> observer_;
-    mutable ResultSetPtr countedSet_;
-    mutable std::int64_t countedHits_ = 0;
+    bool isStale_ = false;  ///< the newest state was asked for and not got
 };
 
 }  // namespace zdbs

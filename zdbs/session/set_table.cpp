@@ -45,15 +45,4 @@ void SetTable::renumber() {
     firstGap_ = sets_.size();
 }
 
-void SetTable::clear() {
-    sets_.clear();
-    firstGap_ = 0;
-}
-
-void SetTable::replaceEach(const std::function<ResultSetPtr(const ResultSetPtr &)> &replacement) {
-    for (ResultSetPtr &set : sets_) {
-        if (set) set = replacement(set);
-    }
-}
-
 }  // namespace zdbs

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <vector>
 
@@ -30,14 +29,13 @@ public:
     /** Closes the gaps: the numbers are 1 … k afterwards. */
     void renumber();
 
-    void clear();
     bool empty() const { return sets_.empty(); }
 
     /** Number of the most recent set; REQUIRES: not empty. */
     std::int32_t newest() const { return static_cast<std::int32_t>(sets_.size()); }
 
-    /** Puts another set in the place of each. */
-    void replaceEach(const std::function<ResultSetPtr(const ResultSetPtr &)> &replacement);
+    /** By number - 1, null in a gap: sets can be put in the place of sets. */
+    std::span<ResultSetPtr> places() { return sets_; }
 
 private:
     std::vector<ResultSetPtr> sets_;  ///< by number - 1; null in a gap; the last is never null

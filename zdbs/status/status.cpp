@@ -61,6 +61,8 @@ constexpr std::array table{
     StatusRow{Status::positionOfTwoSets, "positionOfTwoSets",
               "A position is counted in one set, but two are given[: {0} and {1}][ at column "
               "{2}]."},
+    StatusRow{Status::positionWithOthers, "positionWithOthers",
+              "A position is a condition by itself and cannot be a part of one[ at column {0}]."},
 
     // Export.
     StatusRow{Status::unknownFilter, "unknownFilter", "Unknown export filter[: {0}]."},
@@ -71,6 +73,8 @@ constexpr std::array table{
     StatusRow{Status::requestFailed, "requestFailed", "The request failed[: {0}]."},
     StatusRow{Status::documentTooLarge, "documentTooLarge",
               "The export document would be larger than 2147483647 bytes."},
+    StatusRow{Status::repeatedArgument, "repeatedArgument",
+              "The export filter is given an argument twice[: {0}]."},
 
     // Home, users, databases.
     StatusRow{Status::homeMissing, "homeMissing",

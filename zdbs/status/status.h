@@ -53,6 +53,7 @@ enum class Status : std::int32_t {
     badSetting = 124,
     nestedTooDeep = 126,
     positionOfTwoSets = 128,
+    positionWithOthers = 130,
 
     // Export.
     unknownFilter = 200,
@@ -60,6 +61,7 @@ enum class Status : std::int32_t {
     badFragmentSpec = 204,
     requestFailed = 206,
     documentTooLarge = 208,
+    repeatedArgument = 210,
 
     // Home, users, databases.
     homeMissing = 300,

@@ -89,6 +89,37 @@ TEST_P(AllocationTest, FailsTheOtherCallsToo) {
     failEach([&] { return ZdbDeleteRecordControl(&control); }, "ZdbDeleteRecordControl");
 }
 
+TEST_P(AllocationTest, CarriesAllSetsOverToANewStateOrNone) {
+    session_->execute("FIND N_TYPE=TEXT");
+    session_->execute("FIND N_TVALUE=$row$");
+    const auto contents = [this] {
+        std::string text;
+        for (std::int32_t set = 1; set <= 3; ++set) {
+            std::int32_t ordinal = 0;
+            try {
+                while (true)
+                    text += std::to_string(session_->record(set, ++ordinal).record) + " ";
+            } catch (const Failure &) {
+                text += "; ";
+            }
+        }
+        return text;
+    };
+    const std::string before = contents();
+    ASSERT_EQ(before, "1 2 3 4 5 6 ; 4 6 ; 4 ; ");
+    engine_->store("plays", std::string("<a><b>row</b></a>"));
+    long limit = 0;
+    for (std::int32_t status = 0; (status & 1) == 0; ++limit) {
+        testing::limitAllocations(limit);
+        status = ZdbSaveStatus();
+        testing::limitAllocations(-1);
+        const bool failed = (status & 1) == 0;
+        ASSERT_TRUE(!failed || contents() == before) << limit;
+    }
+    EXPECT_GT(limit, 9);
+    EXPECT_EQ(contents(), "1 2 3 ; ; ; ");
+}
+
 TEST_P(AllocationTest, FailsExportsAndLeavesSetsAndSettingsAlone) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "a request that is being parsed when memory runs out loses its nodes";

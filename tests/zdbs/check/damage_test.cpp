@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <random>
 #include <string>
@@ -98,6 +99,15 @@ void readAll(const DamagedDatabase &database) {
     readPaths(*snapshot);
 }
 
+/** Of a set that was made: what cannot be counted fails when it is found. */
+void requireTold(const Session &session) {
+    try {
+        session.lastSearch();
+    } catch (const Failure &failure) {
+        if (failure.status() != Status::noSet) std::abort();
+    }
+}
+
 void query(const DamagedDatabase &database) {
     const auto home = Home::open(database.home());
     const auto session = Session::ofOwner(openAsOwner(home, "db"));
@@ -108,7 +118,7 @@ void query(const DamagedDatabase &database) {
           "FIND XPATH(parent,5,2,2)", "FIND XPATH(following,2,4,1)", "FIND XPATH(ancestor,4,0,2)",
           "FIND XPATH(SELF,2,2,1,EQ,3)", "FIND N_NAME=level AND N_ID>3000"}) {
         attempt([&] { session->execute(command); });
-        attempt([&] { session->lastSearch(); });
+        requireTold(*session);
     }
 }
 

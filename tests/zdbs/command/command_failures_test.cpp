@@ -159,6 +159,24 @@ TEST(CommandFailures, SayWhatIsWrongWithAStructuralTerm) {
     });
 }
 
+TEST(CommandFailures, SayWhereAPositionIsNotByItself) {
+    const std::string message =
+        "130: A position is a condition by itself and cannot be a part of one at column ";
+    check({
+        {"FIND XPATH(SELF,1,1,1,EQ,2) OR (S=0)", message + "6."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2) OR S=0", message + "6."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2) AND.T S=1", message + "6."},
+        {"FIND S=12 AND (XPATH(SELF,1,1,1,EQ,2))", message + "16."},
+        {"FIND N_ID=$ NOT.T XPATH(SELF,1,1,1,EQ,2)", message + "19."},
+        {"FIND (XPATH(SELF,1,1,1,EQ,2)) OR (S=0)", message + "7."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2) OR XPATH(SELF,1,1,1,NE,2)", message + "32."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2) OR (N_TVALUE=&)&)", message + "6."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2))", "120: The command goes on after its end at column 28."},
+        {"FIND XPATH(SELF,1,1,1,EQ,2)) OR (S=0)",
+         "120: The command goes on after its end at column 28."},
+    });
+}
+
 TEST(CommandFailures, CutLongWords) {
     std::string name(500, 'x');
     EXPECT_EQ(parsed("FIND " + name + "=1"),

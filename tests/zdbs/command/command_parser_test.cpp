@@ -146,8 +146,10 @@ TEST(StructuralTerms, ReadTheirArguments) {
         {"FIND XPATH(SELF,3,3,1,EQ,(2))", "find [[position(3,eq,2)]]"},
         {"FIND XPATH(SELF,3,3,1,EQ,((2) ) )", "find [[position(3,eq,2)]]"},
         {"FIND XPATH(SELF,0,0,1,EQ,1)", "find [[position(0,eq,1)]]"},
-        {"FIND S=1 AND XPATH(child,1,2,1) NOT XPATH(SELF,1,1,1,EQ,1)",
-         "find [[S1 & child(1,2,1) - position(1,eq,1)]]"},
+        {"FIND S=1 AND XPATH(child,1,2,1) NOT XPATH(SELF,1,1,1)",
+         "find [[S1 & child(1,2,1) - self(1,1,1)]]"},
+        {"FIND (XPATH(SELF,3,3,1,EQ,2))", "find [[[[position(3,eq,2)]]]]"},
+        {"FIND ( (XPATH(SELF,3,3,1,EQ,(2)) ) ) ", "find [[[[[[position(3,eq,2)]]]]]]"},
     });
 }
 

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "zdbs/command/command_parser.h"
+#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {
@@ -142,6 +145,75 @@ TEST(HostileLiterals, AreTakenWholeWhateverTheyAreMadeOf) {
         if (literal.empty()) continue;
         checkLast("FIND N_TVALUE=\"" + literal + "\" ", literal, Relation::equal);
     }
+}
+
+/** The number that a literal is, maybe in brackets; the long way round. */
+std::optional<double> placeIn(std::string text) {
+    const auto trim = [&text] {
+        text.erase(0, text.find_first_not_of(" \n"));
+        text.erase(text.find_last_not_of(" \n") + 1);
+    };
+    for (trim(); text.size() > 1 && text.front() == '(' && text.back() == ')'; trim())
+        text = text.substr(1, text.size() - 2);
+    const std::string digits = text.substr(text.starts_with('-') ? 1 : 0);
+    const bool isNumber = digits.find_first_not_of("0123456789.") == std::string::npos &&
+                          digits.find_first_of("0123456789") != std::string::npos &&
+                          std::count(digits.begin(), digits.end(), '.') < 2;
+    if (!isNumber) return std::nullopt;
+    return std::stod(text);
+}
+
+/** The place that a position is compared with; nothing where the command is refused. */
+std::optional<double> placeTaken(const std::string &literal) {
+    try {
+        const Command command = parseCommand("FIND XPATH(SELF,7,7,1,EQ," + literal + ")");
+        const Condition &condition = std::get<FindCommand>(command).condition;
+        const Conjunct &conjunct = condition.conjuncts.front();
+        EXPECT_EQ(condition.conjuncts.size(), 1U) << literal;
+        EXPECT_EQ(conjunct.size(), 1U) << literal;
+        const auto &position = std::get<PositionTerm>(conjunct.front().term);
+        EXPECT_EQ(position.set.number, 7) << literal;
+        return position.place;
+    } catch (const Failure &) {
+        return std::nullopt;
+    }
+}
+
+/** Every four pieces that a place could be made of to bring other terms with it. */
+TEST(HostileLiterals, AsAPlaceAreOneNumberOrRefused) {
+    const std::vector<std::string> pieces{"2",
+                                          ")",
+                                          "(",
+                                          " ",
+                                          ",",
+                                          "-",
+                                          "\n",
+                                          ".5",
+                                          ")OR",
+                                          ")NOT ",
+                                          ") AND",
+                                          "S=0",
+                                          "(S=0",
+                                          "&",
+                                          "\"",
+                                          "N_ID=$",
+                                          "XPATH(SELF,7,7,1,EQ,1"};
+    std::vector<std::string> literals{""};
+    for (std::size_t done = 0, round = 0; round < 4; ++round) {
+        const std::size_t end = literals.size();
+        for (; done < end; ++done) {
+            for (const std::string &piece : pieces)
+                literals.push_back(literals[done] + piece);
+        }
+    }
+    ASSERT_EQ(literals.size(), 1U + 17 + 289 + 4913 + 83521);
+    std::size_t taken = 0;
+    for (const std::string &literal : literals) {
+        const std::optional<double> place = placeTaken(literal);
+        ASSERT_EQ(place, placeIn(literal)) << literal;
+        taken += place ? 1 : 0;
+    }
+    EXPECT_GT(taken, 100U);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ std::string shownNode(const NodeTable &table, NodeId node) {
 
 /** Records, hits and hit words of a set, for comparing. */
 std::string contentOf(const OpenDatabase &database, const ResultSet &set) {
-    std::string text = std::to_string(database.hits(set)) + " hits:";
+    std::string text = std::to_string(set.hits()) + " hits:";
     std::int64_t place = 0;
     for (NodeId node : database.records(set)) {
         text += " " + std::to_string(node);

@@ -29,7 +29,7 @@ std::string hitWords(const Desk &desk, const std::string &condition) {
 }
 
 std::int64_t hits(const Desk &desk, const std::string &condition) {
-    return desk.database().hits(*desk.evaluate(condition));
+    return desk.evaluate(condition)->hits();
 }
 
 // 1 a, 2 @x, 3 text, 4 b, 5 text

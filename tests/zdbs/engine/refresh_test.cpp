@@ -4,6 +4,7 @@
 #include "tests/zdbs/support/memory_node_table.h"
 #include "zdbs/command/command_parser.h"
 #include "zdbs/engine/embedded_database.h"
+#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {
@@ -23,15 +24,17 @@ std::shared_ptr<const NodeTable> tableFrom(NodeId first, int count) {
     return table;
 }
 
-TEST(Refresh, TellsWhetherSomethingChanged) {
+TEST(Refresh, TakesUpTheNewestState) {
     std::shared_ptr<const NodeTable> newest = tableFrom(1, 3);
     auto database = makeEmbeddedDatabase("d", [&] { return newest; });
     EXPECT_EQ(database->name(), "d");
-    EXPECT_FALSE(database->refresh());
+    const ResultSetPtr made = database->everything();
+    std::vector<ResultSetPtr> sets{made};
+    database->refresh(sets);
+    EXPECT_EQ(sets[0], made) << "nothing changed";
     newest = tableFrom(1, 4);
     EXPECT_EQ(database->everything()->size(), 3);
-    EXPECT_TRUE(database->refresh());
-    EXPECT_FALSE(database->refresh());
+    database->refresh({});
     EXPECT_EQ(database->everything()->size(), 4);
     EXPECT_EQ(database->nodes(), newest);
 }
@@ -39,12 +42,15 @@ TEST(Refresh, TellsWhetherSomethingChanged) {
 TEST(Refresh, DropsWhatIsGoneFromSetsThatAreCarriedOver) {
     std::shared_ptr<const NodeTable> newest = tableFrom(1, 4);
     auto database = makeEmbeddedDatabase("d", [&] { return newest; });
-    ResultSetPtr everything = database->everything();
+    std::vector<ResultSetPtr> sets{database->everything(), nullptr, database->everything()};
     newest = tableFrom(3, 5);
-    ASSERT_TRUE(database->refresh());
-    ResultSetPtr carried = database->carryOver(everything);
-    EXPECT_EQ(database->records(*carried), (std::vector<NodeId>{3, 4}));
-    EXPECT_EQ(database->hits(*carried), 2);
+    database->refresh(sets);
+    for (const std::size_t carried : {0, 2}) {
+        EXPECT_EQ(database->records(*sets[carried]), (std::vector<NodeId>{3, 4}));
+        EXPECT_EQ(sets[carried]->size(), 2);
+        EXPECT_EQ(sets[carried]->hits(), 2);
+    }
+    EXPECT_EQ(sets[1], nullptr) << "a gap";
 }
 
 TEST(Refresh, LetsCarriedSetsBeUsedFurther) {
@@ -55,12 +61,58 @@ TEST(Refresh, LetsCarriedSetsBeUsedFurther) {
         return database->evaluate(std::get<FindCommand>(command).condition,
                                   [&](SetReference) { return set; });
     };
-    ResultSetPtr chained = evaluate("FIND XPATH(child,0,0,2)", nullptr);
+    std::vector<ResultSetPtr> sets{evaluate("FIND XPATH(child,0,0,2)", nullptr)};
     newest = tableFrom(3, 5);
-    ASSERT_TRUE(database->refresh());
-    ResultSetPtr carried = database->carryOver(chained);
-    EXPECT_EQ(evaluate("FIND XPATH(child,0,1,1)", carried)->size(), 1);
-    EXPECT_EQ(evaluate("FIND XPATH(SELF,1,1,1,EQ,1)", carried)->size(), 2);
+    database->refresh(sets);
+    EXPECT_EQ(evaluate("FIND XPATH(child,0,1,1)", sets[0])->size(), 1);
+    EXPECT_EQ(evaluate("FIND XPATH(SELF,1,1,1,EQ,1)", sets[0])->size(), 2);
+}
+
+/** The nodes of another table, the documents so many times only. */
+class UnreliableTable : public NodeTable {
+public:
+    UnreliableTable(std::shared_ptr<const NodeTable> nodes, int calls)
+        : nodes_(std::move(nodes)), calls_(calls) {}
+
+    std::span<const DocumentRange> documents() const override {
+        if (calls_-- == 0) throw Failure(Status::homeDamaged);
+        return nodes_->documents();
+    }
+    NodeKind kind(NodeId node) const override { return nodes_->kind(node); }
+    NodeId parent(NodeId node) const override { return nodes_->parent(node); }
+    NodeId lastBelow(NodeId node) const override { return nodes_->lastBelow(node); }
+    NodeName name(NodeId node) const override { return nodes_->name(node); }
+    std::string_view value(NodeId node) const override { return nodes_->value(node); }
+    std::vector<NamespaceDeclaration> namespaces(NodeId node) const override {
+        return nodes_->namespaces(node);
+    }
+
+private:
+    std::shared_ptr<const NodeTable> nodes_;
+    mutable int calls_;
+};
+
+TEST(Refresh, CarriesAllSetsOverOrNone) {
+    const std::shared_ptr<const NodeTable> before = tableFrom(1, 4);
+    std::shared_ptr<const NodeTable> newest = before;
+    auto database = makeEmbeddedDatabase("d", [&] { return newest; });
+    std::vector<ResultSetPtr> sets{database->everything(), database->everything()};
+    const std::vector<ResultSetPtr> untouched = sets;
+    int failures = 0;
+    for (; sets == untouched; ++failures) {
+        newest = std::make_shared<UnreliableTable>(tableFrom(3, 5), failures);
+        try {
+            database->refresh(sets);
+        } catch (const Failure &) {
+            EXPECT_EQ(sets, untouched) << failures;
+            EXPECT_EQ(database->nodes(), before) << failures;
+            EXPECT_EQ(database->everything()->size(), 4) << failures;
+        }
+    }
+    EXPECT_GE(failures, 9) << "at least once for each node of each set";
+    EXPECT_EQ(database->nodes(), newest);
+    EXPECT_EQ(sets[0]->size(), 2);
+    EXPECT_EQ(sets[1]->size(), 2);
 }
 
 }  // namespace

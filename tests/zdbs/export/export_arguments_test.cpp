@@ -35,8 +35,6 @@ TEST(ExportArguments, AreTakenFromTheKeyValueLines) {
         // Lines before the first key and keys of others are no arguments.
         {"OTHER=1\nXPATHQUERY=//a\nXPATHFRAGMENTS=/b\n", "//a", "/b"},
         {"XPATHQUERYX=1\nXPATHQUERY=//a\nXPATHFRAGMENTS=/b\n", "//a", "/b"},
-        // Given twice, the last one counts.
-        {"XPATHQUERY=//a\nXPATHQUERY=//c\nXPATHFRAGMENTS=/b\n", "//c", "/b"},
     };
     for (const ArgumentFact &fact : facts) {
         const ExportArguments arguments = parseExportArguments(fact.text);
@@ -45,13 +43,24 @@ TEST(ExportArguments, AreTakenFromTheKeyValueLines) {
     }
 }
 
-struct MissingFact {
+struct KeyFact {
     const char *text;
     const char *key;
 };
 
+/** The message of a failure with that status; "" without. */
+std::string failureOf(const char *text, Status status) {
+    try {
+        parseExportArguments(text);
+    } catch (const Failure &failure) {
+        EXPECT_EQ(failure.status(), status) << text;
+        return failure.what();
+    }
+    return {};
+}
+
 TEST(ExportArguments, AMissingOrEmptyOneIsNamed) {
-    constexpr MissingFact facts[] = {
+    constexpr KeyFact facts[] = {
         {"", "XPATHQUERY"},
         {"XPATHQUERY=//a\n", "XPATHFRAGMENTS"},
         {"XPATHFRAGMENTS=/a\n", "XPATHQUERY"},
@@ -60,14 +69,27 @@ TEST(ExportArguments, AMissingOrEmptyOneIsNamed) {
         {"xpathquery=//a\nxpathfragments=/a\n", "XPATHQUERY"},
         {" XPATHQUERY=//a\nXPATHFRAGMENTS=/a\n", "XPATHQUERY"},
     };
-    for (const MissingFact &fact : facts) {
-        try {
-            parseExportArguments(fact.text);
-            ADD_FAILURE() << fact.text;
-        } catch (const Failure &failure) {
-            EXPECT_EQ(failure.status(), Status::missingArgument);
-            EXPECT_NE(std::string(failure.what()).find(fact.key), std::string::npos) << fact.text;
-        }
+    for (const KeyFact &fact : facts) {
+        const std::string message = failureOf(fact.text, Status::missingArgument);
+        EXPECT_NE(message.find(fact.key), std::string::npos) << fact.text;
+    }
+}
+
+/** A literal that looks like further arguments, made to stand outside of quotes by a comment. */
+TEST(ExportArguments, OneThatIsGivenTwiceIsRefused) {
+    constexpr KeyFact facts[] = {
+        {"XPATHQUERY=//a\nXPATHQUERY=//c\nXPATHFRAGMENTS=/b\n", "XPATHQUERY"},
+        {"XPATHQUERY=//a\nXPATHFRAGMENTS=/b\nXPATHFRAGMENTS=/b\n", "XPATHFRAGMENTS"},
+        {"XPATHQUERY=//a --it's one\n[@id='x\nXPATHQUERY=//c\nXPATHFRAGMENTS=/']\n"
+         "XPATHFRAGMENTS=/b\n",
+         "XPATHQUERY"},
+        {"XPATHQUERY=//a --it's one\n[1]\nXPATHFRAGMENTS=/b[@c=\"x\nXPATHFRAGMENTS=//d \"]"
+         "[@e='f']\n",
+         "XPATHFRAGMENTS"},
+    };
+    for (const KeyFact &fact : facts) {
+        const std::string message = failureOf(fact.text, Status::repeatedArgument);
+        EXPECT_NE(message.find(fact.key), std::string::npos) << fact.text;
     }
 }
 

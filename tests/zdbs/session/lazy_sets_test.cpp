@@ -1,4 +1,4 @@
-/** Sessions over nodes by path, where records are found later than sets are made. */
+/** Sessions over nodes by path, where conditions are evaluated before their records are found. */
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -73,7 +73,7 @@ TEST_F(LazySets, FailAtOnceForAnUnknownSet) {
     EXPECT_EQ(session_->lastSearch().number, 1);
 }
 
-/** A set that nobody has looked at is of the state that it was made in all the same. */
+/** Whose rows nobody has asked for yet. */
 TEST_F(LazySets, AreOfTheStateThatTheyWereMadeIn) {
     session_->execute("DEFINE FIND MIN=0");
     session_->execute("FIND N_TVALUE=&t&");
@@ -93,6 +93,7 @@ TEST_F(LazySets, AreFoundAtOnceForAnObserver) {
     session_->execute("FIND N_TYPE=TEXT");
     ASSERT_EQ(seen.size(), 2U);
     EXPECT_EQ(seen[0].records, 1);
+    EXPECT_EQ(seen[0].hits, 1);
     EXPECT_EQ(seen[1].records, 2);
     EXPECT_EQ(seen[1].plan, "summary of paths");
     EXPECT_GT(seen[0].plan.size(), seen[1].plan.size()) << "and how values were found";

@@ -286,7 +286,11 @@ TEST_F(SessionTest, ClosesADatabaseThatIsNoLongerGranted) {
     execute({"BASE plays"});
     engine_->revoke("reader", "plays");
     EXPECT_EQ(failureOf([&] { session_->saveStatus(); }), "There is no such database: plays.");
+    EXPECT_EQ(failure("FIND N_ID=$"), "There is no such database: plays.");
     EXPECT_EQ(failure("BASE plays"), "There is no such database: plays.");
+    engine_->grant("reader", "plays");
+    execute({"FIND N_ID=$"});
+    EXPECT_EQ(last(), "S2: 4 records, 4 hits");
 }
 
 TEST_F(SessionTest, ShowsEachSearchToAnObserver) {

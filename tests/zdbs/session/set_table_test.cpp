@@ -17,6 +17,7 @@ class SizedSet : public ResultSet {
 public:
     explicit SizedSet(std::int64_t size) : size_(size) {}
     std::int64_t size() const override { return size_; }
+    std::int64_t hits() const override { return size_; }
 
 private:
     std::int64_t size_;
