@@ -6,7 +6,7 @@ XPathPath::~XPathPath() = default;
 
 void XPathPath::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix, bool bSuffix) const {
     if (!bPaths) return;
-    for (int i = 0; i < GetSize(); ++i) {
+    for (int i = 0; i < GetSize() && !XPathPrintLimit::IsReached(buffer); ++i) {
         if (const auto *step = Get(i)) step->ToString(buffer, bPaths, bPrefix, bSuffix);
     }
 }
@@ -24,7 +24,7 @@ XPathUnionExpression::~XPathUnionExpression() = default;
 
 void XPathUnionExpression::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix,
                                     bool bSuffix) const {
-    for (int i = 0; i < GetSize(); ++i) {
+    for (int i = 0; i < GetSize() && !XPathPrintLimit::IsReached(buffer); ++i) {
         if (i > 0) appendText(buffer, "|", 1);
         if (const auto *path = Get(i)) path->ToString(buffer, bPaths, bPrefix, bSuffix);
     }
