@@ -67,6 +67,13 @@ TEST_F(SettingsFiles, WithTheFirstTheSecondIsNotOpened) {
     EXPECT_THAT(files_.paths(), ElementsAre(first));
 }
 
+TEST_F(SettingsFiles, ThePageNamesBothInTheirOrder) {
+    const std::string page = support::readFile(SHELL_PAGE);
+    const std::size_t place = page.find(std::string(".I ") + first + "\n");
+    ASSERT_NE(place, std::string::npos);
+    EXPECT_NE(page.find(std::string(".I ") + second + "\n", place), std::string::npos);
+}
+
 TEST_F(SettingsFiles, TheReaderOfAKeyReadsTheSameFiles) {
     ZfxTLSKey key{};
     ASSERT_EQ(ZfxCreateTLS(&key, tlsRCSDealloc), 0);

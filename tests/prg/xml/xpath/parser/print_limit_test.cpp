@@ -53,14 +53,80 @@ TEST(PrintLimit, WhatIsPrintedIsTheBeginningOfTheWhole) {
     }
 }
 
+namespace {
+
+constexpr int many = 100;
+
+std::unique_ptr<XPathExpression> pathOf(int &count) {
+    auto path = std::make_unique<XPathPath>();
+    for (int i = 0; i < many; ++i)
+        path->Add(new CountedNode(count));
+    return path;
+}
+
+XPathExpressionList *listOf(int &count) {
+    auto *list = new XPathExpressionList;
+    for (int i = 0; i < many; ++i)
+        list->Add(new CountedNode(count));
+    return list;
+}
+
+std::unique_ptr<XPathExpression> predicatesOf(int &count) {
+    return std::unique_ptr<XPathExpression>(listOf(count));
+}
+
+std::unique_ptr<XPathExpression> callOf(int &count) {
+    auto function = std::make_unique<XPathFunction>("f");
+    function->SetArgs(listOf(count));
+    return function;
+}
+
+std::unique_ptr<XPathExpression> unionOf(int &count) {
+    auto paths = std::make_unique<XPathUnionExpression>();
+    for (int i = 0; i < many; ++i) {
+        auto *path = new XPathPath;
+        path->Add(new CountedNode(count));
+        paths->Add(path);
+    }
+    return paths;
+}
+
+std::unique_ptr<XPathExpression> sumOf(int &count) {
+    XPathExpression *sum = new CountedNode(count);
+    for (int i = 1; i < many; ++i)
+        sum = new XPathExpressionPair(sum, PAIRSEP_ADD, new CountedNode(count));
+    return std::unique_ptr<XPathExpression>(sum);
+}
+
+}  // namespace
+
 TEST(PrintLimit, WhatLiesBehindIsNotVisited) {
+    struct {
+        std::unique_ptr<XPathExpression> (*make)(int &count);
+        const char *beginning;
+        int visited;
+    } const facts[] = {
+        {pathOf, "nnnnnnn", 7},  {predicatesOf, "nnnnnnn", 7}, {callOf, "f(n,n,n", 3},
+        {unionOf, "n|n|n|n", 4}, {sumOf, "n+n+n+n", 4},
+    };
+    for (const auto &fact : facts) {
+        int count = 0;
+        const std::unique_ptr<XPathExpression> node = fact.make(count);
+        const XPathPrintLimit limit(7);
+        EXPECT_EQ(fact.beginning, text(*node).substr(0, 7));
+        EXPECT_EQ(fact.visited, count) << fact.beginning;
+    }
+}
+
+TEST(PrintLimit, OfAChainOnlyTheHeadsAreVisitedBehindIt) {
     int count = 0;
-    XPathPath path;
-    for (int i = 0; i < 100; ++i)
-        path.Add(new CountedNode(count));
+    XPathExpression *chain = new CountedNode(count);
+    for (int i = 0; i < many; ++i)
+        chain = new XPathUnaryExpression(chain, true);
+    const std::unique_ptr<XPathExpression> owned(chain);
     const XPathPrintLimit limit(7);
-    EXPECT_EQ("nnnnnnn", text(path));
-    EXPECT_EQ(7, count);
+    EXPECT_EQ("-------", text(*owned));
+    EXPECT_EQ(0, count);
 }
 
 TEST(PrintLimit, NestedPredicatesBehindItAreNotVisited) {
