@@ -24,7 +24,7 @@ XPathUnionExpression::~XPathUnionExpression() = default;
 
 void XPathUnionExpression::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix,
                                     bool bSuffix) const {
-    for (int i = 0; i < GetSize() && !XPathPrintLimit::IsReached(buffer); ++i) {
+    for (int i = 0; i < GetSize(); ++i) {
         if (i > 0) appendText(buffer, "|", 1);
         if (const auto *path = Get(i)) path->ToString(buffer, bPaths, bPrefix, bSuffix);
     }
