@@ -52,17 +52,13 @@ std::string numberPart(tagELogLevel level, int number) {
     return number != 0 && level < LL_INFO ? '#' + std::to_string(number) + ' ' : "";
 }
 
-void closeStream(std::FILE *file) {
-    if (file != nullptr && file != stdout && file != stderr) std::fclose(file);
-}
-
 }  // namespace
 
 ZfxFileLogger::ZfxFileLogger() : m_pMutex(ZfxCreateMutex()) {}
 
 ZfxFileLogger::~ZfxFileLogger() {
     ZfxDestroyMutex(m_pMutex);
-    closeStream(m_pFile);
+    if (m_pFile != nullptr && m_pFile != stdout && m_pFile != stderr) std::fclose(m_pFile);
 }
 
 void ZfxFileLogger::PrintLog(tagELogLevel level, const char *source, int number, const char *text) {
@@ -109,6 +105,6 @@ void ZfxFileLogger::Unlock() {
 
 // Called with the mutex locked.
 void ZfxFileLogger::replaceStream(std::FILE *file) {
-    if (file != m_pFile) closeStream(m_pFile);
+    if (m_pFile != nullptr && file != m_pFile) std::fclose(m_pFile);
     m_pFile = file;
 }

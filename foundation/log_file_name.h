@@ -5,6 +5,11 @@
 #include <cstddef>
 #include <string>
 
+// For programs that name their log file themselves: whoever runs one, or the administrator of the
+// machine, says by the setting "ZDBS_LOG" where such files go. It is trusted as far as the
+// environment is: a program that runs with rights of others passes a directory of its own. The
+// shell takes the whole name of its log file from its user and asks for no directory.
+
 // The size of a name's buffer; a longer name is cut to one byte less.
 inline constexpr std::size_t zfxLogFileNameSize = 1024;
 

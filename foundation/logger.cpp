@@ -13,7 +13,7 @@ public:
     const char *get() const { return text_; }
 
 private:
-    char text_[8192];
+    char text_[zfxLogTextLength + 1];
 };
 
 }  // namespace

@@ -17,11 +17,14 @@ enum tagELogLevel {
 };
 using ELogLevel = tagELogLevel;
 
+// What a message keeps of its text, in bytes.
+inline constexpr int zfxLogTextLength = 8191;
+
 // Where components report progress and trouble. They hold a pointer to it that may be null and is
 // never theirs.
 //
 // `source` is the name of the reporting function; null or empty is left out. `format` and what
-// follows are as for printf; a text of more than 8191 bytes is cut.
+// follows are as for printf; a text of more than zfxLogTextLength bytes is cut.
 //
 // Threads: messages may come from several threads when PrintLog allows it; set the level before.
 class IZfxLogger {
@@ -54,8 +57,8 @@ private:
 // A logger that writes lines to a file, each flushed at once:
 //   "[Sun Nov 15 09:48:00   ERROR] source: #7 text"
 //
-// Ownership: the stream belongs to the logger, which closes it when another one is set and when
-// the logger goes; standard output and standard error are never closed.
+// Ownership: the stream belongs to the logger, which closes it when another one is set, whichever
+// it is, and when the logger goes, but then neither standard output nor standard error.
 // Errors: as long as there is no stream, messages are dropped.
 // Threads: lines of several threads do not mix, and SetFile may be called meanwhile.
 class ZfxFileLogger : public IZfxLogger {
@@ -69,7 +72,8 @@ public:
     // scripts tell them by it.
     void ToggleDateUsage(bool useDate);
 
-    // Closes the current stream and takes over `file`; null leaves the logger without one.
+    // Closes the current stream and takes over `file`; null leaves the logger without one. The
+    // stream that it has already stays open.
     void SetFile(std::FILE *file);
 
     // Closes the current stream and opens `path` with the fopen mode `mode`. False when that
@@ -77,7 +81,8 @@ public:
     // opened or closed and the result is false: set the level first.
     bool SetFile(const char *path, const char *mode);
 
-    // SetFile with a name of getLogFileName (see log_file_name.h: `dir` may be modified).
+    // SetFile with a name of getLogFileName (see log_file_name.h: `dir` may be modified). For a
+    // program that names its log file itself; the shell's user names the whole file.
     bool CompleteFile(char *dir, const char *base, const char *ext, const char *mode, bool withPid,
                       bool withThread);
 

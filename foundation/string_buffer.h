@@ -28,7 +28,8 @@
 //   replace() by something shorter, over the tail after replace() by something longer. An append()
 //   that takes a new block goes to the end of the text.
 // - replace() by something longer writes no NUL behind the text: bytes of an earlier, longer text
-//   can follow it there.
+//   can follow it there. replace() by something shorter writes one behind what each replacement
+//   leaves; the other bytes there stay, and are in the gap of an append() that follows.
 class CStringBuffer {
 public:
     // An empty buffer with capacity 4092 and a growth increment of 4092.
@@ -93,7 +94,9 @@ public:
     CStringBuffer &append(char value) = delete;
 
     // Takes over the block `p` of the malloc family, which holds a text of `n` bytes (n < 1: its
-    // strlen) in `capacity` bytes (below 1: n + 1). Null: clear().
+    // strlen) in `capacity` bytes (below 1: n + 1). A NUL is written behind the text, and another
+    // one into the last of the `capacity` bytes. A block lent by getBufferSetLength() may be taken
+    // over, too: nothing is lent then any more. Null: clear().
     // REQUIRES: the block has more than `n` bytes, and `capacity` of them.
     void attach(char *p, int n = -1, int capacity = 0);
 

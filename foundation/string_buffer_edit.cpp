@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/memory.h"
@@ -42,6 +43,23 @@ std::vector<int> matchesFromTheRight(const char *text, int length, const std::st
         pos -= match ? std::max<std::int64_t>(size, 1) : 1;
     }
     return positions;
+}
+
+// Adds to `result` what shortening `text` match by match, each by `cut` bytes, leaves behind the
+// result: every step ends its text with a NUL and leaves the bytes behind that as they were.
+void appendLeftBehind(std::string &result, std::string_view text, const std::vector<int> &matches,
+                      std::size_t size, std::size_t cut) {
+    const std::size_t kept = result.size();
+    result.resize(text.size());
+    std::size_t length = text.size();
+    for (const int match : matches) {
+        const std::size_t behindMatch = static_cast<std::size_t>(match) + size;
+        const std::size_t shorter = length - cut;
+        for (std::size_t i = shorter + 1; i < length; ++i)
+            result[i] = i < behindMatch ? text[i] : result[kept + i - length];
+        result[shorter] = '\0';
+        length = shorter;
+    }
 }
 
 }  // namespace
@@ -154,9 +172,13 @@ void CStringBuffer::replace(const char *find, const char *repl) {
     result.append(rest, text() + m_nLength);
 
     // The end marker stays, and so does the byte behind a longer text: see the class comment.
+    const auto length = static_cast<std::int32_t>(result.size());
+    if (inserted.size() < wanted.size()) {
+        const std::string_view whole(m_pBuffer, static_cast<std::size_t>(m_nLength));
+        appendLeftBehind(result, whole, matches, wanted.size(), wanted.size() - inserted.size());
+    }
     ZfxMemCopy(m_pBuffer, result.data(), result.size());
-    m_nLength = static_cast<std::int32_t>(result.size());
-    if (inserted.size() < wanted.size()) m_pBuffer[m_nLength] = '\0';
+    m_nLength = length;
 }
 
 void CStringBuffer::trim() {

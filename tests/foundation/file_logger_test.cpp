@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <sstream>
@@ -204,16 +205,25 @@ TEST_F(FileLogger, TheLoggerClosesItsStreamWhenItGoes) {
     EXPECT_FALSE(isOpen(descriptor));
 }
 
-TEST_F(FileLogger, StandardStreamsAreNeverClosed) {
+TEST_F(FileLogger, ALoggerThatGoesLeavesStandardStreamsOpen) {
     for (std::FILE *stream : {stdout, stderr}) {
         ZfxFileLogger logger;
-        logger.SetFile(stream);
-        logger.SetFile(nullptr);
-        EXPECT_TRUE(isOpen(fileno(stream)));
         logger.SetFile(stream);
     }
     EXPECT_TRUE(isOpen(STDOUT_FILENO));
     EXPECT_TRUE(isOpen(STDERR_FILENO));
+}
+
+TEST_F(FileLogger, SettingAStreamClosesAStandardStreamAsAnyOther) {
+    for (std::FILE *stream : {stdout, stderr}) {
+        const int descriptor = fileno(stream);
+        const auto replaceStream = [&] {
+            logger_.SetFile(stream);
+            logger_.SetFile(nullptr);
+            std::_Exit(isOpen(descriptor) ? 1 : 0);
+        };
+        EXPECT_EXIT(replaceStream(), testing::ExitedWithCode(0), "");
+    }
 }
 
 TEST_F(FileLogger, CompleteFileBuildsTheName) {

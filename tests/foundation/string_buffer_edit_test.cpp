@@ -124,6 +124,28 @@ TEST(StringBufferEdit, AppendingAfterReplaceByAShorterTextLeavesAGap) {
     EXPECT_EQ(buffer[5], '\0');
 }
 
+TEST(StringBufferEdit, TheGapAfterReplaceByAShorterTextHoldsWhatEveryReplacementLeft) {
+    struct Fact {
+        const char *text, *find, *repl, *appended;
+        std::string result;
+    };
+    const Fact facts[] = {
+        {"ababab", "ab", "x", "12345",
+         std::string("xxx\0\0\0"
+                     "12",
+                     8)},
+        {"abcabcXYZ", "abc", "d", "12345", std::string("ddXYZ\0Z\0Z1", 10)},
+        {"abcd", "abcd", "x", "123", std::string("x\0cd", 4)},
+        {"abcdabcd", "bcd", "", "1234567", std::string("aa\0da\0cd1", 9)},
+    };
+    for (const Fact &fact : facts) {
+        CStringBuffer buffer(fact.text);
+        buffer.replace(fact.find, fact.repl);
+        buffer.append(fact.appended);
+        EXPECT_EQ(textOf(buffer), fact.result) << fact.text;
+    }
+}
+
 TEST(StringBufferEdit, AppendingAfterReplaceByALongerTextWritesOverItsTail) {
     CStringBuffer buffer("ab");
     buffer.replace("b", "123456");
@@ -236,6 +258,19 @@ TEST(StringBufferEdit, CaseIsChangedInPlace) {
     EXPECT_STREQ(buffer, "ABC-1\xE4Z");
     EXPECT_EQ(&buffer.toLowerCase(), &buffer);
     EXPECT_STREQ(buffer, "abc-1\xE4z");
+}
+
+TEST(StringBufferEdit, WhatIsBehindANulIsEditedAsWell) {
+    const auto withNul = [](const char *before, const char *behind) {
+        return std::string(before) + '\0' + behind;
+    };
+    const std::string text = withNul("a\rB", "c\rD\r");
+    CStringBuffer buffer;
+    buffer.set(text.data(), static_cast<int>(text.size()));
+    EXPECT_EQ(textOf(buffer.toUpperCase()), withNul("A\rB", "C\rD\r"));
+    EXPECT_EQ(textOf(buffer.toLowerCase()), withNul("a\rb", "c\rd\r"));
+    buffer.convertLinebreaks();
+    EXPECT_EQ(textOf(buffer), withNul("a\nb", "c\nd\n"));
 }
 
 TEST(StringBufferEdit, CarriageReturnsBecomeLineFeeds) {

@@ -14,14 +14,17 @@ namespace {
 
 // Replaces match by match, from right to left, with the growth that every one of them needs.
 struct StepwiseReplacement {
-    std::string text;
+    std::string block;  // the text, its NUL and what came to lie behind it
+    std::size_t length;
     int capacity;
     int increment;
 
+    std::string text() const { return block.substr(0, length); }
+
     void run(const std::string &find, const std::string &repl) {
-        int pos = static_cast<int>(text.size()) - static_cast<int>(find.size());
+        int pos = static_cast<int>(length) - static_cast<int>(find.size());
         while (pos >= 0) {
-            if (text.compare(static_cast<std::size_t>(pos), find.size(), find) == 0) {
+            if (block.compare(static_cast<std::size_t>(pos), find.size(), find) == 0) {
                 replaceAt(pos, find.size(), repl);
                 if (find.size() >= 2) pos -= static_cast<int>(find.size()) - 1;
             }
@@ -29,12 +32,17 @@ struct StepwiseReplacement {
         }
     }
 
-    void replaceAt(int pos, std::size_t length, const std::string &repl) {
-        const int free = capacity - static_cast<int>(text.size());
-        if (repl.size() > length && free <= static_cast<int>(repl.size() - length)) {
+    void replaceAt(int pos, std::size_t found, const std::string &repl) {
+        const int free = capacity - static_cast<int>(length);
+        if (repl.size() > found && free <= static_cast<int>(repl.size() - found)) {
             capacity = increment * ((capacity + static_cast<int>(repl.size())) / increment + 1);
         }
-        text.replace(static_cast<std::size_t>(pos), length, repl);
+        const auto at = static_cast<std::size_t>(pos);
+        const std::string moved = repl + block.substr(at + found, length - at - found);
+        if (block.size() < at + moved.size()) block.resize(at + moved.size());
+        block.replace(at, moved.size(), moved);
+        length = at + moved.size();
+        if (repl.size() < found) block[length] = '\0';
     }
 };
 
@@ -57,12 +65,16 @@ TEST(StringBufferModel, ReplaceAgreesWithOneReplacementAtATimeForAllSmallTexts) 
                 for (const std::string &repl : words) {
                     CStringBuffer buffer(increment);
                     buffer.set(text.c_str());
-                    StepwiseReplacement model{text, buffer.bufLength(), increment};
+                    StepwiseReplacement model{text + '\0', text.size(), buffer.bufLength(),
+                                              increment};
                     buffer.replace(find.c_str(), repl.c_str());
                     model.run(find, repl);
-                    ASSERT_EQ(textOf(buffer), model.text) << text << ' ' << find << ' ' << repl;
+                    ASSERT_EQ(textOf(buffer), model.text()) << text << ' ' << find << ' ' << repl;
                     ASSERT_EQ(buffer.bufLength(), model.capacity)
                         << text << ' ' << find << ' ' << repl << ' ' << increment;
+                    ASSERT_EQ(std::string(buffer.getBufferPointer(), model.block.size()),
+                              model.block)
+                        << "with what is behind the text: " << text << ' ' << find << ' ' << repl;
                 }
             }
         }

@@ -318,6 +318,12 @@ TEST(StringBufferSet, AttachMeasuresTheTextAndTheBlockWhenNotTold) {
     EXPECT_STREQ(buffer, "ab");
 }
 
+TEST(StringBufferSet, AttachWritesTwoNulsAndNothingElse) {
+    CStringBuffer buffer;
+    buffer.attach(mallocText("abcdefghi", 10), 3, 8);
+    EXPECT_EQ(std::string(buffer.getBufferPointer(), 10), std::string("abc\0efg\0i\0", 10));
+}
+
 TEST(StringBufferSet, AttachingNullClears) {
     CStringBuffer buffer("abc");
     const char *block = buffer;

@@ -120,7 +120,9 @@ std::int32_t SearchSet::GetHitTuplesFromRecord(ZdbHandle recordControl, std::int
 }
 
 void SearchSet::LogHitTuples() {
-    if (!IsLoggedAtDebug()) return;
+    // Without a number there is nothing to collect from: collecting would execute the set once
+    // more.
+    if (!IsLoggedAtDebug() || m_nSearchNumber == 0) return;
     std::int32_t *tuples = nullptr;
     const std::int32_t count = GetHitTuples(&tuples, loggedRecords);
     const IntBlock release(tuples);

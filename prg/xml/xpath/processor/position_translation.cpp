@@ -46,11 +46,11 @@ SearchSet *ZXProcessorMain::ProcessPosition(const Comparison &comparison, std::i
     CStringBuffer value(256);
     ReadPosition(comparison, value);
     SearchSet *base = GetSearchSet(GetSearchSetCount() - 1);
-    if (base == nullptr) {
-        RaiseXPathException("Call to position() or last() with a NULL context node set.");
-    }
     SearchSet *firstStep = nullptr;
     SearchSet *counted = CountedSet(comparison.path, base, &firstStep);
+    if (counted == nullptr) {
+        RaiseXPathException("Call to position() or last() with a NULL context node set.");
+    }
     SearchSet *result = AddPositionSet(comparison, counted, BufferText(value), context);
     if (firstStep == nullptr) return result;
     // Longer paths answer with the set of their first step: meant.
@@ -60,8 +60,8 @@ SearchSet *ZXProcessorMain::ProcessPosition(const Comparison &comparison, std::i
     return result;
 }
 
-// The set that positions are counted in: what the steps before the call select from `base`, or
-// `base` itself.
+// The set that positions are counted in: what the steps before the call select from `base` (null:
+// from all nodes), or `base` itself.
 SearchSet *ZXProcessorMain::CountedSet(XPathPath *path, SearchSet *base, SearchSet **firstStep) {
     SearchSet *counted = base;
     const int steps = path != nullptr ? path->GetSize() - 1 : 0;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "prg/xml/xpath/parser/parsernodes/xpath_nodes.h"
+#include "prg/xml/xpath/parser/parsernodes/xpath_print_limit.h"
 #include "prg/xml/xpath/processor/buffer_text.h"
 #include "prg/xml/xpath/processor/raise_exception.h"
 #include "prg/xml/xpath/processor/shell_symbol.h"
@@ -80,6 +81,7 @@ void SearchSet::LogText(const char *function, const char *label, const char *tex
 void SearchSet::LogExpression(const char *function, const XPathExpression *expression) const {
     // Printing a tree costs its size for every set made from it: not without a reader.
     if (!IsLoggedAtDebug()) return;
+    const XPathPrintLimit limit(zfxLogTextLength);  // nested predicates print what is in them, too
     CStringBuffer text;
     if (expression != nullptr) expression->ToString(text, false, true, true);
     if (text.length() > 0) {

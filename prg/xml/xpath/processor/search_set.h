@@ -36,7 +36,8 @@ public:
     virtual void CreateCondition();
 
     // Sends the condition to the kernel and takes number, records and hits of the new set. Nothing
-    // happens when the set has a number. At LL_DEBUG the hits of the first records are logged.
+    // happens when the set has a number. At LL_DEBUG the hits of the first records are logged, if
+    // the kernel told a number.
     virtual void Execute();
 
     // Starts the numbering of set objects again: the next one gets the id 1.

@@ -1,11 +1,15 @@
 #include "prg/xml/xpath/processor/tree_printout.h"
 
+#include "foundation/logger.h"
 #include "foundation/string_buffer.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_expression.h"
+#include "prg/xml/xpath/parser/parsernodes/xpath_print_limit.h"
 #include "prg/xml/xpath/processor/buffer_text.h"
 
 std::string TreePrintoutFormat(const XPathExpression &tree) {
-    CStringBuffer text(1 << 16);  // printouts grow long: few, large steps
+    // The log prints two per-cent signs as one.
+    const XPathPrintLimit limit(2 * zfxLogTextLength);
+    CStringBuffer text(1 << 15);
     text.set("XPath parser node printout follows.");
     tree.ToDebugString(text, true, 0);
     text.append("\n\n");

@@ -7,7 +7,8 @@
 
 class XPathExpression;
 
-// The debug printout of a tree with its heading, to be handed to the logger as the format itself.
+// The debug printout of a tree with its heading, to be handed to the logger as the format itself:
+// as much of it as the logger keeps.
 std::string TreePrintoutFormat(const XPathExpression &tree);
 
 // `text` made safe to be a format without arguments: "%%" stays, so that the logger prints one

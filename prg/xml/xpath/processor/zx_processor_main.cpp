@@ -81,33 +81,34 @@ void ZXProcessorMain::EnableEmptySets() {
     RunIgnoringResult(command);
 }
 
+// Allocates nothing itself: it runs in the destructor, also when a request ran out of memory.
 void ZXProcessorMain::End() noexcept {
     if (!m_bBeginCalled) return;
+    const ShellSymbol remove("DEL");
+    const ShellSymbol setPrefix("SXX");
+    const ShellSymbol renumber("REN");
     if (GetSearchSetCount() > 1) {
-        DeleteIntermediateSets();
+        DeleteIntermediateSets(remove, setPrefix);
+        RunIgnoringResult(renumber.GetWord());
         TakeRenumberedSet();
     }
     ZdbLoadStatus(1);
     m_bBeginCalled = false;
 }
 
-void ZXProcessorMain::DeleteIntermediateSets() noexcept {
-    const ShellSymbol remove("DEL");
-    const ShellSymbol setPrefix("SXX");
-    std::string command(remove.GetWord());
-    command.append(" ").append(setPrefix.GetWord()).append("=");
-    const std::size_t prefixLength = command.size();
+void ZXProcessorMain::DeleteIntermediateSets(const ShellSymbol &remove,
+                                             const ShellSymbol &setPrefix) noexcept {
     for (std::int32_t i = 0; i < GetSearchSetCount() - 1; ++i) {
         const std::int32_t number = LateNumber(*GetSearchSet(i));
         if (number < 1) continue;
-        command.resize(prefixLength);
-        command.append(std::to_string(number));
-        RunIgnoringResult(command.c_str());
+        char command[64];  // two words of 16 characters at the most, and a number
+        std::snprintf(command, sizeof command, "%s %s=%d", remove.GetWord(), setPrefix.GetWord(),
+                      static_cast<int>(number));
+        RunIgnoringResult(command);
     }
 }
 
 void ZXProcessorMain::TakeRenumberedSet() noexcept {
-    RunIgnoringResult(ShellSymbol("REN").GetWord());
     std::int32_t number = 0;
     std::int32_t records = 0;
     std::int32_t hits = 0;

@@ -11,6 +11,7 @@
 #include "prg/xml/xpath/parser/parsernodes/xpath_nodes.h"
 #include "prg/xml/xpath/processor/search_set.h"
 
+class ShellSymbol;
 struct Comparison;
 
 // Turns one XPath request into search sets of the kernel and executes them.
@@ -58,8 +59,9 @@ public:
     void Begin();
 
     // Deletes all sets but the last in the kernel, renumbers, gives the last set its new number and
-    // restores the kernel's state. Does nothing without a successful Begin(). A set that was never
-    // executed is executed first; one whose execution fails is left out, and the failure with it.
+    // restores the kernel's state. Does nothing without a successful Begin(). The words for it are
+    // asked in any case, before anything else. A set that was never executed is executed first; one
+    // whose execution fails is left out, and the failure with it.
     void End() noexcept;
 
     // Has the kernel keep empty result sets, so that every set named in a condition exists.
@@ -96,7 +98,7 @@ public:
     void BuildNameCondition(XPathNodeTest *test, CStringBuffer &condition) const;
 
     // Joins two sets. mode: 1 answers the parent side, any other the child side. AXIS_INVALID
-    // leaves the axis to the sets.
+    // leaves the axis to the sets. A set that is null counts as all nodes.
     SearchSet *ConnectSets(SearchSet *parent, SearchSet *child, std::int32_t mode, EAxisType axis);
 
     // The union of two kernel sets. Not used by the translation.
@@ -107,7 +109,7 @@ private:
     void ParseRequest(const char *text);
     void LogTree() const;
     void ExecuteSets();
-    void DeleteIntermediateSets() noexcept;
+    void DeleteIntermediateSets(const ShellSymbol &remove, const ShellSymbol &setPrefix) noexcept;
     void TakeRenumberedSet() noexcept;
 
     // Nodes

@@ -27,7 +27,7 @@ void XPathExpression::ToDebugString(CStringBuffer &buffer, bool, int nIndent) co
 void XPathExpression::IndentLevel(CStringBuffer &buffer, int nIndent) const {
     static constexpr char blanks[] = "                                                ";
     constexpr int levelsAtOnce = (sizeof blanks - 1) / 3;
-    while (nIndent > 0 && buffer.length() < maxDumpLength) {
+    while (nIndent > 0 && buffer.length() < dumpLimit()) {
         const int levels = std::min(nIndent, levelsAtOnce);
         appendText(buffer, blanks, 3 * levels);
         nIndent -= levels;
@@ -35,7 +35,7 @@ void XPathExpression::IndentLevel(CStringBuffer &buffer, int nIndent) const {
 }
 
 bool XPathExpression::DumpLine(CStringBuffer &buffer, int nIndent, const char *pszLabel) const {
-    if (buffer.length() >= maxDumpLength) {
+    if (buffer.length() >= dumpLimit()) {
         if (!buffer.endsWith(dumpCutMark)) appendText(buffer, dumpCutMark);
         return false;
     }

@@ -35,6 +35,7 @@ public:
     /// Appends the indented one-line-per-node dump: each line starts with a line break and three
     /// blanks a level. Never throws; a base class says that it is used in error. A dump that has
     /// grown beyond `maxDumpLength` (xpath_print.h) is cut there and says so.
+    /// Both forms of printing stop at an XPathPrintLimit.
     virtual void ToDebugString(CStringBuffer &buffer, bool bRecursive, int nIndent) const;
 
     /// True when the parser met the expression inside round brackets.

@@ -32,7 +32,7 @@ void XPathFunction::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix, b
     if (m_pName != nullptr) m_pName->ToString(buffer, bPaths, bPrefix, bSuffix);
     appendText(buffer, "(", 1);
     const int count = m_pArgs != nullptr ? m_pArgs->GetSize() : 0;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count && !XPathPrintLimit::IsReached(buffer); ++i) {
         if (i > 0) appendText(buffer, ",", 1);
         if (const auto *arg = m_pArgs->Get(i)) arg->ToString(buffer, bPaths, bPrefix, bSuffix);
     }

@@ -43,7 +43,7 @@ XPathExpressionList::~XPathExpressionList() = default;
 
 void XPathExpressionList::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix,
                                    bool bSuffix) const {
-    for (int i = 0; i < GetSize(); ++i) {
+    for (int i = 0; i < GetSize() && !XPathPrintLimit::IsReached(buffer); ++i) {
         if (const auto *entry = Get(i)) entry->ToString(buffer, bPaths, bPrefix, bSuffix);
     }
 }

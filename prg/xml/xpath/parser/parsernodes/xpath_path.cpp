@@ -6,7 +6,7 @@ XPathPath::~XPathPath() = default;
 
 void XPathPath::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix, bool bSuffix) const {
     if (!bPaths) return;
-    for (int i = 0; i < GetSize(); ++i) {
+    for (int i = 0; i < GetSize() && !XPathPrintLimit::IsReached(buffer); ++i) {
         if (const auto *step = Get(i)) step->ToString(buffer, bPaths, bPrefix, bSuffix);
     }
 }

@@ -24,12 +24,14 @@ void doubleCapacity(CStringBuffer &buffer, int64_t needed) {
 }  // namespace
 
 void appendText(CStringBuffer &buffer, const char *pszText, int nLength) {
-    const int64_t length = nLength >= 0         ? nLength
-                           : pszText != nullptr ? static_cast<int64_t>(std::strlen(pszText))
-                                                : 0;
+    const int64_t whole = nLength >= 0         ? nLength
+                          : pszText != nullptr ? static_cast<int64_t>(std::strlen(pszText))
+                                               : 0;
+    const int64_t length =
+        std::min<int64_t>(whole, std::max(XPathPrintLimit::Length() - buffer.length(), 0));
     const int64_t needed = buffer.length() + length + 1;
     if (buffer.length() >= doublingFrom && needed > buffer.bufLength() && needed <= INT_MAX) {
         doubleCapacity(buffer, needed);
     }
-    buffer.append(pszText, nLength);
+    buffer.append(pszText, static_cast<int>(length));
 }

@@ -58,8 +58,9 @@ void XPathSpine::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix, bool
         link.printHead(buffer);
     // A pair prints the paths in its operands whatever its own caller wants.
     const bool pathsAtEnd = bPaths || firstPair_ < links_.size();
+    if (XPathPrintLimit::IsReached(buffer)) return;
     if (end_ != nullptr) end_->ToString(buffer, pathsAtEnd, bPrefix, bSuffix);
-    for (size_t i = links_.size(); i-- > 0;) {
+    for (size_t i = links_.size(); i-- > 0 && !XPathPrintLimit::IsReached(buffer);) {
         printTail(links_[i], buffer, bPaths || i >= firstPair_, bPrefix, bSuffix);
     }
 }

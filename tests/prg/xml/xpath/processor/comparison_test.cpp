@@ -157,13 +157,38 @@ TEST_F(ComparisonTest, AContextSetIsNotTakenOverAgainAtTheEnd) {
 
 TEST_F(ComparisonTest, APositionWithNothingToCountInIsRefused) {
     const char *message = "Call to position() or last() with a NULL context node set.";
-    for (const char *request : {"a[position()=2]", "a[2]", "a[last()=1]", "a[b/position()=2]"}) {
+    for (const char *request : {"a[position()=2]", "a[2]", "a[last()=1]"}) {
         const Tree tree = parseTree(request);
         ZXProcessorMain processor(nullptr);
         EXPECT_EQ(raisedMessage([&] { processor.ProcessNode(firstPredicate(tree), 0); }), message)
             << request;
         EXPECT_EQ(processor.GetSearchSetCount(), 0);
     }
+}
+
+TEST_F(ComparisonTest, APositionUnderAPathWithNothingBeforeCountsInWhatThePathSelects) {
+    const auto commandsFor = [this](const char *request) {
+        kernel_.reset();
+        const Tree tree = parseTree(request);
+        ZXProcessorMain processor(nullptr);
+        SearchSet *set = processor.ProcessNode(firstPredicate(tree), 0);
+        EXPECT_FALSE(set->GetCrossConnect());
+        std::vector<std::string> commands = kernel_.commands();
+        commands.push_back("answer S" + std::to_string(set->GetNumber()));
+        return commands;
+    };
+    const std::string element = "FIND N_TYPE=ELEMENT AND.T N_NAME=";
+    EXPECT_THAT(commandsFor("a[b/position()=2]"),
+                ElementsAre(element + "\"b\"", "FIND XPATH(child,0,1,2)",
+                            "FIND XPATH(SELF,2,2,1,EQ,2)", "FIND XPATH(child,0,3,1)", "answer S4"));
+    EXPECT_THAT(
+        commandsFor("a[descendant::b/last()<3]"),
+        ElementsAre(element + "\"b\"", "FIND XPATH(descendant,0,1,2)",
+                    "FIND XPATH(SELF,2,2,1,LT,-3)", "FIND XPATH(descendant,0,3,1)", "answer S4"));
+    EXPECT_THAT(commandsFor("a[b/c/position()=2]"),
+                ElementsAre(element + "\"b\"", "FIND XPATH(child,0,1,2)", element + "\"c\"",
+                            "FIND XPATH(child,2,3,2)", "FIND XPATH(SELF,4,4,1,EQ,2)", "answer S1"))
+        << "longer paths answer with the set of their first step";
 }
 
 TEST_F(ComparisonTest, APositionUnderAPathIsJoinedTwice) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kernel/zdbs.h"
+#include "tests/prg/xml/xpath/processor/scarce_memory.h"
 
 namespace {
 
@@ -11,9 +12,16 @@ constexpr std::int32_t success = 1;
 constexpr std::int32_t failedStatus = 1048;  // even, and not 0
 constexpr std::size_t symbolLength = 3;
 const std::string executePrefix = "ExecuteCcl ";
+const std::string symbolPrefix = "ShellSymbol [";
+constexpr const char *scriptedFailure = "scripted failure";
 
 bool startsWith(const std::string &text, const std::string &start) {
     return text.compare(0, start.size(), start) == 0;
+}
+
+bool isHitCall(const std::string &call) {
+    return startsWith(call, "CreateRecordControl") || startsWith(call, "GetRecordInSearchRis") ||
+           startsWith(call, "GetNextHitWord") || startsWith(call, "DeleteRecordControl");
 }
 
 }  // namespace
@@ -49,6 +57,37 @@ std::vector<std::string> FakeKernel::trace() const {
     return lines;
 }
 
+std::vector<std::string> FakeKernel::shortCalls() const {
+    std::vector<std::string> lines;
+    for (const std::string &call : calls_) {
+        if (isHitCall(call)) continue;
+        if (call == "SaveStatus") {
+            lines.push_back("save");
+        } else if (startsWith(call, "LoadStatus ")) {
+            lines.push_back("load" + call.substr(10));
+        } else if (startsWith(call, executePrefix)) {
+            lines.push_back(call.substr(executePrefix.size()));
+        } else if (startsWith(call, symbolPrefix)) {
+            lines.push_back("?" + call.substr(symbolPrefix.size(), symbolLength));
+        } else {
+            lines.push_back(call == "GetSearch"            ? "result"
+                            : startsWith(call, "Message ") ? "message"
+                                                           : call);
+        }
+    }
+    return lines;
+}
+
+void FakeKernel::record(const std::string &call) {
+    calls_.push_back(call);
+    lastIsHitCall_ = isHitCall(call);
+    ++(lastIsHitCall_ ? hitCalls_ : otherCalls_);
+}
+
+bool FakeKernel::fails() const {
+    return lastIsHitCall_ ? hitCalls_ == failHitCall_ : otherCalls_ == failCall_;
+}
+
 std::vector<std::int32_t> FakeKernel::setNumbers() const {
     std::vector<std::int32_t> numbers;
     for (const auto &[number, set] : sets_)
@@ -59,10 +98,11 @@ std::vector<std::int32_t> FakeKernel::setNumbers() const {
 std::int32_t FakeKernel::execute(const std::string &command) {
     record(executePrefix + command);
     commands_.push_back(command);
+    if (fails()) return fail(scriptedFailure);
     const int n = static_cast<int>(commands_.size());
     const auto failure = failures_.find(n);
     if (failure != failures_.end()) return fail(failure->second);
-    if (failFrom_ > 0 && n >= failFrom_) return fail("scripted failure");
+    if (failFrom_ > 0 && n >= failFrom_) return fail(scriptedFailure);
     if (startsWith(command, words_["FIN"] + " ")) return find() ? success : fail("no set");
     if (startsWith(command, words_["DEL"] + " ")) {
         return remove(command) ? success : fail("no such set");
@@ -105,10 +145,12 @@ std::int32_t FakeKernel::fail(const std::string &message) {
 
 std::int32_t FakeKernel::getSearch(std::int32_t *number, std::int32_t *records,
                                    std::int32_t *hits) {
-    record("GetSearch");
+    const bool cleared = *number == 0 && *records == 0 && *hits == 0;
+    record(cleared ? "GetSearch" : "GetSearch with outputs not cleared");
     ++searches_;
+    if (fails()) return fail(scriptedFailure);
     if (sets_.empty()) return fail("there is no set");
-    if (failSearchFrom_ > 0 && searches_ >= failSearchFrom_) return fail("scripted failure");
+    if (failSearchFrom_ > 0 && searches_ >= failSearchFrom_) return fail(scriptedFailure);
     *number = sets_.rbegin()->first;
     *records = sets_.rbegin()->second.records;
     *hits = sets_.rbegin()->second.hits;
@@ -125,7 +167,8 @@ void FakeKernel::give(const std::string &value, char *text, std::int32_t *length
 }
 
 std::int32_t FakeKernel::shellSymbol(char *symbol, std::int32_t *length) {
-    record("ShellSymbol [" + std::string(symbol) + "] " + std::to_string(*length));
+    record(symbolPrefix + std::string(symbol) + "] " + std::to_string(*length));
+    if (fails()) return fail(scriptedFailure);
     const auto word = words_.find(std::string(symbol, symbolLength));
     if (word == words_.end()) return fail("unknown symbol");
     give(word->second, symbol, length);
@@ -135,17 +178,19 @@ std::int32_t FakeKernel::shellSymbol(char *symbol, std::int32_t *length) {
 
 std::int32_t FakeKernel::message(std::int32_t status, char *text, std::int32_t *length) {
     record("Message " + std::to_string(status) + " " + std::to_string(*length));
+    if (fails()) return failedStatus;
     give(lastMessage_, text, length);
     return success;
 }
 
 std::int32_t FakeKernel::saveStatus() {
     record("SaveStatus");
-    return failSave_ ? fail("cannot save") : success;
+    return failSave_ || fails() ? fail("cannot save") : success;
 }
 
 std::int32_t FakeKernel::createRecordControl(void **control) {
     record(*control == nullptr ? "CreateRecordControl" : "CreateRecordControl over a handle");
+    if (fails()) return fail(scriptedFailure);
     *control = new Control;
     ++openControls_;
     return success;
@@ -154,6 +199,7 @@ std::int32_t FakeKernel::createRecordControl(void **control) {
 std::int32_t FakeKernel::getRecord(void *control, std::int32_t ordinal, std::int32_t *id,
                                    char *database) {
     auto *cursor = static_cast<Control *>(control);
+    if (cursor == nullptr || fails()) return fail(scriptedFailure);
     cursor->ordinal = ordinal;
     cursor->nextHit = 0;
     const auto index = static_cast<std::size_t>(ordinal) - 1;
@@ -165,6 +211,7 @@ std::int32_t FakeKernel::getRecord(void *control, std::int32_t ordinal, std::int
 
 std::int32_t FakeKernel::nextHit(void *control, HitWord &hit) {
     auto *cursor = static_cast<Control *>(control);
+    if (fails()) return fail(scriptedFailure);
     const std::vector<HitWord> &hits =
         records_.at(static_cast<std::size_t>(cursor->ordinal) - 1).hits;
     if (cursor->nextHit >= hits.size()) return fail("no more hits");
@@ -173,11 +220,12 @@ std::int32_t FakeKernel::nextHit(void *control, HitWord &hit) {
 }
 
 std::int32_t FakeKernel::deleteRecordControl(void **control) {
-    record("DeleteRecordControl");
+    record(*control != nullptr ? "DeleteRecordControl" : "DeleteRecordControl of no handle");
+    if (*control == nullptr) return fail("no such record control");
     delete static_cast<Control *>(*control);
     *control = nullptr;
     --openControls_;
-    return success;
+    return fails() ? fail(scriptedFailure) : success;
 }
 
 int32_t ZdbStartZarn(const char *user, const char *, int32_t level, int32_t buffer_size) {
@@ -196,15 +244,18 @@ int32_t ZdbMessage(int32_t status, char *text, int32_t *length) {
 }
 
 int32_t ZdbExecuteCcl(const char *command, int32_t *out) {
+    const PlentyOfMemory memory;
     if (out != nullptr) *out = 0;
     return FakeKernel::instance().execute(command);
 }
 
 int32_t ZdbGetSearch(int32_t *number, int32_t *records, int32_t *hits) {
+    const PlentyOfMemory memory;
     return FakeKernel::instance().getSearch(number, records, hits);
 }
 
 int32_t ZdbShellSymbol(char *symbol, int32_t *length) {
+    const PlentyOfMemory memory;
     return FakeKernel::instance().shellSymbol(symbol, length);
 }
 
@@ -224,8 +275,9 @@ int32_t ZdbSaveStatus(void) {
 }
 
 int32_t ZdbLoadStatus(int32_t mode) {
+    const PlentyOfMemory memory;
     FakeKernel::instance().record("LoadStatus " + std::to_string(mode));
-    return success;
+    return FakeKernel::instance().fails() ? failedStatus : success;
 }
 
 int32_t ZdbCreateRecordControl(ZdbHandle *control) {

@@ -17,7 +17,8 @@
 // - the most recent set is the one with the highest number;
 // - any other command succeeds when it starts with the word DEFINE, and fails otherwise.
 //
-// There is one, for the boundary has one session; reset() before each test.
+// There is one, for the boundary has one session; reset() before each test. Its own memory never
+// runs out (scarce_memory.h).
 class FakeKernel {
 public:
     // How a command word or a message comes back.
@@ -67,6 +68,10 @@ public:
         found_[n] = {records, hits};
     }
     void failSaveStatus() { failSave_ = true; }
+    // The n-th call of any kind since reset(), from 1, fails and has no effect. The calls that
+    // collect hits are counted by themselves.
+    void failCall(int n) { failCall_ = n; }
+    void failHitCall(int n) { failHitCall_ = n; }
     // ZdbGetSearch() fails from the n-th call on.
     void failGetSearchFrom(int n) { failSearchFrom_ = n; }
     // Makes a set as if by an earlier request.
@@ -77,8 +82,13 @@ public:
 
     // --- What happened ---
 
-    // Every call in order: the name without "Zdb" and what matters of its arguments.
+    // Every call in order: the name without "Zdb" and what matters of its arguments. What is wrong
+    // with the arguments is told as well.
     const std::vector<std::string> &calls() const { return calls_; }
+    // The calls in short, without those that collect hits: "save", "?DEF" for a command word, the
+    // command, "result" for ZdbGetSearch, "message", "load 1".
+    std::vector<std::string> shortCalls() const;
+    int hitCalls() const { return hitCalls_; }
     // The commands in order, with "save" and "load 1" for the calls around them.
     std::vector<std::string> trace() const;
     // The commands alone.
@@ -89,7 +99,10 @@ public:
 
     // --- The boundary ---
 
-    void record(const std::string &call) { calls_.push_back(call); }
+    void record(const std::string &call);
+    // Whether the call recorded last is one that fails.
+    bool fails() const;
+    std::int32_t fail(const std::string &message);
     std::int32_t execute(const std::string &command);
     std::int32_t getSearch(std::int32_t *number, std::int32_t *records, std::int32_t *hits);
     std::int32_t shellSymbol(char *symbol, std::int32_t *length);
@@ -108,7 +121,6 @@ private:
     };
 
     void give(const std::string &value, char *text, std::int32_t *length) const;
-    std::int32_t fail(const std::string &message);
     bool find();
     bool remove(const std::string &command);
     void renumber();
@@ -119,6 +131,11 @@ private:
     int failFrom_ = 0;
     std::map<int, Set> found_;
     bool failSave_ = false;
+    int failCall_ = 0;
+    int failHitCall_ = 0;
+    int otherCalls_ = 0;
+    int hitCalls_ = 0;
+    bool lastIsHitCall_ = false;
     int failSearchFrom_ = 0;
     std::vector<Record> records_;
     std::map<std::int32_t, Set> sets_;  // by number

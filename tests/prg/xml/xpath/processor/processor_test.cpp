@@ -11,6 +11,7 @@
 #include "tests/prg/xml/xpath/processor/fake_kernel.h"
 #include "tests/prg/xml/xpath/processor/raised_message.h"
 #include "tests/prg/xml/xpath/processor/recording_logger.h"
+#include "tests/prg/xml/xpath/processor/scarce_memory.h"
 #include "tests/prg/xml/xpath/processor/trees.h"
 
 namespace {
@@ -34,6 +35,76 @@ TEST_F(ProcessorTest, BeginSavesTheStateAndHasHitsRecorded) {
     EXPECT_THAT(kernel_.calls(),
                 ElementsAre("SaveStatus", HasSubstr("ShellSymbol [DEF"),
                             HasSubstr("ShellSymbol [HIL"), "ExecuteCcl DEFINE HITS"));
+}
+
+TEST_F(ProcessorTest, EnablingEmptySetsAsksForItsWordsInTheirOrder) {
+    ZXProcessorMain processor(nullptr);
+    processor.EnableEmptySets();
+    EXPECT_THAT(kernel_.shortCalls(), ElementsAre("?DEF", "?FIN", "?MIN", "DEFINE FIND MIN=0"));
+}
+
+TEST_F(ProcessorTest, EndAsksForItsWordsFirstWhateverTheNumberOfSets) {
+    struct {
+        const char *request;
+        std::vector<std::string> calls;
+    } const facts[] = {
+        {nullptr, {"?DEL", "?SXX", "?REN", "load 1"}},
+        {"a", {"?DEL", "?SXX", "?REN", "load 1"}},
+        {"a/b",
+         {"?DEL", "?SXX", "?REN", "DELETE S=1", "DELETE S=2", "RENUMBER", "result", "load 1"}},
+    };
+    for (const auto &fact : facts) {
+        kernel_.reset();
+        ZXProcessorMain processor(nullptr);
+        processor.Begin();
+        if (fact.request != nullptr) processor.Query(fact.request);
+        const auto before = static_cast<std::ptrdiff_t>(kernel_.shortCalls().size());
+        processor.End();
+        const std::vector<std::string> calls = kernel_.shortCalls();
+        EXPECT_EQ(std::vector<std::string>(calls.begin() + before, calls.end()), fact.calls);
+    }
+}
+
+TEST_F(ProcessorTest, EndExecutesALateSetAfterAskingForItsOwnWords) {
+    ZXProcessorMain processor(nullptr);
+    processor.Begin();
+    processor.AddSearchSet(new ExpressionSearchSet(nullptr, "first", nullptr));
+    processor.AddSearchSet(new ExpressionSearchSet(nullptr, "last", nullptr));
+    processor.End();
+    EXPECT_THAT(kernel_.shortCalls(),
+                ElementsAre("save", "?DEF", "?HIL", "DEFINE HITS", "?DEL", "?SXX", "?REN", "?FIN",
+                            "FIND first", "result", "DELETE S=1", "RENUMBER", "result", "load 1"));
+}
+
+// A destructor runs it when a request ran out of memory.
+TEST_F(ProcessorTest, EndNeedsNoMemory) {
+    for (const char *symbol : {"DEL", "SXX", "REN"})
+        kernel_.setWord(symbol, std::string("SIXTEEN LETTERS") + symbol[0]);
+    ZXProcessorMain processor(nullptr);
+    processor.Begin();
+    processor.Query("a/b");
+    {
+        const ScarceMemory memory;
+        processor.End();
+    }
+    const std::vector<std::string> &commands = kernel_.commands();
+    EXPECT_THAT(std::vector<std::string>(commands.end() - 3, commands.end()),
+                ElementsAre("SIXTEEN LETTERSD SIXTEEN LETTERSS=1",
+                            "SIXTEEN LETTERSD SIXTEEN LETTERSS=2", "SIXTEEN LETTERSR"));
+}
+
+TEST_F(ProcessorTest, ASetThatEndHasNoMemoryToExecuteIsLeftToTheKernel) {
+    ZXProcessorMain processor(nullptr);
+    processor.Begin();
+    const std::string condition(100, 'x');
+    processor.AddSearchSet(new ExpressionSearchSet(nullptr, condition.c_str(), nullptr));
+    processor.AddSearchSet(new ExpressionSearchSet(nullptr, condition.c_str(), nullptr));
+    {
+        const ScarceMemory memory;
+        processor.End();
+    }
+    EXPECT_THAT(kernel_.commands(), ElementsAre("DEFINE HITS", "RENUMBER"));
+    EXPECT_EQ(kernel_.trace().back(), "load 1");
 }
 
 TEST_F(ProcessorTest, AStateThatCannotBeSavedIsNeitherTidiedNorRestored) {
@@ -343,6 +414,30 @@ TEST_F(ProcessorTest, ALongPrintoutIsCutByTheLogger) {
     processor.Query(request.c_str());
     const std::string source = "ZXProcessorMain::Query: ";
     EXPECT_EQ(logger.lines()[placeOf(logger, "printout follows.")].size(), source.size() + 8191);
+}
+
+// The printout as the logger would get it whole, and what it keeps of that.
+std::string keptPrintout(const XPathExpression &tree) {
+    CStringBuffer text("XPath parser node printout follows.");
+    tree.ToDebugString(text, true, 0);
+    const std::string format = EscapeFormat(BufferText(text)) + "\n\n";
+    std::vector<char> kept(zfxLogTextLength + 1);
+    std::snprintf(kept.data(), kept.size(), format.c_str());
+    return kept.data();
+}
+
+TEST_F(ProcessorTest, OfALongPrintoutTheLogKeepsItsBeginning) {
+    for (const int levels : {20, 40, 41, 42, 60, 200}) {
+        const std::string pieces(150, '%');
+        std::string request = "a[@b='" + pieces + "']";
+        for (int i = 0; i < levels; ++i)
+            request = "a[@b='" + pieces + "' and " + request + "]";
+        RecordingLogger logger;
+        ZXProcessorMain processor(&logger);
+        processor.Query(request.c_str());
+        EXPECT_EQ(logger.lines()[placeOf(logger, "printout follows.")],
+                  "ZXProcessorMain::Query: " + keptPrintout(*parseTree(request)));
+    }
 }
 
 // --- Classification ---

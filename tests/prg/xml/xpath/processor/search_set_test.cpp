@@ -68,6 +68,33 @@ TEST_F(SearchSetTest, TheRecordCountIsAskedForByExecuting) {
     EXPECT_THAT(kernel_.commands(), ElementsAre("FIND N_ID=$"));
 }
 
+TEST_F(SearchSetTest, ANegativeNumberIsAskedForAgainButItsRecordsAreNot) {
+    kernel_.setFound(1, 42);
+    SearchSet set(nullptr);
+    set.SetCondition("N_ID=$");
+    set.SetNumber(-4);
+    EXPECT_EQ(set.GetRecordCount(), 0);
+    EXPECT_THAT(kernel_.calls(), IsEmpty());
+    EXPECT_EQ(set.GetNumber(), 1);
+    EXPECT_EQ(set.GetRecordCount(), 42);
+    EXPECT_THAT(kernel_.commands(), ElementsAre("FIND N_ID=$"));
+}
+
+TEST_F(SearchSetTest, WhatTheKernelDoesNotTellIsNothing) {
+    kernel_.setFound(1, 42, 7);
+    SearchSet set(nullptr);
+    set.SetCondition("N_ID=$");
+    set.Execute();
+    set.SetNumber(-4);
+    kernel_.failGetSearchFrom(2);
+    set.Execute();
+    EXPECT_EQ(kernel_.calls().back(), "GetSearch") << "with its three outputs cleared";
+    EXPECT_FALSE(set.HasNumber());
+    kernel_.failGetSearchFrom(0);
+    set.SetNumber(-4);
+    EXPECT_EQ(set.GetRecordCount(), 0);
+}
+
 TEST_F(SearchSetTest, ASecondExecutionAfterSuccessDoesNothing) {
     SearchSet set(nullptr);
     set.SetCondition("N_ID=$");
@@ -175,6 +202,17 @@ TEST_F(SearchSetTest, HitsAreLoggedOneALineForFiveRecordsAtTheMost) {
     EXPECT_EQ(kernel_.openRecordControls(), 0);
 }
 
+TEST_F(SearchSetTest, HitsOfASetWithoutANumberAreNotAskedFor) {
+    RecordingLogger logger;
+    kernel_.failGetSearchFrom(1);
+    SearchSet set(&logger);
+    set.SetCondition("N_ID=$");
+    set.Execute();
+    EXPECT_THAT(kernel_.calls(),
+                ElementsAre(HasSubstr("ShellSymbol [FIN"), "ExecuteCcl FIND N_ID=$", "GetSearch"));
+    EXPECT_THAT(logger.lines().back(), HasSubstr("Produced set S0 with 0 records"));
+}
+
 TEST_F(SearchSetTest, HitsAreNotAskedForBelowTheDebugLevel) {
     RecordingLogger logger(LL_INFO);
     SearchSet set(&logger);
@@ -234,6 +272,24 @@ TEST_F(SearchSetTest, ARecordThatCannotBeReadIsSkipped) {
     kernel_.setFound(1, 3);
     SearchSet set(nullptr);
     EXPECT_EQ(tuplesOf(set, 0), (Tuples{1, 9, 2}));
+    EXPECT_EQ(kernel_.openRecordControls(), 0);
+}
+
+TEST_F(SearchSetTest, ARecordControlThatCannotBeCreatedIsPassedOnAllTheSame) {
+    kernel_.setRecords({recordWithParts(7, {1}), recordWithParts(9, {2})});
+    kernel_.setFound(1, 2);
+    SearchSet set(nullptr);
+    EXPECT_EQ(set.GetNumber(), 1);
+    const std::size_t before = kernel_.calls().size();
+    kernel_.failHitCall(1);
+    EXPECT_EQ(tuplesOf(set, 0), (Tuples{1, 9, 2}));
+    const std::vector<std::string> &calls = kernel_.calls();
+    EXPECT_THAT(
+        std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
+        ElementsAre("CreateRecordControl", "GetRecordInSearchRis 1 1",
+                    "DeleteRecordControl of no handle", "CreateRecordControl",
+                    "GetRecordInSearchRis 1 2", "GetNextHitWord", "GetNextHitWord",
+                    "DeleteRecordControl"));
     EXPECT_EQ(kernel_.openRecordControls(), 0);
 }
 
@@ -349,6 +405,35 @@ TEST_F(SearchSetTest, TheLogTellsWhatALeafSetWasMadeFor) {
                     "SearchSet::SetCondition: (SS/02) Assigned CCL condition: N_ID=$",
                     "ContextSearchSet::ContextSearchSet: (SS/03) Composite expression",
                     "ContextSearchSet::Execute: (SS/03) Produced set S0 with 0 records"));
+}
+
+TEST_F(SearchSetTest, TheLogTellsAnExpressionWithoutItsPathsButWithItsQuotes) {
+    RecordingLogger logger;
+    const Tree tree = parseTree("a[b][@id='x']");
+    XPathExpression *step = firstStep(tree);
+    const UniversalSearchSet universal(step, &logger);
+    const ExpressionSearchSet expression(step, nullptr, &logger);
+    const ContextSearchSet context(step, &logger);
+    const std::string text = "Expression child::a[][attribute::id=\"x\"]";
+    EXPECT_THAT(logger.lines(),
+                ElementsAre("UniversalSearchSet::UniversalSearchSet: (SS/01) " + text,
+                            "ExpressionSearchSet::ExpressionSearchSet: (SS/02) " + text,
+                            "ContextSearchSet::ContextSearchSet: (SS/03) " + text));
+}
+
+TEST_F(SearchSetTest, OfALongExpressionTheLogKeepsItsBeginning) {
+    std::string request = "a[@b='x']";
+    for (int i = 0; i < 300; ++i)
+        request = "a[@b='" + std::string(25, 'y') + "' and " + request + "]";
+    const Tree tree = parseTree(request);
+    CStringBuffer whole;
+    firstStep(tree)->ToString(whole, false, true, true);
+    const std::string line = std::string("(SS/01) Expression ") + BufferText(whole);
+    ASSERT_GT(line.size(), 8191u);
+    RecordingLogger logger;
+    const ExpressionSearchSet set(firstStep(tree), nullptr, &logger);
+    EXPECT_EQ(logger.lines().at(0),
+              "ExpressionSearchSet::ExpressionSearchSet: " + line.substr(0, 8191));
 }
 
 }  // namespace
