@@ -61,7 +61,7 @@ std::string timeSuffix() {
 
 char *newName() {
     void *name = ZfxMemAlloc(zfxLogFileNameSize);
-    if (name == nullptr) ZfxOutOfMemory(zfxLogFileNameSize);
+    if (name == nullptr) ZfxOutOfMemory();
     return static_cast<char *>(name);
 }
 

@@ -1,9 +1,9 @@
 #include "foundation/memory.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -47,7 +47,6 @@ bool ZfxMemWriteable(const void *p, std::size_t) {
     return p != nullptr;
 }
 
-void ZfxOutOfMemory(std::size_t size) {
-    std::fprintf(stderr, "out of memory: %zu bytes wanted\n", size);
-    std::abort();
+void ZfxOutOfMemory() {
+    throw std::bad_alloc();
 }

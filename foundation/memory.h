@@ -4,7 +4,7 @@
 //    block of malloc() to ZfxMemFree or ZfxMemRealloc.
 // 2. Sizes are in bytes.
 // 3. The wrappers report a failed allocation with null. The containers and the string buffer
-//    built on them do not report it: they end the program through ZfxOutOfMemory.
+//    built on them throw std::bad_alloc through ZfxOutOfMemory, and are as they were before.
 // 4. All functions may be called from any thread.
 #ifndef FOUNDATION_MEMORY_H
 #define FOUNDATION_MEMORY_H
@@ -33,8 +33,7 @@ char *ZfxStrDup(const char *text);
 bool ZfxMemReadable(const void *p, std::size_t n);
 bool ZfxMemWriteable(const void *p, std::size_t n);
 
-// Prints "out of memory" with the wanted size to standard error and ends the program (abort).
-// For callers that have no way to report a failure.
-[[noreturn]] void ZfxOutOfMemory(std::size_t size);
+// Throws std::bad_alloc.
+[[noreturn]] void ZfxOutOfMemory();
 
 #endif

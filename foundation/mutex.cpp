@@ -4,7 +4,7 @@
 
 ZfxMutex *ZfxCreateMutex() {
     auto *mutex = static_cast<ZfxMutex *>(ZfxMemAlloc(sizeof(ZfxMutex)));
-    if (mutex == nullptr) ZfxOutOfMemory(sizeof(ZfxMutex));
+    if (mutex == nullptr) ZfxOutOfMemory();
     pthread_mutexattr_init(&mutex->attributes);
     pthread_mutex_init(&mutex->mutex, &mutex->attributes);
     mutex->held = 0;

@@ -47,7 +47,7 @@ void ZfxPtrList::remove(int index) {
 void ZfxPtrList::grow(std::int64_t capacity) {
     const std::size_t bytes = static_cast<std::size_t>(capacity) * sizeof(void *);
     void *array = capacity > INT32_MAX ? nullptr : ZfxMemRealloc(m_ppList, bytes);
-    if (array == nullptr) ZfxOutOfMemory(bytes);
+    if (array == nullptr) ZfxOutOfMemory();
     m_ppList = static_cast<void **>(array);
     std::fill(m_ppList + m_nMaxLen, m_ppList + capacity, nullptr);
     m_nMaxLen = static_cast<std::int32_t>(capacity);

@@ -6,8 +6,8 @@
 // A growable list of untyped pointers.
 //
 // Ownership: the list owns its array, never the objects that its elements point to.
-// Errors: none are reported. A request out of range answers with null or is ignored; when the
-// array cannot grow the program ends (ZfxOutOfMemory).
+// Errors: none are reported. A request out of range answers with null or is ignored; that
+// the array cannot grow is std::bad_alloc (ZfxOutOfMemory), and the list is as it was.
 // Threads: one at a time.
 class ZfxPtrList {
 public:

@@ -45,7 +45,7 @@ File openFirst(std::span<const char *const> paths) {
 
 ZfxRCSEntry *newEntry() {
     auto *entry = static_cast<ZfxRCSEntry *>(ZfxMemAlloc(sizeof(ZfxRCSEntry)));
-    if (entry == nullptr) ZfxOutOfMemory(sizeof(ZfxRCSEntry));
+    if (entry == nullptr) ZfxOutOfMemory();
     return entry;
 }
 
@@ -98,7 +98,7 @@ char *valueOf(std::string_view line, const char *name) {
 ZfxTLSKey keyOfProcess() {
     const std::lock_guard lock(keyLock);
     if (!haveKey) {
-        if (ZfxCreateTLS(&processKey, tlsRCSDealloc) != 0) ZfxOutOfMemory(sizeof processKey);
+        if (ZfxCreateTLS(&processKey, tlsRCSDealloc) != 0) ZfxOutOfMemory();
         haveKey = true;
         ZfxOpenTlsRCS(processKey);
     }

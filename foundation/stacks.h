@@ -9,8 +9,8 @@
 // The common shape of the two stacks below. The bottom of the stack is index 0.
 //
 // Ownership: the stack owns its array, never what its elements point to.
-// Errors: none are reported. A request out of range answers with null or 0; when the array cannot
-// grow the program ends (ZfxOutOfMemory).
+// Errors: none are reported. A request out of range answers with null or 0; that the array cannot
+// grow is std::bad_alloc (ZfxOutOfMemory), and the stack is as it was.
 // Threads: one at a time.
 template <typename T>
 class ZfxStack {
@@ -52,10 +52,10 @@ public:
 
 private:
     void growByOne() {
-        if (m_nLength == INT32_MAX) ZfxOutOfMemory(SIZE_MAX);
+        if (m_nLength == INT32_MAX) ZfxOutOfMemory();
         const std::size_t bytes = (static_cast<std::size_t>(m_nLength) + 1) * sizeof(T);
         void *array = ZfxMemRealloc(m_ppStack, bytes);
-        if (array == nullptr) ZfxOutOfMemory(bytes);
+        if (array == nullptr) ZfxOutOfMemory();
         m_ppStack = static_cast<T *>(array);
         m_nMaxLen = m_nLength + 1;
     }

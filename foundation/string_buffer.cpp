@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 #include "foundation/memory.h"
 #include "foundation/string_util.h"
@@ -17,7 +18,7 @@ constexpr std::size_t formatSize = 16384;
 constexpr std::size_t numberSize = 33;
 
 std::size_t checkedLength(std::size_t length) {
-    if (length > maxLength) ZfxOutOfMemory(length);
+    if (length > maxLength) ZfxOutOfMemory();
     return length;
 }
 
@@ -58,9 +59,10 @@ CStringBuffer &CStringBuffer::set(const char *s, int n) {
     // The old block goes last, because `s` may point into it.
     char *old = nullptr;
     if (length >= static_cast<std::size_t>(m_nBufLength)) {
-        old = m_pBuffer;
-        m_nBufLength = capacityFor(length);
-        m_pBuffer = allocString(static_cast<std::size_t>(m_nBufLength) + 1);
+        const std::int32_t capacity = capacityFor(length);
+        char *block = allocString(static_cast<std::size_t>(capacity) + 1);
+        old = std::exchange(m_pBuffer, block);
+        m_nBufLength = capacity;
     } else if (s == nullptr) {
         clear();
     }
@@ -148,9 +150,9 @@ char *CStringBuffer::detach() {
 }
 
 char *CStringBuffer::getBufferSetLength(int n) {
-    freeString(m_pLockBuffer);
-    m_nLockLength = n < 1 ? m_nIncrement : n;
-    m_pLockBuffer = allocString(static_cast<std::size_t>(m_nLockLength));
+    const int size = n < 1 ? m_nIncrement : n;
+    freeString(std::exchange(m_pLockBuffer, allocString(static_cast<std::size_t>(size))));
+    m_nLockLength = size;
     const int count = std::min(m_nLength, m_nLockLength - 1);
     ZfxMemCopy(m_pLockBuffer, m_pBuffer, static_cast<std::size_t>(count));
     return m_pLockBuffer;
@@ -188,7 +190,7 @@ CStringBuffer &operator<<(CStringBuffer &buffer, const char *s) {
 
 char *CStringBuffer::allocString(std::size_t n) {
     void *block = ZfxMemAlloc(n);
-    if (block == nullptr) ZfxOutOfMemory(n);
+    if (block == nullptr) ZfxOutOfMemory();
     return static_cast<char *>(block);
 }
 
@@ -223,9 +225,10 @@ const char *CStringBuffer::text() const {
 // Returns the old block, which the caller releases.
 char *CStringBuffer::growToAppend(std::size_t n) {
     const auto held = static_cast<std::size_t>(m_nLength);
-    char *old = m_pBuffer;
-    m_nBufLength = std::max(m_nBufLength, capacityFor(checkedLength(held + n) + 1));
-    m_pBuffer = allocString(static_cast<std::size_t>(m_nBufLength));
+    const std::int32_t capacity = std::max(m_nBufLength, capacityFor(checkedLength(held + n) + 1));
+    char *block = allocString(static_cast<std::size_t>(capacity));
+    char *old = std::exchange(m_pBuffer, block);
+    m_nBufLength = capacity;
     ZfxMemCopy(m_pBuffer, old, held);
     m_pEnd = m_pBuffer + held;
     return old;
@@ -235,8 +238,9 @@ void CStringBuffer::assureBufSize(std::size_t n) {
     if (static_cast<std::size_t>(m_nBufLength) >= n) return;
     const std::size_t end = endOffset();
     const auto held = static_cast<std::size_t>(std::max(m_nBufLength, m_nLength));
-    m_nBufLength = capacityFor(n);
-    m_pBuffer = reallocString(m_pBuffer, held, static_cast<std::size_t>(m_nBufLength));
+    const std::int32_t capacity = capacityFor(n);
+    m_pBuffer = reallocString(m_pBuffer, held, static_cast<std::size_t>(capacity));
+    m_nBufLength = capacity;
     m_pEnd = m_pBuffer + end;
 }
 

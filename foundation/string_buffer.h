@@ -13,8 +13,8 @@
 // Sizes: lengths and capacities are in bytes, at most 2147483646 of text.
 // Bytes: not interpreted beyond isspace, isalpha, toupper, tolower and strcasecmp (single bytes,
 // current locale).
-// Errors: none are reported. When memory or the greatest length is exceeded the program ends
-// (ZfxOutOfMemory). Indexes given to operator[] are not checked.
+// Errors: none are reported, but that memory or the greatest length is exceeded: std::bad_alloc
+// (ZfxOutOfMemory), and the buffer is as it was. Indexes given to operator[] are not checked.
 // Null texts: with a negative length, or without one, a null text counts as ""; with an explicit
 // length it copies nothing, but the length still counts.
 // Arguments may point into the buffer itself, except those of format() and vformat().

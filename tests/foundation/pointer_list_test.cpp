@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -188,9 +189,12 @@ TEST(PointerList, RandomOperationsAgreeWithAVector) {
     }
 }
 
-TEST(PointerListDeathTest, AnIndexThatNoArrayCanHoldEndsTheProgram) {
+TEST(PointerList, AnIndexThatNoArrayCanHoldIsAnExceptionAndChangesNothing) {
     ZfxPtrList list;
-    EXPECT_DEATH(list.insert(INT_MAX, objects), "out of memory");
+    list.append(objects);
+    EXPECT_THROW(list.insert(INT_MAX, objects), std::bad_alloc);
+    EXPECT_EQ(list.size(), 1);
+    EXPECT_EQ(list.get(0), objects);
 }
 
 }  // namespace

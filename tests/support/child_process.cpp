@@ -61,6 +61,16 @@ bool endsBefore(pid_t child, Clock::time_point deadline) {
 
 }  // namespace
 
+Command throughShell(const Command &command, const std::string &redirections,
+                     const std::string &before) {
+    Command shell = command;
+    shell.program = "sh";
+    shell.arguments = {"-c", before + " && exec \"$0\" \"$@\" " + redirections, command.program};
+    shell.arguments.insert(shell.arguments.end(), command.arguments.begin(),
+                           command.arguments.end());
+    return shell;
+}
+
 Ending exited(int status) {
     return {status, std::nullopt, false};
 }

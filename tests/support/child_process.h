@@ -27,6 +27,14 @@ struct Command {
     std::set<int> ignoredSignals;
 };
 
+/**
+ * The command as a shell starts it.
+ * @param redirections "<&- >/dev/full"
+ * @param before what the shell does first: "ulimit -n 20"
+ */
+Command throughShell(const Command &command, const std::string &redirections,
+                     const std::string &before = ":");
+
 /** How a process ended: with an exit status, or by a signal. */
 struct Ending {
     std::optional<int> status;

@@ -1,11 +1,11 @@
 #include "zdbs/admin/request_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
+#include "foundation/keyword.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/status/status.h"
 
@@ -24,12 +24,6 @@ std::string_view leadingWord(std::string_view text) {
     return end != std::string_view::npos && hasMore ? text.substr(begin, end - begin) : "";
 }
 
-bool isWord(std::string_view word, std::string_view upper) {
-    return std::equal(word.begin(), word.end(), upper.begin(), upper.end(), [](char a, char b) {
-        return std::toupper(static_cast<unsigned char>(a)) == b;
-    });
-}
-
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(blanks) == std::string_view::npos;
 }
@@ -42,8 +36,8 @@ bool isBlank(std::string_view line) {
 
 void requireRequest(std::string_view text) {
     const std::string_view word = leadingWord(text);
-    if (isWord(word, "XFIND")) refuse("XFIND is a word of the shell; give the request alone");
-    if (isWord(word, "XGET"))
+    if (equalsNoCase(word, "XFIND")) refuse("XFIND is a word of the shell; give the request alone");
+    if (equalsNoCase(word, "XGET"))
         refuse("XGET is a word of the shell; give the request alone, and its specs to --fragments");
     const std::size_t last = text.find_last_not_of(blanks);
     if (last != std::string_view::npos && text[last] == ';')
@@ -53,7 +47,7 @@ void requireRequest(std::string_view text) {
 }
 
 bool isFindCommand(std::string_view text) {
-    return isWord(leadingWord(text), "FIND");
+    return equalsNoCase(leadingWord(text), "FIND");
 }
 
 std::string nameOf(std::string_view request) {

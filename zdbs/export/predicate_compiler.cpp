@@ -1,11 +1,10 @@
 #include "zdbs/export/predicate_compiler.h"
 
-#include <strings.h>
-
 #include <cassert>
 #include <cstdlib>
 #include <utility>
 
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_nodes.h"
 #include "zdbs/values/number.h"
 
@@ -53,10 +52,6 @@ std::string functionName(const XPathFunction &function) {
     CStringBuffer name(64);
     function.GetName(name);
     return textOf(name);
-}
-
-bool sameName(const std::string &name, const char *wanted) {
-    return strcasecmp(name.c_str(), wanted) == 0;
 }
 
 /** The path up to its last step and, for that one, all text below. */
@@ -143,8 +138,8 @@ FragmentPredicate compileComparison(const XPathExpressionPair &pair, int depth) 
         return valueComparison(*path, *step, relation, literalText(*scalar), depth);
     }
     const std::string name = functionName(*function);
-    const bool isLast = sameName(name, "last");
-    if (!isLast && !sameName(name, "position"))
+    const bool isLast = equalsNoCase(name, "last");
+    if (!isLast && !equalsNoCase(name, "position"))
         throw FragmentError("Unsupported function \"" + name + "\" in comparison.");
     return positionComparison(path, {relation, placeOf(literalText(*scalar), isLast)}, depth);
 }
@@ -166,7 +161,7 @@ FragmentPath searchedPath(const XPathPath &path, const XPathAxisLocationStep &st
 
 FragmentPredicate compileContains(const XPathFunction &function, int depth) {
     const std::string name = functionName(function);
-    if (!sameName(name, "contains"))
+    if (!equalsNoCase(name, "contains"))
         throw FragmentError("ERROR: unknown or unsupported function \"" + name + "\"");
     const XPathExpressionList *const arguments = function.GetArgs();
     if (arguments == nullptr || arguments->GetSize() != 2)

@@ -69,7 +69,8 @@ void putDocument(FilterData *data) {
     data->buffer = static_cast<char *>(std::malloc(std::max<size_t>(document.size(), 1)));
     if (data->buffer == nullptr) return;
     std::memcpy(data->buffer, document.data(), document.size());
-    data->buffer_length = static_cast<int32_t>(document.size());
+    const auto length = static_cast<int32_t>(document.size());
+    data->buffer_length = session().script().documentLength.value_or(length);
 }
 
 int32_t failExport(FilterData *data) {
@@ -124,11 +125,13 @@ int32_t ZdbStopZarn(int32_t mode) {
 
 int32_t ZdbMessage(int32_t status, char *text, int32_t *length) {
     if (text == nullptr || length == nullptr) return session().fail("No buffer for a message.");
+    if (session().script().messageFails) return session().fail("No message.");
     const int32_t capacity = std::max<int32_t>(*length, 0);
     const bool unterminated = session().script().unterminatedMessages;
     if (unterminated) std::memset(text, '~', static_cast<size_t>(capacity));
     putText(session().message(status), text, length);
     if (unterminated && *length < capacity) text[*length] = '~';
+    *length = session().script().messageLength.value_or(*length);
     logLine(call("ZdbMessage", std::to_string(status) + ", " + std::to_string(capacity), success) +
             " " + quoted(session().message(status)));
     return success;
@@ -166,6 +169,7 @@ int32_t ZdbShellSymbol(char *symbol, int32_t *length) {
     const auto word = words.find(key);
     const bool known = word != words.end() && !session().script().failingSymbols.contains(key);
     if (known) putWord(word->second, symbol, length);
+    *length = session().script().symbolLength.value_or(*length);
     const int32_t status = known ? success : session().fail("Unknown symbol " + key + ".");
     logLine(call("ZdbShellSymbol", quoted(asked) + ", " + std::to_string(capacity), status) +
             (known ? " " + quoted(word->second) : ""));

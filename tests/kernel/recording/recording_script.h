@@ -9,6 +9,9 @@
  *   words padded                     words are filled with blanks to the capacity, without a NUL
  *   symbol-fails SYMBOL              ZdbShellSymbol fails for the symbol and writes nothing
  *   messages unterminated            rubbish follows the text of a message, and no NUL
+ *   message-fails                    ZdbMessage fails and writes nothing
+ *   message-length N                 ZdbMessage tells this length, whatever it wrote
+ *   symbol-length N                  ZdbShellSymbol does
  *   login-fails STATUS TEXT          ZdbStartZarn returns STATUS, whose message is TEXT
  *   command-fails PATTERN => TEXT    a command that matches the shell pattern fails with TEXT
  *   nth-command-fails N TEXT         the N-th command since the login (from 1) fails with TEXT
@@ -22,6 +25,7 @@
  *   database-fails NAME              ZdbBaseInfo fails and writes nothing
  *   export-document TEXT             the document that ZdbExport hands out
  *   export-repeat N                  ... N times over
+ *   export-length N                  the length that is told of it
  *   export-null                      ZdbExport succeeds without a document
  *   export-fails TEXT                ZdbExport fails and fills the error text
  *   export-fails-silently TEXT       ZdbExport fails, TEXT comes through ZdbMessage only
@@ -72,6 +76,9 @@ struct Script {
     std::set<std::string> failingSymbols;
 
     bool unterminatedMessages = false;
+    bool messageFails = false;
+    std::optional<int32_t> messageLength;
+    std::optional<int32_t> symbolLength;
     int32_t loginStatus = 1;
     std::string loginMessage;
 
@@ -87,6 +94,7 @@ struct Script {
 
     std::string document = "<result matches=\"1\"><fragment>text</fragment></result>";
     int documentRepeats = 1;
+    std::optional<int32_t> documentLength;
     bool nullDocument = false;
     bool exportFails = false;
     bool exportFillsErrorText = true;

@@ -467,6 +467,101 @@ static void testCommandsAreInTheCharacterSetOfTheProcess(void) {
     EXPECT_NUMBER(result, 0);
 }
 
+/* Copies a pattern without its '%'; what stands between two of them is a keyword. */
+static const char *inCase(const char *pattern, int isUpper, char *text) {
+    char *end = text;
+    int isKeyword = 0;
+    for (; *pattern != '\0'; ++pattern) {
+        const char c = *pattern;
+        if (c == '%') {
+            isKeyword = !isKeyword;
+        } else {
+            *end++ = isKeyword && isUpper && c >= 'a' && c <= 'z' ? (char)(c - 'a' + 'A') : c;
+        }
+    }
+    *end = '\0';
+    return text;
+}
+
+/* What the filter answers: the document, or why there is none, without what was typed. */
+static const char *exported(const char *query, const char *spec, char *answer, size_t size) {
+    char arguments[512];
+    FilterData data;
+    snprintf(arguments, sizeof arguments, "XPATHQUERY=%s\nXPATHFRAGMENTS=%s\n", query, spec);
+    data = request(arguments, 0);
+    if ((ZdbExport(&data) & 1) != 0) {
+        snprintf(answer, size, "%s", data.buffer);
+    } else {
+        const char *reason = strrchr(data.errortext, ';');
+        snprintf(answer, size, "%d %s", data.errorcode, reason != NULL ? reason : data.errortext);
+    }
+    free(data.buffer);
+    return answer;
+}
+
+static void expectSameExport(const char *query, const char *spec) {
+    char queries[2][256];
+    char specs[2][256];
+    char answers[2][4096];
+    int i = 0;
+    for (i = 0; i < 2; ++i) {
+        exported(inCase(query, i, queries[i]), inCase(spec, i, specs[i]), answers[i],
+                 sizeof answers[i]);
+    }
+    expectText(answers[1], answers[0], __LINE__, strstr(query, "%") != NULL ? query : spec);
+}
+
+static void testKeywordsAreTheSameInEveryLocale(void) {
+    const char *const commands[] = {"%find% N_ID=$",
+                                    "%find% N_TYPE=ELEMENT %or% N_ID=1",
+                                    "%find% N_ID=1 %and% N_ID=1",
+                                    "%find% N_ID=1 %not% N_ID=2",
+                                    "%define% %find% %min%=0",
+                                    "%define% %hits%",
+                                    "%delete% S=2",
+                                    "%renumber%"};
+    const char *const steps[] = {"%child%::*",
+                                 "%parent%::*",
+                                 "%ancestor%::*",
+                                 "%ancestor-or-self%::*",
+                                 "%attribute%::*",
+                                 "%descendant%::*",
+                                 "%descendant-or-self%::*",
+                                 "%following%::*",
+                                 "%following-sibling%::*",
+                                 "%namespace%::*",
+                                 "%preceding%::*",
+                                 "%preceding-sibling%::*",
+                                 "%self%::*",
+                                 "%node%()",
+                                 "%comment%()",
+                                 "%text%()",
+                                 "%processing-instruction%()"};
+    const char *const predicates[] = {
+        "%position%()=1", "%position%()=%last%()", "%contains%(line/text(),'M')",
+        "title %or% x",   "title %and% x",         "title %div% x",
+        "title %mod% x"};
+    char text[256];
+    size_t i = 0;
+    EXPECT(setlocale(LC_ALL, "") != NULL);
+    logIn();
+    EXPECT_OK(execute("BASE plays"));
+    for (i = 0; i < sizeof commands / sizeof *commands; ++i)
+        expectNumber(execute(inCase(commands[i], 1, text)) & 1, 1, __LINE__, commands[i]);
+    for (i = 0; i < sizeof steps / sizeof *steps; ++i) {
+        snprintf(text, sizeof text, "//title/%s", steps[i]);
+        expectSameExport(text, "/");
+        snprintf(text, sizeof text, "/title[%s]", steps[i]);
+        expectSameExport("//play", text);
+    }
+    for (i = 0; i < sizeof predicates / sizeof *predicates; ++i) {
+        snprintf(text, sizeof text, "//play[%s]", predicates[i]);
+        expectSameExport(text, "/");
+        snprintf(text, sizeof text, "//*[%s]", predicates[i]);
+        expectSameExport("//play", text);
+    }
+}
+
 static void testCommandsAreTakenAsUtf8InTheLocaleC(void) {
     EXPECT(setlocale(LC_ALL, "C") != NULL);
     logIn();
@@ -498,6 +593,7 @@ static const struct Test tests[] = {
     {"FailedExportsSayWhy", testFailedExportsSayWhy},
     {"LongFailuresAreCut", testLongFailuresAreCut},
     {"CommandsAreInTheCharacterSetOfTheProcess", testCommandsAreInTheCharacterSetOfTheProcess},
+    {"KeywordsAreTheSameInEveryLocale", testKeywordsAreTheSameInEveryLocale},
     {"CommandsAreTakenAsUtf8InTheLocaleC", testCommandsAreTakenAsUtf8InTheLocaleC},
 };
 

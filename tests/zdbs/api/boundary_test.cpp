@@ -35,6 +35,7 @@ const std::set<std::string> &knownTests() {
                                              "FailedExportsSayWhy",
                                              "LongFailuresAreCut",
                                              "CommandsAreInTheCharacterSetOfTheProcess",
+                                             "KeywordsAreTheSameInEveryLocale",
                                              "CommandsAreTakenAsUtf8InTheLocaleC"};
     return names;
 }
@@ -56,6 +57,20 @@ TEST_P(Boundary, InC) {
     EXPECT_EQ(result.ending, support::exited(0));
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "");
+}
+
+TEST(BoundaryLocale, ADotlessILeavesKeywordsWhatTheyAre) {
+    for (const auto &[locale, characterSet] :
+         {std::pair("tr_TR", "UTF-8"), {"tr_TR", "ISO-8859-9"}, {"az_AZ", "UTF-8"}}) {
+        support::TemporaryDirectory directory;
+        auto environment = support::makeLocale(directory, locale, characterSet);
+        environment["ZDBS_HOME"] = directory / "home";
+        support::run({PREPARE_HOME, {directory / "home"}, {}, {}});
+        const support::ProgramResult result =
+            support::run({BOUNDARY_PROGRAM, {"KeywordsAreTheSameInEveryLocale"}, environment, {}});
+        EXPECT_EQ(result.out + result.err, "") << locale << characterSet;
+        EXPECT_EQ(result.ending, support::exited(0));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(TestsInC, Boundary, ::testing::ValuesIn(knownTests()),

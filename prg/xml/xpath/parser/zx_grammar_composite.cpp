@@ -1,7 +1,6 @@
-#include <strings.h>
-
 #include <memory>
 
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/parser/zx_grammar.h"
 
 namespace ZXGrammar::Composite {
@@ -23,10 +22,10 @@ constexpr TypeName typeNames[] = {
 /// What a call without arguments can mean.
 XPathNodeTest *calledTest(const char *pszName) {
     for (const auto &entry : typeNames) {
-        if (strcasecmp(pszName, entry.name) == 0) return NodeTest(entry.type);
+        if (equalsNoCase(pszName, entry.name)) return NodeTest(entry.type);
     }
     for (const char *function : {"position", "last"}) {
-        if (strcasecmp(pszName, function) == 0) return new XPathFunction(pszName);
+        if (equalsNoCase(pszName, function)) return new XPathFunction(pszName);
     }
     return nullptr;
 }

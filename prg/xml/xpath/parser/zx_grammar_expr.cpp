@@ -1,24 +1,15 @@
-#include <strings.h>
-
 #include <cassert>
 
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/parser/zx_grammar.h"
 
 namespace ZXGrammar::Expr {
 
-namespace {
-
-bool isWord(const char *pszWord, const char *pszExpected) {
-    return strcasecmp(pszWord, pszExpected) == 0;
-}
-
-}  // namespace
-
 XPathExpression *AddCompositePair(XPathExpression *pLeft, const char *pszWord,
                                   XPathExpression *pRight) {
-    if (isWord(pszWord, "or")) return OrPair(pLeft, pRight);
-    if (isWord(pszWord, "mod")) return ModPair(pLeft, pRight);
-    if (isWord(pszWord, "div")) return IntDivPair(pLeft, pRight);
+    if (equalsNoCase(pszWord, "or")) return OrPair(pLeft, pRight);
+    if (equalsNoCase(pszWord, "mod")) return ModPair(pLeft, pRight);
+    if (equalsNoCase(pszWord, "div")) return IntDivPair(pLeft, pRight);
     return AndPair(pLeft, pRight);
 }
 

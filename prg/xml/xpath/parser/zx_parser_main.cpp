@@ -66,7 +66,7 @@ ZXSymbol *ZXParserMain::Lookup(const char *pszName) const {
 
 void *ZXParserMain::Alloc(size_t nSize) {
     void *block = std::calloc(nSize > 0 ? nSize : 1, 1);
-    if (block == nullptr) ZfxOutOfMemory(nSize);
+    if (block == nullptr) ZfxOutOfMemory();
     m_memory.append(block);
     return block;
 }
@@ -88,6 +88,6 @@ void ZXParserMain::SetupSymbols() {
 void ZXParserMain::ParserSetup(const char *pszText) {
     if (m_scanner != nullptr) xpath_lex_destroy(m_scanner);
     m_scanner = nullptr;
-    if (xpath_lex_init_extra(this, &m_scanner) != 0) ZfxOutOfMemory(0);
+    if (xpath_lex_init_extra(this, &m_scanner) != 0) ZfxOutOfMemory();
     xpath__scan_string(pszText, m_scanner);
 }

@@ -3,6 +3,7 @@
 
 #include <cassert>
 
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/processor/buffer_text.h"
 #include "prg/xml/xpath/processor/context_wrap.h"
 #include "prg/xml/xpath/processor/leaf_search_sets.h"
@@ -97,7 +98,7 @@ bool HasTypeTest(const XPathAxis &axis, ENodeType type) {
 bool HasName(const XPathFunction &function, const char *name) {
     CStringBuffer text(256);
     function.GetName(text);
-    return text.compareNoCase(name) == 0;
+    return equalsNoCase(BufferView(text), name);
 }
 
 void LiteralText(const XPathScalar &scalar, CStringBuffer &value) {

@@ -15,7 +15,7 @@ std::size_t BytesFor(std::int32_t count) {
 
 std::int32_t *AllocateValues(std::int32_t count) {
     void *block = ZfxMemAlloc(BytesFor(count));
-    if (block == nullptr) ZfxOutOfMemory(BytesFor(count));
+    if (block == nullptr) ZfxOutOfMemory();
     return static_cast<std::int32_t *>(block);
 }
 
@@ -67,11 +67,12 @@ void IntArray::EnsureSize(std::int32_t size) {
     if (m_nSize >= size) return;
     const std::int64_t missing = std::int64_t{size} - m_nSize;
     const std::int64_t steps = (missing + growth - 1) / growth;
-    m_nSize =
+    const auto grown =
         static_cast<std::int32_t>(std::min<std::int64_t>(m_nSize + steps * growth, INT32_MAX));
-    void *block = ZfxMemRealloc(m_pArray, BytesFor(m_nSize));
-    if (block == nullptr) ZfxOutOfMemory(BytesFor(m_nSize));
+    void *block = ZfxMemRealloc(m_pArray, BytesFor(grown));
+    if (block == nullptr) ZfxOutOfMemory();
     m_pArray = static_cast<std::int32_t *>(block);
+    m_nSize = grown;
 }
 
 std::int32_t *IntArray::Copy(std::int32_t *dest) const {

@@ -7,7 +7,7 @@
 // hits of a record.
 //
 // Ownership: the array owns its block; a copy made by Copy() belongs to the caller.
-// Errors: none are reported. When the block cannot grow the program ends (ZfxOutOfMemory).
+// Errors: std::bad_alloc when the block cannot grow (ZfxOutOfMemory); the array is as it was.
 // Threads: one at a time.
 class IntArray {
 public:

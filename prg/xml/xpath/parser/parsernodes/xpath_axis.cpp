@@ -1,6 +1,6 @@
 #include "prg/xml/xpath/parser/parsernodes/xpath_axis.h"
 
-#include "foundation/string_util.h"
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_disposal.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_print.h"
 
@@ -88,8 +88,9 @@ void XPathAxis::ToDebugString(CStringBuffer &buffer, bool bRecursive, int nInden
 }
 
 EAxisType XPathAxis::GetAxisType(const char *pszName) {
+    if (pszName == nullptr) return AXIS_INVALID;
     for (const auto &entry : axisNames) {
-        if (ZfxStrNoCaseEquals(pszName, entry.name)) return entry.axis;
+        if (equalsNoCase(pszName, entry.name)) return entry.axis;
     }
     return AXIS_INVALID;
 }

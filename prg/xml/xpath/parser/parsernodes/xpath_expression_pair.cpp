@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "foundation/keyword.h"
 #include "foundation/string_util.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_disposal.h"
 #include "prg/xml/xpath/parser/parsernodes/xpath_filter_expression.h"
@@ -42,7 +43,7 @@ bool callsFunction(const XPathExpression *pExpr, const char *pszName) {
     if (function == nullptr) return false;
     CStringBuffer name(32);
     function->GetName(name);
-    return name.compareNoCase(pszName) == 0;
+    return equalsNoCase(name.getBufferPointer(), pszName);
 }
 
 /// What a filter expression holds; null when `pExpr` is none.

@@ -2,13 +2,18 @@
 
 #include <cctype>
 #include <cstdio>
+#include <new>
 #include <string>
 
+#include "foundation/keyword.h"
 #include "foundation/string_buffer.h"
-#include "prg/xml/xpath/utils/vexa/command_match.h"
+#include "prg/xml/xpath/utils/vexa/console.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 
 namespace {
+
+// A statement of many lines is copied once for each time that it has grown by so much.
+constexpr int statementIncrement = 1 << 22;
 
 bool isSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
@@ -56,14 +61,20 @@ const CommandInterpreter::Command CommandInterpreter::commands[] = {
 };
 
 void CommandInterpreter::run() {
-    CStringBuffer statement;
+    CStringBuffer statement(statementIncrement);
     while (vexa_.readStatement(statement)) {
-        CStringBuffer text;
-        text.set(statement);
-        text.trim();
-        const auto length = static_cast<size_t>(text.length());
-        if (carryOut({text.getBufferPointer(), length}) == Next::end) return;
+        if (carryOut(statement) == Next::end) return;
     }
+}
+
+CommandInterpreter::Next CommandInterpreter::carryOut(const CStringBuffer &statement) try {
+    CStringBuffer text;
+    text.set(statement);
+    text.trim();
+    return carryOut({text.getBufferPointer(), static_cast<size_t>(text.length())});
+} catch (const std::bad_alloc &) {
+    printError("Unknown exception occurred.\n");
+    return Next::statement;
 }
 
 CommandInterpreter::Next CommandInterpreter::carryOut(std::string_view statement) {

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+class CStringBuffer;
 class Vexa;
 
 /** The statement loop: reads statements, recognises the commands and has them carried out. */
@@ -26,6 +27,7 @@ private:
     };
     static const Command commands[];
 
+    Next carryOut(const CStringBuffer &statement);
     Next carryOut(std::string_view statement);
 
     Next leave(std::string_view);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "foundation/memory.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
@@ -41,7 +42,7 @@ void printFailure(int32_t status, const FilterData &data) {
 
 }  // namespace
 
-int Vexa::getFragments(const char *query, const char *fragmentspec) {
+int Vexa::getFragments(const char *query, const char *fragmentspec) try {
     CStringBuffer arguments(256);
     buildArguments(query, fragmentspec, arguments);
     FilterData data = {};
@@ -58,4 +59,7 @@ int Vexa::getFragments(const char *query, const char *fragmentspec) {
     }
     ZfxMemFree(data.buffer);
     return succeeded(status) ? 1 : 0;
+} catch (const std::bad_alloc &) {
+    printError("Unknown exception occurred.\n");
+    return 0;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "foundation/standard_descriptors.h"
 #include "prg/xml/xpath/utils/vexa/command_interpreter.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
 #include "prg/xml/xpath/utils/vexa/options.h"
@@ -15,13 +16,8 @@
 namespace {
 
 constexpr int usageError = 1;
+constexpr int lostInput = 1;
 constexpr int unreadableScript = 2;
-
-/** Characters are the user's, numbers in commands are not. */
-void chooseLocale() {
-    std::setlocale(LC_ALL, "");
-    std::setlocale(LC_NUMERIC, "C");
-}
 
 void printBanner() {
     std::puts("ZARNxml Interactive XPath [server-side]");
@@ -80,7 +76,8 @@ int runSession(const Options &options) {
     const bool ready = vexa->setUseInput(options.useInput, options.inputFile, false);
     if (ready) CommandInterpreter(*vexa, options.useInput).run();
     vexa->close();
-    return ready ? 0 : unreadableScript;
+    if (ready && !vexa->lostInput()) return 0;
+    return options.inputFile != nullptr ? unreadableScript : lostInput;
 }
 
 int runProgram(int argc, char **argv) {
@@ -102,7 +99,8 @@ int runProgram(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    chooseLocale();
+    occupyStandardDescriptors();
+    std::setlocale(LC_CTYPE, "");  // the character set; nothing else is taken from the locale
     installSignalHandlers();
     const int status = runProgram(argc, argv);
     return flushOutput() ? status : 1;

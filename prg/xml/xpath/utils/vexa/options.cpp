@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "prg/xml/xpath/utils/vexa/command_match.h"
+#include "foundation/keyword.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 

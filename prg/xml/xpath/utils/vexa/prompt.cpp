@@ -1,8 +1,10 @@
 /** Questions at the start: the user's name and password. */
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "prg/xml/xpath/utils/vexa/byte_input.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
 #include "prg/xml/xpath/utils/vexa/terminal.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
@@ -80,12 +82,19 @@ bool ask(const char *text, const char *defaultText) {
     return flushOutput();
 }
 
+int readCharacter() {
+    const int c = readByte(stdin);
+    if (c == EOF && std::ferror(stdin) != 0)
+        printError("ERROR: Cannot read standard input: %s\n", std::strerror(errno));
+    return c;
+}
+
 }  // namespace
 
 int Vexa::getCharInput(bool hideInput) {
-    if (!hideInput) return std::getchar();
+    if (!hideInput) return readCharacter();
     const HiddenTyping hidden;
-    return std::getchar();
+    return readCharacter();
 }
 
 std::unique_ptr<char[]> Vexa::prompt(const char *text, const char *defaultText, bool hideInput,

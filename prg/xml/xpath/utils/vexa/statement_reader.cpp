@@ -3,11 +3,15 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
+#include <string>
 
+#include "foundation/keyword.h"
 #include "foundation/string_util.h"
-#include "prg/xml/xpath/utils/vexa/command_match.h"
+#include "prg/xml/xpath/utils/vexa/byte_input.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
 #include "prg/xml/xpath/utils/vexa/terminal.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
@@ -30,6 +34,16 @@ std::FILE *openScript(const char *name) {
     return nullptr;
 }
 
+/** Reads up to a line feed or `size` - 1 bytes; null at the end, and after a failure. */
+char *readPiece(std::FILE *input, char *buf, int size) {
+    int length = 0;
+    int c = 0;
+    while (c != '\n' && length < size - 1 && (c = readByte(input)) != EOF)
+        buf[length++] = static_cast<char>(c);
+    buf[length] = '\0';
+    return length > 0 && std::ferror(input) == 0 ? buf : nullptr;
+}
+
 /**
  * Who meets the end of input again and again goes on asking, because a terminal or a growing file
  * may still have more to say; but with pauses of 100 ms, doubled up to a second.
@@ -49,6 +63,7 @@ bool Vexa::setUseInput(bool use, const char *inputFile, bool continueFromStdin) 
     if (!use || inputFile == nullptr) return true;
     if (std::FILE *script = openScript(inputFile)) {
         m_pInput = script;
+        m_inputName = inputFile;
         return true;
     }
     printError("Cannot read input file \"%s\"\n", inputFile);
@@ -64,15 +79,23 @@ void Vexa::resetInput() {
 }
 
 char *Vexa::getLine(char *buf, int size) {
-    if (m_bUseInput && m_pInput != nullptr) return std::fgets(buf, size - 1, m_pInput);
+    if (m_bUseInput && m_pInput != nullptr) return readPiece(m_pInput, buf, size - 1);
     return readTerminalLine();
 }
 
 char *Vexa::readTerminalLine() {
-    char *line = m_terminalLine.release();
-    const ssize_t length = getline(&line, &m_terminalLineSize, stdin);
-    m_terminalLine.reset(line);
-    return length < 0 ? nullptr : line;
+    m_terminalLine.clear();
+    int c = 0;
+    while (c != '\n' && (c = readByte(stdin)) != EOF)
+        addByte(static_cast<char>(c));
+    const bool isLine = !m_terminalLine.empty() && std::ferror(stdin) == 0;
+    return isLine ? m_terminalLine.data() : nullptr;
+}
+
+/** Of a line that is too long the end stays, which tells whether the statement ends, too. */
+void Vexa::addByte(char c) try { m_terminalLine.push_back(c); } catch (const std::bad_alloc &) {
+    skipStatement();
+    m_terminalLine = c;
 }
 
 void Vexa::echo(const char *line, int size) const {
@@ -86,8 +109,17 @@ void Vexa::echo(const char *line, int size) const {
 
 bool Vexa::readStatement(CStringBuffer &sb) {
     if (!m_bSession) return false;
-    sb.clear();
-    if (!m_bUseInput) m_nScriptLine = 0;
+    do {
+        m_bSkips = false;
+        sb.clear();
+        if (!m_bUseInput) m_nScriptLine = 0;
+        if (!readLines(sb)) return false;
+    } while (m_bSkips);
+    return true;
+}
+
+/** Reads to the end of a statement; false when there is none. */
+bool Vexa::readLines(CStringBuffer &sb) {
     char buffer[lineSize];
     while (true) {
         ++m_nScriptLine;
@@ -103,8 +135,22 @@ bool Vexa::readStatement(CStringBuffer &sb) {
     }
 }
 
+/** After a failure. Half a statement is none. */
+bool Vexa::givesUpInput(CStringBuffer &sb) {
+    const char *reason = std::strerror(errno);
+    const bool isScript = m_pInput != stdin;
+    const std::string what = isScript ? "input file \"" + m_inputName + "\"" : "standard input";
+    printError("ERROR: Cannot read %s: %s\n", what.c_str(), reason);
+    m_bLostInput = true;
+    sb.clear();
+    if (!isScript || !m_bContinueFromStdin) return true;
+    resetInput();
+    return false;
+}
+
 /** At the end of input: whether that is the end of all statements. If not, reading can go on. */
-bool Vexa::endsStatements(const CStringBuffer &sb) {
+bool Vexa::endsStatements(CStringBuffer &sb) {
+    if (std::ferror(m_pInput) != 0) return givesUpInput(sb);
     std::clearerr(m_pInput);
     if (m_bContinueFromStdin) {
         resetInput();
@@ -121,7 +167,7 @@ bool Vexa::addLine(CStringBuffer &sb, char *line) {
     const int length = static_cast<int>(std::strlen(line));
     if (length == 0) return false;
     if (line[length - 1] == ';') {
-        sb.append(line, length - 1);
+        addText(sb, line, length - 1);
         echo(line, length - 1);
         return true;
     }
@@ -130,9 +176,22 @@ bool Vexa::addLine(CStringBuffer &sb, char *line) {
         return true;
     }
     echo(line, -1);
-    sb.append(line, length);
-    sb.append("\n", 1);
+    addText(sb, line, length);
+    addText(sb, "\n", 1);
     return false;
+}
+
+void Vexa::addText(CStringBuffer &sb, const char *text, int length) try {
+    sb.append(text, length);
+} catch (const std::bad_alloc &) {
+    skipStatement();
+    sb.clear();
+}
+
+/** Its lines are read on to its end, lest they be taken for other statements. */
+void Vexa::skipStatement() {
+    if (!m_bSkips) printError("ERROR: A statement does not fit into memory and is skipped.\n");
+    m_bSkips = m_bLostInput = true;
 }
 
 void Vexa::printHelp() {

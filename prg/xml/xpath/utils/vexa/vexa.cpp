@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "foundation/memory.h"
 #include "prg/xml/xpath/utils/vexa/kernel_text.h"
 
 namespace {
@@ -12,10 +11,6 @@ constexpr int32_t interfaceLevel = 9;
 constexpr int32_t bufferSize = 4096;
 
 }  // namespace
-
-void Vexa::Free::operator()(char *block) const {
-    ZfxMemFree(block);
-}
 
 Vexa::Vexa(const char *user, const char *password, bool /*quiet*/, const char * /*host*/,
            IZfxLogger *logger)

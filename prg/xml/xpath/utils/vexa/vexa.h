@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
 
 #include "foundation/string_buffer.h"
 #include "kernel/zdbs.h"
@@ -58,7 +59,7 @@ public:
     static std::unique_ptr<char[]> prompt(const char *text, const char *defaultText, bool hideInput,
                                           bool required);
 
-    /** One character of standard input, EOF at its end. */
+    /** One character of standard input, EOF at its end; that it cannot be read is printed. */
     static int getCharInput(bool hideInput);
 
     // Statements (statement_reader.cpp)
@@ -75,6 +76,9 @@ public:
     /** Closes a script; statements come from the terminal. */
     void resetInput();
 
+    /** Whether statements were lost, after a message: input that failed, memory that ended. */
+    bool lostInput() const { return m_bLostInput; }
+
     /**
      * Reads one line with its line feed. From a script at most size - 2 bytes into `buf`; from the
      * terminal a whole line of any length.
@@ -86,7 +90,9 @@ public:
     void echo(const char *line, int size) const;
 
     /**
-     * Reads the lines of one statement.
+     * Reads the lines of one statement. One that does not fit into memory is skipped with a
+     * message. Input that cannot be read is given up with a message: a script of INPUT for the
+     * terminal, any other for good.
      * @return false when there are no more statements, no session, or nobody who can be written to
      */
     bool readStatement(CStringBuffer &sb);
@@ -117,18 +123,19 @@ public:
 private:
     void login(const char *user, const char *password);
 
+    bool readLines(CStringBuffer &sb);
     bool addLine(CStringBuffer &sb, char *line);
-    bool endsStatements(const CStringBuffer &sb);
+    void addText(CStringBuffer &sb, const char *text, int length);
+    bool endsStatements(CStringBuffer &sb);
+    bool givesUpInput(CStringBuffer &sb);
     char *readTerminalLine();
+    void addByte(char c);
+    void skipStatement();
 
     int request(const char *text);
     void execute(const char *text);
     int parseOnly(const char *text) const;
     void discardSet(int32_t number) const;
-
-    struct Free {
-        void operator()(char *block) const;
-    };
 
     bool m_bSession = false;
     char m_szXPath[2048] = "";
@@ -143,9 +150,11 @@ private:
     IZfxLogger *m_pLogger;
     ZdbHandle m_hZdb = nullptr;
 
-    std::unique_ptr<char, Free> m_terminalLine;
-    size_t m_terminalLineSize = 0;
+    std::string m_inputName;  // of the script, for messages
+    std::string m_terminalLine;
     int m_nEndsOfInput = 0;  // met in a row
+    bool m_bSkips = false;   // the statement that is read does not fit into memory
+    bool m_bLostInput = false;
 };
 
 #endif

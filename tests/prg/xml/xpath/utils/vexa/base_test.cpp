@@ -51,6 +51,14 @@ TEST_F(Base, anyResultButZeroMeansXml) {
     expectResult(runStatements("BASE plays;\n"), session({"<1>\t<1>\tBASE plays\n"}), "");
 }
 
+TEST_F(Base, lengthOfAWordOutsideTheBufferIsNotBelieved) {
+    kernelAnswers("symbol-length 100000000\n");
+    expectResult(runStatements("BASE plays;\n"), session({"<1>\t<1>\tBASE plays\n"}), "");
+    kernelAnswers("symbol-length -100000000\n");
+    runStatements("BASE plays;\n");
+    EXPECT_EQ(kernelCommands()[2], " plays") << "no word at all";
+}
+
 TEST_F(Base, failureIsPrintedOnBothStreams) {
     kernelAnswers("command-fails BASE * => The database is locked.\n");
     expectResult(runStatements("BASE plays;\n"), session({"<0>\t<0>\tThe database is locked.\n"}),

@@ -117,13 +117,7 @@ TEST_F(EndOfInput, ofAScriptInTheMiddleOfAStatementCountsLinesOnTheTerminal) {
 TEST_F(EndOfInput, ofAFileThatGrowsOnStandardInputIsTriedAgain) {
     const std::string script = directory_.write("input.txt", "");
     const std::string input = directory_.write("stdin.txt", "INPUT " + script + ";\n");
-    support::Command shell = quietVexa();
-    support::Command command{
-        "sh", {"-c", "exec \"$0\" \"$@\" <\"$INPUT\"", shell.program}, shell.environment, {}};
-    command.arguments.insert(command.arguments.end(), shell.arguments.begin(),
-                             shell.arguments.end());
-    command.environment["INPUT"] = input;
-    PipedProgram program(command);
+    PipedProgram program(throughShell(quietVexa(), "<'" + input + "'"));
     ASSERT_TRUE(program.waitForOutput(prompt + prompt + prompt));
     append(input, "HELP;\nBYE;\n");
     const ProgramResult result = program.finish();

@@ -67,7 +67,9 @@ TEST_F(LogOptions, logFileIsEmptiedFirst) {
 
 TEST_F(LogOptions, logFileCannotBeOpenedWhileTheLevelIsStillOff) {
     expectResult(runFailingRequest({"-f", log_, "-l", "2"}), banner, cannotOpen(log_), 1);
-    expectResult(runFailingRequest({"-l", "7", "-f", log_}), banner, cannotOpen(log_), 1);
+    for (const char *off : {"7", "-1", "0", "x"}) {
+        expectResult(runFailingRequest({"-l", off, "-f", log_}), banner, cannotOpen(log_), 1);
+    }
     EXPECT_FALSE(std::filesystem::exists(log_));
     EXPECT_THAT(kernelCalls(), IsEmpty());
 }

@@ -118,6 +118,16 @@ TEST_F(Prompt, nulByteEndsTheTextButNotTheAnswer) {
     expectLogin("an", "secret");
 }
 
+TEST_F(Prompt, noSttyCommandRunsWithoutATerminal) {
+    const std::string log = directory_ / "stty.log";
+    std::filesystem::create_directory(directory_ / "bin");
+    const std::string stty = directory_.write("bin/stty", "#!/bin/sh\necho ran >>'" + log + "'\n");
+    std::filesystem::permissions(stty, std::filesystem::perms::owner_all);
+    environment_ = {{"PATH", (directory_ / "bin") + ":/usr/bin:/bin"}};
+    expectResult(run({"-q"}, "ann\nsecret\n"), banner + bothQuestions_ + prompt, "");
+    EXPECT_FALSE(std::filesystem::exists(log));
+}
+
 TEST_F(Prompt, questionsAreSeenBeforeTheyAreAnswered) {
     support::PipedProgram program(vexa({"-q"}));
     ASSERT_TRUE(program.waitForOutput("Username> "));

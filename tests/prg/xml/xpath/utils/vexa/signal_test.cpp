@@ -11,18 +11,7 @@ using support::killedBy;
 using support::PipedProgram;
 using support::ProgramResult;
 
-class Signal : public VexaTest {
-protected:
-    /** The shell with standard output going to a file. */
-    support::Command withOutputTo(const std::string &path, const support::Command &shell) const {
-        support::Command command{
-            "sh", {"-c", "exec \"$0\" \"$@\" >\"$OUTPUT\"", shell.program}, shell.environment, {}};
-        command.arguments.insert(command.arguments.end(), shell.arguments.begin(),
-                                 shell.arguments.end());
-        command.environment["OUTPUT"] = path;
-        return command;
-    }
-};
+class Signal : public VexaTest {};
 
 TEST_F(Signal, thatEndsProgramsEndsTheShellAndIsTold) {
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
@@ -71,7 +60,7 @@ TEST_F(Signal, fullOutputEndsTheShellWithAMessageAndStatusOne) {
     for (const auto &command :
          {quietVexa(), quietVexa({"-i"}), vexa({"-?"}), vexa({}), vexa({"-l", "5"})}) {
         const ProgramResult result =
-            support::run(withOutputTo("/dev/full", command), "HELP;\nHELP;\n");
+            support::run(throughShell(command, ">/dev/full"), "HELP;\nHELP;\n");
         EXPECT_EQ(result.err, message);
         EXPECT_EQ(result.ending, exited(1));
     }
@@ -80,18 +69,13 @@ TEST_F(Signal, fullOutputEndsTheShellWithAMessageAndStatusOne) {
 TEST_F(Signal, fullOutputIsNoticedBeforeTheNextStatement) {
     kernelAnswers("export-document 0123456789\nexport-repeat 100000\n");
     const ProgramResult result =
-        support::run(withOutputTo("/dev/full", quietVexa({"-i"})), "XGET a /;\nBASE plays;\n");
+        support::run(throughShell(quietVexa({"-i"}), ">/dev/full"), "XGET a /;\nBASE plays;\n");
     EXPECT_EQ(result.ending, exited(1));
     EXPECT_TRUE(kernelCommands().empty());
 }
 
 TEST_F(Signal, closedStandardOutputEndsTheShellWithStatusOne) {
-    support::Command shell = quietVexa();
-    support::Command command{
-        "sh", {"-c", "exec \"$0\" \"$@\" >&-", shell.program}, shell.environment, {}};
-    command.arguments.insert(command.arguments.end(), shell.arguments.begin(),
-                             shell.arguments.end());
-    const ProgramResult result = support::run(command, "HELP;\n");
+    const ProgramResult result = support::run(throughShell(quietVexa(), ">&-"), "HELP;\n");
     EXPECT_EQ(result.err, "ERROR: Cannot write to standard output: Bad file descriptor\n");
     EXPECT_EQ(result.ending, exited(1));
 }

@@ -127,6 +127,18 @@ TEST_F(StartUp, messageOfARefusedLoginEndsWhereTheKernelSaysSo) {
     expectResult(run({"-u", "ann", "-p", "secret"}), banner + "Error #2: No.\n", "", 0);
 }
 
+TEST_F(StartUp, messageThatTheKernelDoesNotWriteIsEmpty) {
+    kernelAnswers("message-fails\nlogin-fails 2 No.\n");
+    expectResult(run({"-u", "ann", "-p", "secret"}), banner + "Error #2: \n", "", 0);
+}
+
+TEST_F(StartUp, lengthOfAMessageOutsideTheBufferIsNotBelieved) {
+    kernelAnswers("message-length 100000000\nlogin-fails 2 No.\n");
+    expectResult(run({"-u", "ann", "-p", "secret"}), banner + "Error #2: No.\n", "", 0);
+    kernelAnswers("message-length -100000000\nlogin-fails 2 No.\n");
+    expectResult(run({"-u", "ann", "-p", "secret"}), banner + "Error #2: \n", "", 0);
+}
+
 TEST_F(StartUp, batchScriptIsTheNextArgumentUnlessThatIsAnOption) {
     const std::string script = directory_.write("script.txt", "HIGHLIGHT;\n");
     expectResult(support::run(quietVexa({"-i", script}), "HELP;\n"),

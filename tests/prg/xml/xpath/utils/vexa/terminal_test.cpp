@@ -113,6 +113,35 @@ TEST_F(Terminal, endingSignalsAtThePasswordPromptShowTypingAgain) {
     }
 }
 
+TEST_F(Terminal, signalWhileTypingIsBeingHiddenWaitsUntilItCanBeShownAgain) {
+    // The command ends the shell, waits until that is pending or has happened, and hides typing.
+    const std::string done = directory_ / "done";
+    std::filesystem::create_directory(directory_ / "bin");
+    const std::string stty = directory_.write("bin/stty",
+                                              "#!/bin/sh\n"
+                                              "trap '' HUP\n"
+                                              "shell=$PPID\n"
+                                              "until grep -q '^Name:.vexa' /proc/$shell/status\n"
+                                              "do shell=$(awk '/^PPid/ { print $2 }' "
+                                              "/proc/$shell/status); done\n"
+                                              "if [ \"$1\" = -echo ]; then\n"
+                                              "  kill -TERM $shell\n"
+                                              "  while grep -q '^Name:.vexa' /proc/$shell/status\n"
+                                              "  do grep -q '^ShdPnd:.*[1-9a-f]' "
+                                              "/proc/$shell/status && break; done\n"
+                                              "fi\n"
+                                              "/usr/bin/stty \"$@\"; echo >'" +
+                                                  done + "'\n");
+    std::filesystem::permissions(stty, std::filesystem::perms::owner_all);
+    environment_ = {{"PATH", (directory_ / "bin") + ":/usr/bin:/bin"}};
+    TerminalProgram program(vexa({"-u", "ann"}));
+    const auto deadline = support::Clock::now() + support::patience;
+    while (!std::filesystem::exists(done))
+        ASSERT_LT(support::Clock::now(), deadline);
+    EXPECT_EQ(program.finish(), killedBy(SIGTERM));
+    EXPECT_TRUE(program.echoes());
+}
+
 TEST_F(Terminal, endOfInputAtThePasswordPromptShowsTypingAgain) {
     TerminalProgram program(vexa({}));
     answerUsername(program);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -102,6 +103,43 @@ TEST_F(VexaObject, echoesNothingUnlessAskedToAndReadingAScript) {
     vexa_->echo("abc", 2);
     vexa_->echo("abc", 0);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "in[000]> abc\nin[000]> ab\nin[000]> \n");
+}
+
+// --- What BASE answers ---
+
+TEST_F(VexaObject, answersTheStatusOfTheCommandThatOpensADatabase) {
+    directory_.write("kernel.script", "command-fails BASE locked => Locked.\ndatabase none 0\n");
+    setenv("RECORDING_SCRIPT", (directory_ / "kernel.script").c_str(), 1);
+    Vexa vexa("ann", "secret", false, "host", nullptr);
+    unsetenv("RECORDING_SCRIPT");
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(vexa.openDatabase("plays"), 1);
+    EXPECT_EQ(vexa.openDatabase("locked"), 1002);
+    EXPECT_EQ(vexa.openDatabase("none"), 0);
+    EXPECT_EQ(vexa.openDatabase(std::string(600, 'n').c_str()), 0);
+    ::testing::internal::GetCapturedStdout();
+    ::testing::internal::GetCapturedStderr();
+}
+
+// --- Descriptors ---
+
+std::ptrdiff_t openDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+TEST_F(VexaObject, closesAScriptForAnotherForTheTerminalAndWhenItGoes) {
+    const std::string script = directory_.write("a.txt", "a;\n");
+    const std::ptrdiff_t before = openDescriptors();
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(vexa_->setUseInput(true, script.c_str(), true));
+        EXPECT_EQ(openDescriptors(), before + 1);
+    }
+    vexa_->resetInput();
+    EXPECT_EQ(openDescriptors(), before);
+    ASSERT_TRUE(vexa_->setUseInput(true, script.c_str(), true));
+    vexa_.reset();
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 }  // namespace

@@ -84,6 +84,13 @@ TEST_F(Xget, printsTheDocumentAndALineFeed) {
     EXPECT_THAT(kernelCommands(), IsEmpty());
 }
 
+TEST_F(Xget, documentOfANegativeLengthIsEmpty) {
+    for (const char *length : {"-1", "-2147483648"}) {
+        kernelAnswers(std::string("export-length ") + length + "\n");
+        expectResult(runStatements("XGET //a /;\n"), session({"\n"}), "");
+    }
+}
+
 TEST_F(Xget, highlightingIsFilterOption32) {
     runStatements(
         "XGET a /;\nHIGHLIGHT;\nXGET a /;\nHIGHLIGHT;\nXGET a /;\nNOHIGHLIGHT;\nXGET a /;\n");

@@ -1,4 +1,4 @@
-#include "prg/xml/xpath/utils/vexa/command_match.h"
+#include "foundation/keyword.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
-#include "prg/xml/xpath/utils/vexa/command_match.h"
+#include "foundation/keyword.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(CommandMatch, wholeTextsAreComparedWithoutRegardToCase) {
+TEST(Keyword, wholeTextsAreComparedWithoutRegardToCase) {
     EXPECT_TRUE(equalsNoCase("Help", "hELP"));
     EXPECT_TRUE(equalsNoCase("", ""));
     EXPECT_FALSE(equalsNoCase("HELP", "HELPX"));
@@ -12,13 +12,13 @@ TEST(CommandMatch, wholeTextsAreComparedWithoutRegardToCase) {
     EXPECT_FALSE(equalsNoCase("HELP", ""));
 }
 
-TEST(CommandMatch, onlyTheLettersOfAsciiHaveCase) {
+TEST(Keyword, onlyTheLettersOfAsciiHaveCase) {
     EXPECT_FALSE(equalsNoCase("@", "`"));
     EXPECT_FALSE(equalsNoCase("[", "{"));
     EXPECT_FALSE(equalsNoCase("\xe9", "\xc9"));
 }
 
-TEST(CommandMatch, prefixesAreComparedInTheSameWay) {
+TEST(Keyword, prefixesAreComparedInTheSameWay) {
     EXPECT_TRUE(startsWithNoCase("basement", "BASE"));
     EXPECT_TRUE(startsWithNoCase("BASE", "BASE"));
     EXPECT_TRUE(startsWithNoCase("x", ""));
