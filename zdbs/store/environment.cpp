@@ -56,6 +56,16 @@ std::filesystem::path lockFile(const std::filesystem::path &directory) {
     return directory / "lock.mdb";
 }
 
+void takeLockFile(const std::filesystem::path &path) {
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    if (!file && errno == ENOENT) file = openPrivateFile(path, O_RDWR | O_CREAT);
+    struct stat taken {};
+    if (!file || ::fstat(file.get(), &taken) != 0) return;
+    if (static_cast<std::uint64_t>(taken.st_blocks) * 512 >= lockFileSize) return;
+    const int error = allocate(file, 0, lockFileSize);
+    if (error != 0) throwWriteError(error, path);
+}
+
 FileIdentity identify(const std::filesystem::path &directory) {
     struct stat file {};
     if (::stat(dataFile(directory).c_str(), &file) == 0) return {file.st_dev, file.st_ino};
@@ -164,19 +174,14 @@ unsigned Environment::openFlags() const {
 // LMDB writes to it through a map, which ends the process where the disk has no room for a page.
 // What it makes itself has no page yet, so it gets a file of the full length.
 void Environment::allocateLockFile(bool creating) const {
-    const auto path = lockFile(directory_);
-    const auto take = [&] {
-        const int error = allocate(openPrivateFile(path, O_RDWR | O_CREAT), 0, lockFileSize);
-        if (error != 0) throwWriteError(error, path);
-    };
     try {
-        take();
+        takeLockFile(lockFile(directory_));
     } catch (const Failure &failure) {
-        // Whoever may not write it hears from LMDB whether that matters.
+        // Whoever may not make it hears from LMDB whether that matters.
         if (failure.status() != Status::diskFull) return;
         // A removal begins here, too.
         if (creating) throw;
-        Reserve(homeOf(directory_)).use(take);
+        Reserve(homeOf(directory_)).use([this] { takeLockFile(lockFile(directory_)); });
     }
 }
 
