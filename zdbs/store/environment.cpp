@@ -17,6 +17,7 @@
 #include "zdbs/store/lmdb_values.h"
 #include "zdbs/store/private_files.h"
 #include "zdbs/store/records.h"
+#include "zdbs/store/reserve.h"
 #include "zdbs/store/segment.h"
 
 namespace zdbs {
@@ -24,7 +25,8 @@ namespace zdbs {
 namespace {
 
 constexpr mdb_mode_t fileMode = 0600;
-constexpr unsigned maxReaders = 2048;  // of all processes together; 64 bytes each in the lock file
+constexpr unsigned maxReaders = 2048;  // of all processes together
+constexpr std::uint64_t lockFileSize = 64 * std::uint64_t{maxReaders} + 4096;  // each has 64 bytes
 constexpr std::size_t smallestMap = std::size_t{1} << 26;
 
 constexpr std::array<const char *, tableCount> tableNames = {
@@ -52,6 +54,16 @@ std::filesystem::path dataFile(const std::filesystem::path &directory) {
 
 std::filesystem::path lockFile(const std::filesystem::path &directory) {
     return directory / "lock.mdb";
+}
+
+void takeLockFile(const std::filesystem::path &path) {
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    if (!file && errno == ENOENT) file = openPrivateFile(path, O_RDWR | O_CREAT);
+    struct stat taken {};
+    if (!file || ::fstat(file.get(), &taken) != 0) return;
+    if (static_cast<std::uint64_t>(taken.st_blocks) * 512 >= lockFileSize) return;
+    const int error = allocate(file, 0, lockFileSize);
+    if (error != 0) throwWriteError(error, path);
 }
 
 FileIdentity identify(const std::filesystem::path &directory) {
@@ -128,6 +140,7 @@ Environment::Environment(std::filesystem::path directory, std::size_t mapSize, b
     const unsigned flags = creating ? MDB_NOTLS : openFlags();
     readOnly_ = (flags & MDB_RDONLY) != 0;
     if (!creating) requireSoundPages(directory_);
+    if ((flags & MDB_NOLOCK) == 0) allocateLockFile(creating);
     int error = openMap(mapSize, flags);
     // Memory checkers say that so large a map is an invalid argument.
     const auto isTooLarge = [](int code) { return code == ENOMEM || code == EINVAL; };
@@ -156,6 +169,20 @@ unsigned Environment::openFlags() const {
         (errno != EACCES && errno != EROFS))
         return MDB_NOTLS;
     return MDB_NOTLS | MDB_RDONLY | (anyoneMayWrite(dataFile(directory_)) ? 0 : MDB_NOLOCK);
+}
+
+// LMDB writes to it through a map, which ends the process where the disk has no room for a page.
+// What it makes itself has no page yet, so it gets a file of the full length.
+void Environment::allocateLockFile(bool creating) const {
+    try {
+        takeLockFile(lockFile(directory_));
+    } catch (const Failure &failure) {
+        // Whoever may not make it hears from LMDB whether that matters.
+        if (failure.status() != Status::diskFull) return;
+        // A removal begins here, too.
+        if (creating) throw;
+        Reserve(homeOf(directory_)).use([this] { takeLockFile(lockFile(directory_)); });
+    }
 }
 
 int Environment::openMap(std::size_t mapSize, unsigned flags) {
@@ -256,6 +283,16 @@ std::uint64_t Environment::lastCommit() const {
     const int error = ::mdb_env_info(env_, &info);
     if (error != MDB_SUCCESS) fail(error);
     return info.me_last_txnid;
+}
+
+// LMDB refuses everything once the page that makes a commit true could not be written; a failure
+// before that leaves it as it was.
+bool Environment::isCommitUncertain() {
+    const std::lock_guard lock(mapMutex_);
+    MDB_txn *transaction = nullptr;
+    if (::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction) != MDB_SUCCESS) return true;
+    ::mdb_txn_abort(transaction);
+    return false;
 }
 
 void Environment::removeDeadReaders() {

@@ -101,6 +101,9 @@ public:
     /** Number of the newest commit, of any process; costs next to nothing. */
     std::uint64_t lastCommit() const;
 
+    /** After a commit that failed: could the next start see it all the same? */
+    bool isCommitUncertain();
+
     /** Gives back the places of readers that died. */
     void removeDeadReaders();
 
@@ -111,6 +114,7 @@ private:
     Environment(std::filesystem::path directory, std::size_t mapSize, bool creating);
     static void closeShared(Environment *environment);
 
+    void allocateLockFile(bool creating) const;
     int openMap(std::size_t mapSize, unsigned flags);
     unsigned openFlags() const;
     void openTables();

@@ -73,7 +73,7 @@ fs::path Home::locate() {
     return user / ".local" / "share" / "zdbs";
 }
 
-Home::Home(fs::path path) : path_(std::move(path)), users_(path_) {}
+Home::Home(fs::path path) : path_(std::move(path)), users_(path_), reserve_(path_) {}
 
 Home::~Home() = default;
 
@@ -97,19 +97,29 @@ std::shared_ptr<Home> Home::create(const fs::path &path) {
     if (fs::exists(users)) throw Failure(Status::homeExists, {path.native()});
     makePrivateDirectory(path / databasesName);
     replacePrivateFile(users, UserTable().serialize());
+    Reserve(path).fill();
     return open(path);
 }
 
 void Home::changeUsers(const std::function<void(UserTable &)> &change) {
     const FileLock lock(path_ / lockName);
+    reserve_.fill();
     replaceUsers(change);
+}
+
+// For changes that leave the file as large as it is or smaller: those get through on a full disk.
+void Home::reduceUsers(const std::function<void(UserTable &)> &change) {
+    const FileLock lock(path_ / lockName);
+    reserve_.use([&] { replaceUsers(change); });
 }
 
 // REQUIRES the lock of the home.
 void Home::replaceUsers(const std::function<void(UserTable &)> &change) {
-    UserTable table = *users_.table();
+    const auto before = users_.table();
+    UserTable table = *before;
     change(table);
-    replacePrivateFile(users_.path(), table.serialize());
+    const std::string text = table.serialize();
+    if (text != before->serialize()) replacePrivateFile(users_.path(), text);
 }
 
 bool Home::authenticate(std::string_view user, std::string_view password) const {
@@ -133,11 +143,11 @@ void Home::addUser(std::string_view user, std::string_view password) {
 }
 
 void Home::setPassword(std::string_view user, std::string_view password) {
-    changeUsers([&](UserTable &table) { table.setPassword(user, password); });
+    reduceUsers([&](UserTable &table) { table.setPassword(user, password); });
 }
 
 void Home::removeUser(std::string_view user) {
-    changeUsers([&](UserTable &table) { table.remove(user); });
+    reduceUsers([&](UserTable &table) { table.remove(user); });
 }
 
 void Home::grant(std::string_view user, std::string_view database) {
@@ -150,7 +160,7 @@ void Home::grant(std::string_view user, std::string_view database) {
 }
 
 void Home::revoke(std::string_view user, std::string_view database) {
-    changeUsers([&](UserTable &table) { table.revoke(user, database); });
+    reduceUsers([&](UserTable &table) { table.revoke(user, database); });
 }
 
 fs::path Home::databasePath(std::string_view database) const {
@@ -183,7 +193,18 @@ void Home::createDatabase(std::string_view database) {
     const FileLock lock(path_ / lockName);
     removeLeftovers();
     if (hasDatabase(database)) throw Failure(Status::databaseExists, {database});
+    reserve_.fill();
     const fs::path making = path_ / databasesName / ("." + std::string(database));
+    try {
+        makeDatabase(making, database);
+    } catch (...) {
+        std::error_code ignored;  // what is left the next one removes
+        fs::remove_all(making, ignored);
+        throw;
+    }
+}
+
+void Home::makeDatabase(const fs::path &making, std::string_view database) const {
     makePrivateDirectory(making);
     Environment::create(making);
     makePrivateFile(making / Writer::lockFileName);
@@ -201,12 +222,14 @@ void Home::dropDatabase(std::string_view database, const std::function<void()> &
         throw Failure(Status::unknownDatabase, {database});
     const FileLock lock(path_ / lockName);
     removeLeftovers();
-    // The grants go first: they must not be there for a later database of the same name.
-    replaceUsers([&](UserTable &table) { table.forgetDatabase(database); });
-    const fs::path dropped = path_ / databasesName / ("." + std::string(database));
-    if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
-    syncDirectory(path_ / databasesName);
-    removeLeftovers();
+    reserve_.use([&] {
+        // The grants go first: they must not be there for a later database of the same name.
+        replaceUsers([&](UserTable &table) { table.forgetDatabase(database); });
+        const fs::path dropped = path_ / databasesName / ("." + std::string(database));
+        if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
+        syncDirectory(path_ / databasesName);
+        removeLeftovers();
+    });
 }
 
 // What a killed creation or drop left. REQUIRES the lock of the home.
@@ -239,6 +262,7 @@ std::shared_ptr<const Snapshot> Home::snapshot(std::string_view database) const 
 
 std::unique_ptr<Writer> Home::write(std::string_view database,
                                     const std::function<void()> &waiting) {
+    reserve_.fill();
     return std::make_unique<Writer>(environment(database), waiting);
 }
 

@@ -3,6 +3,7 @@
  *
  *   HOME/users                     users and grants, a small text file
  *   HOME/lock                      held by whoever changes users or databases
+ *   HOME/reserve                   room for what takes something away, see Reserve
  *   HOME/databases/NAME/           one database
  *
  * Directories are mode 0700 and files 0600, whatever the umask. Names of users
@@ -21,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/store/reserve.h"
 #include "zdbs/store/users_file.h"
 
 namespace zdbs {
@@ -131,12 +133,15 @@ private:
     explicit Home(std::filesystem::path path);
 
     void changeUsers(const std::function<void(UserTable &)> &change);
+    void reduceUsers(const std::function<void(UserTable &)> &change);
     void replaceUsers(const std::function<void(UserTable &)> &change);
     std::shared_ptr<Environment> environment(std::string_view database) const;
+    void makeDatabase(const std::filesystem::path &making, std::string_view database) const;
     void removeLeftovers() const;
 
     std::filesystem::path path_;
     UsersFile users_;
+    Reserve reserve_;
     mutable std::mutex mutex_;
     mutable std::map<std::string, std::weak_ptr<const Snapshot>, std::less<>> snapshots_;
 };

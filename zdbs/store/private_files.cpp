@@ -21,15 +21,6 @@ constexpr mode_t fileMode = 0600;
 constexpr std::size_t smallWrite = std::size_t{1} << 18;
 constexpr std::size_t largestWrite = std::size_t{16} << 20;
 
-FileDescriptor openFor(const std::filesystem::path &path, int flags) {
-    FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, fileMode));
-    if (!file) throwWriteError(errno, path);
-    // The umask can only have taken bits away, and they are given back here.
-    if ((flags & O_CREAT) && ::fchmod(file.get(), fileMode) != 0 && errno != EPERM)
-        throwWriteError(errno, path);
-    return file;
-}
-
 void writeAll(const FileDescriptor &file, std::string_view content,
               const std::filesystem::path &path) {
     while (!content.empty()) {
@@ -56,7 +47,7 @@ FileDescriptor::~FileDescriptor() {
 }
 
 FileLock::FileLock(const std::filesystem::path &path, const std::function<void()> &waiting)
-    : file_(openFor(path, O_RDWR | O_CREAT)) {
+    : file_(openPrivateFile(path, O_RDWR | O_CREAT)) {
     if (::flock(file_.get(), LOCK_EX | LOCK_NB) == 0) return;
     if (errno == EWOULDBLOCK && waiting) waiting();
     while (::flock(file_.get(), LOCK_EX) != 0) {
@@ -71,11 +62,20 @@ bool FileLock::isAt(const std::filesystem::path &path) const {
            locked.st_dev == there.st_dev && locked.st_ino == there.st_ino;
 }
 
+std::filesystem::path homeOf(const std::filesystem::path &path) {
+    std::error_code ignored;
+    for (auto above = path; above.has_relative_path(); above = above.parent_path()) {
+        if (std::filesystem::exists(above / usersFileName, ignored)) return above;
+    }
+    return path;
+}
+
 void throwWriteError(int error, const std::filesystem::path &path) {
-    if (error == ENOSPC || error == EDQUOT) throw Failure(Status::diskFull, {path.native()});
+    if (error == ENOSPC || error == EDQUOT)
+        throw Failure(Status::diskFull, {homeOf(path).native()});
     const std::string reason = std::system_category().message(error);
     if (error == EACCES || error == EPERM || error == EROFS)
-        throw Failure(Status::homeReadOnly, {path.parent_path().native(), reason});
+        throw Failure(Status::homeReadOnly, {homeOf(path).native(), reason});
     throw Failure(Status::storeFailed, {path.native() + ": " + reason});
 }
 
@@ -84,24 +84,41 @@ void makePrivateDirectory(const std::filesystem::path &path) {
     if (::chmod(path.c_str(), directoryMode) != 0) throwWriteError(errno, path);
 }
 
+FileDescriptor openPrivateFile(const std::filesystem::path &path, int flags) {
+    FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, fileMode));
+    if (!file) throwWriteError(errno, path);
+    // The umask can only have taken bits away, and they are given back here.
+    if ((flags & O_CREAT) && ::fchmod(file.get(), fileMode) != 0 && errno != EPERM)
+        throwWriteError(errno, path);
+    return file;
+}
+
+int allocate(const FileDescriptor &file, std::uint64_t begin, std::uint64_t size) {
+    int error = EINTR;
+    while (error == EINTR)
+        error = ::posix_fallocate(file.get(), static_cast<off_t>(begin), static_cast<off_t>(size));
+    return error;
+}
+
 void makePrivateFile(const std::filesystem::path &path) {
-    openFor(path, O_WRONLY | O_CREAT | O_TRUNC);
+    openPrivateFile(path, O_WRONLY | O_CREAT | O_TRUNC);
 }
 
 void replacePrivateFile(const std::filesystem::path &path, std::string_view content) {
     std::filesystem::path newPath = path;
     newPath += ".new";
-    {
-        const FileDescriptor file = openFor(newPath, O_WRONLY | O_CREAT | O_TRUNC);
-        writeAll(file, content, newPath);
-        if (::fsync(file.get()) != 0) throwWriteError(errno, newPath);
+    try {
+        writePrivateFile(newPath, {&content, 1});
+        if (::rename(newPath.c_str(), path.c_str()) != 0) throwWriteError(errno, path);
+    } catch (const Failure &) {
+        ::unlink(newPath.c_str());
+        throw;
     }
-    if (::rename(newPath.c_str(), path.c_str()) != 0) throwWriteError(errno, path);
     syncDirectory(path.parent_path());
 }
 
 void writePrivateFile(const std::filesystem::path &path, std::span<const std::string_view> parts) {
-    const FileDescriptor file = openFor(path, O_WRONLY | O_CREAT | O_TRUNC);
+    const FileDescriptor file = openPrivateFile(path, O_WRONLY | O_CREAT | O_TRUNC);
     std::string small;  // parts that are written together
     for (const std::string_view part : parts) {
         if (small.size() + part.size() > smallWrite) {

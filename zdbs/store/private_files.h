@@ -2,6 +2,7 @@
 #ifndef ZDBS_STORE_PRIVATE_FILES_H
 #define ZDBS_STORE_PRIVATE_FILES_H
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <span>
@@ -9,6 +10,9 @@
 #include <string_view>
 
 namespace zdbs {
+
+/** The one file that every home has. */
+inline constexpr const char *usersFileName = "users";
 
 /** A file descriptor that is closed with its owner; -1 is none. */
 class FileDescriptor {
@@ -47,21 +51,36 @@ private:
 };
 
 /**
- * The failure for an errno of a changing operation: diskFull, homeReadOnly
- * (`path` is named), or else storeFailed.
+ * The home that a file or directory is in, for messages: the nearest directory above that has
+ * users. The path itself where there is none, as in a home that is being made.
+ */
+std::filesystem::path homeOf(const std::filesystem::path &path);
+
+/**
+ * The failure for an errno of a changing operation: diskFull, homeReadOnly (the
+ * home is named), or else storeFailed (`path` is named).
  */
 [[noreturn]] void throwWriteError(int error, const std::filesystem::path &path);
 
 /** Mode 0700. Throws as throwWriteError(). */
 void makePrivateDirectory(const std::filesystem::path &path);
 
+/** Opens it with these flags of open(); new ones get mode 0600. Throws as throwWriteError(). */
+FileDescriptor openPrivateFile(const std::filesystem::path &path, int flags);
+
+/**
+ * Sees to it that these bytes of an open file have their room on the disk, so that writing
+ * them, through a map too, cannot fail for want of it. The number of the error, or 0.
+ */
+int allocate(const FileDescriptor &file, std::uint64_t begin, std::uint64_t size);
+
 /** An empty file of mode 0600. Throws as throwWriteError(). */
 void makePrivateFile(const std::filesystem::path &path);
 
 /**
  * Puts a file of mode 0600 in the place of the one that may be there: readers see
- * the old one or the new one, and so does the next start after a power cut.
- * Throws as throwWriteError().
+ * the old one or the new one, and so does the next start after a power cut. Leaves
+ * nothing behind when it fails. Throws as throwWriteError().
  */
 void replacePrivateFile(const std::filesystem::path &path, std::string_view content);
 

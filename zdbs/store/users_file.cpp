@@ -14,8 +14,6 @@
 namespace zdbs {
 namespace {
 
-constexpr const char *usersName = "users";
-
 bool isSameTime(const timespec &a, const timespec &b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
@@ -40,7 +38,8 @@ void throwReadError(int error, const std::filesystem::path &path) {
     throw Failure(Status::homeUnreadable, {path.native(), std::system_category().message(error)});
 }
 
-UsersFile::UsersFile(const std::filesystem::path &home) : home_(home), path_(home / usersName) {}
+UsersFile::UsersFile(const std::filesystem::path &home)
+    : home_(home), path_(home / usersFileName) {}
 
 bool UsersFile::isKnown(const struct stat &file) const {
     return known_ && file.st_dev == knownFile_.st_dev && file.st_ino == knownFile_.st_ino &&

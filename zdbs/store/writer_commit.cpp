@@ -5,6 +5,7 @@
 
 #include "zdbs/status/status.h"
 #include "zdbs/store/catalogue.h"
+#include "zdbs/store/reserve.h"
 #include "zdbs/store/writer_run.h"
 
 namespace zdbs {
@@ -40,7 +41,8 @@ void Writer::Run::commit() {
         removedFirsts_.insert(nodes.first);
     flush();
     dropEmptySegments();
-    replace(tiersToMerge(segments_, limits_));
+    // Segments need room, which is not there when a removal has to make some.
+    if (!added_.empty()) replace(tiersToMerge(segments_, limits_));
     commitState();
 }
 
@@ -182,23 +184,34 @@ void Writer::Run::commitState() {
             throw;
         }
     }
-    // Where a commit fails it cannot be told whether the next start will see it.
+    if (!added_.empty()) return writeState();
+    Reserve(homeOf(environment_->directory())).use([this] { writeState(); });
+}
+
+void Writer::Run::writeState() {
     mayBeCommitted_ = true;
-    WriteTransaction::run(*environment_, [&](WriteTransaction &transaction) {
-        for (const auto &[name, nodes] : removed_)
-            removeDocument(transaction, name, nodes.first);
-        for (const auto &[name, document] : added_)
-            putDocument(transaction, name, document);
-        for (std::size_t i = committed_.nameCount; i < names_.size(); ++i)
-            transaction.put(Table::names, encodeKey(static_cast<std::uint32_t>(i)),
-                            names_.record(i));
-        for (std::size_t i = committed_.pathCount; i < paths_.size(); ++i)
-            transaction.put(Table::paths, encodeKey(static_cast<std::uint32_t>(i)),
-                            encodePath(paths_[static_cast<PathId>(i)]));
-        putSegments(transaction);
-        transaction.put(Table::meta, stateKey, encodeState(newState()));
-    });
+    try {
+        WriteTransaction::run(*environment_,
+                              [this](WriteTransaction &transaction) { putState(transaction); });
+    } catch (...) {
+        mayBeCommitted_ = environment_->isCommitUncertain();
+        throw;
+    }
     removeObsoleteFiles();
+}
+
+void Writer::Run::putState(WriteTransaction &transaction) const {
+    for (const auto &[name, nodes] : removed_)
+        removeDocument(transaction, name, nodes.first);
+    for (const auto &[name, document] : added_)
+        putDocument(transaction, name, document);
+    for (std::size_t i = committed_.nameCount; i < names_.size(); ++i)
+        transaction.put(Table::names, encodeKey(static_cast<std::uint32_t>(i)), names_.record(i));
+    for (std::size_t i = committed_.pathCount; i < paths_.size(); ++i)
+        transaction.put(Table::paths, encodeKey(static_cast<std::uint32_t>(i)),
+                        encodePath(paths_[static_cast<PathId>(i)]));
+    putSegments(transaction);
+    transaction.put(Table::meta, stateKey, encodeState(newState()));
 }
 
 void Writer::Run::putSegments(WriteTransaction &transaction) const {

@@ -79,6 +79,8 @@ private:
     bool isTouched(const StoredSegment &segment) const;
 
     void commitState();
+    void writeState();
+    void putState(WriteTransaction &transaction) const;
     void putSegments(WriteTransaction &transaction) const;
     void removeObsoleteFiles() const;
     StateRecord newState() const;

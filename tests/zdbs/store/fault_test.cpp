@@ -12,6 +12,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "tests/zdbs/store/faults.h"
 #include "tests/zdbs/store/model_document.h"
@@ -24,10 +25,13 @@
 namespace zdbs {
 namespace {
 
+using testing::AllOf;
 using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr SegmentLimits smallSegments{150, 20000};  // a few in a load of some hundred nodes
 
@@ -186,6 +190,30 @@ TEST_F(FaultTest, AnyFailedWriteOrSyncLeavesTheDatabaseAsItWas) {
         write(*writer, "old", old_);
         writer->commit();
     }
+}
+
+// Only where the very last write fails, the page that makes the commit true, nobody can tell.
+TEST_F(FaultTest, SegmentsOfAFailedLoadAreRemovedUnlessTheNextStartCouldSeeIt) {
+    const auto leftBy = [&](faults::Call call) {
+        std::vector<std::size_t> left;
+        for (int n = 1;; ++n) {
+            faults::failAt(call, n, EIO);
+            const Status status = statusOf([&] { change(); });
+            faults::disarm();
+            if (status == Status::ok) return left;
+            left.push_back(files() - test_.home->snapshot("db")->segmentCount());
+        }
+    };
+    auto left = leftBy(faults::Call::write);
+    ASSERT_GT(left.size(), 5U);
+    EXPECT_GT(left.back(), 0U);
+    left.pop_back();
+    EXPECT_THAT(left, Each(0U));
+    auto writer = test_.home->write("db");
+    writer->removeDocument("new");
+    writer->commit();
+    writer.reset();
+    EXPECT_THAT(leftBy(faults::Call::sync), AllOf(Not(IsEmpty()), Each(0U)));
 }
 
 TEST_F(FaultTest, AFailedSyncIsFinalAsLongAsTheDatabaseIsOpen) {

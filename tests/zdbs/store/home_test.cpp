@@ -99,11 +99,11 @@ TEST_P(HomeOfAnyUmask, IsPrivate) {
     ::umask(before);
     for (const char *name : {"", "databases", "databases/db", "databases/db/segments"})
         EXPECT_EQ(modeOf(directory.path() / "home" / name), 0700U) << name;
-    for (const char *name : {"users", "lock", "databases/db/data.mdb", "databases/db/lock.mdb",
-                             "databases/db/writer.lock"})
+    for (const char *name : {"users", "lock", "reserve", "databases/db/data.mdb",
+                             "databases/db/lock.mdb", "databases/db/writer.lock"})
         EXPECT_EQ(modeOf(directory.path() / "home" / name), 0600U) << name;
     const auto entries = fs::recursive_directory_iterator(directory.path() / "home");
-    EXPECT_EQ(std::distance(entries, {}), 8);
+    EXPECT_EQ(std::distance(entries, {}), 9);
 }
 
 INSTANTIATE_TEST_SUITE_P(Umasks, HomeOfAnyUmask, testing::Values(0, 022, 077, 0277));

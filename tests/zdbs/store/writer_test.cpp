@@ -367,6 +367,33 @@ TEST_F(WriterTest, MergesTheSegmentsOfManyCommits) {
     EXPECT_EQ(numberingFaults(*test_.home->snapshot("db")), "");
 }
 
+// On a full disk there is no room for one. The next load merges what the removal brought together.
+TEST_F(WriterTest, WritesNoSegmentToRemoveADocument) {
+    const auto commit = [&](const std::string &name, int nodes) {
+        const auto writer = open();
+        writer->beginDocument(name);
+        for (int i = 0; i < nodes; ++i)
+            writer->startElement({"e", "", ""});
+        for (int i = 0; i < nodes; ++i)
+            writer->endElement();
+        writer->endDocument(1);
+        writer->commit();
+    };
+    for (int i = 0; i < 7; ++i)
+        commit("before" + std::to_string(i), 1);
+    commit("large", 1000);
+    commit("behind", 1);
+    ASSERT_EQ(segments(), 9U);
+    {
+        const auto writer = open();
+        writer->removeDocument("large");
+        writer->commit();
+    }
+    EXPECT_EQ(segments(), 8U);
+    commit("last", 1);
+    EXPECT_EQ(segments(), 1U);
+}
+
 TEST_F(WriterTest, DropsRowsOfRemovedDocumentsWhereItMerges) {
     for (int i = 0; i < 20; ++i) {
         auto writer = open();
