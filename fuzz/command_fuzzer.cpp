@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "zdbs/command/command_parser.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
+#include "zdbs/language/command_parser.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char *>(data), size);

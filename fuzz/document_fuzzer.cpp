@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/home.h"
-#include "zdbs/store/writer.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 
 #include "bench/generate/random.h"
 #include "bench/generate/vocabulary.h"
-#include "zdbs/columns/packed_column.h"
-#include "zdbs/columns/value_column.h"
-#include "zdbs/values/value_test.h"
+#include "zdbs/embedded/columns/packed_column.h"
+#include "zdbs/embedded/columns/value_column.h"
+#include "zdbs/embedded/values/value_test.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include "bench/parts/site_database.h"
 #include "tests/zdbs/support/without_paths.h"
+#include "zdbs/embedded/fragments/serializer.h"
 #include "zdbs/export/export_document.h"
-#include "zdbs/xml/serializer.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "bench/parts/site_database.h"
-#include "zdbs/joins/join.h"
-#include "zdbs/paths/path_join.h"
+#include "zdbs/embedded/joins/join.h"
+#include "zdbs/embedded/joins/path_join.h"
 
 namespace {
 

@@ -11,11 +11,11 @@
 #include <string>
 
 #include "bench/parts/site_database.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
 #include "zdbs/load/loader.h"
 #include "zdbs/load/utf8_input.h"
-#include "zdbs/store/home.h"
-#include "zdbs/store/writer.h"
 
 namespace {
 

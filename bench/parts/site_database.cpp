@@ -9,10 +9,10 @@
 
 #include "bench/generate/auction_site.h"
 #include "bench/generate/document_output.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/store/home.h"
-#include "zdbs/store/writer.h"
 
 namespace bench {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/engine/node_table.h"
-#include "zdbs/store/snapshot.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/tree/node_table.h"
 
 namespace bench {
 

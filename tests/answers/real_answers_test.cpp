@@ -7,13 +7,13 @@
 #include "tests/answers/document_requests.h"
 #include "tests/answers/real_documents.h"
 #include "tests/answers/xpath_oracle.h"
-#include "tests/zdbs/store/test_home.h"
-#include "zdbs/engine/embedded_database.h"
+#include "tests/zdbs/embedded/store/test_home.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/store/writer.h"
 
 namespace answers {
 namespace {

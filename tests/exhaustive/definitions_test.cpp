@@ -6,7 +6,7 @@
 
 #include "tests/exhaustive/family.h"
 #include "tests/exhaustive/mask_sets.h"
-#include "tests/zdbs/sets/naive_sets.h"
+#include "tests/zdbs/embedded/evaluate/naive_sets.h"
 
 namespace exhaustive {
 namespace {

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "zdbs/sets/set_algebra.h"
+#include "zdbs/embedded/evaluate/set_algebra.h"
 
 namespace exhaustive {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <variant>
 
-#include "zdbs/command/command_parser.h"
+#include "zdbs/language/command_parser.h"
 
 namespace exhaustive {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tests/exhaustive/mask_forest.h"
-#include "zdbs/command/command.h"
+#include "zdbs/language/command.h"
 
 namespace exhaustive {
 

@@ -4,12 +4,12 @@
 #include <set>
 #include <utility>
 
-#include "tests/zdbs/joins/naive_axes.h"
-#include "tests/zdbs/store/test_home.h"
-#include "zdbs/engine/embedded_database.h"
-#include "zdbs/store/environment.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/store/writer.h"
+#include "tests/zdbs/embedded/joins/naive_axes.h"
+#include "tests/zdbs/embedded/store/test_home.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/store/environment.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 
 namespace exhaustive {
 

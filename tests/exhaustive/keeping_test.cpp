@@ -5,8 +5,8 @@
 
 #include <set>
 
-#include "tests/zdbs/joins/naive_axes.h"
-#include "zdbs/paths/path_table.h"
+#include "tests/zdbs/embedded/joins/naive_axes.h"
+#include "zdbs/embedded/paths/path_table.h"
 
 namespace exhaustive {
 namespace {

@@ -9,10 +9,10 @@
 #include <sstream>
 
 #include "tests/exhaustive/family.h"
-#include "tests/zdbs/sets/naive_sets.h"
+#include "tests/zdbs/embedded/evaluate/naive_sets.h"
 #include "tests/zdbs/support/memory_path_table.h"
-#include "zdbs/command/command_parser.h"
-#include "zdbs/engine/embedded_database.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/language/command_parser.h"
 
 namespace exhaustive {
 namespace {

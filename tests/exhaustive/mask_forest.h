@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/zdbs/joins/naive_axes.h"
-#include "zdbs/joins/join.h"
-#include "zdbs/sets/set_algebra.h"
+#include "tests/zdbs/embedded/joins/naive_axes.h"
+#include "zdbs/embedded/evaluate/set_algebra.h"
+#include "zdbs/embedded/joins/join.h"
 
 namespace exhaustive {
 

@@ -3,7 +3,7 @@
 #include <bit>
 #include <utility>
 
-#include "zdbs/values/relation.h"
+#include "zdbs/base/relation.h"
 
 namespace exhaustive {
 

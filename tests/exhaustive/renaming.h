@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/engine/node_table.h"
+#include "zdbs/embedded/tree/node_table.h"
 
 namespace exhaustive {
 

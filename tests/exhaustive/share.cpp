@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <ostream>
 
-#include "tests/zdbs/joins/naive_axes.h"
+#include "tests/zdbs/embedded/joins/naive_axes.h"
 
 namespace exhaustive {
 

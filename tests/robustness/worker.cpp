@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "tests/robustness/generations.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/environment.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/environment.h"
-#include "zdbs/store/home.h"
-#include "zdbs/store/writer.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/check/check.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/home.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/check/check.h"
+#include "zdbs/embedded/home/home.h"
 
 namespace zdbs::admin {
 

@@ -13,7 +13,7 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/similar_words.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

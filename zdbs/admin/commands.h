@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "zdbs/embedded/home/home.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/store/home.h"
 
 namespace zdbs::admin {
 

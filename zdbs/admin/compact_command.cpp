@@ -6,8 +6,8 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/sizes.h"
-#include "zdbs/store/home.h"
-#include "zdbs/store/writer.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
 

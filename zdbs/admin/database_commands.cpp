@@ -5,8 +5,8 @@
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/sizes.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/store/writer.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
 

@@ -12,10 +12,10 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/xml/serializer.h"
-#include "zdbs/xml/sink.h"
+#include "zdbs/base/sink.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs::admin {
 

@@ -9,7 +9,7 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/sizes.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/values/utf8.h"
+#include "zdbs/base/utf8.h"
 
 namespace zdbs::admin {
 

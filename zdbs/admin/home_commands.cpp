@@ -6,8 +6,8 @@
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/password_prompt.h"
-#include "zdbs/status/status.h"
-#include "zdbs/users/names.h"
+#include "zdbs/base/names.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

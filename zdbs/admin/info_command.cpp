@@ -9,7 +9,7 @@
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/sizes.h"
-#include "zdbs/store/snapshot.h"
+#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs::admin {
 

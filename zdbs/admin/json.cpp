@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "zdbs/admin/sizes.h"
-#include "zdbs/store/document_name.h"
+#include "zdbs/base/document_name.h"
 
 namespace zdbs::admin {
 

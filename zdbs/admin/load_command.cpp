@@ -9,8 +9,8 @@
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/admin/xml_sources.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/writer.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

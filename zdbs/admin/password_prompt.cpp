@@ -11,8 +11,8 @@
 #include <optional>
 #include <string_view>
 
-#include "zdbs/status/status.h"
-#include "zdbs/store/private_files.h"
+#include "zdbs/base/private_files.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

@@ -11,11 +11,11 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/engine/embedded_engine.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/embedded_engine.h"
 #include "zdbs/export/export_document.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs::admin {
 

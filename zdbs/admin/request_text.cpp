@@ -7,7 +7,7 @@
 
 #include "foundation/keyword.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "zdbs/values/utf8.h"
+#include "zdbs/base/utf8.h"
 
 namespace zdbs::admin {
 

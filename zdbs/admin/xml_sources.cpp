@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 

@@ -19,11 +19,13 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/command/command.h"
-#include "zdbs/engine/hits.h"
-#include "zdbs/engine/node_table.h"
+#include "zdbs/base/hits.h"
+#include "zdbs/base/node.h"
+#include "zdbs/language/command.h"
 
 namespace zdbs {
+
+class NodeTable;
 
 /**
  * A result set of an engine: immutable, opaque to everybody else. A set belongs to

@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string_view>
 
-#include "zdbs/xml/sink.h"
+#include "zdbs/base/sink.h"
 
 namespace zdbs {
 

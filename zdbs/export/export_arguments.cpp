@@ -1,8 +1,8 @@
 #include <map>
 
+#include "zdbs/base/status.h"
 #include "zdbs/export/export_filter.h"
 #include "zdbs/export/quoted_text.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {

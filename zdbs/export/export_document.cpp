@@ -6,18 +6,18 @@
 #include <optional>
 #include <vector>
 
-#include "zdbs/export/fragment_compiler.h"
-#include "zdbs/export/fragment_evaluator.h"
-#include "zdbs/export/node_paths.h"
-#include "zdbs/export/path_fragments.h"
+#include "zdbs/base/escape.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/fragments/fragment_evaluator.h"
+#include "zdbs/embedded/fragments/node_paths.h"
+#include "zdbs/embedded/fragments/path_fragments.h"
+#include "zdbs/embedded/fragments/path_serializer.h"
+#include "zdbs/embedded/fragments/row_places.h"
+#include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/paths/reader_table.h"
 #include "zdbs/export/readable_text.h"
-#include "zdbs/export/row_places.h"
 #include "zdbs/export/spec_list.h"
-#include "zdbs/paths/reader_table.h"
-#include "zdbs/status/status.h"
-#include "zdbs/xml/escape.h"
-#include "zdbs/xml/path_serializer.h"
-#include "zdbs/xml/serializer.h"
 
 namespace zdbs {
 namespace {
@@ -98,7 +98,7 @@ private:
     }
 
     void writeRow(NodeId node, PathId path) {
-        const RowPlace *const place = byPath_->places.of(path, node);
+        const NodePlace *const place = byPath_->places.of(path, node);
         if (place == nullptr) return writeNode(node);
         const NodeKind kind = byPath_->reader.summary()[path].kind;
         const NodeId last =

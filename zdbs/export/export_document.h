@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/base/sink.h"
 #include "zdbs/export/document_sink.h"
 #include "zdbs/export/export_filter.h"
-#include "zdbs/xml/sink.h"
 
 namespace zdbs {
 

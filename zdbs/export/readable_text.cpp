@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "zdbs/values/utf8.h"
+#include "zdbs/base/utf8.h"
 
 namespace zdbs {
 namespace {

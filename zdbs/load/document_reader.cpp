@@ -7,8 +7,8 @@
 #include <new>
 #include <span>
 
+#include "zdbs/base/status.h"
 #include "zdbs/load/utf8_input.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 

@@ -4,9 +4,9 @@
 
 #include <array>
 
+#include "zdbs/base/status.h"
 #include "zdbs/load/text_place.h"
 #include "zdbs/load/xml_declaration.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 

@@ -9,9 +9,9 @@
 #include <system_error>
 #include <utility>
 
+#include "zdbs/base/private_files.h"
+#include "zdbs/base/status.h"
 #include "zdbs/load/unpacked_input.h"
-#include "zdbs/status/status.h"
-#include "zdbs/store/private_files.h"
 
 namespace zdbs {
 

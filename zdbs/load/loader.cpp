@@ -1,7 +1,7 @@
 #include "zdbs/load/loader.h"
 
+#include "zdbs/base/status.h"
 #include "zdbs/load/document_reader.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
-#include "zdbs/store/writer.h"
 
 namespace zdbs {
 

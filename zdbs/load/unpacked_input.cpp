@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 

@@ -8,7 +8,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 

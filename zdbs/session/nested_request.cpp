@@ -7,10 +7,10 @@
 #include "prg/xml/xpath/parser/xpath_exception.h"
 #include "prg/xml/xpath/processor/search_set.h"
 #include "prg/xml/xpath/processor/zx_processor_main.h"
+#include "zdbs/base/status.h"
+#include "zdbs/base/utf8.h"
 #include "zdbs/session/active_session.h"
 #include "zdbs/session/session.h"
-#include "zdbs/status/status.h"
-#include "zdbs/values/utf8.h"
 
 namespace zdbs {
 namespace {

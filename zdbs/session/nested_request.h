@@ -11,9 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/base/hits.h"
 #include "zdbs/engine/engine.h"
-#include "zdbs/engine/hits.h"
-#include "zdbs/engine/node_table.h"
 #include "zdbs/session/nested_scope.h"
 
 namespace zdbs {

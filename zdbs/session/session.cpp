@@ -5,9 +5,9 @@
 #include <utility>
 #include <variant>
 
-#include "zdbs/command/command_parser.h"
+#include "zdbs/base/status.h"
+#include "zdbs/language/command_parser.h"
 #include "zdbs/session/nested_scope.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 

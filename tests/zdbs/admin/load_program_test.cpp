@@ -7,8 +7,8 @@
 #include <string>
 
 #include "tests/zdbs/admin/program_fixture.h"
-#include "tests/zdbs/store/tree_text.h"
-#include "zdbs/store/snapshot.h"
+#include "tests/zdbs/embedded/store/tree_text.h"
+#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs {
 namespace {

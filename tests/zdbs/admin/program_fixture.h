@@ -10,7 +10,7 @@
 
 #include "tests/support/piped_program.h"
 #include "tests/support/temporary_directory.h"
-#include "zdbs/store/home.h"
+#include "zdbs/embedded/home/home.h"
 
 namespace zdbs {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "tests/zdbs/admin/program_fixture.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/store/writer.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tests/zdbs/admin/program_fixture.h"
-#include "zdbs/sets/plan.h"
+#include "zdbs/embedded/sets/plan.h"
 
 namespace zdbs {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "tests/support/terminal_program.h"
 #include "tests/zdbs/admin/program_fixture.h"
-#include "zdbs/store/snapshot.h"
+#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs {
 namespace {

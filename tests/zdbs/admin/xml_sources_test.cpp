@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tests/support/temporary_directory.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs::admin {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 namespace {

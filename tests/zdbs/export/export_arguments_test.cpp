@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "zdbs/base/status.h"
 #include "zdbs/export/export_filter.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs {
 namespace {

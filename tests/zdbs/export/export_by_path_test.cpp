@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/zdbs/store/model_document.h"
-#include "tests/zdbs/store/test_home.h"
+#include "tests/zdbs/embedded/store/model_document.h"
+#include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/namespaced_document.h"
@@ -15,12 +15,12 @@
 #include "tests/zdbs/support/without_paths.h"
 #include "tests/zdbs/support/word_hits.h"
 #include "tests/zdbs/support/xml_text.h"
+#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/fragments/path_fragments.h"
+#include "zdbs/embedded/store/environment.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/export/export_document.h"
-#include "zdbs/export/fragment_compiler.h"
-#include "zdbs/export/path_fragments.h"
-#include "zdbs/store/environment.h"
-#include "zdbs/store/snapshot.h"
-#include "zdbs/store/writer.h"
 
 namespace zdbs {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/xml_text.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 namespace {

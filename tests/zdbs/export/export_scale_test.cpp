@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "tests/zdbs/support/memory_node_table.h"
+#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/fragments/fragment_evaluator.h"
 #include "zdbs/export/export_filter.h"
-#include "zdbs/export/fragment_compiler.h"
-#include "zdbs/export/fragment_evaluator.h"
 
 namespace zdbs {
 namespace {

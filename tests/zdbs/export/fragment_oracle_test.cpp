@@ -10,8 +10,8 @@
 
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/random_document.h"
-#include "zdbs/export/fragment_compiler.h"
-#include "zdbs/export/fragment_evaluator.h"
+#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/fragments/fragment_evaluator.h"
 
 namespace zdbs {
 namespace {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "tests/zdbs/support/memory_node_table.h"
-#include "zdbs/export/fragment_compiler.h"
-#include "zdbs/export/fragment_evaluator.h"
-#include "zdbs/export/node_paths.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/fragments/fragment_evaluator.h"
+#include "zdbs/embedded/fragments/node_paths.h"
 
 namespace zdbs {
 namespace {

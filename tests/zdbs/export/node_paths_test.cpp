@@ -1,4 +1,4 @@
-#include "zdbs/export/node_paths.h"
+#include "zdbs/embedded/fragments/node_paths.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "tests/zdbs/store/test_home.h"
+#include "tests/zdbs/embedded/store/test_home.h"
 
 namespace zdbs {
 namespace {

@@ -9,12 +9,12 @@
 #include <random>
 #include <string>
 
-#include "tests/zdbs/store/faults.h"
-#include "tests/zdbs/store/test_home.h"
-#include "tests/zdbs/store/tree_text.h"
+#include "tests/zdbs/embedded/store/faults.h"
+#include "tests/zdbs/embedded/store/test_home.h"
+#include "tests/zdbs/embedded/store/tree_text.h"
+#include "zdbs/embedded/store/environment.h"
+#include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/store/environment.h"
-#include "zdbs/store/snapshot.h"
 
 namespace zdbs {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "tests/zdbs/store/test_home.h"
-#include "tests/zdbs/store/tree_text.h"
+#include "tests/zdbs/embedded/store/test_home.h"
+#include "tests/zdbs/embedded/store/tree_text.h"
+#include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/store/snapshot.h"
 
 namespace zdbs {
 

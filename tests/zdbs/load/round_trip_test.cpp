@@ -12,8 +12,8 @@
 #include "tests/zdbs/load/load_fixture.h"
 #include "tests/zdbs/load/random_xml.h"
 #include "tests/zdbs/load/recode.h"
-#include "zdbs/xml/serializer.h"
-#include "zdbs/xml/sink.h"
+#include "zdbs/base/sink.h"
+#include "zdbs/embedded/fragments/serializer.h"
 
 namespace zdbs {
 namespace {

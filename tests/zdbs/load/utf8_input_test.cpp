@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/zdbs/load/recode.h"
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 namespace {

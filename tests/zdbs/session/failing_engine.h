@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "zdbs/base/status.h"
 #include "zdbs/engine/engine.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs::testing {
 

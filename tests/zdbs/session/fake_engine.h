@@ -8,9 +8,9 @@
 #include <string>
 
 #include "tests/zdbs/support/memory_node_table.h"
-#include "zdbs/engine/embedded_database.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
 #include "zdbs/engine/engine.h"
-#include "zdbs/status/status.h"
 
 namespace zdbs::testing {
 

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "zdbs/status/status.h"
+#include "zdbs/base/status.h"
 
 namespace zdbs {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/values/relation.h"
+#include "zdbs/base/relation.h"
 
 namespace zdbs::testing {
 
@@ -60,9 +60,12 @@ inline bool holds(Relation relation, const std::string &value, const std::string
             return isCompared && order > 0;
         case Relation::greaterEqual:
             return isCompared && order >= 0;
-        default:
-            return value.find(literal) != std::string::npos;
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;
     }
+    return value.find(literal) != std::string::npos;
 }
 
 }  // namespace zdbs::testing

@@ -11,8 +11,8 @@
 #include <tuple>
 #include <vector>
 
-#include "zdbs/joins/documents.h"
-#include "zdbs/paths/path_table.h"
+#include "zdbs/embedded/paths/path_table.h"
+#include "zdbs/embedded/tree/documents.h"
 
 namespace zdbs::testing {
 

@@ -2,7 +2,7 @@
 #ifndef TESTS_ZDBS_SUPPORT_WITHOUT_PATHS_H
 #define TESTS_ZDBS_SUPPORT_WITHOUT_PATHS_H
 
-#include "zdbs/engine/node_table.h"
+#include "zdbs/embedded/tree/node_table.h"
 
 namespace zdbs::testing {
 

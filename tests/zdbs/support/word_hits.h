@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/engine/hits.h"
+#include "zdbs/base/hits.h"
 
 namespace zdbs::testing {
 

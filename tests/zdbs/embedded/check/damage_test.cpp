@@ -1,0 +1,267 @@
+// Every damage is found and named, and nobody who reads or writes a damaged database comes to
+// harm by it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "tests/zdbs/embedded/check/damage_list.h"
+#include "tests/zdbs/embedded/check/damaged_database.h"
+#include "zdbs/base/sink.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/check/check.h"
+#include "zdbs/embedded/embedded_engine.h"
+#include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/paths/path_nodes.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
+#include "zdbs/load/loader.h"
+#include "zdbs/session/session.h"
+
+namespace zdbs {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::ResultOf;
+
+std::string textOf(const CheckReport &report) {
+    std::string text;
+    for (const Finding &finding : report.findings)
+        text += finding.toString() + "\n";
+    return text;
+}
+
+/** Failures are answers. */
+void attempt(const std::function<void()> &work) {
+    try {
+        work();
+    } catch (const Failure &) {
+        return;
+    }
+}
+
+/** Does the work in a process of its own; true when that ends by itself. */
+bool survives(const std::function<void()> &work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(120);
+        attempt(work);
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::size_t readNode(const NodeTable &nodes, NodeId node) {
+    std::size_t sum = 0;
+    attempt([&] { sum += static_cast<std::size_t>(nodes.kind(node)); });
+    attempt([&] { sum += nodes.parent(node); });
+    attempt([&] { sum += nodes.lastBelow(node); });
+    attempt([&] { sum += nodes.name(node).local.size(); });
+    attempt([&] { sum += nodes.value(node).size(); });
+    attempt([&] { sum += nodes.namespaces(node).size(); });
+    return sum;
+}
+
+void readPaths(const PathTable &table) {
+    for (PathId path = 0; path < table.summary().size(); ++path) {
+        attempt([&] {
+            const PathNodes nodes = wholePaths(table, std::span(&path, 1));
+            nodeIdsOf(table, nodes);
+        });
+    }
+}
+
+void readAll(const DamagedDatabase &database) {
+    const auto home = Home::open(database.home());
+    const auto snapshot = home->snapshot("db");
+    std::size_t sum = 0;
+    for (const DocumentRange &document : snapshot->documents()) {
+        for (std::uint64_t node = document.first; node <= document.last; ++node)
+            sum += readNode(*snapshot, static_cast<NodeId>(node));
+        attempt([&] {
+            ChunkSink sink([&](std::string_view text) { sum += text.size(); });
+            XmlSerializer(*snapshot, sink).writeDocument(document);
+            sink.flush();
+        });
+    }
+    EXPECT_GT(sum, 0U);
+    readPaths(*snapshot);
+}
+
+/** Of a set that was made: what cannot be counted fails when it is found. */
+void requireTold(const Session &session) {
+    try {
+        session.lastSearch();
+    } catch (const Failure &failure) {
+        if (failure.status() != Status::noSet) std::abort();
+    }
+}
+
+void query(const DamagedDatabase &database) {
+    const auto home = Home::open(database.home());
+    const auto session = Session::ofOwner(openAsOwner(home, "db"));
+    for (const char *command :
+         {"DEFINE FIND MIN=0", "BASE db", "FIND N_NAME=item", "FIND N_NAME=n AND N_TVALUE<&500&",
+          "FIND N_TYPE=TEXT AND N_TVALUE=$words that$", "FIND N_TVALUE=$word699 $",
+          "FIND N_TVALUE=&kind3&", "FIND XPATH(child,2,0,1)", "FIND XPATH(descendant,0,2,2)",
+          "FIND XPATH(parent,5,2,2)", "FIND XPATH(following,2,4,1)", "FIND XPATH(ancestor,4,0,2)",
+          "FIND XPATH(SELF,2,2,1,EQ,3)", "FIND N_NAME=level AND N_ID>3000"}) {
+        attempt([&] { session->execute(command); });
+        requireTold(*session);
+    }
+}
+
+void change(const DamagedDatabase &database) {
+    const auto home = Home::open(database.home());
+    attempt([&] {
+        const auto writer = home->write("db");
+        Loader(*writer).load(*openText("<items><item n='1'>new</item></items>"), "new", "new");
+        writer->removeDocument("other.xml");
+        writer->commit();
+    });
+    attempt([&] { home->write("db")->compact(); });
+}
+
+TEST(DamagedDatabase, IsSoundBeforeItIsDamaged) {
+    const DamagedDatabase database;
+    const CheckReport report = checkDatabase(database.path());
+    EXPECT_EQ(textOf(report), "");
+    EXPECT_EQ(report.found, 0U);
+    EXPECT_THAT(report.notes, IsEmpty());
+    EXPECT_EQ(report.documents, 4U);
+    EXPECT_EQ(report.segments, database.segmentCount());
+    EXPECT_GE(report.segments, 3U);
+    EXPECT_GT(report.nodes, 3000U);
+}
+
+TEST(DamagedDatabase, OfAnotherFormatIsAFailure) {
+    const DamagedDatabase database;
+    database.put("meta", std::string(versionKey), encodeNumber(formatVersion + 1));
+    EXPECT_THROW(checkDatabase(database.path()), Failure);
+}
+
+TEST(DamagedDatabase, ThatIsNotThereIsAFailure) {
+    const DamagedDatabase database;
+    EXPECT_THROW(checkDatabase(database.home() / "databases" / "another"), Failure);
+}
+
+TEST(DamagedDatabase, FilesThatAreLeftOverAreNotes) {
+    const DamagedDatabase database;
+    DamagedDatabase::write(database.path() / "segments" / "00000099.seg", "x");
+    DamagedDatabase::write(database.path() / "core", "x");
+    const CheckReport report = checkDatabase(database.path());
+    EXPECT_EQ(report.found, 0U);
+    EXPECT_THAT(report.notes, testing::UnorderedElementsAre(HasSubstr("segments/00000099.seg: "),
+                                                            HasSubstr("core: ")));
+}
+
+TEST(DamagedDatabase, ReportsProgressFromNothingToAll) {
+    const DamagedDatabase database;
+    std::uint64_t before = 0;
+    std::uint64_t end = 0;
+    CheckOptions options;
+    options.progress = [&](std::uint64_t done, std::uint64_t total) {
+        EXPECT_GE(done, before);
+        EXPECT_LE(done, total);
+        before = done;
+        end = total;
+    };
+    checkDatabase(database.path(), options);
+    EXPECT_EQ(before, end);
+    EXPECT_GT(end, 0U);
+}
+
+TEST(DamagedDatabase, OfAnyExtentGivesAListThatCanBeRead) {
+    const DamagedDatabase database;
+    database.changePath("/items/item", [](SegmentImage &image, std::uint32_t local) {
+        edit(image.column(local, SegmentColumn::below), [](std::vector<std::uint32_t> &below) {
+            for (std::uint32_t &number : below)
+                ++number;
+        });
+    });
+    const CheckReport report = checkDatabase(database.path());
+    EXPECT_GT(report.found, 100U);
+    EXPECT_LT(report.findings.size(), 20U);
+    EXPECT_THAT(textOf(report), HasSubstr(" more there)"));
+}
+
+class DamageTest : public testing::TestWithParam<Damage> {
+protected:
+    DamageTest() { GetParam().inflict(database_); }
+
+    DamagedDatabase database_;
+};
+
+TEST_P(DamageTest, IsFoundAndNamed) {
+    const CheckReport report = checkDatabase(database_.path());
+    EXPECT_LE(report.findings.size(), 1000U);
+    if (GetParam().found == nullptr) return;
+    EXPECT_GT(report.found, 0U);
+    EXPECT_THAT(textOf(report), HasSubstr(GetParam().found));
+}
+
+TEST_P(DamageTest, DoesNoHarmToWhoReads) {
+    EXPECT_TRUE(survives([&] { readAll(database_); }));
+}
+
+TEST_P(DamageTest, DoesNoHarmToWhoQueries) {
+    EXPECT_TRUE(survives([&] { query(database_); }));
+}
+
+TEST_P(DamageTest, DoesNoHarmToWhoWrites) {
+    EXPECT_TRUE(survives([&] { change(database_); }));
+}
+
+std::string nameOf(const testing::TestParamInfo<Damage> &test) {
+    return test.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, DamageTest, testing::ValuesIn(fileDamages()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Catalogue, DamageTest, testing::ValuesIn(catalogueDamages()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Segments, DamageTest, testing::ValuesIn(segmentDamages()), nameOf);
+
+/** Changes bytes of columns at random and makes the checksums fit. */
+void scramble(SegmentImage &image, std::mt19937 &random) {
+    for (std::uint32_t changes = 1 + random() % 4; changes > 0; --changes) {
+        std::string *bytes = &image.pathOfNode;
+        if (random() % 4 != 0) {
+            const auto local = random() % image.columns.size();
+            bytes = &image.columns[local][random() % segmentColumnCount];
+        }
+        if (bytes->empty()) continue;
+        const std::size_t near =
+            random() % 2 == 0 ? std::min<std::size_t>(32, bytes->size()) : bytes->size();
+        (*bytes)[random() % near] = static_cast<char>(random());
+    }
+}
+
+class ScrambledTest : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(ScrambledTest, ColumnsDoNoHarm) {
+    std::mt19937 random(GetParam());
+    for (int turn = 0; turn < 8; ++turn) {
+        const DamagedDatabase database;
+        database.change(random() % database.segmentCount(),
+                        [&](SegmentImage &image) { scramble(image, random); });
+        ASSERT_TRUE(survives([&] { checkDatabase(database.path()); })) << turn;
+        ASSERT_TRUE(survives([&] { readAll(database); })) << turn;
+        ASSERT_TRUE(survives([&] { query(database); })) << turn;
+        ASSERT_TRUE(survives([&] { change(database); })) << turn;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, ScrambledTest, testing::Range(1U, 11U));
+
+}  // namespace
+}  // namespace zdbs

@@ -1,0 +1,68 @@
+#include "zdbs/boundary/process.h"
+
+#include <exception>
+#include <utility>
+
+namespace zdbs {
+namespace {
+
+std::uintptr_t numberOf(ZdbHandle handle) {
+    return reinterpret_cast<std::uintptr_t>(handle);
+}
+
+}  // namespace
+
+Process &Process::instance() {
+    static Process process;
+    return process;
+}
+
+void Process::open(std::unique_ptr<Session> session) {
+    session_ = std::move(session);
+    active_.emplace(session_.get());
+}
+
+void Process::close() {
+    controls_.clear();
+    active_.reset();
+    session_.reset();
+}
+
+Session &Process::session() const {
+    Session *session = activeSession();
+    if (session == nullptr) throw Failure(Status::noSession);
+    return *session;
+}
+
+std::int32_t Process::fail(Status status, const char *sentence) noexcept {
+    lastStatus_ = status;
+    try {
+        lastSentence_ = sentence;
+    } catch (const std::exception &) {
+        lastSentence_.clear();  // no memory for the details; the general sentence will do
+    }
+    return static_cast<std::int32_t>(status);
+}
+
+std::string Process::sentence(std::int32_t status) const {
+    bool isLast = status == static_cast<std::int32_t>(lastStatus_);
+    return isLast && !lastSentence_.empty() ? lastSentence_ : sentenceFor(status);
+}
+
+ZdbHandle Process::createControl() {
+    controls_.emplace(++lastHandle_, RecordControl());
+    return reinterpret_cast<ZdbHandle>(lastHandle_);
+}
+
+RecordControl &Process::control(ZdbHandle handle) {
+    auto place = controls_.find(numberOf(handle));
+    if (place == controls_.end()) throw Failure(Status::unknownHandle);
+    return place->second;
+}
+
+void Process::deleteControl(ZdbHandle handle) {
+    control(handle);
+    controls_.erase(numberOf(handle));
+}
+
+}  // namespace zdbs

@@ -1,0 +1,52 @@
+/** The whole of a database verified: every structure against every other. */
+#ifndef ZDBS_EMBEDDED_CHECK_CHECK_H
+#define ZDBS_EMBEDDED_CHECK_CHECK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "zdbs/embedded/check/findings.h"
+
+namespace zdbs {
+
+struct CheckReport {
+    std::vector<Finding> findings;   ///< the first ones of each structure
+    std::uint64_t found = 0;         ///< how many there are in all
+    std::vector<std::string> notes;  ///< what is odd and does no harm: files left behind
+    std::uint64_t documents = 0;     ///< that are in the catalogue
+    std::uint64_t nodes = 0;         ///< of those that were looked at
+    std::uint64_t segments = 0;      ///< that could be read
+};
+
+struct CheckOptions {
+    std::size_t mostOfAStructure = 5;  ///< findings that are told of each structure
+    std::size_t mostOfAll = 1000;
+
+    /** Called every now and then; `done` of `total` bytes. What it throws ends the check. */
+    std::function<void(std::uint64_t done, std::uint64_t total)> progress;
+};
+
+/**
+ * Checks the newest state of the database in that directory; others may read and write
+ * meanwhile. Looks, in this order,
+ *
+ *   1. at the pages of the catalogue, before LMDB does (data_file.h);
+ *   2. at every record of the catalogue, and at the tables against each other;
+ *   3. at the checksums of every segment, at its columns and at the indexes over values;
+ *   4. at the tree: rebuilt from the paths of nodes and compared with what is stored about
+ *      parents, subtrees, attributes and numbers.
+ *
+ * Whatever is damaged, it comes to an end and tells about it; what cannot be read on account
+ * of that is left out. Memory: the catalogue, and the open elements of a document.
+ *
+ * Throws Failure: unknownDatabase, homeUnreadable, homeVersion, outOfMemory.
+ */
+CheckReport checkDatabase(const std::filesystem::path &directory, const CheckOptions &options = {});
+
+}  // namespace zdbs
+
+#endif

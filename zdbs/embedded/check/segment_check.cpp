@@ -1,0 +1,204 @@
+#include "zdbs/embedded/check/segment_check.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+#include "zdbs/base/document_name.h"
+#include "zdbs/base/status.h"
+
+namespace zdbs {
+
+namespace {
+
+constexpr std::array<const char *, segmentColumnCount> columnNames = {
+    "nodes", "parents", "below", "names", "parentDistances", "values"};
+
+constexpr const char *indexOfValues = "index of values";
+
+std::string differs(std::uint64_t stored, std::uint64_t expected) {
+    return std::to_string(stored) + " instead of " + std::to_string(expected);
+}
+
+std::vector<ValueKey> keysOf(const ValueColumn &values) {
+    std::vector<ValueKey> keys;
+    keys.reserve(values.size());
+    for (std::uint32_t row = 0; row < values.size(); ++row)
+        keys.push_back(valueKeyOf(values.at(row)));
+    return keys;
+}
+
+}  // namespace
+
+CheckedSegment SegmentCheck::run(const StoredSegment &stored, std::shared_ptr<const Segment> file) {
+    segment_ = {};
+    segment_.file = std::move(file);
+    const std::filesystem::path &path = segment_.file->file();
+    segment_.place = (path.parent_path().filename() / path.filename()).native();
+    segment_.runs.resize(segment_.file->directory().size());
+    compareWithRecord(stored);
+    checkParts();
+    checkCommon();
+    checkDeclarations();
+    for (std::uint32_t local = 0; local < segment_.runs.size(); ++local)
+        checkPath(local);
+    checkValuePaths();
+    return std::move(segment_);
+}
+
+void SegmentCheck::compareWithRecord(const StoredSegment &stored) {
+    const SegmentHeader &header = segment_.file->header();
+    const auto compare = [&](const char *what, std::uint64_t inFile, std::uint64_t inTable) {
+        if (inFile != inTable)
+            tell("header",
+                 std::string(what) + " " + differs(inFile, inTable) + " in the table segments");
+    };
+    compare("first node", header.firstNode, stored.first);
+    compare("last node", header.lastNode, stored.record.last);
+    compare("number of nodes", header.nodeCount, stored.record.nodes);
+    compare("length", header.fileBytes, stored.record.bytes);
+    compare("checksum", header.frontChecksum, stored.record.checksum);
+}
+
+void SegmentCheck::checkParts() {
+    for (const SegmentPart &part : segment_.file->parts()) {
+        if (!part.isSound())
+            tell("checksum of " + part.name, "the bytes from " + std::to_string(part.offset));
+        report_(part.bytes.size());
+    }
+}
+
+void SegmentCheck::checkCommon() {
+    const SegmentHeader &header = segment_.file->header();
+    std::string_view common;
+    for (const SegmentPart &part : segment_.file->parts()) {
+        if (part.name == "common") common = part.bytes;
+    }
+    const auto take = [&](std::uint32_t size, const char *name) {
+        const std::string_view bytes = common.substr(0, size);
+        common.remove_prefix(bytes.size());
+        if (!bytes.empty() && !PackedColumn::isSound(bytes)) tell(name, "the frames of the column");
+    };
+    take(header.pathOfNodeBytes, "paths of nodes");
+    take(header.declarationElementsBytes, "namespace declarations");
+    take(header.declarationNamesBytes, "namespace declarations");
+}
+
+// That their elements are elements, the tree tells.
+void SegmentCheck::checkDeclarations() {
+    const PackedColumn &elements = segment_.file->declarationElements();
+    const PackedColumn &names = segment_.file->declarationNames();
+    std::uint32_t before = 0;
+    for (std::uint32_t i = 0; i < elements.size(); ++i) {
+        const std::uint32_t element = elements.at(i);
+        if (element < before) tell("namespace declarations", "the order of " + std::to_string(i));
+        before = element;
+        const std::uint32_t name = names.at(i);
+        const bool isKnown = name < tables_.names.size() && tables_.names[name];
+        if (!isKnown || !tables_.names[name]->local.empty())
+            tell("namespace declarations",
+                 "number " + std::to_string(i) + " has the name " + std::to_string(name));
+    }
+}
+
+void SegmentCheck::checkPath(std::uint32_t local) {
+    const PathId id = segment_.file->directory()[local].path;
+    if (id >= tables_.paths.size() || !tables_.paths[id])
+        return tell("directory", "path " + std::to_string(id) + " is not in the table paths");
+    const std::string path = tables_.pathText(id);
+    for (std::size_t column = 0; column + 1 < segmentColumnCount; ++column)
+        checkNumbers(local, static_cast<SegmentColumn>(column),
+                     std::string(columnNames[column]) + " of " + path);
+    try {
+        segment_.runs[local] = segment_.file->run(local, *tables_.paths[id]);
+    } catch (const Failure &failure) {
+        return tell("columns of " + path, failure.what());
+    }
+    const PathRun &run = *segment_.runs[local];
+    checkNames(run, path);
+    checkValues(run, path);
+    std::uint64_t bytes = 0;
+    for (const std::uint32_t size : segment_.file->directory()[local].sizes)
+        bytes += size;
+    report_(bytes);
+}
+
+void SegmentCheck::checkNumbers(std::uint32_t local, SegmentColumn column,
+                                const std::string &name) {
+    const std::string_view bytes = segment_.file->columnBytes(local, column);
+    if (!bytes.empty() && !PackedColumn::isSound(bytes)) tell(name, "the frames of the column");
+}
+
+void SegmentCheck::checkNames(const PathRun &run, const std::string &path) {
+    for (std::uint32_t row = 0; row < run.names.size(); ++row) {
+        const std::uint32_t name = run.names.at(row);
+        const bool isKnown = name < tables_.names.size() && tables_.names[name];
+        if (!isKnown || tables_.names[name]->local.empty())
+            tell("names of " + path,
+                 "row " + std::to_string(row) + " has the name " + std::to_string(name));
+    }
+}
+
+void SegmentCheck::checkValues(const PathRun &run, const std::string &path) {
+    const std::string structure = "values of " + path;
+    for (std::string &fault : run.values.check())
+        tell(structure, std::move(fault));
+    for (std::uint32_t row = 0; row < run.values.size(); ++row) {
+        if (!isXmlText(run.values.at(row)))
+            tell(structure, "row " + std::to_string(row) + " is no UTF-8");
+    }
+}
+
+// Written anew from the columns, in the same shape, it must come out the same.
+void SegmentCheck::checkValuePaths() {
+    std::vector<std::vector<ValueKey>> keys;
+    std::vector<PathKeys> paths;
+    for (const auto &run : segment_.runs) {
+        if (!run) return;  // a finding already
+        const auto local = static_cast<std::uint32_t>(keys.size());
+        keys.push_back(keysOf(run->values));
+        if (!keys.back().empty()) paths.push_back({local, keys.back()});
+    }
+    const std::string_view stored = segment_.file->valuePathsBytes();
+    if (paths.empty() || stored.empty()) {
+        if (!paths.empty()) tell(indexOfValues, "it is missing");
+        if (!stored.empty()) tell(indexOfValues, "there are no values");
+        return;
+    }
+    const ValuePaths::Shape shape = segment_.file->valuePaths().shape();
+    if (std::uint64_t{paths.back().path} >> shape.pathBits != 0)
+        return tell(indexOfValues, "the numbers of paths are cut off");
+    std::string expected;
+    packValuePaths(paths, shape, expected);
+    if (stored != expected) compareEntries(expected);
+}
+
+void SegmentCheck::compareEntries(std::string_view expected) {
+    std::vector<ValuePaths::Entry> right = ValuePaths(expected).entries();
+    std::vector<ValuePaths::Entry> stored = segment_.file->valuePaths().entries();
+    if (right == stored) return tell(indexOfValues, "the packing");
+    std::sort(stored.begin(), stored.end());
+    std::vector<ValuePaths::Entry> differing;
+    std::set_difference(right.begin(), right.end(), stored.begin(), stored.end(),
+                        std::back_inserter(differing));
+    for (const ValuePaths::Entry &entry : differing)
+        tellEntry(entry, "is missing");
+    differing.clear();
+    std::set_difference(stored.begin(), stored.end(), right.begin(), right.end(),
+                        std::back_inserter(differing));
+    for (const ValuePaths::Entry &entry : differing)
+        tellEntry(entry, "is of no value, or not in its place");
+    if (right == stored) tell(indexOfValues, "the order of entries");
+}
+
+void SegmentCheck::tellEntry(const ValuePaths::Entry &entry, const char *what) {
+    const auto &directory = segment_.file->directory();
+    const std::string path = entry.path < directory.size()
+                                 ? tables_.pathText(directory[entry.path].path)
+                                 : "path " + std::to_string(entry.path);
+    tell(indexOfValues,
+         "in bucket " + std::to_string(entry.bucket) + " an entry of " + path + " " + what);
+}
+
+}  // namespace zdbs

@@ -1,0 +1,56 @@
+#include "zdbs/embedded/embedded_engine.h"
+
+#include <string>
+#include <utility>
+
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/snapshot.h"
+
+namespace zdbs {
+namespace {
+
+class EmbeddedEngine : public Engine {
+public:
+    explicit EmbeddedEngine(std::shared_ptr<Home> home) : home_(std::move(home)) {}
+
+    bool authenticate(std::string_view user, std::string_view password) const override {
+        return home_->authenticate(user, password);
+    }
+
+    bool hasDatabase(std::string_view user, std::string_view database) const override {
+        return home_->hasDatabase(database) && home_->mayRead(user, database);
+    }
+
+    /** The grant is looked at again with each new state, so that a revoke takes hold. */
+    std::unique_ptr<OpenDatabase> open(std::string_view user,
+                                       std::string_view database) const override {
+        auto newest = [home = home_, user = std::string(user), name = std::string(database)] {
+            if (!home->mayRead(user, name)) throw Failure(Status::unknownDatabase, {name});
+            return home->snapshot(name);
+        };
+        return makeEmbeddedDatabase(std::string(database), newest);
+    }
+
+private:
+    std::shared_ptr<Home> home_;
+};
+
+}  // namespace
+
+std::filesystem::path configuredHome() {
+    return Home::locate();
+}
+
+std::shared_ptr<const Engine> openEmbeddedEngine(const std::filesystem::path &home) {
+    return std::make_shared<EmbeddedEngine>(Home::open(home));
+}
+
+std::unique_ptr<OpenDatabase> openAsOwner(const std::shared_ptr<Home> &home,
+                                          std::string_view database) {
+    auto newest = [home, name = std::string(database)] { return home->snapshot(name); };
+    return makeEmbeddedDatabase(std::string(database), newest);
+}
+
+}  // namespace zdbs

@@ -1,0 +1,118 @@
+#include "zdbs/embedded/fragments/path_fragments.h"
+
+#include <iterator>
+
+namespace zdbs {
+namespace {
+
+bool isDownwards(const AxisTraits &axis) {
+    return axis.region == Region::below || (axis.region == Region::none && axis.withSelf);
+}
+
+bool isKind(NodeKind kind, FragmentTest::Kind wanted) {
+    switch (wanted) {
+        case FragmentTest::Kind::text:
+            return kind == NodeKind::text;
+        case FragmentTest::Kind::comment:
+            return kind == NodeKind::comment;
+        case FragmentTest::Kind::instruction:
+            return kind == NodeKind::processingInstruction;
+        case FragmentTest::Kind::node:
+        case FragmentTest::Kind::name:
+            return true;
+    }
+    return false;
+}
+
+bool isNamed(const NodeName &name, const FragmentTest &test) {
+    if (!test.local.empty() && test.local != name.local) return false;
+    return test.space.empty() || test.space == name.prefix || test.space == name.uri;
+}
+
+void sortUnique(std::vector<PathId> &paths) {
+    std::sort(paths.begin(), paths.end());
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+}
+
+}  // namespace
+
+PathMatch::PathMatch(NodeReader &reader, NodeId match)
+    : node(match), last(match), path(reader.pathOf(match)) {
+    const Path &entry = reader.summary()[path];
+    if (entry.kind == NodeKind::element) last = reader.lastBelow(path, match);
+    isRegular = entry.isRegular && !reader.hasIrregular(match, last);
+}
+
+bool PathFragments::goesDown(const FragmentSpec &spec) {
+    return std::all_of(spec.begin(), spec.end(), [](const FragmentPath &path) {
+        return !path.value &&
+               std::all_of(path.steps.begin(), path.steps.end(), [](const FragmentStep &step) {
+                   return isDownwards(traitsOf(step.axis)) && step.predicates.empty();
+               });
+    });
+}
+
+const std::vector<PathId> &PathFragments::reachedFrom(PathId path) {
+    if (path == lastFrom_) return *lastReached_;
+    const auto known = reached_.find(path);
+    lastReached_ = known != reached_.end()
+                       ? &known->second
+                       : &reached_.emplace(path, findReached(path)).first->second;
+    lastFrom_ = path;
+    return *lastReached_;
+}
+
+std::vector<PathId> PathFragments::findReached(PathId path) const {
+    std::vector<PathId> all;
+    for (const FragmentPath &alternative : spec_) {
+        std::vector<PathId> paths{path};
+        for (const FragmentStep &step : alternative.steps) {
+            std::vector<PathId> reached;
+            for (const PathId from : paths)
+                addStep(step, from, reached);
+            sortUnique(reached);
+            paths = std::move(reached);
+        }
+        all.insert(all.end(), paths.begin(), paths.end());
+    }
+    sortUnique(all);
+    return all;
+}
+
+void PathFragments::addStep(const FragmentStep &step, PathId from,
+                            std::vector<PathId> &reached) const {
+    const AxisTraits &axis = traitsOf(step.axis);
+    if (axis.withSelf && passes(step, from)) reached.push_back(from);
+    if (axis.region != Region::below) return;
+    if (!axis.isDirect) return addBelow(step, from, reached);
+    for (const PathId child : reader_.summary().children(from)) {
+        const bool isAttribute = reader_.summary()[child].kind == NodeKind::attribute;
+        if (isAttribute == axis.toAttributes && passes(step, child)) reached.push_back(child);
+    }
+}
+
+/** Attributes are on no axis but their own. */
+void PathFragments::addBelow(const FragmentStep &step, PathId from,
+                             std::vector<PathId> &reached) const {
+    std::vector<PathId> ahead{from};
+    while (!ahead.empty()) {
+        const PathId above = ahead.back();
+        ahead.pop_back();
+        for (const PathId path : reader_.summary().children(above)) {
+            if (reader_.summary()[path].kind == NodeKind::attribute) continue;
+            if (passes(step, path)) reached.push_back(path);
+            ahead.push_back(path);
+        }
+    }
+}
+
+bool PathFragments::passes(const FragmentStep &step, PathId path) const {
+    const Path &entry = reader_.summary()[path];
+    if (step.test.kind != FragmentTest::Kind::name) return isKind(entry.kind, step.test.kind);
+    // The principal kind of the axis.
+    const NodeKind principal =
+        traitsOf(step.axis).toAttributes ? NodeKind::attribute : NodeKind::element;
+    return entry.kind == principal && isNamed(reader_.table().nameOf(entry.name), step.test);
+}
+
+}  // namespace zdbs

@@ -1,0 +1,146 @@
+#include "zdbs/embedded/home/user_table.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "zdbs/base/names.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/home/password.h"
+
+namespace zdbs {
+
+namespace {
+
+constexpr std::string_view title = "zdbs-users ";
+constexpr std::string_view version = "1";
+
+// Cuts the text up to `end` off the front; all of it when `end` is not there.
+std::string_view cut(std::string_view &text, char end) {
+    const std::size_t length = std::min(text.find(end), text.size());
+    const std::string_view part = text.substr(0, length);
+    text.remove_prefix(std::min(length + 1, text.size()));
+    return part;
+}
+
+[[noreturn]] void failAtLine(std::string_view file, std::size_t line) {
+    throw Failure(Status::homeDamaged, {file, "line " + std::to_string(line)});
+}
+
+}  // namespace
+
+UserTable UserTable::parse(std::string_view text, std::string_view file) {
+    std::string_view first = cut(text, '\n');
+    if (!first.starts_with(title)) failAtLine(file, 1);
+    first.remove_prefix(title.size());
+    if (first != version)
+        throw Failure(Status::homeVersion,
+                      {file, std::string(first) + " instead of " + std::string(version)});
+
+    UserTable table;
+    for (std::size_t line = 2; !text.empty(); ++line) {
+        if (!table.parseLine(cut(text, '\n'))) failAtLine(file, line);
+    }
+    return table;
+}
+
+bool UserTable::parseLine(std::string_view line) {
+    const std::string_view what = cut(line, ' ');
+    const std::string_view name = cut(line, ' ');
+    if (!isValidName(name)) return false;
+    if (what == "user") {
+        return isPasswordHash(line) &&
+               users_.emplace(std::string(name), User{std::string(line), {}}).second;
+    }
+    const auto user = users_.find(name);
+    if (what != "grant" || user == users_.end()) return false;
+    if (line != everyDatabase && !isValidName(line)) return false;
+    return user->second.databases.emplace(line).second;
+}
+
+std::string UserTable::serialize() const {
+    std::string text = std::string(title) + std::string(version) + '\n';
+    for (const auto &[name, user] : users_) {
+        text += "user " + name + ' ' + user.hash + '\n';
+        for (const auto &database : user.databases)
+            text += "grant " + name + ' ' + database + '\n';
+    }
+    return text;
+}
+
+bool UserTable::contains(std::string_view user) const {
+    return users_.find(user) != users_.end();
+}
+
+std::vector<std::string> UserTable::users() const {
+    std::vector<std::string> names;
+    for (const auto &[name, user] : users_)
+        names.push_back(name);
+    return names;
+}
+
+std::vector<std::string> UserTable::grants(std::string_view user) const {
+    const auto &databases = find(user).databases;
+    return {databases.begin(), databases.end()};
+}
+
+bool UserTable::authenticate(std::string_view user, std::string_view password) const {
+    const auto found = users_.find(user);
+    if (found != users_.end()) return verifyPassword(password, found->second.hash);
+    verifyNothing(password);
+    return false;
+}
+
+bool UserTable::mayRead(std::string_view user, std::string_view database) const {
+    const auto found = users_.find(user);
+    if (found == users_.end()) return false;
+    const auto &databases = found->second.databases;
+    return databases.contains(database) || databases.contains(everyDatabase);
+}
+
+void UserTable::add(std::string_view user, std::string_view password) {
+    requireValidName(user);
+    if (contains(user)) throw Failure(Status::userExists, {user});
+    users_.emplace(std::string(user), User{hashPassword(password), {}});
+}
+
+void UserTable::setPassword(std::string_view user, std::string_view password) {
+    find(user).hash = hashPassword(password);
+}
+
+void UserTable::remove(std::string_view user) {
+    find(user);
+    users_.erase(users_.find(user));
+}
+
+void UserTable::grant(std::string_view user, std::string_view database) {
+    if (database != everyDatabase) requireValidName(database);
+    find(user).databases.emplace(database);
+}
+
+void UserTable::revoke(std::string_view user, std::string_view database) {
+    auto &databases = find(user).databases;
+    const auto granted = databases.find(database);
+    if (granted == databases.end()) throw Failure(Status::notGranted, {user, database});
+    databases.erase(granted);
+}
+
+void UserTable::forgetDatabase(std::string_view database) {
+    for (auto &[name, user] : users_) {
+        const auto granted = user.databases.find(database);
+        if (granted != user.databases.end()) user.databases.erase(granted);
+    }
+}
+
+UserTable::User &UserTable::find(std::string_view user) {
+    const auto found = users_.find(user);
+    if (found == users_.end()) throw Failure(Status::unknownUser, {user});
+    return found->second;
+}
+
+const UserTable::User &UserTable::find(std::string_view user) const {
+    const auto found = users_.find(user);
+    if (found == users_.end()) throw Failure(Status::unknownUser, {user});
+    return found->second;
+}
+
+}  // namespace zdbs

@@ -1,0 +1,209 @@
+/** Numbers of the nodes of a set: all of them, or the one at a place. */
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <numeric>
+
+#include "zdbs/embedded/paths/path_nodes.h"
+#include "zdbs/embedded/paths/row_reader.h"
+
+namespace zdbs {
+namespace {
+
+using NodeIds = std::vector<NodeId>;
+
+/** A bit for each number between two, both included. */
+class NumberBits {
+public:
+    NumberBits(NodeId first, NodeId last) : first_(first), words_((last - first) / 64U + 1) {}
+
+    void add(std::span<const NodeId> nodes) {
+        for (NodeId node : nodes) {
+            const NodeId bit = node - first_;
+            if (bit / 64U >= words_.size()) continue;  // in damaged files only
+            words_[bit / 64U] |= std::uint64_t{1} << (bit % 64U);
+        }
+    }
+
+    NodeIds numbers() const {
+        std::size_t count = 0;
+        for (std::uint64_t word : words_)
+            count += static_cast<std::size_t>(std::popcount(word));
+        NodeIds result(count);
+        auto out = result.begin();
+        NodeId base = first_;
+        for (std::uint64_t word : words_) {
+            if (word == ~std::uint64_t{0}) {
+                std::iota(out, out + 64, base);
+                out += 64;
+                word = 0;
+            }
+            for (; word != 0; word &= word - 1)
+                *out++ = base + static_cast<NodeId>(std::countr_zero(word));
+            base += 64;
+        }
+        return result;
+    }
+
+private:
+    NodeId first_;
+    std::vector<std::uint64_t> words_;
+};
+
+/** Calls `take` with the numbers of a part's nodes, ascending, some at a time. */
+template <typename Take>
+void forNodes(const PathTable &table, const PathPart &part, Take take) {
+    RowReader reader(table, part.path, *part.rows);
+    std::array<NodeId, RowReader::batchSize> numbers;
+    for (RowBatch batch; reader.next(batch);) {
+        const auto out = std::span(numbers).first(batch.rows.size());
+        readNodes(batch, out);
+        take(std::span<const NodeId>(out));
+    }
+}
+
+struct Numbers {
+    NodeId first = lastNodeId;
+    NodeId last = noNode;
+};
+
+Numbers numbersOf(const PathTable &table, const PathNodes &nodes) {
+    Numbers result;
+    for (const PathPart &part : nodes) {
+        result.first = std::min(result.first, table.nodeAt({part.path, part.rows->minimum()}));
+        result.last = std::max(result.last, table.nodeAt({part.path, part.rows->maximum()}));
+    }
+    return result;
+}
+
+/** Looking through so many empty numbers costs as much as sorting one node in. */
+constexpr std::uint64_t sparse = 1024;
+
+/** A part of a set that shrinks while a place is searched: rows of some ranks. */
+struct Candidate {
+    const PathPart *part;
+    std::uint64_t firstRank;
+    std::uint64_t endRank;
+
+    std::uint64_t size() const { return endRank - firstRank; }
+
+    RowId rowAt(std::uint64_t rank) const {
+        RowId row = 0;
+        part->rows->select(static_cast<std::uint32_t>(rank), &row);
+        return row;
+    }
+};
+
+/** So few are put in order instead of being halved further. */
+constexpr std::uint64_t few = 512;
+
+/** Finds the node at a place by halving the numbers between which it lies. */
+class PlaceSearch {
+public:
+    PlaceSearch(const PathTable &table, const PathNodes &nodes) : table_(table) {
+        for (const PathPart &part : nodes) {
+            const std::uint64_t size = part.rows->cardinality();
+            candidates_.push_back({&part, 0, size});
+            count_ += size;
+        }
+        numbers_ = numbersOf(table, nodes);
+    }
+
+    NodeId find(std::uint64_t place) {
+        assert(place < count_);
+        while (count_ > few && candidates_.size() > 1) {
+            const NodeId middle = numbers_.first + (numbers_.last - numbers_.first) / 2;
+            std::vector<std::uint64_t> ends = ranksAfter(middle);
+            std::uint64_t before = 0;
+            for (std::size_t i = 0; i < ends.size(); ++i)
+                before += ends[i] - candidates_[i].firstRank;
+            const bool isBelow = place < before;
+            isBelow ? keepBelow(ends, middle) : keepAbove(ends, middle);
+            count_ = isBelow ? before : count_ - before;
+            if (!isBelow) place -= before;
+        }
+        return placeAmongFew(place);
+    }
+
+private:
+    /** Of each candidate the rank of the first row beyond a number. */
+    std::vector<std::uint64_t> ranksAfter(NodeId number) const {
+        std::vector<std::uint64_t> result;
+        for (const Candidate &candidate : candidates_) {
+            const RowId row = table_.lowerBound(candidate.part->path, number + 1);
+            const std::uint64_t rank = row == 0 ? 0 : candidate.part->rows->rank(row - 1);
+            result.push_back(std::clamp(rank, candidate.firstRank, candidate.endRank));
+        }
+        return result;
+    }
+
+    void keepBelow(std::span<const std::uint64_t> ends, NodeId middle) {
+        numbers_.last = middle;
+        for (std::size_t i = 0; i < ends.size(); ++i)
+            candidates_[i].endRank = ends[i];
+        dropEmpty();
+    }
+
+    void keepAbove(std::span<const std::uint64_t> ends, NodeId middle) {
+        numbers_.first = middle + 1;
+        for (std::size_t i = 0; i < ends.size(); ++i)
+            candidates_[i].firstRank = ends[i];
+        dropEmpty();
+    }
+
+    void dropEmpty() {
+        std::erase_if(candidates_, [](const Candidate &each) { return each.size() == 0; });
+    }
+
+    NodeId nodeOf(const Candidate &candidate, std::uint64_t rank) const {
+        return table_.nodeAt({candidate.part->path, candidate.rowAt(rank)});
+    }
+
+    NodeId placeAmongFew(std::uint64_t place) const {
+        if (candidates_.size() == 1) {
+            return nodeOf(candidates_.front(), candidates_.front().firstRank + place);
+        }
+        NodeIds nodes;
+        for (const Candidate &candidate : candidates_) {
+            for (std::uint64_t rank = candidate.firstRank; rank < candidate.endRank; ++rank)
+                nodes.push_back(nodeOf(candidate, rank));
+        }
+        const auto wanted = nodes.begin() + static_cast<std::ptrdiff_t>(place);
+        std::nth_element(nodes.begin(), wanted, nodes.end());
+        return *wanted;
+    }
+
+    const PathTable &table_;
+    std::vector<Candidate> candidates_;
+    std::uint64_t count_ = 0;
+    Numbers numbers_;
+};
+
+}  // namespace
+
+NodeIds nodeIdsOf(const PathTable &table, const PathNodes &nodes) {
+    if (nodes.empty()) return {};
+    const std::uint64_t count = sizeOf(nodes);
+    const Numbers range = numbersOf(table, nodes);
+    if (nodes.size() > 1 && (range.last - range.first) / sparse <= count) {
+        NumberBits bits(range.first, range.last);
+        for (const PathPart &part : nodes)
+            forNodes(table, part, [&](std::span<const NodeId> numbers) { bits.add(numbers); });
+        return bits.numbers();
+    }
+    NodeIds result;
+    result.reserve(count);
+    const auto append = [&](std::span<const NodeId> numbers) {
+        result.insert(result.end(), numbers.begin(), numbers.end());
+    };
+    for (const PathPart &part : nodes)
+        forNodes(table, part, append);
+    if (nodes.size() > 1) std::sort(result.begin(), result.end());
+    return result;
+}
+
+NodeId nodeAtPlace(const PathTable &table, const PathNodes &nodes, std::uint64_t place) {
+    return PlaceSearch(table, nodes).find(place);
+}
+
+}  // namespace zdbs

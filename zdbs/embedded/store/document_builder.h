@@ -1,0 +1,86 @@
+/** Turns the nodes of documents, handed over in order, into rows of segments. */
+#ifndef ZDBS_EMBEDDED_STORE_DOCUMENT_BUILDER_H
+#define ZDBS_EMBEDDED_STORE_DOCUMENT_BUILDER_H
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "zdbs/embedded/store/name_dictionary.h"
+#include "zdbs/embedded/store/path_dictionary.h"
+#include "zdbs/embedded/store/records.h"
+#include "zdbs/embedded/store/segment_rows.h"
+#include "zdbs/embedded/tree/node_table.h"
+
+namespace zdbs {
+
+constexpr std::size_t maxValueBytes = 2147483647;  ///< of one node
+
+/**
+ * Numbers nodes, knows their paths, keeps the open elements, and hands out every full
+ * segment. Documents share segments. Contracts of the operations as in Writer.
+ */
+class DocumentBuilder {
+public:
+    using SegmentSink = std::function<void(SegmentRows rows)>;
+
+    DocumentBuilder(NameDictionary &names, PathDictionary &paths, const SegmentLimits &limits,
+                    SegmentSink sink)
+        : names_(names), paths_(paths), limits_(limits), sink_(std::move(sink)) {}
+
+    /** The first node of the document will be `first`. */
+    void begin(NodeId first);
+
+    NodeId startElement(std::uint32_t name);
+    NodeId addLeaf(NodeKind kind, std::uint32_t name, std::string_view value) {
+        return add(kind, name, value);
+    }
+    void addNamespace(std::string_view prefix, std::string_view uri);
+    void endElement();
+
+    /** REQUIRES that every element has ended. Answers the last node; noNode without nodes. */
+    NodeId end();
+
+    /**
+     * Forgets the nodes of the document that were not handed out. `lastHandedOut` is the last
+     * node that is left of those that were.
+     */
+    void abandon(NodeId lastHandedOut);
+
+    NodeId first() const { return first_; }
+
+    /** After end(): the elements that end in a later segment, by node. */
+    const std::vector<LongElement> &longElements() const { return longElements_; }
+
+    /** The nodes that no segment was handed out with; empty afterwards. */
+    SegmentRows takeRows() { return std::exchange(rows_, {}); }
+
+private:
+    struct OpenElement {
+        NodeId node;
+        PathId path;
+        RowPlace place;
+    };
+
+    NodeId add(NodeKind kind, std::uint32_t name, std::string_view value);
+    void finishSegment();
+
+    NameDictionary &names_;
+    PathDictionary &paths_;
+    SegmentLimits limits_;
+    SegmentSink sink_;
+    SegmentRows rows_;
+    NodeId first_ = noNode;
+    std::uint64_t next_ = 0;
+    NodeId lastHandedOut_ = noNode;
+    PathId lastPath_ = noPath;  ///< of the node added last
+    RowPlace lastPlace_{};
+    std::vector<OpenElement> open_;
+    std::vector<LongElement> longElements_;
+};
+
+}  // namespace zdbs
+
+#endif

@@ -1,0 +1,364 @@
+#include "zdbs/embedded/store/environment.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cerrno>
+#include <condition_variable>
+#include <map>
+#include <utility>
+
+#include "zdbs/base/private_files.h"
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/store/data_file.h"
+#include "zdbs/embedded/store/lmdb_values.h"
+#include "zdbs/embedded/store/records.h"
+#include "zdbs/embedded/store/reserve.h"
+#include "zdbs/embedded/store/segment.h"
+
+namespace zdbs {
+
+namespace {
+
+constexpr mdb_mode_t fileMode = 0600;
+constexpr unsigned maxReaders = 2048;  // of all processes together
+constexpr std::uint64_t lockFileSize = 64 * std::uint64_t{maxReaders} + 4096;  // each has 64 bytes
+constexpr std::size_t smallestMap = std::size_t{1} << 26;
+
+constexpr std::array<const char *, tableCount> tableNames = {
+    "meta", "documents", "documentNames", "names", "paths", "segments", "longElements"};
+
+/** A file as the system knows it, under whatever path. */
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+struct Registry {
+    std::mutex mutex;
+    std::condition_variable closed;
+    std::map<FileIdentity, std::weak_ptr<Environment>> open;
+    std::map<const Environment *, FileIdentity> identities;
+};
+
+// Never destroyed: environments that live until the end of the process still close through it.
+Registry &registry() {
+    static Registry *const instance = new Registry;
+    return *instance;
+}
+
+std::filesystem::path dataFile(const std::filesystem::path &directory) {
+    return directory / Environment::dataFileName;
+}
+
+std::filesystem::path lockFile(const std::filesystem::path &directory) {
+    return directory / "lock.mdb";
+}
+
+void takeLockFile(const std::filesystem::path &path) {
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    if (!file && errno == ENOENT) file = openPrivateFile(path, O_RDWR | O_CREAT);
+    struct stat taken {};
+    if (!file || ::fstat(file.get(), &taken) != 0) return;
+    if (static_cast<std::uint64_t>(taken.st_blocks) * 512 >= lockFileSize) return;
+    const int error = allocate(file, 0, lockFileSize);
+    if (error != 0) throwWriteError(error, path);
+}
+
+FileIdentity identify(const std::filesystem::path &directory) {
+    struct stat file {};
+    if (::stat(dataFile(directory).c_str(), &file) == 0) return {file.st_dev, file.st_ino};
+    if (errno == ENOENT || errno == ENOTDIR)
+        throw Failure(Status::unknownDatabase, {directory.filename().native()});
+    throw Failure(Status::homeUnreadable, {directory.native(), ::mdb_strerror(errno)});
+}
+
+// LMDB believes the pages that it maps, and a process that follows a damaged one may not survive.
+void requireSoundPages(const std::filesystem::path &directory) {
+    const auto report = checkDataFile(dataFile(directory), 1);
+    if (report.findings.empty()) return;
+    throw Failure(Status::homeDamaged, {dataFile(directory).native(), report.findings.front()});
+}
+
+// LMDB has only EIO to say about a write that came half as far as it should.
+bool isDiskFull(const std::filesystem::path &directory) {
+    constexpr std::uint64_t least = std::uint64_t{1} << 16;
+    struct statvfs disk {};
+    return ::statvfs(directory.c_str(), &disk) == 0 && disk.f_bavail * disk.f_frsize < least;
+}
+
+bool anyoneMayWrite(const std::filesystem::path &path) {
+    struct stat file {};
+    return ::stat(path.c_str(), &file) != 0 || (file.st_mode & 0222) != 0;
+}
+
+}  // namespace
+
+std::shared_ptr<Environment> Environment::open(const std::filesystem::path &directory,
+                                               std::size_t mapSize) {
+    Registry &all = registry();
+    std::unique_lock lock(all.mutex);
+    const FileIdentity identity = identify(directory);
+    for (;;) {
+        const auto found = all.open.find(identity);
+        if (found == all.open.end()) break;
+        if (auto shared = found->second.lock()) return shared;
+        // Its last user is about to close it, which has to be over before it is opened again.
+        all.closed.wait(lock);
+    }
+    std::shared_ptr<Environment> shared(new Environment(directory, mapSize, false), closeShared);
+    all.open.emplace(identity, shared);
+    all.identities.emplace(shared.get(), identity);
+    return shared;
+}
+
+void Environment::closeShared(Environment *environment) {
+    Registry &all = registry();
+    const std::lock_guard lock(all.mutex);
+    const auto identity = all.identities.find(environment);
+    if (identity != all.identities.end()) {
+        all.open.erase(identity->second);
+        all.identities.erase(identity);
+    }
+    delete environment;
+    all.closed.notify_all();
+}
+
+// LMDB takes empty files for new ones. Made by itself they would be subject to the umask, and it
+// opens the data file a second time.
+void Environment::create(const std::filesystem::path &directory) {
+    makePrivateFile(dataFile(directory));
+    makePrivateFile(lockFile(directory));
+    makePrivateDirectory(directory / segmentsName);
+    const Environment made(directory, defaultMapSize, true);
+}
+
+Environment::Environment(std::filesystem::path directory, std::size_t mapSize, bool creating)
+    : directory_(std::move(directory)), dataFile_(dataFile(directory_)) {
+    identity_ = identify(directory_);
+    const unsigned flags = creating ? MDB_NOTLS : openFlags();
+    readOnly_ = (flags & MDB_RDONLY) != 0;
+    if (!creating) requireSoundPages(directory_);
+    if ((flags & MDB_NOLOCK) == 0) allocateLockFile(creating);
+    int error = openMap(mapSize, flags);
+    // Memory checkers say that so large a map is an invalid argument.
+    const auto isTooLarge = [](int code) { return code == ENOMEM || code == EINVAL; };
+    for (; isTooLarge(error) && mapSize > smallestMap; error = openMap(mapSize, flags))
+        mapSize /= 4;
+    if (error != MDB_SUCCESS) fail(error);
+    try {
+        removeDeadReaders();
+        if (creating) createTables();
+        checkVersion();
+        openTables();
+    } catch (...) {
+        ::mdb_env_close(env_);
+        throw;
+    }
+}
+
+Environment::~Environment() {
+    ::mdb_env_close(env_);
+}
+
+// Without a writable data file nothing can change here, and reading does not need the lock file
+// either when nobody else may write: a backup, say, whose files are all read-only.
+unsigned Environment::openFlags() const {
+    if (::faccessat(AT_FDCWD, dataFile(directory_).c_str(), W_OK, AT_EACCESS) == 0 ||
+        (errno != EACCES && errno != EROFS))
+        return MDB_NOTLS;
+    return MDB_NOTLS | MDB_RDONLY | (anyoneMayWrite(dataFile(directory_)) ? 0 : MDB_NOLOCK);
+}
+
+// LMDB writes to it through a map, which ends the process where the disk has no room for a page.
+// What it makes itself has no page yet, so it gets a file of the full length.
+void Environment::allocateLockFile(bool creating) const {
+    try {
+        takeLockFile(lockFile(directory_));
+    } catch (const Failure &failure) {
+        // Whoever may not make it hears from LMDB whether that matters.
+        if (failure.status() != Status::diskFull) return;
+        // A removal begins here, too.
+        if (creating) throw;
+        Reserve(homeOf(directory_)).use([this] { takeLockFile(lockFile(directory_)); });
+    }
+}
+
+int Environment::openMap(std::size_t mapSize, unsigned flags) {
+    int error = ::mdb_env_create(&env_);
+    if (error != MDB_SUCCESS) return error;
+    error = ::mdb_env_set_mapsize(env_, mapSize);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_maxdbs(env_, tableCount);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_maxreaders(env_, maxReaders);
+    if (error == MDB_SUCCESS) error = ::mdb_env_open(env_, directory_.c_str(), flags, fileMode);
+    if (error != MDB_SUCCESS) ::mdb_env_close(std::exchange(env_, nullptr));
+    return error;
+}
+
+void Environment::createTables() {
+    MDB_txn *transaction = nullptr;
+    int error = ::mdb_txn_begin(env_, nullptr, 0, &transaction);
+    if (error != MDB_SUCCESS) fail(error);
+    for (std::size_t i = 0; i < tableCount && error == MDB_SUCCESS; ++i)
+        error = ::mdb_dbi_open(transaction, tableNames[i], MDB_CREATE, &tables_[i]);
+    const std::string records[] = {encodeNumber(formatVersion), encodeState({})};
+    const std::string_view keys[] = {versionKey, stateKey};
+    for (std::size_t i = 0; i < 2 && error == MDB_SUCCESS; ++i) {
+        MDB_val key = toVal(keys[i]);
+        MDB_val record = toVal(records[i]);
+        error = ::mdb_put(transaction, tables_[0], &key, &record, 0);
+    }
+    if (error == MDB_SUCCESS) {
+        error = ::mdb_txn_commit(transaction);
+    } else {
+        ::mdb_txn_abort(transaction);
+    }
+    if (error != MDB_SUCCESS) fail(error);
+}
+
+// The version's place is the same in every format, past and future.
+void Environment::checkVersion() {
+    MDB_txn *transaction = beginRead();
+    MDB_dbi meta = 0;
+    int error = ::mdb_dbi_open(transaction, tableNames[0], 0, &meta);
+    MDB_val key = toVal(versionKey);
+    MDB_val record{};
+    if (error == MDB_SUCCESS) error = ::mdb_get(transaction, meta, &key, &record);
+    std::optional<std::uint32_t> version;
+    if (error == MDB_SUCCESS) version = decodeNumber(toView(record));
+    endRead(transaction);
+    if (!version) throw Failure(Status::homeDamaged, {directory_.native(), "it has no version"});
+    if (*version == formatVersion) return;
+    throw Failure(Status::homeVersion,
+                  {directory_.native(),
+                   std::to_string(*version) + " instead of " + std::to_string(formatVersion)});
+}
+
+void Environment::openTables() {
+    MDB_txn *transaction = beginRead();
+    int error = MDB_SUCCESS;
+    for (std::size_t i = 0; i < tableCount && error == MDB_SUCCESS; ++i)
+        error = ::mdb_dbi_open(transaction, tableNames[i], 0, &tables_[i]);
+    // A commit keeps the handles; there is nothing else to it in a reading transaction.
+    const int committed = ::mdb_txn_commit(transaction);
+    --readers_;
+    if (error != MDB_SUCCESS)
+        throw Failure(Status::homeDamaged, {directory_.native(), "a table is missing"});
+    if (committed != MDB_SUCCESS) fail(committed);
+}
+
+std::filesystem::path Environment::segmentFile(std::uint32_t number) const {
+    const std::string digits = std::to_string(number);
+    const std::string zeros(digits.size() < 8 ? 8 - digits.size() : 0, '0');
+    return segmentsDirectory() / (zeros + digits + ".seg");
+}
+
+std::shared_ptr<const Segment> Environment::segment(std::uint32_t number) {
+    const std::lock_guard lock(segmentsMutex_);
+    std::erase_if(segments_, [](const auto &known) { return known.second.expired(); });
+    auto &known = segments_[number];
+    auto segment = known.lock();
+    if (segment) return segment;
+    segment = Segment::open(segmentFile(number));
+    known = segment;
+    return segment;
+}
+
+std::uint64_t Environment::fileSize() const {
+    struct stat file {};
+    if (::stat(dataFile(directory_).c_str(), &file) != 0) return 0;
+    return static_cast<std::uint64_t>(file.st_blocks) * 512;
+}
+
+bool Environment::isAtItsPlace() const {
+    struct stat file {};
+    return ::stat(dataFile_.c_str(), &file) == 0 &&
+           FileIdentity(file.st_dev, file.st_ino) == identity_;
+}
+
+// The newest of the meta pages in the map tells it, without a place among the readers.
+std::uint64_t Environment::lastCommit() const {
+    MDB_envinfo info{};
+    const int error = ::mdb_env_info(env_, &info);
+    if (error != MDB_SUCCESS) fail(error);
+    return info.me_last_txnid;
+}
+
+// LMDB refuses everything once the page that makes a commit true could not be written; a failure
+// before that leaves it as it was.
+bool Environment::isCommitUncertain() {
+    const std::lock_guard lock(mapMutex_);
+    MDB_txn *transaction = nullptr;
+    if (::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction) != MDB_SUCCESS) return true;
+    ::mdb_txn_abort(transaction);
+    return false;
+}
+
+void Environment::removeDeadReaders() {
+    int dead = 0;
+    ::mdb_reader_check(env_, &dead);
+}
+
+MDB_txn *Environment::beginRead() {
+    const std::lock_guard lock(mapMutex_);
+    MDB_txn *transaction = nullptr;
+    int error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    if (error == MDB_READERS_FULL) {
+        removeDeadReaders();
+        error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    }
+    if (error == MDB_MAP_RESIZED && readers_ == 0) {
+        // Another process made the file larger than the map: take its size.
+        error = ::mdb_env_set_mapsize(env_, 0);
+        if (error == MDB_SUCCESS) error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
+    }
+    if (error != MDB_SUCCESS) fail(error);
+    ++readers_;
+    return transaction;
+}
+
+void Environment::endRead(MDB_txn *transaction) {
+    const std::lock_guard lock(mapMutex_);
+    ::mdb_txn_abort(transaction);
+    --readers_;
+}
+
+void Environment::grow() {
+    const std::lock_guard lock(mapMutex_);
+    if (readers_ > 0)
+        throw Failure(Status::storeFailed,
+                      {directory_.native() + ": its map cannot grow while it is read"});
+    MDB_envinfo info{};
+    int error = ::mdb_env_info(env_, &info);
+    if (error == MDB_SUCCESS) error = ::mdb_env_set_mapsize(env_, info.me_mapsize * 2);
+    if (error != MDB_SUCCESS) fail(error);
+}
+
+void Environment::fail(int error) const {
+    const std::string text = ::mdb_strerror(error);
+    const std::string &place = directory_.native();
+    switch (error) {
+        case ENOENT:
+            throw Failure(Status::unknownDatabase, {directory_.filename().native()});
+        case ENOMEM:
+            throw Failure(Status::outOfMemory);
+        case MDB_CORRUPTED:
+        case MDB_PAGE_NOTFOUND:
+        case MDB_INVALID:
+            throw Failure(Status::homeDamaged, {place, text});
+        case MDB_VERSION_MISMATCH:
+            throw Failure(Status::homeVersion, {place, text});
+        case EACCES:
+        case EPERM:
+            throw Failure(Status::homeUnreadable, {place, text});
+        case EIO:
+            if (isDiskFull(directory_)) throwWriteError(ENOSPC, dataFile(directory_));
+            throwWriteError(error, dataFile(directory_));
+        default:
+            if (error > 0) throwWriteError(error, dataFile(directory_));
+            throw Failure(Status::storeFailed, {place + ": " + text});
+    }
+}
+
+}  // namespace zdbs

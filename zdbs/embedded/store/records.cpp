@@ -1,0 +1,200 @@
+#include "zdbs/embedded/store/records.h"
+
+#include <cstring>
+#include <type_traits>
+
+namespace zdbs {
+
+namespace {
+
+template <typename Number>
+void append(std::string &bytes, Number number) {
+    static_assert(std::is_unsigned_v<Number>);
+    bytes.append(reinterpret_cast<const char *>(&number), sizeof number);
+}
+
+// Takes a number off the front; REQUIRES that it is there.
+template <typename Number>
+Number take(std::string_view &bytes) {
+    Number number;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    bytes.remove_prefix(sizeof number);
+    return number;
+}
+
+std::string bigEndian(std::uint64_t number, std::size_t size) {
+    std::string key(size, '\0');
+    for (std::size_t i = size; i-- > 0; number >>= 8)
+        key[i] = static_cast<char>(number & 0xff);
+    return key;
+}
+
+}  // namespace
+
+std::string encodeKey(std::uint32_t number) {
+    return bigEndian(number, sizeof number);
+}
+
+std::optional<std::uint32_t> decodeKey(std::string_view key) {
+    if (key.size() != sizeof(std::uint32_t)) return std::nullopt;
+    std::uint32_t number = 0;
+    for (const char byte : key)
+        number = number << 8 | static_cast<unsigned char>(byte);
+    return number;
+}
+
+std::string documentNameKey(std::string_view document) {
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const char byte : document) {
+        hash ^= static_cast<unsigned char>(byte);
+        hash *= 0x100000001b3;
+    }
+    return bigEndian(hash, sizeof hash);
+}
+
+std::string encodeNumber(std::uint32_t number) {
+    std::string bytes;
+    append(bytes, number);
+    return bytes;
+}
+
+std::optional<std::uint32_t> decodeNumber(std::string_view bytes) {
+    if (bytes.size() != sizeof(std::uint32_t)) return std::nullopt;
+    return take<std::uint32_t>(bytes);
+}
+
+std::string encodeState(const StateRecord &state) {
+    std::string bytes;
+    append(bytes, state.state);
+    append(bytes, state.documents);
+    append(bytes, state.nodes);
+    append(bytes, state.nextNode);
+    append(bytes, state.nameCount);
+    append(bytes, state.pathCount);
+    append(bytes, state.nextSegment);
+    return bytes;
+}
+
+std::optional<StateRecord> decodeState(std::string_view bytes) {
+    if (bytes.size() != 3 * sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t)) return std::nullopt;
+    StateRecord state;
+    state.state = take<std::uint64_t>(bytes);
+    state.documents = take<std::uint64_t>(bytes);
+    state.nodes = take<std::uint64_t>(bytes);
+    state.nextNode = take<std::uint32_t>(bytes);
+    state.nameCount = take<std::uint32_t>(bytes);
+    state.pathCount = take<std::uint32_t>(bytes);
+    state.nextSegment = take<std::uint32_t>(bytes);
+    return state;
+}
+
+std::string encodeDocument(const DocumentRecord &document) {
+    std::string bytes;
+    append(bytes, document.last);
+    append(bytes, document.xmlBytes);
+    return bytes.append(document.name);
+}
+
+std::optional<DocumentRecord> decodeDocument(std::string_view bytes) {
+    if (bytes.size() < sizeof(std::uint32_t) + sizeof(std::uint64_t)) return std::nullopt;
+    DocumentRecord document;
+    document.last = take<std::uint32_t>(bytes);
+    document.xmlBytes = take<std::uint64_t>(bytes);
+    document.name = bytes;
+    return document;
+}
+
+void encodeName(std::string &bytes, const NodeName &name) {
+    bytes.clear();
+    append(bytes, static_cast<std::uint32_t>(name.local.size()));
+    append(bytes, static_cast<std::uint32_t>(name.prefix.size()));
+    bytes.append(name.local).append(name.prefix).append(name.uri);
+}
+
+std::optional<NodeName> decodeName(std::string_view bytes) {
+    if (bytes.size() < 2 * sizeof(std::uint32_t)) return std::nullopt;
+    const std::size_t local = take<std::uint32_t>(bytes);
+    const std::size_t prefix = take<std::uint32_t>(bytes);
+    if (bytes.size() < local + prefix) return std::nullopt;
+    return NodeName{bytes.substr(0, local), bytes.substr(local, prefix),
+                    bytes.substr(local + prefix)};
+}
+
+std::string encodePath(const Path &path) {
+    std::string bytes;
+    append(bytes, path.parent);
+    append(bytes, path.name);
+    append(bytes, path.isRegular ? path.level : 0);
+    append(bytes, static_cast<std::uint32_t>(path.kind));
+    return bytes;
+}
+
+std::optional<Path> decodePath(std::string_view bytes) {
+    if (bytes.size() != 4 * sizeof(std::uint32_t)) return std::nullopt;
+    Path path;
+    path.parent = take<std::uint32_t>(bytes);
+    path.name = take<std::uint32_t>(bytes);
+    path.level = take<std::uint32_t>(bytes);
+    path.isRegular = path.level != 0;
+    const auto kind = take<std::uint32_t>(bytes);
+    if (kind > static_cast<std::uint32_t>(NodeKind::processingInstruction)) return std::nullopt;
+    path.kind = static_cast<NodeKind>(kind);
+    return path;
+}
+
+std::string encodeSegment(const SegmentRecord &segment) {
+    std::string bytes;
+    append(bytes, segment.file);
+    append(bytes, segment.last);
+    append(bytes, segment.nodes);
+    append(bytes, segment.checksum);
+    append(bytes, segment.bytes);
+    return bytes;
+}
+
+std::optional<SegmentRecord> decodeSegment(std::string_view bytes) {
+    if (bytes.size() != 4 * sizeof(std::uint32_t) + sizeof(std::uint64_t)) return std::nullopt;
+    SegmentRecord segment;
+    segment.file = take<std::uint32_t>(bytes);
+    segment.last = take<std::uint32_t>(bytes);
+    segment.nodes = take<std::uint32_t>(bytes);
+    segment.checksum = take<std::uint32_t>(bytes);
+    segment.bytes = take<std::uint64_t>(bytes);
+    return segment;
+}
+
+std::string encodeLongElements(const std::vector<LongElement> &elements) {
+    std::string bytes;
+    for (const LongElement &element : elements) {
+        append(bytes, element.node);
+        append(bytes, element.last);
+    }
+    return bytes;
+}
+
+std::optional<std::vector<LongElement>> decodeLongElements(std::string_view bytes) {
+    if (bytes.size() % (2 * sizeof(std::uint32_t)) != 0) return std::nullopt;
+    std::vector<LongElement> elements;
+    while (!bytes.empty()) {
+        const auto node = take<std::uint32_t>(bytes);
+        elements.push_back({node, take<std::uint32_t>(bytes)});
+    }
+    return elements;
+}
+
+std::string encodeNumbers(const std::vector<std::uint32_t> &numbers) {
+    std::string bytes;
+    for (const std::uint32_t number : numbers)
+        append(bytes, number);
+    return bytes;
+}
+
+std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes) {
+    if (bytes.size() % sizeof(std::uint32_t) != 0) return std::nullopt;
+    std::vector<std::uint32_t> numbers;
+    while (!bytes.empty())
+        numbers.push_back(take<std::uint32_t>(bytes));
+    return numbers;
+}
+
+}  // namespace zdbs

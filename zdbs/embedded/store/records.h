@@ -1,0 +1,91 @@
+/**
+ * Keys and records of the tables of a database; docs/format.md has the whole
+ * list. Keys are big-endian, so that their order is the order of the numbers;
+ * what stands in records is little-endian.
+ */
+#ifndef ZDBS_EMBEDDED_STORE_RECORDS_H
+#define ZDBS_EMBEDDED_STORE_RECORDS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zdbs/embedded/paths/path_summary.h"
+#include "zdbs/embedded/tree/node_table.h"
+
+namespace zdbs {
+
+/** The format that this code reads and writes; another one is refused. */
+constexpr std::uint32_t formatVersion = 3;
+
+constexpr std::string_view versionKey = "version";
+constexpr std::string_view stateKey = "state";
+
+/** The record under stateKey: what of the other tables counts. */
+struct StateRecord {
+    std::uint64_t state = 0;  ///< grows by one with every commit
+    std::uint64_t documents = 0;
+    std::uint64_t nodes = 0;
+    std::uint32_t nextNode = 1;  ///< the first number never given
+    std::uint32_t nameCount = 0;
+    std::uint32_t pathCount = 0;
+    std::uint32_t nextSegment = 1;  ///< the first number of a file never given
+};
+
+/** The record of a segment; its key is its first node. */
+struct SegmentRecord {
+    std::uint32_t file = 0;      ///< number of the file
+    NodeId last = noNode;        ///< last node
+    std::uint32_t nodes = 0;     ///< that have rows in it, of removed documents too
+    std::uint32_t checksum = 0;  ///< SegmentHeader::frontChecksum of the file
+    std::uint64_t bytes = 0;     ///< length of the file
+};
+
+struct DocumentRecord {
+    NodeId last = noNode;
+    std::uint64_t xmlBytes = 0;
+    std::string_view name;
+};
+
+/** A segment with its key. */
+struct StoredSegment {
+    NodeId first = noNode;
+    SegmentRecord record;
+};
+
+/** An element that ended when the segment that it is in was written already. */
+struct LongElement {
+    NodeId node;
+    NodeId last;
+};
+
+std::string encodeKey(std::uint32_t number);
+std::optional<std::uint32_t> decodeKey(std::string_view key);
+
+/** Key of the documents whose names have this hash (64-bit FNV-1a). */
+std::string documentNameKey(std::string_view document);
+
+// Each decoder answers nothing when the bytes cannot be such a record; views
+// in the answer point into the bytes.
+std::string encodeNumber(std::uint32_t number);
+std::optional<std::uint32_t> decodeNumber(std::string_view bytes);
+std::string encodeState(const StateRecord &state);
+std::optional<StateRecord> decodeState(std::string_view bytes);
+std::string encodeDocument(const DocumentRecord &document);
+std::optional<DocumentRecord> decodeDocument(std::string_view bytes);
+void encodeName(std::string &bytes, const NodeName &name);  // replaces what is in `bytes`
+std::optional<NodeName> decodeName(std::string_view bytes);
+std::string encodePath(const Path &path);
+std::optional<Path> decodePath(std::string_view bytes);
+std::string encodeSegment(const SegmentRecord &segment);
+std::optional<SegmentRecord> decodeSegment(std::string_view bytes);
+std::string encodeLongElements(const std::vector<LongElement> &elements);
+std::optional<std::vector<LongElement>> decodeLongElements(std::string_view bytes);
+std::string encodeNumbers(const std::vector<std::uint32_t> &numbers);
+std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes);
+
+}  // namespace zdbs
+
+#endif
