@@ -7,9 +7,6 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/base/status.h"
-#include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/home/home.h"
 
 namespace zdbs::admin {
 
@@ -69,16 +66,12 @@ std::string asJsonText(const CheckReport &report, const std::string &database) {
 }  // namespace
 
 bool check(const HomeChoice &home, const std::string &database, bool asJson) {
-    const auto opened = home.open();
-    if (!opened->hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
     CheckReport report;
     {
         CheckProgress progress;
-        CheckOptions options;
-        options.progress = [&](std::uint64_t done, std::uint64_t total) {
+        report = home.open()->check(database, [&](std::uint64_t done, std::uint64_t total) {
             progress.update(done, total);
-        };
-        report = checkDatabase(opened->databasePath(database), options);
+        });
     }
     writeOutput(asJson ? asJsonText(report, database) : asText(report));
     return report.found == 0;

@@ -7,13 +7,12 @@
 #ifndef ZDBS_ADMIN_COMMANDS_H
 #define ZDBS_ADMIN_COMMANDS_H
 
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "zdbs/embedded/home/home.h"
+#include "zdbs/engine/administration.h"
 #include "zdbs/load/loader.h"
 
 namespace zdbs::admin {
@@ -24,12 +23,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/** Which home: what --home says, or Home::locate(). */
+/** Which home: what --home says, or configuredLocation(). */
 struct HomeChoice {
     std::string directory;
 
-    std::filesystem::path path() const;
-    std::shared_ptr<Home> open() const;
+    std::string location() const;
+    std::unique_ptr<Administration> open() const;
 };
 
 bool initHome(const HomeChoice &home);

@@ -1,12 +1,10 @@
-#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/sizes.h"
-#include "zdbs/embedded/store/snapshot.h"
-#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
 
@@ -15,59 +13,51 @@ namespace {
 constexpr auto left = TextTable::Align::left;
 constexpr auto right = TextTable::Align::right;
 
-std::uint64_t nodesOf(const DocumentRange &document) {
-    return std::uint64_t{document.last} - document.first + 1;
-}
-
-std::string databasesAsJson(const Home &home) {
+std::string databasesAsJson(const Administration &home) {
     JsonWriter json;
     json.beginArray();
     for (const std::string &database : home.databases()) {
-        const auto snapshot = home.snapshot(database);
+        const DatabaseSummary summary = home.summary(database);
         json.beginObject();
         json.key("database").value(database);
-        json.key("documents").value(snapshot->documents().size());
-        json.key("nodes").value(snapshot->nodeCount());
-        json.key("bytes").value(snapshot->diskBytes());
+        json.key("documents").value(summary.documents);
+        json.key("nodes").value(summary.nodes);
+        json.key("bytes").value(summary.diskBytes);
         json.endObject();
     }
     return json.endArray().text() + '\n';
 }
 
-std::string databasesAsTable(const Home &home) {
+std::string databasesAsTable(const Administration &home) {
     TextTable table({left, right, right, right});
     table.add({"DATABASE", "DOCUMENTS", "NODES", "ON DISK"});
     for (const std::string &database : home.databases()) {
-        const auto snapshot = home.snapshot(database);
-        table.add({database, std::to_string(snapshot->documents().size()),
-                   std::to_string(snapshot->nodeCount()), sizeText(snapshot->diskBytes())});
+        const DatabaseSummary summary = home.summary(database);
+        table.add({database, std::to_string(summary.documents), std::to_string(summary.nodes),
+                   sizeText(summary.diskBytes)});
     }
     return table.text();
 }
 
-std::string documentsAsJson(const Snapshot &snapshot) {
+std::string documentsAsJson(const std::vector<DocumentSummary> &documents) {
     JsonWriter json;
     json.beginArray();
-    for (std::size_t i = 0; i < snapshot.documents().size(); ++i) {
-        const DocumentRange &document = snapshot.documents()[i];
+    for (const DocumentSummary &document : documents) {
         json.beginObject();
         json.key("document").value(document.name);
-        json.key("nodes").value(nodesOf(document));
-        json.key("first").value(std::uint64_t{document.first});
-        json.key("xmlBytes").value(snapshot.xmlBytes(i));
+        json.key("nodes").value(document.nodes);
+        json.key("first").value(document.first);
+        json.key("xmlBytes").value(document.xmlBytes);
         json.endObject();
     }
     return json.endArray().text() + '\n';
 }
 
-std::string documentsAsTable(const Snapshot &snapshot) {
+std::string documentsAsTable(const std::vector<DocumentSummary> &documents) {
     TextTable table({right, right, left});
     table.add({"NODES", "XML", "DOCUMENT"});
-    for (std::size_t i = 0; i < snapshot.documents().size(); ++i) {
-        const DocumentRange &document = snapshot.documents()[i];
-        table.add({std::to_string(nodesOf(document)), sizeText(snapshot.xmlBytes(i)),
-                   std::string(document.name)});
-    }
+    for (const DocumentSummary &document : documents)
+        table.add({std::to_string(document.nodes), sizeText(document.xmlBytes), document.name});
     return table.text();
 }
 
@@ -90,16 +80,14 @@ bool listDatabases(const HomeChoice &home, bool asJson) {
 }
 
 bool listDocuments(const HomeChoice &home, const std::string &database, bool asJson) {
-    const auto snapshot = home.open()->snapshot(database);
-    writeOutput(asJson ? documentsAsJson(*snapshot) : documentsAsTable(*snapshot));
+    const std::vector<DocumentSummary> documents = home.open()->documents(database);
+    writeOutput(asJson ? documentsAsJson(documents) : documentsAsTable(documents));
     return true;
 }
 
 bool removeDocument(const HomeChoice &home, const std::string &database,
                     const std::string &document) {
-    const auto writer = home.open()->write(database, [&] { tellWaiting(database); });
-    writer->removeDocument(document);
-    writer->commit();
+    home.open()->removeDocument(database, document, [&] { tellWaiting(database); });
     return true;
 }
 

@@ -15,6 +15,7 @@
 #include "zdbs/base/sink.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs::admin {
@@ -142,7 +143,7 @@ DocumentRange findDocument(const Snapshot &snapshot, const DumpRequest &request)
 }  // namespace
 
 bool dump(const HomeChoice &home, const DumpRequest &request) {
-    const auto snapshot = home.open()->snapshot(request.database);
+    const auto snapshot = Home::open(home.location())->snapshot(request.database);
     DumpRun run(*snapshot);
     if (!request.directory.empty() && request.document.empty()) {
         run.writeAll(request.directory);

@@ -10,7 +10,6 @@
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/embedded_engine.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
 
@@ -118,7 +117,7 @@ private:
 }  // namespace
 
 bool explain(const HomeChoice &home, const ExplainRequest &request) {
-    const auto session = Session::ofOwner(openAsOwner(home.open(), request.database));
+    const auto session = Session::ofOwner(home.open()->open(request.database));
     Explainer explainer(*session);
     ExplanationWriter writer(request);
     for (const std::string &text : request.requests) {

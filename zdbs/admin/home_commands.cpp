@@ -8,12 +8,13 @@
 #include "zdbs/admin/password_prompt.h"
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
+#include "zdbs/engine/registry.h"
 
 namespace zdbs::admin {
 
 namespace {
 
-bool hasUser(const Home &home, const std::string &user) {
+bool hasUser(const Administration &home, const std::string &user) {
     const auto users = home.users();
     return std::find(users.begin(), users.end(), user) != users.end();
 }
@@ -29,7 +30,7 @@ std::string joined(const std::vector<std::string> &words) {
     return text;
 }
 
-std::string usersAsJson(const Home &home) {
+std::string usersAsJson(const Administration &home) {
     JsonWriter json;
     json.beginArray();
     for (const std::string &user : home.users()) {
@@ -41,7 +42,7 @@ std::string usersAsJson(const Home &home) {
     return json.endArray().text() + '\n';
 }
 
-std::string usersAsTable(const Home &home) {
+std::string usersAsTable(const Administration &home) {
     TextTable table({TextTable::Align::left, TextTable::Align::left});
     table.add({"USER", "DATABASES"});
     for (const std::string &user : home.users())
@@ -51,16 +52,18 @@ std::string usersAsTable(const Home &home) {
 
 }  // namespace
 
-std::filesystem::path HomeChoice::path() const {
-    return directory.empty() ? Home::locate() : std::filesystem::path(directory);
+std::string HomeChoice::location() const {
+    return directory.empty() ? configuredLocation() : directory;
 }
 
-std::shared_ptr<Home> HomeChoice::open() const {
-    return Home::open(path());
+std::unique_ptr<Administration> HomeChoice::open() const {
+    return administer(location());
 }
 
 bool initHome(const HomeChoice &home) {
-    writeOutput("The home is in " + Home::create(home.path())->path().native() + ".\n");
+    const std::string location = home.location();
+    makeLocation(location);
+    writeOutput("The home is in " + location + ".\n");
     return true;
 }
 

@@ -10,6 +10,7 @@
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/admin/xml_sources.h"
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
@@ -111,8 +112,9 @@ std::string documentsText(std::size_t count) {
 }  // namespace
 
 bool load(const HomeChoice &home, const LoadRequest &request) {
-    const auto writer =
-        home.open()->write(request.database, [&] { tellWaiting(request.database); });
+    const auto writer = Home::open(home.location())->write(request.database, [&] {
+        tellWaiting(request.database);
+    });
     LoadRun run(*writer, request);
     try {
         if (run.run()) return true;

@@ -12,7 +12,6 @@
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/embedded_engine.h"
 #include "zdbs/export/export_document.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
@@ -159,7 +158,7 @@ void check(const QueryRequest &request) {
 
 bool query(const HomeChoice &home, const QueryRequest &request) {
     check(request);
-    const auto session = Session::ofOwner(openAsOwner(home.open(), request.database));
+    const auto session = Session::ofOwner(home.open()->open(request.database));
     const NestedScope oneState(*session);
     QueryRun run(*session, request);
     if (request.requests.empty()) run.answerInput();

@@ -47,10 +47,4 @@ std::shared_ptr<const Engine> openEmbeddedEngine(const std::filesystem::path &ho
     return std::make_shared<EmbeddedEngine>(Home::open(home));
 }
 
-std::unique_ptr<OpenDatabase> openAsOwner(const std::shared_ptr<Home> &home,
-                                          std::string_view database) {
-    auto newest = [home, name = std::string(database)] { return home->snapshot(name); };
-    return makeEmbeddedDatabase(std::string(database), newest);
-}
-
 }  // namespace zdbs

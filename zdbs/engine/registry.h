@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "zdbs/engine/engine.h"
+#include "zdbs/engine/administration.h"
 
 namespace zdbs {
 
@@ -16,8 +16,16 @@ namespace zdbs {
  */
 std::string configuredLocation();
 
-/** A directory is a home of the embedded engine. Throws Failure: homeMissing. */
+// A location that is a directory is a home of the embedded engine.
+
+/** Throws Failure(homeMissing). */
 std::shared_ptr<const Engine> openEngine(const std::string &location);
+
+/** For whoever owns the location. Throws Failure(homeMissing). */
+std::unique_ptr<Administration> administer(const std::string &location);
+
+/** Makes a location without users and databases. Throws Failure(homeExists). */
+void makeLocation(const std::string &location);
 
 }  // namespace zdbs
 

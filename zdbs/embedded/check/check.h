@@ -13,21 +13,12 @@
 
 namespace zdbs {
 
-struct CheckReport {
-    std::vector<Finding> findings;   ///< the first ones of each structure
-    std::uint64_t found = 0;         ///< how many there are in all
-    std::vector<std::string> notes;  ///< what is odd and does no harm: files left behind
-    std::uint64_t documents = 0;     ///< that are in the catalogue
-    std::uint64_t nodes = 0;         ///< of those that were looked at
-    std::uint64_t segments = 0;      ///< that could be read
-};
-
 struct CheckOptions {
     std::size_t mostOfAStructure = 5;  ///< findings that are told of each structure
     std::size_t mostOfAll = 1000;
 
     /** Called every now and then; `done` of `total` bytes. What it throws ends the check. */
-    std::function<void(std::uint64_t done, std::uint64_t total)> progress;
+    ProgressReport progress;
 };
 
 /**

@@ -9,16 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "zdbs/engine/administration.h"
+
 namespace zdbs {
-
-/** Something that is wrong. */
-struct Finding {
-    std::string place;      ///< file or table: "table names", "segments/00000003.seg"
-    std::string structure;  ///< which part of it: "checksum of path 5", "parents of /a/b"
-    std::string text;       ///< where in it and what: "row 7 (node 9): 3 instead of 2"
-
-    std::string toString() const { return place + ": " + structure + ": " + text; }
-};
 
 /**
  * Collects findings: the first ones of each structure, and how many there are, so that

@@ -2,7 +2,6 @@
 
 #include <crypt.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -34,16 +33,13 @@ bool canBeHashed(std::string_view password) {
            password.find('\0') == std::string_view::npos;
 }
 
-// The hash under a salt or an earlier hash; empty when libcrypt refuses it. Throws std::bad_alloc.
+// The hash under a salt or an earlier hash; empty when libcrypt refuses it.
 std::string crypt(std::string_view password, std::string_view setting) {
     auto data = std::make_unique<crypt_data>();
     const std::string passwordText(password);
     const std::string settingText(setting);
-    errno = 0;
     const char *hash = ::crypt_rn(passwordText.c_str(), settingText.c_str(), data.get(),
                                   static_cast<int>(sizeof(crypt_data)));
-    // A password that could not be hashed for want of memory is not a wrong one.
-    if (hash == nullptr && errno == ENOMEM) throw std::bad_alloc();
     return hash ? hash : "";
 }
 
@@ -77,7 +73,10 @@ bool verifyPassword(std::string_view password, std::string_view hash) {
 }
 
 void verifyNothing(std::string_view password) {
-    crypt(canBeHashed(password) ? password : std::string_view(), nobodysHash);
+    // There is nothing wrong with this hash, so that only memory can be wanting. libcrypt gives no
+    // reason, and a password that could not be hashed is not a wrong one.
+    if (crypt(canBeHashed(password) ? password : std::string_view(), nobodysHash).empty())
+        throw std::bad_alloc();
 }
 
 }  // namespace zdbs

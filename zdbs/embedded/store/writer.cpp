@@ -77,7 +77,7 @@ void Writer::commit() {
     run_->commit();
 }
 
-Writer::Compaction Writer::compact(const CompactionReport &report) {
+Compaction Writer::compact(const ProgressReport &report) {
     return run_->compact(report);
 }
 

@@ -12,6 +12,7 @@
 #include "zdbs/embedded/store/path_dictionary.h"
 #include "zdbs/embedded/store/segment_rows.h"
 #include "zdbs/embedded/tree/node_table.h"
+#include "zdbs/engine/administration.h"
 
 namespace zdbs {
 
@@ -97,21 +98,12 @@ public:
     /** Makes all of it the database's newest state. Nothing may be called after it. */
     void commit();
 
-    /** Told now and then: `done` of `total` bytes of segments are written anew. */
-    using CompactionReport = std::function<void(std::uint64_t done, std::uint64_t total)>;
-
-    /** Bytes that a database takes on disk. */
-    struct Compaction {
-        std::uint64_t before = 0;
-        std::uint64_t after = 0;
-    };
-
     /**
      * Writes segments that hold removed documents, and small ones, anew, and makes that the
      * database's newest state; as it stands when there is nothing to win. Numbers of nodes
      * stay. REQUIRES that nothing was changed; nothing may be called after it.
      */
-    Compaction compact(const CompactionReport &report = {});
+    Compaction compact(const ProgressReport &report = {});
 
 private:
     class Run;

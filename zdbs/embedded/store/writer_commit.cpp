@@ -46,7 +46,7 @@ void Writer::Run::commit() {
     commitState();
 }
 
-Writer::Compaction Writer::Run::compact(const CompactionReport &report) {
+Compaction Writer::Run::compact(const ProgressReport &report) {
     const auto diskBytes = [&](const std::vector<StoredSegment> &segments) {
         std::uint64_t bytes = environment_->fileSize();
         for (const StoredSegment &segment : segments)
@@ -130,7 +130,7 @@ std::vector<std::uint32_t> Writer::Run::presentNodes() const {
 }
 
 /** Writes the segments of each group anew as one. */
-void Writer::Run::replace(std::span<const SegmentGroup> groups, const CompactionReport &report) {
+void Writer::Run::replace(std::span<const SegmentGroup> groups, const ProgressReport &report) {
     std::uint64_t done = 0;
     std::uint64_t total = 0;
     for (const SegmentGroup &group : groups)

@@ -49,7 +49,7 @@ public:
     void abandon();
     void remove(std::string_view document);
     void commit();
-    Compaction compact(const CompactionReport &report);
+    Compaction compact(const ProgressReport &report);
 
 private:
     struct NodeRange {
@@ -71,7 +71,7 @@ private:
 
     void flush();
     void dropEmptySegments();
-    void replace(std::span<const SegmentGroup> groups, const CompactionReport &report = {});
+    void replace(std::span<const SegmentGroup> groups, const ProgressReport &report = {});
     std::uint64_t bytesOf(const SegmentGroup &group) const;
     SegmentRows rowsOf(std::span<const StoredSegment> segments) const;
     std::vector<DocumentRange> documentsIn(NodeId first, NodeId last) const;

@@ -16,7 +16,7 @@
 #include "zdbs/base/sink.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/embedded_engine.h"
+#include "zdbs/embedded/embedded_administration.h"
 #include "zdbs/embedded/fragments/serializer.h"
 #include "zdbs/embedded/paths/path_nodes.h"
 #include "zdbs/embedded/store/snapshot.h"
@@ -109,8 +109,7 @@ void requireTold(const Session &session) {
 }
 
 void query(const DamagedDatabase &database) {
-    const auto home = Home::open(database.home());
-    const auto session = Session::ofOwner(openAsOwner(home, "db"));
+    const auto session = Session::ofOwner(administerHome(database.home())->open("db"));
     for (const char *command :
          {"DEFINE FIND MIN=0", "BASE db", "FIND N_NAME=item", "FIND N_NAME=n AND N_TVALUE<&500&",
           "FIND N_TYPE=TEXT AND N_TVALUE=$words that$", "FIND N_TVALUE=$word699 $",

@@ -50,7 +50,7 @@ protected:
         return std::distance(entries, {});
     }
 
-    Writer::Compaction compact(const SegmentLimits &limits) {
+    Compaction compact(const SegmentLimits &limits) {
         return Writer(environment(), {}, limits).compact();
     }
 
@@ -448,7 +448,7 @@ TEST_F(WriterTest, CompactsWhatRemovedDocumentsHeld) {
         writer.commit();
     }
     const auto before = test_.home->snapshot("db");
-    const Writer::Compaction done = compact({});
+    const Compaction done = compact({});
     EXPECT_LT(done.after, done.before);
     const auto after = test_.home->snapshot("db");
     EXPECT_NE(after, before);

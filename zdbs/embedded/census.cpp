@@ -1,0 +1,94 @@
+#include "zdbs/embedded/census.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "zdbs/embedded/store/snapshot.h"
+
+namespace zdbs {
+namespace {
+
+struct SizePart {
+    const char *key;
+    const char *label;
+    std::uint64_t StoreSizes::*size;
+};
+
+constexpr SizePart sizeParts[] = {
+    {"all", "on disk", &StoreSizes::all},
+    {"structure", "  structure", &StoreSizes::structure},
+    {"pathOfNode", "  path of each node", &StoreSizes::pathOfNode},
+    {"values", "  values", &StoreSizes::values},
+    {"textOrder", "  order of texts", &StoreSizes::textOrder},
+    {"numberOrder", "  order of numbers", &StoreSizes::numberOrder},
+    {"trigrams", "  trigrams", &StoreSizes::trigrams},
+    {"valueIndex", "  index of values", &StoreSizes::valueIndex},
+    {"documents", "  documents", &StoreSizes::documents},
+    {"names", "  names", &StoreSizes::names},
+    {"paths", "  paths", &StoreSizes::paths},
+    {"unused", "  unused", &StoreSizes::unused},
+};
+
+using CountsOfName = std::array<std::uint64_t, DatabaseInfo::kindCount>;
+
+std::vector<NameCount> sortedNames(const Snapshot &snapshot,
+                                   const std::vector<CountsOfName> &counts) {
+    std::vector<NameCount> names;
+    for (std::uint32_t number = 0; number < counts.size(); ++number) {
+        for (std::size_t kind = 0; kind < DatabaseInfo::kindCount; ++kind) {
+            if (counts[number][kind] == 0) continue;
+            const NodeName &name = snapshot.nameOf(number);
+            names.push_back({static_cast<NodeKind>(kind), std::string(name.prefix),
+                             std::string(name.local), std::string(name.uri), counts[number][kind]});
+        }
+    }
+    // Names of one count stay in the order of their first use.
+    std::stable_sort(names.begin(), names.end(),
+                     [](const NameCount &a, const NameCount &b) { return a.count > b.count; });
+    return names;
+}
+
+/** Nodes of an irregular path carry their names. */
+void countIrregular(const Snapshot &snapshot, PathId path, std::size_t kind,
+                    std::vector<CountsOfName> &counts) {
+    for (const RowId row : *snapshot.liveRows(path)) {
+        const PathRun &run = snapshot.runOf({path, row});
+        if (run.names.size() > 0) ++counts[run.names.at(row - run.firstRow)][kind];
+    }
+}
+
+void countNodes(const Snapshot &snapshot, DatabaseInfo &info) {
+    std::vector<CountsOfName> counts(snapshot.nameCount());
+    for (PathId number = 0; number < snapshot.summary().size(); ++number) {
+        const Path &path = snapshot.summary()[number];
+        const auto kind = static_cast<std::size_t>(path.kind);
+        const std::uint64_t nodes = snapshot.liveRows(number)->cardinality();
+        info.kinds[kind] += nodes;
+        if (!path.isRegular)
+            countIrregular(snapshot, number, kind, counts);
+        else if (path.name != noName)
+            counts[path.name][kind] += nodes;
+    }
+    info.names = sortedNames(snapshot, counts);
+}
+
+}  // namespace
+
+DatabaseInfo takeCensus(const Snapshot &snapshot) {
+    DatabaseInfo info;
+    info.documents = snapshot.documents().size();
+    info.nodes = snapshot.nodeCount();
+    countNodes(snapshot, info);
+    for (std::size_t i = 0; i < snapshot.documents().size(); ++i)
+        info.xmlBytes += snapshot.xmlBytes(i);
+    const StoreSizes sizes = snapshot.sizes();
+    for (const SizePart &part : sizeParts)
+        info.sizes.push_back({part.key, part.label, sizes.*part.size});
+    return info;
+}
+
+}  // namespace zdbs

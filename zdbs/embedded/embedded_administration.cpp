@@ -1,0 +1,103 @@
+#include "zdbs/embedded/embedded_administration.h"
+
+#include <string>
+#include <utility>
+
+#include "zdbs/base/status.h"
+#include "zdbs/embedded/census.h"
+#include "zdbs/embedded/check/check.h"
+#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
+
+namespace zdbs {
+namespace {
+
+class EmbeddedAdministration final : public Administration {
+public:
+    explicit EmbeddedAdministration(std::shared_ptr<Home> home) : home_(std::move(home)) {}
+
+    std::vector<std::string> users() const override { return home_->users(); }
+    std::vector<std::string> grants(std::string_view user) const override {
+        return home_->grants(user);
+    }
+    void addUser(std::string_view user, std::string_view password) override {
+        home_->addUser(user, password);
+    }
+    void setPassword(std::string_view user, std::string_view password) override {
+        home_->setPassword(user, password);
+    }
+    void removeUser(std::string_view user) override { home_->removeUser(user); }
+    void grant(std::string_view user, std::string_view database) override {
+        home_->grant(user, database);
+    }
+    void revoke(std::string_view user, std::string_view database) override {
+        home_->revoke(user, database);
+    }
+
+    std::vector<std::string> databases() const override { return home_->databases(); }
+    void createDatabase(std::string_view database) override { home_->createDatabase(database); }
+    void dropDatabase(std::string_view database, const WaitingReport &waiting) override {
+        home_->dropDatabase(database, waiting);
+    }
+
+    std::unique_ptr<OpenDatabase> open(std::string_view database) const override {
+        auto newest = [home = home_, name = std::string(database)] { return home->snapshot(name); };
+        return makeEmbeddedDatabase(std::string(database), newest);
+    }
+
+    DatabaseSummary summary(std::string_view database) const override {
+        const auto snapshot = home_->snapshot(database);
+        return {snapshot->documents().size(), snapshot->nodeCount(), snapshot->diskBytes()};
+    }
+
+    std::vector<DocumentSummary> documents(std::string_view database) const override {
+        const auto snapshot = home_->snapshot(database);
+        std::vector<DocumentSummary> list;
+        for (const DocumentRange &document : snapshot->documents()) {
+            list.push_back({std::string(document.name), document.first,
+                            std::uint64_t{document.last} - document.first + 1,
+                            snapshot->xmlBytes(list.size())});
+        }
+        return list;
+    }
+
+    DatabaseInfo info(std::string_view database) const override {
+        return takeCensus(*home_->snapshot(database));
+    }
+
+    CheckReport check(std::string_view database, const ProgressReport &progress) const override {
+        if (!home_->hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
+        CheckOptions options;
+        options.progress = progress;
+        return checkDatabase(home_->databasePath(database), options);
+    }
+
+    Compaction compact(std::string_view database, const WaitingReport &waiting,
+                       const ProgressReport &progress) override {
+        return home_->write(database, waiting)->compact(progress);
+    }
+
+    void removeDocument(std::string_view database, std::string_view document,
+                        const WaitingReport &waiting) override {
+        const auto writer = home_->write(database, waiting);
+        writer->removeDocument(document);
+        writer->commit();
+    }
+
+private:
+    std::shared_ptr<Home> home_;
+};
+
+}  // namespace
+
+std::unique_ptr<Administration> administerHome(const std::filesystem::path &home) {
+    return std::make_unique<EmbeddedAdministration>(Home::open(home));
+}
+
+void makeHome(const std::filesystem::path &home) {
+    Home::create(home);
+}
+
+}  // namespace zdbs
