@@ -80,14 +80,16 @@ bool listDatabases(const HomeChoice &home, bool asJson) {
 }
 
 bool listDocuments(const HomeChoice &home, const std::string &database, bool asJson) {
-    const std::vector<DocumentSummary> documents = home.open()->documents(database);
-    writeOutput(asJson ? documentsAsJson(documents) : documentsAsTable(documents));
+    const auto documents = home.open()->documents(database);
+    writeOutput(asJson ? documentsAsJson(documents->list()) : documentsAsTable(documents->list()));
     return true;
 }
 
 bool removeDocument(const HomeChoice &home, const std::string &database,
                     const std::string &document) {
-    home.open()->removeDocument(database, document, [&] { tellWaiting(database); });
+    const auto load = home.open()->load(database, [&] { tellWaiting(database); });
+    load->removeDocument(document);
+    load->commit();
     return true;
 }
 

@@ -8,15 +8,13 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/base/sink.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/fragments/serializer.h"
-#include "zdbs/embedded/home/home.h"
-#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs::admin {
 
@@ -28,10 +26,10 @@ namespace {
     throw Failure(Status::writeFailed, {path.native(), std::system_category().message(error)});
 }
 
-void writeDocument(const Snapshot &snapshot, const DocumentRange &document,
+void writeDocument(const StoredDocuments &documents, std::size_t place,
                    ChunkSink::Consumer consumer) {
     ChunkSink sink(std::move(consumer));
-    XmlSerializer(snapshot, sink).writeDocument(document);
+    documents.write(place, sink);
     sink.flush();
 }
 
@@ -73,88 +71,84 @@ private:
 /** Documents on their way out, with a bar of how much of the loaded XML that is. */
 class DumpRun {
 public:
-    explicit DumpRun(const Snapshot &snapshot) : snapshot_(snapshot) {}
+    explicit DumpRun(const StoredDocuments &documents) : documents_(documents) {}
 
     void writeAll(const fs::path &folder) {
         std::uint64_t total = 0;
-        for (std::size_t i = 0; i < snapshot_.documents().size(); ++i)
-            total += snapshot_.xmlBytes(i);
+        for (const DocumentSummary &document : documents_.list())
+            total += document.xmlBytes;
         Progress progress(total);
-        for (const DocumentRange &document : snapshot_.documents())
-            writeFile(document, folder, progress);
+        for (std::size_t place = 0; place < documents_.list().size(); ++place)
+            writeFile(place, folder, progress);
     }
 
-    void writeFile(const DocumentRange &document, const fs::path &folder) {
-        Progress progress(sizeOf(document));
-        writeFile(document, folder, progress);
+    void writeFile(std::size_t place, const fs::path &folder) {
+        Progress progress(documents_.list()[place].xmlBytes);
+        writeFile(place, folder, progress);
     }
 
-    void writeOut(const DocumentRange &document) {
+    void writeOut(std::size_t place) {
         // A bar between the lines of the document would be in the way.
-        if (outputWidth() > 0) return writeDocument(snapshot_, document, writeOutput);
-        Progress progress(sizeOf(document));
-        writeDocument(snapshot_, document, [&](std::string_view text) {
+        if (outputWidth() > 0) return writeDocument(documents_, place, writeOutput);
+        Progress progress(documents_.list()[place].xmlBytes);
+        writeDocument(documents_, place, [&](std::string_view text) {
             writeOutput(text);
             progress.update(done_ += text.size());
         });
     }
 
 private:
-    std::uint64_t sizeOf(const DocumentRange &document) const {
-        const auto documents = snapshot_.documents();
-        const auto place =
-            std::find_if(documents.begin(), documents.end(),
-                         [&](const DocumentRange &other) { return other.first == document.first; });
-        return snapshot_.xmlBytes(static_cast<std::size_t>(place - documents.begin()));
-    }
-
     // Names of documents cannot lead out of the folder; the store sees to that.
-    void writeFile(const DocumentRange &document, const fs::path &folder, Progress &progress) {
-        const fs::path path = folder / document.name;
+    void writeFile(std::size_t place, const fs::path &folder, Progress &progress) {
+        const fs::path path = folder / documents_.list()[place].name;
         std::error_code error;
         fs::create_directories(path.parent_path(), error);
         if (error) failWriting(path.parent_path(), error.value());
         OutputFile file(path);
-        writeDocument(snapshot_, document, [&](std::string_view text) {
+        writeDocument(documents_, place, [&](std::string_view text) {
             file.write(text);
             progress.update(done_ += text.size());
         });
         file.finish();
     }
 
-    const Snapshot &snapshot_;
+    const StoredDocuments &documents_;
     std::uint64_t done_ = 0;
 };
 
-const DocumentRange &onlyDocument(const Snapshot &snapshot) {
-    const auto documents = snapshot.documents();
-    if (documents.size() == 1) return documents.front();
+/** The place of the only document. */
+std::size_t onlyDocument(const std::vector<DocumentSummary> &documents) {
+    if (documents.size() == 1) return 0;
     if (documents.empty()) throw Failure(Status::unknownDocument, {"the database is empty"});
     throw UsageError("There are " + std::to_string(documents.size()) +
                      " documents; name one, or --output a folder for all.");
 }
 
-DocumentRange findDocument(const Snapshot &snapshot, const DumpRequest &request) {
-    const auto document = snapshot.findDocument(request.document);
-    if (!document) throw Failure(Status::unknownDocument, {request.document, request.database});
-    return *document;
+std::size_t findDocument(const std::vector<DocumentSummary> &documents,
+                         const DumpRequest &request) {
+    const auto found = std::find_if(
+        documents.begin(), documents.end(),
+        [&](const DocumentSummary &document) { return document.name == request.document; });
+    if (found == documents.end())
+        throw Failure(Status::unknownDocument, {request.document, request.database});
+    return static_cast<std::size_t>(found - documents.begin());
 }
 
 }  // namespace
 
 bool dump(const HomeChoice &home, const DumpRequest &request) {
-    const auto snapshot = Home::open(home.location())->snapshot(request.database);
-    DumpRun run(*snapshot);
+    const auto documents = home.open()->documents(request.database);
+    DumpRun run(*documents);
     if (!request.directory.empty() && request.document.empty()) {
         run.writeAll(request.directory);
         return true;
     }
-    const DocumentRange document =
-        request.document.empty() ? onlyDocument(*snapshot) : findDocument(*snapshot, request);
+    const std::size_t place = request.document.empty() ? onlyDocument(documents->list())
+                                                       : findDocument(documents->list(), request);
     if (request.directory.empty())
-        run.writeOut(document);
+        run.writeOut(place);
     else
-        run.writeFile(document, request.directory);
+        run.writeFile(place, request.directory);
     return true;
 }
 

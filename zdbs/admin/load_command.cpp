@@ -10,8 +10,6 @@
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/admin/xml_sources.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/home/home.h"
-#include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::admin {
 
@@ -28,8 +26,8 @@ bool isFaultOfDocument(Status status) {
 /** One run of `zdbs load` or `zdbs replace`. */
 class LoadRun {
 public:
-    LoadRun(Writer &writer, const LoadRequest &request)
-        : writer_(writer), request_(request), loader_(writer, request.options) {}
+    LoadRun(Load &target, const LoadRequest &request)
+        : target_(target), request_(request), loader_(target, request.options) {}
 
     /** Finds the sources first: what is not there is told before anything is loaded. */
     bool run() {
@@ -39,7 +37,7 @@ public:
         Progress progress(totalSize());
         for (const XmlSource &source : sources_)
             load(source, progress);
-        writer_.commit();
+        target_.commit();
         return bad_ == 0;
     }
 
@@ -80,7 +78,7 @@ private:
                 read = at.consumed();
                 progress.update(done_ + read);
             });
-            if (request_.replaces) writer_.removeDocument(source.document);
+            if (request_.replaces) target_.removeDocument(source.document);
             loader_.load(*input, source.label, source.document);
             ++loaded_;
         } catch (const Failure &failure) {
@@ -96,7 +94,7 @@ private:
         ++bad_;
     }
 
-    Writer &writer_;
+    Load &target_;
     const LoadRequest &request_;
     Loader loader_;
     std::vector<XmlSource> sources_;
@@ -112,10 +110,8 @@ std::string documentsText(std::size_t count) {
 }  // namespace
 
 bool load(const HomeChoice &home, const LoadRequest &request) {
-    const auto writer = Home::open(home.location())->write(request.database, [&] {
-        tellWaiting(request.database);
-    });
-    LoadRun run(*writer, request);
+    const auto target = home.open()->load(request.database, [&] { tellWaiting(request.database); });
+    LoadRun run(*target, request);
     try {
         if (run.run()) return true;
     } catch (const Failure &failure) {

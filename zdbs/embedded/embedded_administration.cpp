@@ -7,12 +7,35 @@
 #include "zdbs/embedded/census.h"
 #include "zdbs/embedded/check/check.h"
 #include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/fragments/serializer.h"
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs {
 namespace {
+
+class SnapshotDocuments final : public StoredDocuments {
+public:
+    explicit SnapshotDocuments(std::shared_ptr<const Snapshot> snapshot)
+        : snapshot_(std::move(snapshot)) {
+        for (const DocumentRange &document : snapshot_->documents()) {
+            list_.push_back({std::string(document.name), document.first,
+                             std::uint64_t{document.last} - document.first + 1,
+                             snapshot_->xmlBytes(list_.size())});
+        }
+    }
+
+    const std::vector<DocumentSummary> &list() const override { return list_; }
+
+    void write(std::size_t place, XmlSink &sink) const override {
+        XmlSerializer(*snapshot_, sink).writeDocument(snapshot_->documents()[place]);
+    }
+
+private:
+    std::shared_ptr<const Snapshot> snapshot_;
+    std::vector<DocumentSummary> list_;
+};
 
 class EmbeddedAdministration final : public Administration {
 public:
@@ -52,15 +75,8 @@ public:
         return {snapshot->documents().size(), snapshot->nodeCount(), snapshot->diskBytes()};
     }
 
-    std::vector<DocumentSummary> documents(std::string_view database) const override {
-        const auto snapshot = home_->snapshot(database);
-        std::vector<DocumentSummary> list;
-        for (const DocumentRange &document : snapshot->documents()) {
-            list.push_back({std::string(document.name), document.first,
-                            std::uint64_t{document.last} - document.first + 1,
-                            snapshot->xmlBytes(list.size())});
-        }
-        return list;
+    std::unique_ptr<StoredDocuments> documents(std::string_view database) const override {
+        return std::make_unique<SnapshotDocuments>(home_->snapshot(database));
     }
 
     DatabaseInfo info(std::string_view database) const override {
@@ -79,11 +95,8 @@ public:
         return home_->write(database, waiting)->compact(progress);
     }
 
-    void removeDocument(std::string_view database, std::string_view document,
-                        const WaitingReport &waiting) override {
-        const auto writer = home_->write(database, waiting);
-        writer->removeDocument(document);
-        writer->commit();
+    std::unique_ptr<Load> load(std::string_view database, const WaitingReport &waiting) override {
+        return home_->write(database, waiting);
     }
 
 private:

@@ -11,7 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/base/sink.h"
 #include "zdbs/engine/engine.h"
+#include "zdbs/engine/load.h"
 
 namespace zdbs {
 
@@ -28,6 +30,21 @@ struct DocumentSummary {
     std::uint64_t first = 0;  ///< record number of its first node
     std::uint64_t nodes = 0;
     std::uint64_t xmlBytes = 0;  ///< of the text that it was loaded from, not compressed
+};
+
+/** The documents of one state of a database, as long as this lives. One thread at a time. */
+class StoredDocuments {
+public:
+    virtual ~StoredDocuments() = default;
+
+    /** In the order in which they were loaded. */
+    virtual const std::vector<DocumentSummary> &list() const = 0;
+
+    /**
+     * The XML of the document at a place of the list; its canonical form (C14N 1.0 with comments)
+     * is that of what was loaded. Throws what the sink throws, and Failure(homeDamaged).
+     */
+    virtual void write(std::size_t place, XmlSink &sink) const = 0;
 };
 
 /** How many nodes of a kind have a name. */
@@ -133,8 +150,8 @@ public:
 
     virtual DatabaseSummary summary(std::string_view database) const = 0;
 
-    /** In the order in which they were loaded. */
-    virtual std::vector<DocumentSummary> documents(std::string_view database) const = 0;
+    /** The documents of the newest state. */
+    virtual std::unique_ptr<StoredDocuments> documents(std::string_view database) const = 0;
 
     virtual DatabaseInfo info(std::string_view database) const = 0;
 
@@ -145,9 +162,8 @@ public:
     virtual Compaction compact(std::string_view database, const WaitingReport &waiting,
                                const ProgressReport &progress) = 0;
 
-    /** Throws: unknownDocument. */
-    virtual void removeDocument(std::string_view database, std::string_view document,
-                                const WaitingReport &waiting) = 0;
+    /** The right to change a database; one holder at a time among all processes. */
+    virtual std::unique_ptr<Load> load(std::string_view database, const WaitingReport &waiting) = 0;
 };
 
 }  // namespace zdbs

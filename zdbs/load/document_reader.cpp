@@ -39,8 +39,8 @@ std::string_view quotedLiteral(std::string_view markup) {
 
 }  // namespace
 
-DocumentReader::DocumentReader(Writer &writer, const LoadOptions &options, std::string_view file)
-    : writer_(writer),
+DocumentReader::DocumentReader(Load &target, const LoadOptions &options, std::string_view file)
+    : target_(target),
       options_(options),
       file_(file),
       parser_(XML_ParserCreateNS(nullptr, nameSeparator)),
@@ -154,7 +154,7 @@ void DocumentReader::parse(std::size_t size, bool isLast) {
     if (withoutEvent_ > longestMarkup()) throwTooLong(longestMarkup());
 }
 
-// The writer knows no positions; its own limits get theirs here.
+// An engine knows no positions; its own limits get theirs here.
 void DocumentReader::rethrowWithPosition(const std::exception_ptr &failure) const {
     try {
         std::rethrow_exception(failure);
@@ -178,7 +178,7 @@ void DocumentReader::startElement(const char *name, const char **attributes) {
         throw Failure(Status::tooManyAttributes,
                       {position(), std::to_string(options_.maxAttributes)});
     keepSpace_.push_back(keepsSpace());
-    writer_.startElement(known(name).number);
+    target_.startElement(known(name).number);
     addDeclarations();
     addAttributes(attributes, count);
 }
@@ -187,7 +187,7 @@ void DocumentReader::addDeclarations() {
     for (const auto &[prefix, uri] : declarations_) {
         checkName({}, prefix);
         checkName({}, uri);
-        writer_.namespaceDeclaration(prefix, uri);
+        target_.namespaceDeclaration(prefix, uri);
     }
     declarations_.clear();
 }
@@ -197,7 +197,7 @@ void DocumentReader::addAttributes(const char **attributes, std::size_t count) {
         const NameCache::Known name = known(attributes[2 * i]);
         const std::string_view value = attributes[2 * i + 1];
         checkLength(value);
-        writer_.attribute(name.number, value);
+        target_.attribute(name.number, value);
         if (name.isSpace) keepSpace_.back() = value == "preserve";
     }
 }
@@ -205,7 +205,7 @@ void DocumentReader::addAttributes(const char **attributes, std::size_t count) {
 void DocumentReader::endElement() {
     finishText();
     keepSpace_.pop_back();
-    writer_.endElement();
+    target_.endElement();
 }
 
 void DocumentReader::characters(std::string_view text) {
@@ -217,7 +217,7 @@ void DocumentReader::comment(std::string_view text) {
     if (inDoctype_) return;
     finishText();
     checkLength(text);
-    writer_.comment(text);
+    target_.comment(text);
 }
 
 void DocumentReader::instruction(std::string_view target, std::string_view text) {
@@ -225,7 +225,7 @@ void DocumentReader::instruction(std::string_view target, std::string_view text)
     finishText();
     checkName(target, {});
     checkLength(text);
-    writer_.processingInstruction(target, text);
+    target_.processingInstruction(target, text);
 }
 
 // In content only two things reach this: the marks of CDATA sections, and references to
@@ -246,7 +246,7 @@ void DocumentReader::declareEntity(bool isParameter, std::string_view name,
 void DocumentReader::finishText() {
     if (text_.empty()) return;
     const bool isSpace = text_.find_first_not_of(whiteSpace) == std::string::npos;
-    if (!isSpace || !options_.stripSpace || keepsSpace()) writer_.text(text_);
+    if (!isSpace || !options_.stripSpace || keepsSpace()) target_.text(text_);
     text_.clear();
 }
 
@@ -296,7 +296,7 @@ const NameCache::Known &DocumentReader::known(const char *text) {
     return names_.find(text, [&](const char *unknown) {
         const NodeName name = splitName(unknown);
         const bool isSpace = name.local == "space" && name.uri == xmlNamespace;
-        return NameCache::Known{writer_.nameNumber(name), isSpace};
+        return NameCache::Known{target_.nameNumber(name), isSpace};
     });
 }
 

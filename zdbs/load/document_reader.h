@@ -1,4 +1,4 @@
-/** Expat's events of one document, as nodes for a writer. */
+/** Expat's events of one document, told to an engine. */
 #ifndef ZDBS_LOAD_DOCUMENT_READER_H
 #define ZDBS_LOAD_DOCUMENT_READER_H
 
@@ -23,12 +23,12 @@
 namespace zdbs {
 
 /**
- * Reads one document into a writer that has begun it. Nothing recurses over the
+ * Reads one document into a load that has begun it. Nothing recurses over the
  * tree; expat recurses over entities, whose nesting is limited.
  */
 class DocumentReader {
 public:
-    DocumentReader(Writer &writer, const LoadOptions &options, std::string_view file);
+    DocumentReader(Load &target, const LoadOptions &options, std::string_view file);
 
     /** Once. Answers the size of the document. Throws as Loader::load(). */
     std::uint64_t read(Input &input, const std::function<void(const Input &)> &report);
@@ -76,7 +76,7 @@ private:
     [[noreturn]] void throwTooLong(std::size_t limit) const;
     std::string position() const;
 
-    Writer &writer_;
+    Load &target_;
     LoadOptions options_;
     std::string file_;
     ParserOwner parser_;

@@ -6,13 +6,13 @@
 namespace zdbs {
 
 void Loader::load(Input &input, std::string_view file, std::string_view document) {
-    writer_.beginDocument(document);
+    target_.beginDocument(document);
     try {
-        DocumentReader reader(writer_, options_, file);
-        writer_.endDocument(reader.read(input, report_));
+        DocumentReader reader(target_, options_, file);
+        target_.endDocument(reader.read(input, report_));
     } catch (...) {
         try {
-            writer_.abandonDocument();
+            target_.abandonDocument();
         } catch (const Failure &) {
             // Where the store fails it did so before; the first failure is the one to tell.
         }

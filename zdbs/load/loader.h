@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "zdbs/embedded/store/writer.h"
+#include "zdbs/engine/load.h"
 #include "zdbs/load/input.h"
 
 namespace zdbs {
@@ -37,7 +37,7 @@ struct LoadOptions {
  *
  * `file` stands in front of messages ("file:line:column: …"), `document` is the
  * name that the document gets. When this throws, the document is abandoned and
- * the writer is as before the call, unless the failure is the store's own.
+ * the load is as before the call, unless the failure is the store's own.
  *
  * Expanded entities are limited to a hundred times the input (by expat, from 8
  * MiB of them on). A text of white space is one of the four characters that XML
@@ -46,12 +46,12 @@ struct LoadOptions {
  * Throws Failure: malformed, tooDeep, tooManyNodes, tooManyAttributes,
  * nameTooLong, valueTooLong, entityLimit, entitiesTooDeep, unknownEntity,
  * unknownEncoding, fileUnreadable, compressedDamaged, badDocumentName,
- * documentExists, and the writer's.
+ * documentExists, and those of Load.
  */
 class Loader {
 public:
-    explicit Loader(Writer &writer, const LoadOptions &options = {})
-        : writer_(writer), options_(options) {}
+    explicit Loader(Load &target, const LoadOptions &options = {})
+        : target_(target), options_(options) {}
 
     /** Called after each piece of input; what it throws ends the load. */
     void onProgress(std::function<void(const Input &)> report) { report_ = std::move(report); }
@@ -59,7 +59,7 @@ public:
     void load(Input &input, std::string_view file, std::string_view document);
 
 private:
-    Writer &writer_;
+    Load &target_;
     LoadOptions options_;
     std::function<void(const Input &)> report_;
 };

@@ -9,6 +9,7 @@
 
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 
 namespace {

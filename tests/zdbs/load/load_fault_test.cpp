@@ -14,6 +14,7 @@
 #include "tests/zdbs/embedded/store/tree_text.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 
 namespace zdbs {

@@ -9,6 +9,7 @@
 #include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/embedded/store/tree_text.h"
 #include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 
 namespace zdbs {

@@ -24,16 +24,8 @@ std::uint32_t Writer::nameNumber(const NodeName &name) {
     return run_->names().numberOf(name);
 }
 
-NodeId Writer::startElement(const NodeName &name) {
-    return startElement(nameNumber(name));
-}
-
 NodeId Writer::startElement(std::uint32_t name) {
     return run_->builder().startElement(name);
-}
-
-NodeId Writer::attribute(const NodeName &name, std::string_view value) {
-    return attribute(nameNumber(name), value);
 }
 
 NodeId Writer::attribute(std::uint32_t name, std::string_view value) {
