@@ -99,9 +99,10 @@ const char *nameOf(Values values) {
             return "amounts";
         case few:
             return "few distinct";
-        default:
-            return "sentences";
+        case sentences:
+            break;
     }
+    return "sentences";
 }
 
 std::string valueAt(Values values, std::uint32_t row, bench::Random &random,
@@ -114,13 +115,13 @@ std::string valueAt(Values values, std::uint32_t row, bench::Random &random,
                    std::to_string(random.between(10, 99));
         case few:
             return std::string(vocabulary.word(random.below(20)));
-        default: {
-            std::string text;
-            for (int words = 0; words < 12; ++words)
-                text += std::string(words ? " " : "") + std::string(vocabulary.draw(random));
-            return text;
-        }
+        case sentences:
+            break;
     }
+    std::string text;
+    for (int words = 0; words < 12; ++words)
+        text += std::string(words ? " " : "") + std::string(vocabulary.draw(random));
+    return text;
 }
 
 constexpr std::uint32_t valueCount = 200000;
@@ -218,9 +219,11 @@ const char *nameOf(Relation relation) {
             return " >= ";
         case Relation::contains:
             return " contain ";
-        default:
-            return " are not empty";
+        case Relation::notEmpty:
+        case Relation::any:
+            break;
     }
+    return " are not empty";
 }
 
 std::string labelOf(const Condition &condition) {
