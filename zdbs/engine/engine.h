@@ -3,8 +3,10 @@
  *
  * Above it are the boundary, the session and the commands, which know set numbers,
  * settings and conditions. Below it an engine keeps users and databases and turns
- * conditions into sets. The embedded engine is one; another needs to implement the
- * three classes of this page, and nothing above changes.
+ * conditions into sets: the three classes of this page, and for whoever owns the databases
+ * those of administration.h and load.h. The embedded engine is one. What the export writes
+ * still comes from its tables, by nodes(): an engine without them can answer requests, but not
+ * export yet.
  *
  * Errors are Failures. Objects of one session are used by one thread at a time.
  */

@@ -34,36 +34,7 @@ void RemoveFromEnd(ZfxPtrList &sets) {
 }
 
 const char *AxisName(EAxisType axis) {
-    switch (axis) {
-        case AXIS_CHILD:
-            return "child";
-        case AXIS_ATTRIBUTE:
-            return "attribute";
-        case AXIS_DESCENDANT:
-            return "descendant";
-        case AXIS_ANCESTOR:
-            return "ancestor";
-        case AXIS_ANCESTOR_OR_SELF:
-            return "ancestor-or-self";
-        case AXIS_DESCENDANT_OR_SELF:
-            return "descendant-or-self";
-        case AXIS_SELF:
-            return "self";
-        case AXIS_FOLLOWING_SIBLING:
-            return "following-sibling";
-        case AXIS_PRECEDING_SIBLING:
-            return "preceding-sibling";
-        case AXIS_PARENT:
-            return "parent";
-        case AXIS_FOLLOWING:
-            return "following";
-        case AXIS_PRECEDING:
-            return "preceding";
-        case AXIS_NAMESPACE:
-            return "namespace";
-        case AXIS_INVALID:
-            break;
-    }
+    if (const char *name = XPathAxis::NameOf(axis)) return name;
     RaiseXPathException("Invalid AXIS code " + std::to_string(static_cast<int>(axis)));
 }
 

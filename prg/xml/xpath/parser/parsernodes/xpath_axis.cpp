@@ -28,17 +28,16 @@ constexpr AxisName axisNames[] = {
     {AXIS_SELF, "self"},
 };
 
-/// Null for AXIS_INVALID.
-const char *nameOf(EAxisType eAxis) {
+constexpr int axisNameIncrement = 64;
+
+}  // namespace
+
+const char *XPathAxis::NameOf(EAxisType eAxis) {
     for (const auto &entry : axisNames) {
         if (entry.axis == eAxis) return entry.name;
     }
     return nullptr;
 }
-
-constexpr int axisNameIncrement = 64;
-
-}  // namespace
 
 XPathAxis::XPathAxis(XPathNodeTest *pTest, bool bAt)
     : m_pTest(pTest),
@@ -81,7 +80,7 @@ void XPathAxis::ToString(CStringBuffer &buffer, bool bPaths, bool bPrefix, bool 
 
 void XPathAxis::ToDebugString(CStringBuffer &buffer, bool bRecursive, int nIndent) const {
     if (!DumpLine(buffer, nIndent, "XPathAxis AXIS=")) return;
-    const char *name = IsAttribute() ? nameOf(AXIS_ATTRIBUTE) : nameOf(m_nAxisNameId);
+    const char *name = IsAttribute() ? NameOf(AXIS_ATTRIBUTE) : NameOf(m_nAxisNameId);
     appendText(buffer, name != nullptr ? name : "INVALID");
     if (m_bAt) appendText(buffer, " AT=Y");
     if (bRecursive && m_pTest != nullptr) m_pTest->ToDebugString(buffer, true, nIndent + 1);
@@ -96,7 +95,7 @@ EAxisType XPathAxis::GetAxisType(const char *pszName) {
 }
 
 void XPathAxis::SetName() {
-    if (const char *name = nameOf(m_nAxisNameId)) {
+    if (const char *name = NameOf(m_nAxisNameId)) {
         m_strName.set(name, -1);
     } else if (m_bAt) {
         m_strName.set("attribute", -1);

@@ -40,6 +40,8 @@ public:
 
     /// The axis of a name, in any letter case; AXIS_INVALID for another text (or null).
     static EAxisType GetAxisType(const char *pszName);
+    /// The name of an axis; null for AXIS_INVALID.
+    static const char *NameOf(EAxisType eAxis);
 
     /// Sets the name text from the axis. For AXIS_INVALID it becomes "attribute" with the at sign
     /// and stays as it was without.
