@@ -4,7 +4,7 @@
 
 namespace {
 
-char upper(char c) {
+char asciiUpper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
@@ -12,7 +12,7 @@ char upper(char c) {
 
 bool equalsNoCase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return upper(x) == upper(y); });
+                      [](char x, char y) { return asciiUpper(x) == asciiUpper(y); });
 }
 
 bool startsWithNoCase(std::string_view text, std::string_view prefix) {

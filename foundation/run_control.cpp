@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/characters.h"
 #include "foundation/memory.h"
 #include "foundation/string_util.h"
 
@@ -25,10 +26,6 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 std::mutex keyLock;
 bool haveKey = false;
 ZfxTLSKey processKey;
-
-bool isSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 std::string_view withoutTrailingSpace(std::string_view text) {
     while (!text.empty() && isSpace(text.back()))

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/characters.h"
 #include "foundation/memory.h"
 #include "foundation/string_buffer.h"
 #include "foundation/string_util.h"
@@ -15,14 +16,6 @@
 namespace {
 
 constexpr int smallIncrement = 64;
-
-const char *orEmpty(const char *s) {
-    return s != nullptr ? s : "";
-}
-
-bool isSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 char upper(char c) {
     return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));

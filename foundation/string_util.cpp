@@ -7,18 +7,12 @@
 #include <cstdint>
 #include <cstring>
 
-namespace {
+#include "foundation/characters.h"
 
-const char *orEmpty(const char *text) {
-    return text != nullptr ? text : "";
-}
+namespace {
 
 int lengthOf(const char *text) {
     return static_cast<int>(std::min<std::size_t>(std::strlen(text), INT_MAX));
-}
-
-bool isSpace(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
 signed char folded(char c, bool foldCase) {

@@ -21,7 +21,7 @@ public:
     ScratchHome() {
         std::string pattern = (std::filesystem::temp_directory_path() / "fuzzXXXXXX").string();
         path_ = ::mkdtemp(pattern.data());
-        home_ = zdbs::Home::create(path_ / "home");
+        home_ = zdbs::embedded::Home::create(path_ / "home");
         home_->createDatabase("fuzz");
     }
     ~ScratchHome() {
@@ -29,11 +29,11 @@ public:
         std::filesystem::remove_all(path_);
     }
 
-    std::unique_ptr<zdbs::Writer> write() { return home_->write("fuzz"); }
+    std::unique_ptr<zdbs::embedded::Writer> write() { return home_->write("fuzz"); }
 
 private:
     std::filesystem::path path_;
-    std::shared_ptr<zdbs::Home> home_;
+    std::shared_ptr<zdbs::embedded::Home> home_;
 };
 
 }  // namespace

@@ -19,6 +19,9 @@
  *  5. No call throws, and none keeps a pointer that it was given.
  *  6. Blocks that a call hands out are released by the caller with free(); the
  *     calls that hand one out say so.
+ *  7. While the calling thread holds SIGINT back, one that waits asks for the end
+ *     of ZdbExecuteCcl() or ZdbExport(). A kernel may heed it, with a failure
+ *     after which everything is as before the call, and leaves the signal waiting.
  */
 #ifndef KERNEL_ZDBS_H
 #define KERNEL_ZDBS_H

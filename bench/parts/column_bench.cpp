@@ -13,10 +13,10 @@
 
 namespace {
 
-using zdbs::PackedColumn;
 using zdbs::Relation;
-using zdbs::ValueColumn;
-using zdbs::ValueTest;
+using zdbs::embedded::PackedColumn;
+using zdbs::embedded::ValueColumn;
+using zdbs::embedded::ValueTest;
 
 constexpr std::uint32_t rowCount = 1000000;
 
@@ -28,7 +28,7 @@ std::string ascendingColumn(std::uint32_t gap) {
     for (std::uint32_t &number : numbers)
         number = last += 1 + random.below(gap);
     std::string bytes;
-    zdbs::pack(numbers, bytes);
+    zdbs::embedded::pack(numbers, bytes);
     return bytes;
 }
 
@@ -49,7 +49,7 @@ void PackedPack(benchmark::State &state) {
     std::string bytes;
     for (auto _ : state) {
         bytes.clear();
-        zdbs::pack(numbers, bytes);
+        zdbs::embedded::pack(numbers, bytes);
     }
     countRows(state, rowCount, bytes.size());
 }
@@ -145,7 +145,7 @@ std::uint64_t bytesOf(const std::vector<std::string> &texts) {
 }
 
 std::string packed(const std::vector<std::string> &texts) {
-    zdbs::ValueColumnBuilder builder;
+    zdbs::embedded::ValueColumnBuilder builder;
     for (const std::string &text : texts)
         builder.add(text);
     std::string bytes;
@@ -234,8 +234,9 @@ std::string labelOf(const Condition &condition) {
 void ValuesFind(benchmark::State &state) {
     const Condition &condition = conditions[state.range(0)];
     const ValueColumn column(columnOf(condition.values));
-    const ValueTest test(condition.relation, condition.literal, zdbs::Comparing::asNumbers);
-    zdbs::FoundCount found;
+    const ValueTest test(condition.relation, condition.literal,
+                         zdbs::embedded::Comparing::asNumbers);
+    zdbs::embedded::FoundCount found;
     for (auto _ : state)
         found = column.find(test).counts();
     state.SetItemsProcessed(std::int64_t{valueCount} * state.iterations());
@@ -249,7 +250,8 @@ BENCHMARK(ValuesFind)->DenseRange(0, static_cast<int>(std::size(conditions)) - 1
 void ValuesCount(benchmark::State &state) {
     const Condition &condition = conditions[state.range(0)];
     const ValueColumn column(columnOf(condition.values));
-    const ValueTest test(condition.relation, condition.literal, zdbs::Comparing::asNumbers);
+    const ValueTest test(condition.relation, condition.literal,
+                         zdbs::embedded::Comparing::asNumbers);
     for (auto _ : state)
         benchmark::DoNotOptimize(column.count(test));
     state.SetLabel(labelOf(condition) + (column.count(test) ? "" : ": not without a search"));
@@ -259,7 +261,8 @@ BENCHMARK(ValuesCount)->DenseRange(0, static_cast<int>(std::size(conditions)) - 
 void ValuesSelect(benchmark::State &state) {
     const Condition &condition = conditions[state.range(0)];
     const ValueColumn column(columnOf(condition.values));
-    const ValueTest test(condition.relation, condition.literal, zdbs::Comparing::asNumbers);
+    const ValueTest test(condition.relation, condition.literal,
+                         zdbs::embedded::Comparing::asNumbers);
     std::vector<std::uint32_t> rows;
     for (auto _ : state) {
         rows.clear();

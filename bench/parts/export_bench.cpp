@@ -1,4 +1,4 @@
-// Exports by path and node by node, of few fragments and of many; whole documents written.
+// Exports of few fragments and of many; whole documents written.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -7,14 +7,17 @@
 #include <string>
 
 #include "bench/parts/site_database.h"
-#include "tests/zdbs/support/without_paths.h"
-#include "zdbs/embedded/fragments/serializer.h"
+#include "tests/zdbs/support/told.h"
+#include "zdbs/embedded/embedded_database.h"
+#include "zdbs/embedded/fragments/tree_teller.h"
 #include "zdbs/export/export_document.h"
+#include "zdbs/export/xml_writer.h"
 
 namespace {
 
-using zdbs::NodeTable;
-using zdbs::testing::WithoutPaths;
+using zdbs::ResultSetPtr;
+using zdbs::embedded::NodeId;
+using zdbs::embedded::NodeTable;
 
 struct Case {
     const char *matches;
@@ -33,40 +36,44 @@ constexpr Case cases[] = {
     {"site", 1, "//text()"},
 };
 
-/** The site as a table, with its paths or without. */
-std::shared_ptr<const NodeTable> tableOf(bool byPath) {
-    if (!byPath) return std::make_shared<WithoutPaths>(bench::site());
+std::shared_ptr<const NodeTable> table() {
     return {std::shared_ptr<void>(), &bench::site()};
+}
+
+/** The first of the nodes of a name. */
+ResultSetPtr firstOf(const zdbs::OpenDatabase &database, const Case &row) {
+    const std::vector<NodeId> all = bench::nodesNamed(row.matches);
+    const std::string last = std::to_string(all[std::min(all.size(), row.most) - 1]);
+    return zdbs::testing::found(database,
+                                std::string("N_NAME=\"") + row.matches + "\" AND N_ID<=" + last);
 }
 
 void Export(benchmark::State &state) {
     const Case &row = cases[state.range(0)];
-    zdbs::RequestAnswer answer{tableOf(state.range(1) != 0), bench::nodesNamed(row.matches), {}};
-    answer.matches.resize(std::min(answer.matches.size(), row.most));
+    const auto database = zdbs::embedded::makeEmbeddedDatabase("site", table);
+    const zdbs::RequestAnswer answer{*database, firstOf(*database, row), {}};
     std::size_t bytes = 0;
     for (auto _ : state)
         bytes = zdbs::exportBlock(answer, {"//q", row.specs}, false).length;
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
-    state.counters["matches"] = static_cast<double>(answer.matches.size());
-    state.SetLabel(std::string(row.matches) + ' ' + row.specs +
-                   (state.range(1) != 0 ? ", by path" : ", by node"));
+    state.counters["matches"] = static_cast<double>(answer.matches->size());
+    state.SetLabel(std::string(row.matches) + ' ' + row.specs);
 }
-BENCHMARK(Export)
-    ->ArgsProduct({benchmark::CreateDenseRange(0, std::size(cases) - 1, 1), {0, 1}})
-    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(Export)->DenseRange(0, std::size(cases) - 1)->Unit(benchmark::kMicrosecond);
 
 void Dump(benchmark::State &state) {
-    const auto table = tableOf(state.range(0) != 0);
+    const NodeTable &nodes = bench::site();
     std::size_t bytes = 0;
     for (auto _ : state) {
         zdbs::ChunkSink sink([&](std::string_view text) { bytes += text.size(); });
-        for (const zdbs::DocumentRange &document : table->documents())
-            zdbs::XmlSerializer(*table, sink).writeDocument(document);
+        zdbs::XmlWriter writer(sink);
+        zdbs::embedded::NodeReader reader(*nodes.paths());
+        for (const zdbs::embedded::DocumentRange &document : nodes.documents())
+            zdbs::embedded::TreeTeller(nodes, reader).tellDocument(document, writer);
         sink.flush();
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
-    state.SetLabel(state.range(0) != 0 ? "by path" : "by node");
 }
-BENCHMARK(Dump)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Dump)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -10,8 +10,8 @@
 namespace {
 
 using zdbs::Axis;
-using zdbs::NodeIds;
-using zdbs::Step;
+using zdbs::embedded::NodeIds;
+using zdbs::embedded::Step;
 
 struct Case {
     Axis axis;
@@ -53,24 +53,25 @@ void JoinNodes(benchmark::State &state) {
     const NodeIds second = nodesOf(row.second, state.range(1));
     std::size_t found = 0;
     for (auto _ : state)
-        found = zdbs::keepSecond(bench::site(), Step{row.axis}, {first, {}}, second).size();
+        found =
+            zdbs::embedded::keepSecond(bench::site(), Step{row.axis}, {first, {}}, second).size();
     describe(state, row, first.size() + second.size(), found);
 }
 
 void JoinPaths(benchmark::State &state) {
     const Case &row = cases[state.range(0)];
-    const zdbs::PathTable *table = bench::site().paths();
+    const zdbs::embedded::PathTable *table = bench::site().paths();
     if (!table) return state.SkipWithError("the store keeps no paths");
     const NodeIds firstIds = nodesOf(row.first, state.range(1));
     const NodeIds secondIds = nodesOf(row.second, state.range(1));
-    const zdbs::PathNodes first = zdbs::byPath(*table, firstIds);
-    const zdbs::PathNodes second = zdbs::byPath(*table, secondIds);
+    const zdbs::embedded::PathNodes first = zdbs::embedded::byPath(*table, firstIds);
+    const zdbs::embedded::PathNodes second = zdbs::embedded::byPath(*table, secondIds);
     std::size_t found = 0;
     for (auto _ : state) {
         const auto nodes =
-            zdbs::keepSecond(bench::site(), *table, Step{row.axis}, {first, {}}, second);
+            zdbs::embedded::keepSecond(bench::site(), *table, Step{row.axis}, {first, {}}, second);
         if (!nodes) return state.SkipWithError("not joined by path");
-        found = zdbs::sizeOf(*nodes);
+        found = zdbs::embedded::sizeOf(*nodes);
     }
     describe(state, row, firstIds.size() + secondIds.size(), found);
 }

@@ -122,7 +122,7 @@ public:
         std::string form = fs::temp_directory_path() / "vexa-bench-XXXXXX";
         if (!::mkdtemp(form.data())) throw std::runtime_error("cannot make a folder");
         path_ = form;
-        home_ = zdbs::Home::create(path_ / "home");
+        home_ = zdbs::embedded::Home::create(path_ / "home");
         home_->createDatabase("site");
     }
     ~EmptyDatabase() {
@@ -132,11 +132,11 @@ public:
     EmptyDatabase(const EmptyDatabase &) = delete;
     EmptyDatabase &operator=(const EmptyDatabase &) = delete;
 
-    zdbs::Home &home() { return *home_; }
+    zdbs::embedded::Home &home() { return *home_; }
 
 private:
     fs::path path_;
-    std::shared_ptr<zdbs::Home> home_;
+    std::shared_ptr<zdbs::embedded::Home> home_;
 };
 
 void LoadWhole(benchmark::State &state) {

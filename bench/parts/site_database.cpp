@@ -56,8 +56,8 @@ std::string makeText() {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::shared_ptr<const zdbs::Snapshot> makeDatabase() {
-    const auto home = zdbs::Home::create(folder() / "home");
+std::shared_ptr<const zdbs::embedded::Snapshot> makeDatabase() {
+    const auto home = zdbs::embedded::Home::create(folder() / "home");
     home->createDatabase("site");
     const auto writer = home->write("site");
     zdbs::Loader(*writer).load(*zdbs::openText(siteText()), "site.xml", "site.xml");
@@ -72,18 +72,18 @@ const std::string &siteText() {
     return text;
 }
 
-const zdbs::Snapshot &site() {
-    static const std::shared_ptr<const zdbs::Snapshot> snapshot = makeDatabase();
+const zdbs::embedded::Snapshot &site() {
+    static const std::shared_ptr<const zdbs::embedded::Snapshot> snapshot = makeDatabase();
     return *snapshot;
 }
 
-std::vector<zdbs::NodeId> nodesNamed(std::string_view name, std::size_t each) {
+std::vector<zdbs::embedded::NodeId> nodesNamed(std::string_view name, std::size_t each) {
     const auto kind = name.starts_with('@') ? zdbs::NodeKind::attribute : zdbs::NodeKind::element;
     name.remove_prefix(name.starts_with('@') ? 1 : 0);
-    std::vector<zdbs::NodeId> nodes;
+    std::vector<zdbs::embedded::NodeId> nodes;
     std::size_t count = 0;
-    for (const zdbs::DocumentRange &document : site().documents()) {
-        for (zdbs::NodeId node = document.first; node <= document.last; ++node) {
+    for (const zdbs::embedded::DocumentRange &document : site().documents()) {
+        for (zdbs::embedded::NodeId node = document.first; node <= document.last; ++node) {
             if (site().kind(node) != kind || site().name(node).local != name) continue;
             if (count++ % each == 0) nodes.push_back(node);
         }

@@ -16,10 +16,10 @@ namespace bench {
 const std::string &siteText();
 
 /** It, stored in a home of its own that goes with the process. */
-const zdbs::Snapshot &site();
+const zdbs::embedded::Snapshot &site();
 
 /** The elements of a name, or the attributes of "@name"; with `each` only one of so many. */
-std::vector<zdbs::NodeId> nodesNamed(std::string_view name, std::size_t each = 1);
+std::vector<zdbs::embedded::NodeId> nodesNamed(std::string_view name, std::size_t each = 1);
 
 }  // namespace bench
 

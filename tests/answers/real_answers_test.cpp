@@ -8,7 +8,8 @@
 #include "tests/answers/real_documents.h"
 #include "tests/answers/xpath_oracle.h"
 #include "tests/zdbs/embedded/store/test_home.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "tests/zdbs/support/nodes_of.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
@@ -23,18 +24,19 @@ constexpr std::size_t questionsEach = 200;
 class RealAnswers : public ::testing::TestWithParam<Sample> {
 protected:
     RealAnswers() {
-        const std::shared_ptr<zdbs::Home> home = home_.home;
+        const std::shared_ptr<zdbs::embedded::Home> home = home_.home;
         const auto writer = home->write("db");
         const auto input = zdbs::openFile(GetParam().file);
         zdbs::Loader(*writer).load(*input, GetParam().file, "document");
         writer->commit();
         session_ = zdbs::Session::ofOwner(
-            zdbs::makeEmbeddedDatabase("db", [home] { return home->snapshot("db"); }));
+            zdbs::embedded::makeEmbeddedDatabase("db", [home] { return home->snapshot("db"); }));
     }
 
     std::vector<std::uint32_t> answer(const std::string &request) {
         try {
-            return zdbs::runNestedRequest(*session_, request).matches;
+            const zdbs::RequestAnswer answer = zdbs::runNestedRequest(*session_, request);
+            return zdbs::testing::nodesOf(answer.database, *answer.matches);
         } catch (const zdbs::Failure &failure) {
             ADD_FAILURE() << request << ": " << failure.what();
             return {};
@@ -42,7 +44,7 @@ protected:
     }
 
 private:
-    zdbs::TestHome home_;
+    zdbs::embedded::TestHome home_;
     std::unique_ptr<zdbs::Session> session_;
 };
 

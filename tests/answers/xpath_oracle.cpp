@@ -1,6 +1,11 @@
 #include "tests/answers/xpath_oracle.h"
 
+#include <libxml/xpathInternals.h>
+
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
 #include <stdexcept>
 
 #include "tests/support/temporary_directory.h"
@@ -47,6 +52,13 @@ std::uint32_t numberOf(const xmlNode &node) {
 
 }  // namespace
 
+std::string numberText(double number) {
+    if (std::isnan(number)) return "number NaN";
+    std::array<char, 64> digits{};
+    std::snprintf(digits.data(), digits.size(), "number %.17g", number == 0 ? 0.0 : number);
+    return digits.data();
+}
+
 XPathOracle::XPathOracle(const std::string &file) : XPathOracle(support::readFile(file), file) {}
 
 XPathOracle::XPathOracle(const std::string &text, const std::string &name)
@@ -78,10 +90,39 @@ void XPathOracle::forgetNamespaces() {
     }
 }
 
+void XPathOracle::declare(const std::string &prefix, const std::string &uri) {
+    xmlXPathRegisterNs(context_.get(), reinterpret_cast<const xmlChar *>(prefix.c_str()),
+                       reinterpret_cast<const xmlChar *>(uri.c_str()));
+}
+
+XPathOracle::Selection XPathOracle::evaluate(const std::string &expression) {
+    context_->node = reinterpret_cast<xmlNodePtr>(document_.get());
+    return {xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()),
+                                   context_.get()),
+            &xmlXPathFreeObject};
+}
+
+std::string XPathOracle::answer(const std::string &expression) {
+    const Selection found = evaluate(expression);
+    if (!found) throw std::runtime_error("no expression: " + expression);
+    if (found->type == XPATH_NUMBER) return numberText(found->floatval);
+    if (found->type == XPATH_BOOLEAN) return found->boolval != 0 ? "boolean true" : "boolean false";
+    if (found->type == XPATH_STRING)
+        return "string " + std::string(reinterpret_cast<const char *>(found->stringval));
+    std::vector<std::uint32_t> numbers;
+    for (int place = 0; place < xmlXPathNodeSetGetLength(found->nodesetval); ++place) {
+        const xmlNode &node = *found->nodesetval->nodeTab[place];
+        numbers.push_back(node.type == XML_DOCUMENT_NODE ? 0 : numberOf(node));
+    }
+    std::sort(numbers.begin(), numbers.end());
+    std::string text = "nodes";
+    for (const std::uint32_t number : numbers)
+        text += " " + std::to_string(number);
+    return text;
+}
+
 XPathOracle::Selection XPathOracle::select(const std::string &expression) {
-    Selection found(xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()),
-                                           context_.get()),
-                    &xmlXPathFreeObject);
+    Selection found = evaluate(expression);
     if (!found || found->type != XPATH_NODESET)
         throw std::runtime_error("no node-set: " + expression);
     return found;

@@ -29,6 +29,15 @@ public:
      */
     std::vector<std::uint32_t> numbers(const std::string &expression);
 
+    /** A prefix of expressions. */
+    void declare(const std::string &prefix, const std::string &uri);
+
+    /**
+     * What an expression is at the root: "nodes 0 3 5", the root being 0; "number 1.5", with as
+     * many digits as it has; "string …"; "boolean true". Throws when it is no expression.
+     */
+    std::string answer(const std::string &expression);
+
     /** From now on no node is in a namespace: a name without prefix asks for the local part. */
     void forgetNamespaces();
 
@@ -37,12 +46,16 @@ public:
 private:
     using Selection = std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)>;
 
+    Selection evaluate(const std::string &expression);
     Selection select(const std::string &expression);
     void number();
 
     std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document_;
     std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context_;
 };
+
+/** As XPathOracle::answer() writes it; both zeros are one. */
+std::string numberText(double number);
 
 }  // namespace answers
 

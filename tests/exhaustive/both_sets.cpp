@@ -6,9 +6,9 @@
 namespace exhaustive {
 
 using zdbs::Axis;
-using zdbs::Direction;
-using zdbs::PositionTest;
 using zdbs::ResultSetPtr;
+using zdbs::embedded::Direction;
+using zdbs::embedded::PositionTest;
 
 namespace {
 

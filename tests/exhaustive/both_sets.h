@@ -23,8 +23,9 @@ public:
     BothSets(const MaskForest &forest, const zdbs::OpenDatabase &database);
 
     std::size_t plain(Mask nodes);
-    std::size_t join(zdbs::Axis axis, std::size_t a, std::size_t b, zdbs::Direction direction);
-    std::size_t select(std::size_t set, zdbs::PositionTest test);
+    std::size_t join(zdbs::Axis axis, std::size_t a, std::size_t b,
+                     zdbs::embedded::Direction direction);
+    std::size_t select(std::size_t set, zdbs::embedded::PositionTest test);
     std::size_t intersect(std::size_t a, std::size_t b);
     std::size_t subtract(std::size_t a, std::size_t b);
     std::size_t unite(std::size_t a, std::size_t b);
@@ -52,8 +53,8 @@ private:
         std::size_t a = 0;
         std::size_t b = 0;
         zdbs::Axis axis = zdbs::Axis::self;
-        zdbs::Direction direction = zdbs::Direction::first;
-        zdbs::PositionTest test{zdbs::Relation::equal, 0};
+        zdbs::embedded::Direction direction = zdbs::embedded::Direction::first;
+        zdbs::embedded::PositionTest test{zdbs::Relation::equal, 0};
     };
 
     std::size_t keep(zdbs::ResultSetPtr set, std::size_t number, const Made &made);

@@ -12,9 +12,9 @@ namespace exhaustive {
 namespace {
 
 using zdbs::Axis;
-using zdbs::Direction;
-using zdbs::NodeIds;
-using zdbs::PositionTest;
+using zdbs::embedded::Direction;
+using zdbs::embedded::NodeIds;
+using zdbs::embedded::PositionTest;
 using zdbs::testing::MemoryNodeTable;
 using zdbs::testing::NaiveSets;
 

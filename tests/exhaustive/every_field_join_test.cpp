@@ -15,8 +15,8 @@ namespace exhaustive {
 namespace {
 
 using zdbs::Axis;
-using zdbs::Direction;
 using zdbs::ResultSetPtr;
+using zdbs::embedded::Direction;
 
 /** Manners of keeping that a forest of four nodes gets. */
 constexpr std::size_t keepings = 1;
@@ -69,7 +69,8 @@ private:
         MaskSets sets(forest_);
         const std::size_t first = define(sets, a);
         const std::size_t second = define(sets, b);
-        const zdbs::PositionTest test = positionTests()[turn_.next(positionTests().size())];
+        const zdbs::embedded::PositionTest test =
+            positionTests()[turn_.next(positionTests().size())];
         const std::string what = std::string(zdbs::nameOf(axis)) + " " + shown(a) + " " + shown(b);
 
         const ResultSetPtr kept = kernel_.join(axis, make(a), make(b), Direction::first);

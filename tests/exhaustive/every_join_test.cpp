@@ -12,9 +12,9 @@ namespace exhaustive {
 namespace {
 
 using zdbs::Axis;
-using zdbs::Direction;
 using zdbs::ResultSetPtr;
-using zdbs::Step;
+using zdbs::embedded::Direction;
+using zdbs::embedded::Step;
 
 /** One side of a join: the kernel's set, null for set 0, and its nodes. */
 struct Side {

@@ -13,8 +13,8 @@
 namespace exhaustive {
 namespace {
 
-using zdbs::Direction;
-using zdbs::PositionTest;
+using zdbs::embedded::Direction;
+using zdbs::embedded::PositionTest;
 
 /** Manners of keeping that a forest of four nodes gets. */
 constexpr std::size_t keepings = 1;

@@ -3,8 +3,8 @@
 namespace exhaustive {
 namespace {
 
-using zdbs::PositionTest;
 using zdbs::Relation;
+using zdbs::embedded::PositionTest;
 
 std::vector<PositionTest> allTests() {
     std::vector<PositionTest> tests;

@@ -14,7 +14,7 @@
 namespace exhaustive {
 
 /** Every relation with whole, fractional and negative places, and such as no position has. */
-const std::vector<zdbs::PositionTest> &positionTests();
+const std::vector<zdbs::embedded::PositionTest> &positionTests();
 
 /** Counts 0, step, 2 step … modulo a limit; a step that is no divisor of it visits all. */
 class Turn {

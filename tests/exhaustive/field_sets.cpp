@@ -9,9 +9,9 @@
 
 namespace exhaustive {
 
-using zdbs::NodeId;
 using zdbs::NodeKind;
-using zdbs::NodeTable;
+using zdbs::embedded::NodeId;
+using zdbs::embedded::NodeTable;
 
 namespace {
 

@@ -18,7 +18,7 @@ struct FieldSet {
 };
 
 /** By kind, by every name of the forest, by value, and by some of these together. */
-std::vector<FieldSet> fieldSetsOf(const zdbs::NodeTable &table, const MaskForest &forest);
+std::vector<FieldSet> fieldSetsOf(const zdbs::embedded::NodeTable &table, const MaskForest &forest);
 
 }  // namespace exhaustive
 

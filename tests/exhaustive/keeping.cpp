@@ -6,16 +6,17 @@
 
 #include "tests/zdbs/embedded/joins/naive_axes.h"
 #include "tests/zdbs/embedded/store/test_home.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "tests/zdbs/support/numbered.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace exhaustive {
 
-using zdbs::DocumentRange;
 using zdbs::NodeName;
-using zdbs::NodeTable;
+using zdbs::embedded::DocumentRange;
+using zdbs::embedded::NodeTable;
 using zdbs::testing::MemoryNodeTable;
 using zdbs::testing::MemoryPathTable;
 using zdbs::testing::PathTableOptions;
@@ -50,11 +51,11 @@ struct PathForest {
 };
 
 /** Writes the documents, with others between them that are to be removed; answers their places. */
-std::set<zdbs::DocumentIndex> writeForest(const MemoryNodeTable &forest, const Keeping &keeping,
-                                          NodeSink &sink) {
+std::set<zdbs::embedded::DocumentIndex> writeForest(const MemoryNodeTable &forest,
+                                                    const Keeping &keeping, NodeSink &sink) {
     Renaming renaming(forest, keeping.naming);
-    std::set<zdbs::DocumentIndex> removed;
-    zdbs::DocumentIndex index = 0;
+    std::set<zdbs::embedded::DocumentIndex> removed;
+    zdbs::embedded::DocumentIndex index = 0;
     const auto addRemoved = [&](const DocumentRange &document) {
         if (!keeping.hasRemoved) return;
         removed.insert(index);
@@ -81,16 +82,16 @@ std::shared_ptr<const NodeTable> pathTableOf(const MemoryNodeTable &forest,
 /** Takes nodes into a database on disk. */
 class StoreSink : public NodeSink {
 public:
-    explicit StoreSink(zdbs::Writer &writer) : writer_(writer) {}
+    explicit StoreSink(zdbs::embedded::Writer &writer) : writer_(writer) {}
 
     void startDocument(const std::string &name) override { writer_.beginDocument(name); }
     void startElement(const std::string &name) override {
-        writer_.startElement(NodeName{name, {}, {}});
+        writer_.startElement(zdbs::numbered(NodeName{name, {}, {}}));
     }
     void attribute(const std::string &name, std::string_view value) override {
-        writer_.attribute(NodeName{name, {}, {}}, value);
+        writer_.attribute(zdbs::numbered(NodeName{name, {}, {}}), value, zdbs::unmarked);
     }
-    void text(std::string_view value) override { writer_.text(value); }
+    void text(std::string_view value) override { writer_.text(value, zdbs::unmarked); }
     void comment(std::string_view value) override { writer_.comment(value); }
     void instruction(std::string_view target, std::string_view value) override {
         writer_.processingInstruction(target, value);
@@ -99,34 +100,35 @@ public:
     void endDocument() override { writer_.endDocument(100); }
 
 private:
-    zdbs::Writer &writer_;
+    zdbs::embedded::Writer &writer_;
 };
 
 /** A home for the database, which goes when nobody holds the table any more. */
 struct StoredForest {
-    zdbs::TestHome home;
-    std::shared_ptr<const zdbs::Snapshot> nodes;
+    zdbs::embedded::TestHome home;
+    std::shared_ptr<const zdbs::embedded::Snapshot> nodes;
 };
 
 std::shared_ptr<const NodeTable> storedTableOf(const MemoryNodeTable &forest,
                                                const Keeping &keeping) {
     auto result = std::make_shared<StoredForest>();
-    const auto environment = zdbs::Environment::open(result->home.home->databasePath("db"));
-    zdbs::SegmentLimits segments;
+    const auto environment =
+        zdbs::embedded::Environment::open(result->home.home->databasePath("db"));
+    zdbs::embedded::SegmentLimits segments;
     segments.nodes = std::min(segments.nodes, keeping.nodesPerSegment);
-    zdbs::PathLimits paths;
+    zdbs::embedded::PathLimits paths;
     paths.levels = std::min(paths.levels, keeping.deepestLevel);
     paths.paths = std::min(paths.paths, static_cast<std::uint32_t>(keeping.mostPaths));
-    std::set<zdbs::DocumentIndex> removed;
+    std::set<zdbs::embedded::DocumentIndex> removed;
     {
-        zdbs::Writer writer(environment, {}, segments, paths);
+        zdbs::embedded::Writer writer(environment, {}, segments, paths);
         StoreSink sink(writer);
         removed = writeForest(forest, keeping, sink);
         writer.commit();
     }
     if (!removed.empty()) {
-        zdbs::Writer writer(environment, {}, segments, paths);
-        for (const zdbs::DocumentIndex index : removed)
+        zdbs::embedded::Writer writer(environment, {}, segments, paths);
+        for (const zdbs::embedded::DocumentIndex index : removed)
             writer.removeDocument("d" + std::to_string(index));
         writer.commit();
     }
@@ -152,7 +154,7 @@ std::vector<Keeping> allKeepings() {
 }
 
 std::unique_ptr<zdbs::OpenDatabase> databaseOf(std::shared_ptr<const NodeTable> nodes) {
-    return zdbs::makeEmbeddedDatabase("forest", [nodes] { return nodes; });
+    return zdbs::embedded::makeEmbeddedDatabase("forest", [nodes] { return nodes; });
 }
 
 }  // namespace

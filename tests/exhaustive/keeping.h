@@ -49,15 +49,15 @@ public:
     const zdbs::OpenDatabase &database() const { return *database_; }
 
     /** The nodes that are present. */
-    const zdbs::NodeTable &nodes() const { return *nodes_; }
+    const zdbs::embedded::NodeTable &nodes() const { return *nodes_; }
 
     /** For messages: its shape, and how it is kept. */
     std::string description() const;
 
 private:
-    KeptForest(std::shared_ptr<const zdbs::NodeTable> nodes, std::string manner);
+    KeptForest(std::shared_ptr<const zdbs::embedded::NodeTable> nodes, std::string manner);
 
-    std::shared_ptr<const zdbs::NodeTable> nodes_;
+    std::shared_ptr<const zdbs::embedded::NodeTable> nodes_;
     std::unique_ptr<zdbs::OpenDatabase> database_;
     std::string manner_;
 };

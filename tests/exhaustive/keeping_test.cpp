@@ -11,14 +11,14 @@
 namespace exhaustive {
 namespace {
 
-using zdbs::NodeTable;
+using zdbs::embedded::NodeTable;
 using zdbs::testing::MemoryNodeTable;
 
 /** Every node with all that is known of it. */
 std::string told(const NodeTable &table) {
     std::string text;
     for (const zdbs::testing::Point point : zdbs::testing::nodesOf(table)) {
-        const zdbs::NodeId node = point.node;
+        const zdbs::embedded::NodeId node = point.node;
         text += std::to_string(node) + " in " + std::to_string(point.document) + " kind " +
                 std::to_string(static_cast<int>(table.kind(node))) + " below " +
                 std::to_string(table.parent(node)) + " to " +
@@ -56,9 +56,9 @@ TEST(Keeping, HasIrregularPathsAndRunsAndRemovedRowsAmongItsManners) {
     for (const Keeping &keeping : everyKeeping()) {
         for (const MemoryNodeTable &forest : forests) {
             const KeptForest kept(forest, keeping, Way::byPath);
-            const zdbs::PathTable &table = *kept.nodes().paths();
+            const zdbs::embedded::PathTable &table = *kept.nodes().paths();
             irregular += table.summary().irregular().empty() ? 0 : 1;
-            for (zdbs::PathId path = 0; path < table.summary().size(); ++path) {
+            for (zdbs::embedded::PathId path = 0; path < table.summary().size(); ++path) {
                 inRuns += table.runs(path).size() > 1 ? 1 : 0;
                 removed += table.liveRows(path)->cardinality() < table.rowCount(path) ? 1 : 0;
             }

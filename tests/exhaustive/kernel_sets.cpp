@@ -1,4 +1,5 @@
 #include "tests/exhaustive/kernel_sets.h"
+#include "tests/zdbs/support/nodes_of.h"
 
 #include <utility>
 
@@ -6,6 +7,7 @@ namespace exhaustive {
 namespace {
 
 using namespace zdbs;
+using namespace zdbs::embedded;
 
 /** The number by which a condition names a set: its slot, or set 0. */
 SetReference reference(const ResultSetPtr &set, std::int32_t slot) {
@@ -112,7 +114,7 @@ Mask KernelSets::maskOf(const ResultSet &set) const {
     if (forest_.nodeCount() > 5 && set.size() == 0) return 0;
     Mask mask = 0;
     std::int64_t count = 0;
-    for (const NodeId node : database_.records(set)) {
+    for (const NodeId node : zdbs::testing::nodesOf(database_, set)) {
         const Mask bit = forest_.bitOf(node);
         if (bit <= mask) return wrongSet;
         mask |= bit;

@@ -28,10 +28,10 @@ public:
 
     /** XPATH(axis,a,b,direction); null is set 0. */
     zdbs::ResultSetPtr join(zdbs::Axis axis, const zdbs::ResultSetPtr &a,
-                            const zdbs::ResultSetPtr &b, zdbs::Direction direction);
+                            const zdbs::ResultSetPtr &b, zdbs::embedded::Direction direction);
 
     /** XPATH(SELF,set,set,1,op,k); null is set 0. */
-    zdbs::ResultSetPtr select(const zdbs::ResultSetPtr &set, zdbs::PositionTest test);
+    zdbs::ResultSetPtr select(const zdbs::ResultSetPtr &set, zdbs::embedded::PositionTest test);
 
     /** S=a AND S=b, S=a NOT S=b, S=a OR S=b; null is set 0. */
     zdbs::ResultSetPtr intersect(const zdbs::ResultSetPtr &a, const zdbs::ResultSetPtr &b);

@@ -11,17 +11,18 @@
 #include "tests/exhaustive/family.h"
 #include "tests/zdbs/embedded/evaluate/naive_sets.h"
 #include "tests/zdbs/support/memory_path_table.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "tests/zdbs/support/nodes_of.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
 
 namespace exhaustive {
 namespace {
 
 using zdbs::Axis;
-using zdbs::Direction;
-using zdbs::NodeTable;
 using zdbs::OpenDatabase;
 using zdbs::ResultSetPtr;
+using zdbs::embedded::Direction;
+using zdbs::embedded::NodeTable;
 using zdbs::testing::MemoryNodeTable;
 using zdbs::testing::MemoryPathTable;
 using zdbs::testing::PathTableOptions;
@@ -30,7 +31,7 @@ using zdbs::testing::PathTableOptions;
 class Desk {
 public:
     explicit Desk(const NodeTable &nodes)
-        : database_(zdbs::makeEmbeddedDatabase(
+        : database_(zdbs::embedded::makeEmbeddedDatabase(
               "large", [table = std::shared_ptr<const NodeTable>(std::shared_ptr<const void>(),
                                                                  &nodes)] { return table; })) {}
 
@@ -43,8 +44,8 @@ public:
     }
 
     std::size_t size() const { return sets_.size(); }
-    std::vector<zdbs::NodeId> records(std::size_t number) const {
-        return database_->records(*sets_[number - 1]);
+    std::vector<zdbs::embedded::NodeId> records(std::size_t number) const {
+        return zdbs::testing::nodesOf(*database_, *sets_[number - 1]);
     }
 
 private:
@@ -123,7 +124,7 @@ PathTableOptions optionsOf(unsigned seed, const NodeTable &table) {
     options.deepestLevel = levels[random() % std::size(levels)];
     options.mostPaths = paths[random() % std::size(paths)];
     options.withRuns = random() % 2 == 0;
-    for (zdbs::DocumentIndex index = 1; index < table.documents().size(); ++index) {
+    for (zdbs::embedded::DocumentIndex index = 1; index < table.documents().size(); ++index) {
         if (random() % 4 == 0) options.removed.insert(index);
     }
     options.withValuePaths = random() % 3 != 0;
@@ -135,13 +136,21 @@ class WithoutPaths : public NodeTable {
 public:
     explicit WithoutPaths(const NodeTable &nodes) : nodes_(nodes) {}
 
-    std::span<const zdbs::DocumentRange> documents() const override { return nodes_.documents(); }
-    zdbs::NodeKind kind(zdbs::NodeId node) const override { return nodes_.kind(node); }
-    zdbs::NodeId parent(zdbs::NodeId node) const override { return nodes_.parent(node); }
-    zdbs::NodeId lastBelow(zdbs::NodeId node) const override { return nodes_.lastBelow(node); }
-    zdbs::NodeName name(zdbs::NodeId node) const override { return nodes_.name(node); }
-    std::string_view value(zdbs::NodeId node) const override { return nodes_.value(node); }
-    std::vector<zdbs::NamespaceDeclaration> namespaces(zdbs::NodeId node) const override {
+    std::span<const zdbs::embedded::DocumentRange> documents() const override {
+        return nodes_.documents();
+    }
+    zdbs::NodeKind kind(zdbs::embedded::NodeId node) const override { return nodes_.kind(node); }
+    zdbs::embedded::NodeId parent(zdbs::embedded::NodeId node) const override {
+        return nodes_.parent(node);
+    }
+    zdbs::embedded::NodeId lastBelow(zdbs::embedded::NodeId node) const override {
+        return nodes_.lastBelow(node);
+    }
+    zdbs::NodeName name(zdbs::embedded::NodeId node) const override { return nodes_.name(node); }
+    std::string_view value(zdbs::embedded::NodeId node) const override {
+        return nodes_.value(node);
+    }
+    std::vector<zdbs::NamespaceDeclaration> namespaces(zdbs::embedded::NodeId node) const override {
         return nodes_.namespaces(node);
     }
 

@@ -6,11 +6,12 @@
 namespace exhaustive {
 
 using zdbs::NodeKind;
-using zdbs::noNode;
-using zdbs::Step;
+using zdbs::embedded::noNode;
+using zdbs::embedded::Step;
 using zdbs::testing::Point;
 
-MaskForest::MaskForest(const zdbs::NodeTable &table) : points_(zdbs::testing::nodesOf(table)) {
+MaskForest::MaskForest(const zdbs::embedded::NodeTable &table)
+    : points_(zdbs::testing::nodesOf(table)) {
     nodeCount_ = points_.size();
     std::map<Point, Mask> byParent;
     for (std::size_t i = 0; i < nodeCount_; ++i) {

@@ -33,7 +33,7 @@ inline zdbs::Axis axisAt(std::size_t place) {
  */
 class MaskForest {
 public:
-    explicit MaskForest(const zdbs::NodeTable &table);
+    explicit MaskForest(const zdbs::embedded::NodeTable &table);
 
     std::size_t nodeCount() const { return nodeCount_; }
     std::size_t pointCount() const { return points_.size(); }
@@ -43,25 +43,25 @@ public:
     /** Set 0 as the first side of a step: the roots and every node but the attributes. */
     Mask everyContext() const;
 
-    zdbs::NodeId nodeAt(std::size_t place) const { return points_[place].node; }
+    zdbs::embedded::NodeId nodeAt(std::size_t place) const { return points_[place].node; }
 
     /** The bit of a node; 0 for a number that is none of the forest's. */
-    Mask bitOf(zdbs::NodeId node) const { return node < bits_.size() ? bits_[node] : 0; }
+    Mask bitOf(zdbs::embedded::NodeId node) const { return node < bits_.size() ? bits_[node] : 0; }
 
     /** Whether the point is a node, and not a root. */
     bool isNode(std::size_t place) const { return place < nodeCount_; }
 
     /** The points on the axis of a point. */
-    Mask from(zdbs::Step step, std::size_t place) const { return rows(step)[place]; }
+    Mask from(zdbs::embedded::Step step, std::size_t place) const { return rows(step)[place]; }
 
     /** The points of `first` that have a point of `second` on their axis. */
-    Mask keepFirst(zdbs::Step step, Mask first, Mask second) const;
+    Mask keepFirst(zdbs::embedded::Step step, Mask first, Mask second) const;
 
     /** The points of `second` that are on the axis of a point of `first`. */
-    Mask keepSecond(zdbs::Step step, Mask first, Mask second) const;
+    Mask keepSecond(zdbs::embedded::Step step, Mask first, Mask second) const;
 
     /** A step to nodes: to attributes alone, they are children. */
-    zdbs::Step stepTo(zdbs::Axis axis, Mask second) const;
+    zdbs::embedded::Step stepTo(zdbs::Axis axis, Mask second) const;
 
     /** The numbers of the nodes of a set: "{1 2 5}". */
     std::string shown(Mask nodes) const;
@@ -72,7 +72,7 @@ public:
 private:
     using Rows = std::array<Mask, 32>;
 
-    const Rows &rows(zdbs::Step step) const {
+    const Rows &rows(zdbs::embedded::Step step) const {
         return rows_[static_cast<std::size_t>(step.axis)][step.attributesAreChildren ? 1 : 0];
     }
 

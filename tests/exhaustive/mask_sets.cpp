@@ -8,9 +8,9 @@
 namespace exhaustive {
 
 using zdbs::Axis;
-using zdbs::Direction;
-using zdbs::PositionTest;
-using zdbs::Step;
+using zdbs::embedded::Direction;
+using zdbs::embedded::PositionTest;
+using zdbs::embedded::Step;
 
 Mask satisfying(Mask nodes, bool backwards, PositionTest test) {
     const int length = std::popcount(nodes);

@@ -20,8 +20,9 @@ public:
     explicit MaskSets(const MaskForest &forest);
 
     std::size_t plain(Mask nodes);
-    std::size_t join(zdbs::Axis axis, std::size_t a, std::size_t b, zdbs::Direction direction);
-    std::size_t select(std::size_t set, zdbs::PositionTest test);
+    std::size_t join(zdbs::Axis axis, std::size_t a, std::size_t b,
+                     zdbs::embedded::Direction direction);
+    std::size_t select(std::size_t set, zdbs::embedded::PositionTest test);
     std::size_t intersect(std::size_t a, std::size_t b);
     std::size_t subtract(std::size_t a, std::size_t b);
     std::size_t unite(std::size_t a, std::size_t b);
@@ -39,7 +40,7 @@ private:
     /** One step down: from a set, on an axis, by a certain join. */
     struct Link {
         std::size_t from;
-        zdbs::Step step;
+        zdbs::embedded::Step step;
         int join;
     };
 
@@ -68,7 +69,7 @@ private:
 };
 
 /** Of the nodes of one context, those whose position satisfies a test. */
-Mask satisfying(Mask nodes, bool backwards, zdbs::PositionTest test);
+Mask satisfying(Mask nodes, bool backwards, zdbs::embedded::PositionTest test);
 
 }  // namespace exhaustive
 

@@ -2,11 +2,12 @@
 
 namespace exhaustive {
 
-using zdbs::NodeId;
 using zdbs::NodeKind;
-using zdbs::noNode;
+using zdbs::embedded::NodeId;
+using zdbs::embedded::noNode;
 
-void Renaming::write(const zdbs::DocumentRange &document, const std::string &name, NodeSink &sink) {
+void Renaming::write(const zdbs::embedded::DocumentRange &document, const std::string &name,
+                     NodeSink &sink) {
     sink.startDocument(name);
     for (NodeId node = document.first; node <= document.last; ++node) {
         closeDownTo(forest_.parent(node), sink);

@@ -36,20 +36,22 @@ public:
 /** Writes documents of a forest, which must outlive it. */
 class Renaming {
 public:
-    Renaming(const zdbs::NodeTable &forest, Naming naming) : forest_(forest), naming_(naming) {}
+    Renaming(const zdbs::embedded::NodeTable &forest, Naming naming)
+        : forest_(forest), naming_(naming) {}
 
     /** A document called `name` with the nodes of one of the forest. */
-    void write(const zdbs::DocumentRange &document, const std::string &name, NodeSink &sink);
+    void write(const zdbs::embedded::DocumentRange &document, const std::string &name,
+               NodeSink &sink);
 
 private:
-    void closeDownTo(zdbs::NodeId parent, NodeSink &sink);
-    void writeNode(zdbs::NodeId node, NodeSink &sink);
-    static void writeLeaf(zdbs::NodeId node, NodeSink &sink);
-    std::string suffix(zdbs::NodeId node, zdbs::NodeId place) const;
+    void closeDownTo(zdbs::embedded::NodeId parent, NodeSink &sink);
+    void writeNode(zdbs::embedded::NodeId node, NodeSink &sink);
+    static void writeLeaf(zdbs::embedded::NodeId node, NodeSink &sink);
+    std::string suffix(zdbs::embedded::NodeId node, zdbs::embedded::NodeId place) const;
 
-    const zdbs::NodeTable &forest_;
+    const zdbs::embedded::NodeTable &forest_;
     Naming naming_;
-    std::vector<zdbs::NodeId> open_;
+    std::vector<zdbs::embedded::NodeId> open_;
 };
 
 }  // namespace exhaustive

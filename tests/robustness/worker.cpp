@@ -21,13 +21,13 @@
 
 namespace {
 
-using zdbs::Home;
-using zdbs::Writer;
+using zdbs::embedded::Home;
+using zdbs::embedded::Writer;
 
 void load(const std::string &directory, const std::vector<std::string> &files) {
-    const zdbs::SegmentLimits small{500, 10000};
+    const zdbs::embedded::SegmentLimits small{500, 10000};
     const auto home = Home::open(directory);
-    Writer writer(zdbs::Environment::open(home->databasePath("db")), {}, small);
+    Writer writer(zdbs::embedded::Environment::open(home->databasePath("db")), {}, small);
     zdbs::Loader loader(writer);
     for (const std::string &file : files)
         loader.load(*zdbs::openFile(file), file, std::filesystem::path(file).filename().native());

@@ -4,10 +4,12 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utmp.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <stdexcept>
@@ -15,8 +17,9 @@
 
 namespace support {
 
-TerminalProgram::TerminalProgram(const Command &command) {
-    if (openpty(&master_, &slave_, nullptr, nullptr, nullptr) != 0) {
+TerminalProgram::TerminalProgram(const Command &command, unsigned short columns) {
+    const winsize size{24, columns, 0, 0};
+    if (openpty(&master_, &slave_, nullptr, nullptr, &size) != 0) {
         throw std::runtime_error("no pseudo-terminal");
     }
     fcntl(master_, F_SETFD, FD_CLOEXEC);
@@ -37,12 +40,24 @@ TerminalProgram::~TerminalProgram() {
     close(master_);
 }
 
-void TerminalProgram::type(std::string_view text) const {
+void TerminalProgram::type(std::string_view text) {
+    // A program that is not read may not read either; so both in turn, in pieces that fit.
+    constexpr size_t piece = 1024;
     while (!text.empty()) {
-        const ssize_t written = write(master_, text.data(), text.size());
+        pollfd wanted{master_, POLLIN | POLLOUT, 0};
+        if (poll(&wanted, 1, millisecondsUntil(Clock::now() + patience)) <= 0)
+            throw std::runtime_error("cannot type");
+        if ((wanted.revents & POLLIN) != 0) readSome(Clock::now());
+        if ((wanted.revents & POLLOUT) == 0) continue;
+        const ssize_t written = write(master_, text.data(), std::min(text.size(), piece));
         if (written < 0 && errno != EINTR) throw std::runtime_error("cannot type");
         if (written > 0) text.remove_prefix(static_cast<size_t>(written));
     }
+}
+
+void TerminalProgram::resize(unsigned short columns) const {
+    const winsize size{24, columns, 0, 0};
+    ioctl(master_, TIOCSWINSZ, &size);
 }
 
 void TerminalProgram::signal(int number) const {

@@ -16,13 +16,15 @@ namespace support {
  */
 class TerminalProgram {
 public:
-    explicit TerminalProgram(const Command &command);
+    explicit TerminalProgram(const Command &command, unsigned short columns = 80);
     ~TerminalProgram();
     TerminalProgram(const TerminalProgram &) = delete;
     TerminalProgram &operator=(const TerminalProgram &) = delete;
 
     /** Types a text; '\n' is the Enter key, '\003' is Ctrl-C, '\004' is Ctrl-D. */
-    void type(std::string_view text) const;
+    void type(std::string_view text);
+    /** The window becomes wider or narrower. */
+    void resize(unsigned short columns) const;
     void signal(int number) const;
 
     /**

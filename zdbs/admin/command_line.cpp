@@ -9,9 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/similar_words.h"
 #include "zdbs/admin/commands.h"
+#include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/similar_words.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
 
@@ -31,7 +32,8 @@ std::vector<std::string> argumentsOf(int argc, char **argv) {
         const bool isHome = i > 0 && arguments[i - 1] == "--home";
         if (takesRequests && !isHome && argument.starts_with('[') && argument.ends_with(']'))
             argument.insert(0, 1, ' ');
-        takesRequests = takesRequests || argument == "query" || argument == "explain";
+        takesRequests = takesRequests || argument == "query" || argument == "xpath" ||
+                        argument == "values" || argument == "explain";
     }
     return arguments;
 }
@@ -48,9 +50,13 @@ public:
         defineHomeCommands();
         defineUserCommands();
         defineDatabaseCommands();
+        defineBackupCommands();
         defineLoadCommand();
+        defineSyncCommand();
         defineDocumentCommands();
         defineQueryCommand();
+        defineXPathCommand();
+        defineValuesCommand();
         defineExplainCommand();
         finishHelp(app_);
         app_.footer("zdbs COMMAND --help tells about a command, man zdbs about everything.");
@@ -196,6 +202,11 @@ private:
                                     [this] { return check(home_, database_, asJson_); });
         addDatabase(checking);
         addJson(checking);
+        CLI::App &paths =
+            define(app_, "paths", "Show the paths of names, and how often each occurs",
+                   [this] { return listPaths(home_, database_, asJson_); });
+        addDatabase(paths);
+        addJson(paths);
         addDatabase(define(app_, "compact", "Give back what removed documents held",
                            [this] { return compact(home_, database_); }));
     }
@@ -205,12 +216,41 @@ private:
                                  : listDocuments(home_, database_, asJson_);
     }
 
+    void defineBackupCommands() {
+        CLI::App &backup = define(app_, "backup", "Write databases, users and grants to a file",
+                                  [this] { return backUp(home_, backup_); });
+        backup.add_option("DATABASE", backup_.databases, "Names of databases; none: all of them");
+        backup.add_option("--output", backup_.output, "The file, or - for standard output")
+            ->required()
+            ->type_name("FILE");
+        CLI::App &restoring =
+            define(app_, "restore", "Make a home of a backup", [this] { return runRestore(); });
+        restoring.add_option("FILE", backup_.output, "The backup, or - for standard input")
+            ->required();
+        restoring.add_option("--into", into_, "The home to make; otherwise that of --home")
+            ->type_name("DIR");
+    }
+
+    bool runRestore() {
+        if (!into_.empty()) home_.directory = into_;
+        return restore(home_, backup_.output);
+    }
+
     void defineLoadCommand() {
         CLI::App &command = define(app_, "load", "Load XML documents, all or nothing",
-                                   [this] { return load(home_, load_); });
+                                   [this] { return runLoad(); });
         addDatabaseOf(command);
-        command.add_option("PATH", load_.paths, "Files, folders, or - for standard input")
-            ->required();
+        CLI::Option *paths =
+            command.add_option("PATH", load_.paths, "Files, folders, or - for standard input");
+        CLI::Option *list = command
+                                .add_option("--files-from", load_.list,
+                                            "A list of files, one a line; - for "
+                                            "standard input")
+                                ->type_name("FILE")
+                                ->excludes(paths);
+        command.add_flag("-0,--null", load_.listEndsInNul, "Names of the list end with a NUL")
+            ->needs(list);
+        addSourceChoice(command, load_.choice);
         CLI::Option *stop = command.add_flag(
             "--stop", stops_, "End at the first bad file and store nothing (as without)");
         command.add_flag("--skip", load_.skipsBad, "Report bad files and store the others")
@@ -218,14 +258,45 @@ private:
         addLoadOptions(command);
     }
 
+    void defineSyncCommand() {
+        CLI::App &command =
+            define(app_, "sync", "Load what is new or has changed in a folder, all or nothing",
+                   [this] { return sync(home_, sync_); });
+        command.add_option("DATABASE", sync_.database, "Name of the database")->required();
+        command.add_option("DIR", sync_.directory, "The folder")->required();
+        addSourceChoice(command, sync_.choice);
+        command.add_flag("--delete", sync_.deletes, "Remove documents whose files are gone");
+        addEntities(command, sync_.entities);
+        addLimits(command, sync_.options);
+    }
+
+    static void addSourceChoice(CLI::App &command, SourceChoice &choice) {
+        command.add_option("--pattern", choice.patterns, "Files of folders that fit, not *.xml")
+            ->allow_extra_args(false)
+            ->type_name("GLOB");
+        command.add_option("--prefix", choice.prefix, "In front of the names of documents")
+            ->type_name("PATH");
+    }
+
     void addDatabaseOf(CLI::App &command) {
         command.add_option("DATABASE", load_.database, "Name of the database")->required();
     }
 
     void addLoadOptions(CLI::App &command) {
-        LoadOptions &options = load_.options;
         command.add_option("--name", load_.name, "Name of the document, for a single file")
             ->type_name("NAME");
+        addEntities(command, load_.entities);
+        addLimits(command, load_.options);
+    }
+
+    static void addEntities(CLI::App &command, std::string &entities) {
+        command
+            .add_option("--entities", entities,
+                        "Define entities that documents lack: those of XHTML, or of a file")
+            ->type_name("xhtml|FILE");
+    }
+
+    static void addLimits(CLI::App &command, LoadOptions &options) {
         command.add_flag("--strip-space", options.stripSpace,
                          "Drop texts that are white space only, unless xml:space keeps them");
         addLimit(command, "--max-depth", options.maxDepth, "Nested elements");
@@ -235,6 +306,8 @@ private:
                  "Bytes of a text, attribute, comment or instruction");
         addLimit(command, "--max-entity-nesting", options.maxEntityNesting,
                  "Entities within entities");
+        addLimit(command, "--max-expansion", options.maxExpansion,
+                 "Times the document that its entities and defaults may expand to");
     }
 
     static void addLimit(CLI::App &command, const char *name, std::size_t &limit,
@@ -247,11 +320,10 @@ private:
     }
 
     void defineDocumentCommands() {
-        CLI::App &remove = define(app_, "remove", "Remove a document", [this] {
-            return removeDocument(home_, database_, dump_.document);
-        });
+        CLI::App &remove = define(app_, "remove", "Remove documents, all or none",
+                                  [this] { return removeDocuments(home_, database_, documents_); });
         addDatabase(remove);
-        remove.add_option("DOCUMENT", dump_.document, "Name of the document")->required();
+        remove.add_option("DOCUMENT", documents_, "Names of the documents")->required();
 
         CLI::App &replace =
             define(app_, "replace", "Put a new document in the place of the one of its name",
@@ -276,17 +348,80 @@ private:
                                    [this] { return query(home_, query_); });
         command.add_option("DATABASE", query_.database, "Name of the database")->required();
         command.add_option("REQUEST", query_.requests,
-                           "XPath requests; - or none: the lines of standard input");
+                           "XPath requests or FIND commands; - or none: the lines of standard "
+                           "input");
+        CLI::Option *fragments = addAnswerForms(command, query_.forms);
+        command
+            .add_flag("--highlight", query_.forms.highlights, "Mark hits in the export document")
+            ->needs(fragments);
+        addNoNotes(command, query_.withoutNotes);
+    }
+
+    void defineXPathCommand() {
+        CLI::App &command =
+            define(app_, "xpath", "Evaluate expressions of XPath 1.0, the whole language",
+                   [this] { return answerXPath(home_, xpath_); });
+        command.add_option("DATABASE", xpath_.database, "Name of the database")->required();
+        command.add_option("EXPRESSION", xpath_.requests,
+                           "Expressions; - or none: the lines of standard input");
+        addPairs(command, "--namespace", xpath_.namespaces, "PREFIX=URI",
+                 "A prefix of the expressions");
+        addPairs(command, "--variable", xpath_.variables, "NAME=TEXT",
+                 "A variable of the expressions, a string");
+        command.add_flag("--explain", xpath_.explains,
+                         "Print how the expressions are understood and found, not their values");
+        addAnswerForms(command, xpath_.forms);
+    }
+
+    static void addPairs(CLI::App &command, const char *name, std::vector<std::string> &pairs,
+                         const char *type, const char *description) {
+        command.add_option(name, pairs, description)->allow_extra_args(false)->type_name(type);
+    }
+
+    /** Returns the option for fragments. */
+    static CLI::Option *addAnswerForms(CLI::App &command, AnswerForms &forms) {
         CLI::Option *fragments =
             command
-                .add_option("--fragments", query_.fragments,
+                .add_option("--fragments", forms.fragments,
                             "Print the export document: what these specs select from each match")
                 ->allow_extra_args(false)
                 ->type_name("SPECS");
-        command.add_flag("--highlight", query_.highlights, "Mark hits in the export document")
-            ->needs(fragments);
-        command.add_flag("--ids", query_.listsIds, "Print the numbers of the records, one a line");
-        command.add_flag("--json", query_.asJson, "Write a JSON object for each request");
+        addNodeForms(command, forms.nodes);
+        command.add_flag("--json", forms.asJson, "Write a JSON object for each request");
+        return fragments;
+    }
+
+    /** How nodes are printed instead of their count. */
+    static void addNodeForms(CLI::App &command, NodeForms &forms) {
+        command.add_flag("--ids", forms.ids, "Print the numbers of the records, one a line");
+        command.add_flag("--documents", forms.documents,
+                         "Print the names of the documents that they are in");
+        command.add_flag("--paths", forms.paths, "Print where they stand in their documents");
+        command.add_flag("--values", forms.values, "Print their texts");
+        command.add_flag("--csv", forms.asCsv,
+                         "Write these as columns; without any, all but --ids");
+        command.add_flag("-0,--null", forms.endsInNul, "End each with a NUL, not with a line end");
+        addCount(command, "--limit", forms.limit, "At most so many of them");
+        addCount(command, "--offset", forms.offset, "Without the first ones, so many");
+    }
+
+    static void addCount(CLI::App &command, const char *name, std::uint64_t &count,
+                         const char *description) {
+        CLI::Validator isCount = CLI::NonNegativeNumber;
+        command.add_option(name, count, description)
+            ->check(isCount.description(""))
+            ->type_name("N");
+    }
+
+    void defineValuesCommand() {
+        CLI::App &command = define(app_, "values", "List distinct values and how often each occurs",
+                                   [this] { return listValues(home_, values_); });
+        command.add_option("DATABASE", values_.database, "Name of the database")->required();
+        command.add_option("REQUEST", values_.request, "An XPath request or a FIND command")
+            ->required();
+        command.add_flag("--by-count", values_.byCount, "The most frequent ones first");
+        CLI::Option *csv = command.add_flag("--csv", values_.asCsv, "Write CSV");
+        command.add_flag("--json", values_.asJson, "Write JSON")->excludes(csv);
     }
 
     void defineExplainCommand() {
@@ -298,6 +433,17 @@ private:
                         "XPath requests, or FIND commands, which may name the sets before them")
             ->required();
         command.add_flag("--json", explain_.asJson, "Write a JSON object for each request");
+        addNoNotes(command, explain_.withoutNotes);
+    }
+
+    static void addNoNotes(CLI::App &command, bool &flag) {
+        command.add_flag("--no-notes", flag, "Leave out what may have been meant otherwise");
+    }
+
+    bool runLoad() {
+        if (load_.paths.empty() && load_.list.empty())
+            throw CLI::RequiredError("PATH or --files-from");
+        return load(home_, load_);
     }
 
     bool runReplace() {
@@ -310,12 +456,18 @@ private:
     HomeChoice home_;
     std::string user_;
     std::string database_;
+    std::vector<std::string> documents_;
     bool passwordFromInput_ = false;
     bool asJson_ = false;
     bool stops_ = false;  // says only what happens anyway
+    BackupRequest backup_;
+    std::string into_;
     LoadRequest load_;
+    SyncRequest sync_;
     DumpRequest dump_;
     QueryRequest query_;
+    XPathRequest xpath_;
+    ValuesRequest values_;
     ExplainRequest explain_;
 };
 
@@ -333,11 +485,11 @@ int run(CommandLine &commandLine, int argc, char **argv) {
         finishOutput();
         return allDone;
     } catch (const CLI::Error &error) {
-        writeMessage(visibleText(commandLine.complaint(error)) +
+        writeMessage(messageText(commandLine.complaint(error)) +
                      "\nzdbs --help and zdbs COMMAND --help tell more.");
         return badUsage;
     } catch (const UsageError &error) {
-        writeMessage(error.what());
+        writeMessage(messageText(error.what()));
         return badUsage;
     }
 }
@@ -348,10 +500,13 @@ int runCommandLine(int argc, char **argv) {
     try {
         CommandLine commandLine;
         return run(commandLine, argc, argv);
+    } catch (const Interrupted &what) {
+        writeMessage(what.what());
+        return interrupted;
     } catch (const std::bad_alloc &) {
         writeMessage(Failure(Status::outOfMemory).what());
     } catch (const std::exception &error) {
-        writeMessage(error.what());
+        writeMessage(visibleText(error.what()));
     }
     return notDone;
 }

@@ -6,9 +6,10 @@ namespace zdbs::admin {
 
 /** What the program answers to its caller. */
 enum ExitStatus : int {
-    allDone = 0,   ///< everything that was asked for
-    notDone = 1,   ///< or a part of it, or nothing; messages say what
-    badUsage = 2,  ///< the command line makes no sense; nothing was begun
+    allDone = 0,        ///< everything that was asked for
+    notDone = 1,        ///< or a part of it, or nothing; messages say what
+    badUsage = 2,       ///< the command line makes no sense; nothing was begun
+    interrupted = 130,  ///< Ctrl-C while requests were answered; those before it were
 };
 
 /** Runs the command and answers the exit status. Throws nothing. */

@@ -8,20 +8,16 @@
 #define ZDBS_ADMIN_COMMANDS_H
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "zdbs/admin/answer_output.h"
+#include "zdbs/admin/usage_error.h"
+#include "zdbs/admin/xml_sources.h"
 #include "zdbs/engine/administration.h"
 #include "zdbs/load/loader.h"
 
 namespace zdbs::admin {
-
-/** The command line makes no sense; the sentence says why. */
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /** Which home: what --home says, or configuredLocation(). */
 struct HomeChoice {
@@ -50,18 +46,46 @@ bool showInfo(const HomeChoice &home, const std::string &database, bool asJson);
 bool check(const HomeChoice &home, const std::string &database, bool asJson);
 bool compact(const HomeChoice &home, const std::string &database);
 
+struct BackupRequest {
+    std::vector<std::string> databases;  ///< none: all of them
+    std::string output;                  ///< a file, or `-` for standard output
+};
+
+bool backUp(const HomeChoice &home, const BackupRequest &request);
+
+/** Makes a home of a backup, which is a file, or `-` for standard input. */
+bool restore(const HomeChoice &home, const std::string &file);
+
 struct LoadRequest {
     std::string database;
     std::vector<std::string> paths;
+    std::string list;  ///< of files, `-` for standard input; empty: none
+    bool listEndsInNul = false;
+    SourceChoice choice;
     std::string name;       ///< of the document, for a single file; empty for the file's own
+    std::string entities;   ///< "xhtml", or a file of definitions; empty: none
     bool skipsBad = false;  ///< store the good ones; otherwise a bad one ends it
     bool replaces = false;  ///< the document has to be there already
     LoadOptions options;
 };
 
 bool load(const HomeChoice &home, const LoadRequest &request);
-bool removeDocument(const HomeChoice &home, const std::string &database,
-                    const std::string &document);
+
+struct SyncRequest {
+    std::string database;
+    std::string directory;
+    SourceChoice choice;
+    std::string entities;  ///< as of LoadRequest
+    bool deletes = false;  ///< documents that no file stands for
+    LoadOptions options;
+};
+
+/** Loads what is new or has changed in a folder, in one transaction. */
+bool sync(const HomeChoice &home, const SyncRequest &request);
+
+/** All of them or none. */
+bool removeDocuments(const HomeChoice &home, const std::string &database,
+                     const std::vector<std::string> &documents);
 
 struct DumpRequest {
     std::string database;
@@ -73,20 +97,46 @@ bool dump(const HomeChoice &home, const DumpRequest &request);
 
 struct QueryRequest {
     std::string database;
-    std::vector<std::string> requests;   ///< "-", or none: the lines of standard input
-    std::vector<std::string> fragments;  ///< blank-separated specs; none: no export
-    bool highlights = false;             ///< marks hits in the fragments
-    bool listsIds = false;
-    bool asJson = false;
+    std::vector<std::string>
+        requests;  ///< XPath requests and FIND commands; "-", or none: the lines of standard input
+    AnswerForms forms;
+    bool withoutNotes = false;
 };
 
 /** All requests see one state of the database; one that fails does not end the others. */
 bool query(const HomeChoice &home, const QueryRequest &request);
 
+struct XPathRequest {
+    std::string database;
+    std::vector<std::string> requests;  ///< expressions; "-", or none: the lines of standard input
+    std::vector<std::string> namespaces;  ///< "prefix=URI"
+    std::vector<std::string> variables;   ///< "name=text"
+    bool explains = false;                ///< how they are understood and found; no answers
+    AnswerForms forms;
+};
+
+/** As query(), in the language of XPath 1.0. */
+bool answerXPath(const HomeChoice &home, const XPathRequest &request);
+
+struct ValuesRequest {
+    std::string database;
+    std::string request;   ///< an XPath request or a FIND command
+    bool byCount = false;  ///< the most frequent ones first; otherwise by value
+    bool asCsv = false;
+    bool asJson = false;
+};
+
+/** Lists the distinct values of what a request finds, and how often each occurs. */
+bool listValues(const HomeChoice &home, const ValuesRequest &request);
+
+/** Lists the paths that occur in a database. */
+bool listPaths(const HomeChoice &home, const std::string &database, bool asJson);
+
 struct ExplainRequest {
     std::string database;
     std::vector<std::string> requests;  ///< XPath requests and FIND commands
     bool asJson = false;
+    bool withoutNotes = false;
 };
 
 /** All requests share one session; the first that fails ends the command. */

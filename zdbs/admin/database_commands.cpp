@@ -5,6 +5,7 @@
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/sizes.h"
+#include "zdbs/admin/visible_text.h"
 
 namespace zdbs::admin {
 
@@ -57,7 +58,8 @@ std::string documentsAsTable(const std::vector<DocumentSummary> &documents) {
     TextTable table({right, right, left});
     table.add({"NODES", "XML", "DOCUMENT"});
     for (const DocumentSummary &document : documents)
-        table.add({std::to_string(document.nodes), sizeText(document.xmlBytes), document.name});
+        table.add({std::to_string(document.nodes), sizeText(document.xmlBytes),
+                   visibleText(document.name)});
     return table.text();
 }
 
@@ -85,10 +87,11 @@ bool listDocuments(const HomeChoice &home, const std::string &database, bool asJ
     return true;
 }
 
-bool removeDocument(const HomeChoice &home, const std::string &database,
-                    const std::string &document) {
+bool removeDocuments(const HomeChoice &home, const std::string &database,
+                     const std::vector<std::string> &documents) {
     const auto load = home.open()->load(database, [&] { tellWaiting(database); });
-    load->removeDocument(document);
+    for (const std::string &document : documents)
+        load->removeDocument(document);
     load->commit();
     return true;
 }

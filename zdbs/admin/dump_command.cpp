@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -12,9 +9,11 @@
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/output_file.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/base/sink.h"
 #include "zdbs/base/status.h"
+#include "zdbs/export/xml_writer.h"
 
 namespace zdbs::admin {
 
@@ -22,64 +21,36 @@ namespace fs = std::filesystem;
 
 namespace {
 
-[[noreturn]] void failWriting(const fs::path &path, int error) {
-    throw Failure(Status::writeFailed, {path.native(), std::system_category().message(error)});
-}
-
 void writeDocument(const StoredDocuments &documents, std::size_t place,
                    ChunkSink::Consumer consumer) {
     ChunkSink sink(std::move(consumer));
-    documents.write(place, sink);
+    XmlWriter writer(sink);
+    documents.tell(place, writer);
     sink.flush();
 }
-
-/** A new file that takes its place when it is complete. */
-class OutputFile {
-public:
-    explicit OutputFile(fs::path path) : path_(std::move(path)), partPath_(path_) {
-        partPath_ += ".part";
-        file_.reset(std::fopen(partPath_.c_str(), "wb"));
-        if (!file_) failWriting(path_, errno);
-    }
-    ~OutputFile() {
-        if (!partPath_.empty()) ::remove(partPath_.c_str());
-    }
-    OutputFile(const OutputFile &) = delete;
-    OutputFile &operator=(const OutputFile &) = delete;
-
-    void write(std::string_view text) {
-        if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size())
-            failWriting(path_, errno);
-    }
-
-    void finish() {
-        if (std::fclose(file_.release()) != 0) failWriting(path_, errno);
-        if (::rename(partPath_.c_str(), path_.c_str()) != 0) failWriting(path_, errno);
-        partPath_.clear();
-    }
-
-private:
-    struct Close {
-        void operator()(std::FILE *file) const { std::fclose(file); }
-    };
-
-    fs::path path_;
-    fs::path partPath_;
-    std::unique_ptr<std::FILE, Close> file_;
-};
 
 /** Documents on their way out, with a bar of how much of the loaded XML that is. */
 class DumpRun {
 public:
     explicit DumpRun(const StoredDocuments &documents) : documents_(documents) {}
 
-    void writeAll(const fs::path &folder) {
+    /** False when some have a name that cannot be a file's; those are told. */
+    bool writeAll(const fs::path &folder) {
         std::uint64_t total = 0;
         for (const DocumentSummary &document : documents_.list())
             total += document.xmlBytes;
         Progress progress(total);
-        for (std::size_t place = 0; place < documents_.list().size(); ++place)
-            writeFile(place, folder, progress);
+        bool isAll = true;
+        for (std::size_t place = 0; place < documents_.list().size(); ++place) {
+            try {
+                writeFile(place, folder, progress);
+            } catch (const UnusableName &failure) {
+                progress.clear();
+                writeMessage(failure.what());
+                isAll = false;
+            }
+        }
+        return isAll;
     }
 
     void writeFile(std::size_t place, const fs::path &folder) {
@@ -100,11 +71,7 @@ public:
 private:
     // Names of documents cannot lead out of the folder; the store sees to that.
     void writeFile(std::size_t place, const fs::path &folder, Progress &progress) {
-        const fs::path path = folder / documents_.list()[place].name;
-        std::error_code error;
-        fs::create_directories(path.parent_path(), error);
-        if (error) failWriting(path.parent_path(), error.value());
-        OutputFile file(path);
+        OutputFile file(folder, documents_.list()[place].name);
         writeDocument(documents_, place, [&](std::string_view text) {
             file.write(text);
             progress.update(done_ += text.size());
@@ -134,15 +101,20 @@ std::size_t findDocument(const std::vector<DocumentSummary> &documents,
     return static_cast<std::size_t>(found - documents.begin());
 }
 
+void makeFolder(const fs::path &folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) OutputFile::fail(folder, error.value());
+}
+
 }  // namespace
 
 bool dump(const HomeChoice &home, const DumpRequest &request) {
     const auto documents = home.open()->documents(request.database);
     DumpRun run(*documents);
-    if (!request.directory.empty() && request.document.empty()) {
-        run.writeAll(request.directory);
-        return true;
-    }
+    if (!request.directory.empty()) makeFolder(request.directory);
+    if (!request.directory.empty() && request.document.empty())
+        return run.writeAll(request.directory);
     const std::size_t place = request.document.empty() ? onlyDocument(documents->list())
                                                        : findDocument(documents->list(), request);
     if (request.directory.empty())

@@ -6,7 +6,9 @@
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/explanation.h"
+#include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/request_notes.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
@@ -22,7 +24,10 @@ using Clock = std::chrono::steady_clock;
 /** Runs requests in a session and watches what they do. */
 class Explainer {
 public:
-    explicit Explainer(Session &session) : session_(session), oneState_(session) {
+    Explainer(Session &session, const ExplainRequest &request)
+        : session_(session),
+          oneState_(session),
+          notes_(session, request.asJson, request.withoutNotes) {
         // As for the sets of a request: what later commands name is there, empty or not.
         session_.execute("DEFINE FIND MIN=0");
         session_.observe([this](const ExecutedFind &find) { note(find); });
@@ -34,15 +39,20 @@ public:
     Explanation explain(const std::string &request) {
         explanation_ = {};
         explanation_.request = request;
+        const Interruption interruption;
         const Clock::time_point begin = Clock::now();
         try {
             explanation_.result = run(request);
         } catch (const Failure &failure) {
+            Interruption::endIfRequested(request);
             explanation_.error = failure.what();
         }
         explanation_.total = Clock::now() - begin;
+        explanation_.notes = notes_.on(request, explanation_.error);
         return std::move(explanation_);
     }
+
+    RequestNotes &notes() { return notes_; }
 
 private:
     ExplainedResult run(const std::string &request) {
@@ -66,6 +76,7 @@ private:
 
     Session &session_;
     NestedScope oneState_;
+    RequestNotes notes_;
     Explanation explanation_;
 };
 
@@ -118,17 +129,19 @@ private:
 
 bool explain(const HomeChoice &home, const ExplainRequest &request) {
     const auto session = Session::ofOwner(home.open()->open(request.database));
-    Explainer explainer(*session);
+    Explainer explainer(*session, request);
     ExplanationWriter writer(request);
     for (const std::string &text : request.requests) {
         Explanation explanation = explainer.explain(text);
         const std::string error = explanation.error;
         writer.add(std::move(explanation));
-        if (error.empty()) continue;
-        writer.flush();
-        finishOutput();
-        writeMessage(nameOf(text) + ": " + visibleText(error));
-        return false;
+        if (!error.empty()) {
+            writer.flush();
+            finishOutput();
+            writeMessage(nameOf(text) + ": " + visibleText(error));
+        }
+        explainer.notes().show(text, error);
+        if (!error.empty()) return false;
     }
     writer.flush();
     return true;

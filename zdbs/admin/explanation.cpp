@@ -7,6 +7,7 @@
 
 #include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/request_notes.h"
 #include "zdbs/admin/sizes.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/utf8.h"
@@ -153,6 +154,7 @@ std::string jsonOf(const Explanation &explanation) {
     json.key("hitsMilliseconds").value(explanation.hitsTime);
     if (explanation.result.number > 0) addResult(json, explanation.result);
     if (!explanation.error.empty()) json.key("error").value(explanation.error);
+    addNotes(json, explanation.notes);
     return json.endObject().text() + '\n';
 }
 

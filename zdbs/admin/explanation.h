@@ -35,6 +35,7 @@ struct Explanation {
     std::chrono::nanoseconds hitsTime{};  ///< to count the hits of the sets, after they were found
     ExplainedResult result;               ///< none when it failed
     std::string error;                    ///< empty when it did not
+    std::vector<std::string> notes;       ///< what somebody who typed it may want to know
 
     /** To find the sets. */
     std::chrono::nanoseconds setsTime() const;

@@ -1,10 +1,11 @@
 #include "zdbs/admin/json.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
 #include "zdbs/admin/sizes.h"
-#include "zdbs/base/document_name.h"
+#include "zdbs/base/utf8.h"
 
 namespace zdbs::admin {
 
@@ -41,13 +42,15 @@ void appendEscaped(std::string &result, char byte) {
 
 std::string quoted(std::string_view text) {
     std::string result = "\"";
-    const bool isText = isXmlText(text);
-    for (const char byte : text) {
-        const bool isAscii = static_cast<unsigned char>(byte) < 0x80;
-        if (isText || isAscii)
-            appendEscaped(result, byte);
-        else
+    while (!text.empty()) {
+        const std::size_t length = characterLength(text);
+        if (length == 0)
             result += "\xef\xbf\xbd";
+        else if (length == 1)
+            appendEscaped(result, text[0]);
+        else
+            result += text.substr(0, length);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return result + '"';
 }

@@ -1,10 +1,12 @@
 #include <cstddef>
-#include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "zdbs/admin/commands.h"
+#include "zdbs/admin/document_loads.h"
+#include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"
@@ -27,14 +29,15 @@ bool isFaultOfDocument(Status status) {
 class LoadRun {
 public:
     LoadRun(Load &target, const LoadRequest &request)
-        : target_(target), request_(request), loader_(target, request.options) {}
+        : target_(target),
+          request_(request),
+          loads_(target, withEntities(request.options, request.entities)) {}
 
     /** Finds the sources first: what is not there is told before anything is loaded. */
     bool run() {
-        for (const std::string &path : request_.paths)
-            find(path);
+        findAll();
         checkName();
-        Progress progress(totalSize());
+        Progress progress(totalSize(sources_));
         for (const XmlSource &source : sources_)
             load(source, progress);
         target_.commit();
@@ -42,12 +45,20 @@ public:
     }
 
     std::size_t bad() const { return bad_; }
-    std::size_t loaded() const { return loaded_; }
+    const DocumentLoads &loads() const { return loads_; }
 
 private:
-    void find(const std::string &path) {
+    void findAll() {
+        for (const std::string &path : request_.paths)
+            find([&] { return findXml(path, request_.choice); });
+        if (request_.list.empty()) return;
+        find([&] { return findListed(request_.list, request_.listEndsInNul, request_.choice); });
+    }
+
+    template <typename Find>
+    void find(const Find &sources) {
         try {
-            for (XmlSource &source : findXml(path))
+            for (XmlSource &source : sources())
                 sources_.push_back(std::move(source));
         } catch (const Failure &failure) {
             tolerate(failure);
@@ -60,32 +71,14 @@ private:
         sources_.front().document = request_.name;
     }
 
-    /** Of all that is to be read; 0 when that of a part is not known. */
-    std::uint64_t totalSize() const {
-        std::uint64_t total = 0;
-        for (const XmlSource &source : sources_) {
-            if (!source.size) return 0;
-            total += *source.size;
-        }
-        return total;
-    }
-
     void load(const XmlSource &source, Progress &progress) {
-        std::uint64_t read = 0;
         try {
-            const auto input = source.open();
-            loader_.onProgress([&](const Input &at) {
-                read = at.consumed();
-                progress.update(done_ + read);
-            });
             if (request_.replaces) target_.removeDocument(source.document);
-            loader_.load(*input, source.label, source.document);
-            ++loaded_;
+            loads_.load(source, progress);
         } catch (const Failure &failure) {
             progress.clear();
             tolerate(failure);
         }
-        done_ += source.size.value_or(read);
     }
 
     void tolerate(const Failure &failure) {
@@ -96,32 +89,39 @@ private:
 
     Load &target_;
     const LoadRequest &request_;
-    Loader loader_;
+    DocumentLoads loads_;
     std::vector<XmlSource> sources_;
-    std::uint64_t done_ = 0;
-    std::size_t loaded_ = 0;
     std::size_t bad_ = 0;
 };
 
-std::string documentsText(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " document" : " documents");
+/** What a person at a terminal wants to know; programs have the status. */
+void tellStored(const LoadRun &run) {
+    if (outputWidth() > 0) writeOutput(run.loads().summary() + '\n');
 }
 
 }  // namespace
 
 bool load(const HomeChoice &home, const LoadRequest &request) {
-    const auto target = home.open()->load(request.database, [&] { tellWaiting(request.database); });
-    LoadRun run(*target, request);
+    const Interruption interruption;
+    std::unique_ptr<Load> target;
+    std::unique_ptr<LoadRun> run;
     try {
-        if (run.run()) return true;
+        target = home.open()->load(request.database, [&] { tellWaiting(request.database); });
+        run = std::make_unique<LoadRun>(*target, request);
+        if (run->run()) {
+            tellStored(*run);
+            return true;
+        }
     } catch (const Failure &failure) {
+        if (failure.status() == Status::stopped) throw Interrupted(interruptedLoad);
+        if (!run) throw;
         writeMessage(visibleText(failure.what()));
         // The reader of the message would wonder about the files in front of the bad one.
-        if (run.loaded() > 0) writeMessage("Nothing was stored.");
+        if (run->loads().documents() > 0) writeMessage("Nothing was stored.");
         return false;
     }
-    writeMessage(documentsText(run.loaded()) + " stored, " + std::to_string(run.bad()) +
-                 " skipped.");
+    writeMessage(documentsText(run->loads().documents()) + " stored, " +
+                 std::to_string(run->bad()) + " skipped.");
     return false;
 }
 

@@ -154,7 +154,7 @@ std::string askForNewPassword(const std::string &user) {
     if (!terminal)
         throw Failure(Status::badPassword,
                       {"there is no terminal to ask for it; --password-stdin reads it"});
-    const std::string password = ask(terminal.get(), "Password for " + user + ": ");
+    std::string password = ask(terminal.get(), "Password for " + user + ": ");
     if (ask(terminal.get(), "The same again: ") != password)
         throw Failure(Status::badPassword, {"the two differ"});
     return password;

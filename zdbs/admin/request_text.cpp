@@ -81,4 +81,20 @@ std::optional<std::string_view> RequestLines::nextLine() {
     return line;
 }
 
+void forEachRequest(const std::vector<std::string> &requests,
+                    const std::function<void(const std::string &)> &answer) {
+    const auto answerInput = [&] {
+        RequestLines lines(stdin);
+        while (const auto line = lines.next())
+            answer(*line);
+    };
+    if (requests.empty()) answerInput();
+    for (const std::string &text : requests) {
+        if (text == "-")
+            answerInput();
+        else
+            answer(text);
+    }
+}
+
 }  // namespace zdbs::admin

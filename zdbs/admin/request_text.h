@@ -4,14 +4,16 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zdbs::admin {
 
 /** Bytes of a request. */
-constexpr std::size_t longestRequest = 64 * 1024 * 1024;
+constexpr std::size_t longestRequest = std::size_t{64} * 1024 * 1024;
 
 /**
  * Throws Failure(requestFailed) for what somebody who knows the shell would type here: a
@@ -46,6 +48,13 @@ private:
     char *line_ = nullptr;  // getline() allocates it
     std::size_t size_ = 0;
 };
+
+/**
+ * Calls `answer` for each request: a "-" stands for the lines of standard input, and so does
+ * no request at all. Throws Failure(fileUnreadable) and what is thrown there.
+ */
+void forEachRequest(const std::vector<std::string> &requests,
+                    const std::function<void(const std::string &)> &answer);
 
 }  // namespace zdbs::admin
 

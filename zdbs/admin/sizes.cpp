@@ -31,11 +31,24 @@ std::string sizeText(std::uint64_t bytes) {
     return oneDecimal(size) + ' ' + units[unit];
 }
 
+std::string countText(std::uint64_t count) {
+    std::string text = std::to_string(count);
+    for (std::size_t end = text.size(); end > 3; end -= 3)
+        text.insert(end - 3, 1, ' ');
+    return text;
+}
+
 std::string durationText(std::uint64_t seconds) {
     const std::uint64_t minutes = seconds / 60;
     if (minutes < 60) return std::to_string(minutes) + ':' + twoDigits(seconds % 60);
     return std::to_string(minutes / 60) + ':' + twoDigits(minutes % 60) + ':' +
            twoDigits(seconds % 60);
+}
+
+std::string secondsText(std::chrono::nanoseconds time) {
+    const double seconds = std::chrono::duration<double>(time).count();
+    if (seconds >= 59.95) return durationText(static_cast<std::uint64_t>(seconds + 0.5));
+    return oneDecimal(seconds) + " s";
 }
 
 std::string ratioText(std::uint64_t part, std::uint64_t whole) {

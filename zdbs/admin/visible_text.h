@@ -7,13 +7,9 @@
 #include <string_view>
 #include <vector>
 
-namespace zdbs::admin {
+#include "zdbs/base/visible_text.h"
 
-/**
- * The text on one line, without anything that a terminal would obey: control characters
- * are written as \n, \t or \x1b. In a text that is not UTF-8 every byte beyond ASCII is.
- */
-std::string visibleText(std::string_view text);
+namespace zdbs::admin {
 
 /** visibleText() of at most `width` characters; "..." ends one that was cut. */
 std::string shortText(std::string_view text, std::size_t width);

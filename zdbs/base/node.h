@@ -4,18 +4,11 @@
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace zdbs {
 
-/** Record number of a node: 1 … 2 147 483 647; 0 is no node. */
-using NodeId = std::uint32_t;
-
-constexpr NodeId noNode = 0;
-constexpr NodeId lastNodeId = 2147483647;
-
-/** Behind all nodes, in answers about what comes next. */
-constexpr NodeId noMoreNodes = 0xffffffff;
+/** Number of a record, that is of a node: ascending in document order within one state. */
+using RecordId = std::uint64_t;
 
 enum class NodeKind : std::uint8_t { element, attribute, text, comment, processingInstruction };
 
@@ -31,9 +24,6 @@ struct NamespaceDeclaration {
     std::string_view prefix;
     std::string_view uri;
 };
-
-/** Ascending, without duplicates, unless something else is said. */
-using NodeIds = std::vector<NodeId>;
 
 }  // namespace zdbs
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
+#include "zdbs/base/stop.h"
 
 namespace zdbs {
 
@@ -50,9 +51,17 @@ FileLock::FileLock(const std::filesystem::path &path, const std::function<void()
     : file_(openPrivateFile(path, O_RDWR | O_CREAT)) {
     if (::flock(file_.get(), LOCK_EX | LOCK_NB) == 0) return;
     if (errno == EWOULDBLOCK && waiting) waiting();
-    while (::flock(file_.get(), LOCK_EX) != 0) {
+    for (;;) {
+        heedStop();
+        if (::flock(file_.get(), LOCK_EX) == 0) return;
         if (errno != EINTR) throwWriteError(errno, path);
     }
+}
+
+std::optional<FileLock> FileLock::tryTake(const std::filesystem::path &path) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+    return FileLock(std::move(file));
 }
 
 bool FileLock::isAt(const std::filesystem::path &path) const {
@@ -107,6 +116,7 @@ void makePrivateFile(const std::filesystem::path &path) {
 void replacePrivateFile(const std::filesystem::path &path, std::string_view content) {
     std::filesystem::path newPath = path;
     newPath += ".new";
+    const DirectorySync directory(path.parent_path());
     try {
         writePrivateFile(newPath, {&content, 1});
         if (::rename(newPath.c_str(), path.c_str()) != 0) throwWriteError(errno, path);
@@ -114,7 +124,7 @@ void replacePrivateFile(const std::filesystem::path &path, std::string_view cont
         ::unlink(newPath.c_str());
         throw;
     }
-    syncDirectory(path.parent_path());
+    directory.sync();
 }
 
 void writePrivateFile(const std::filesystem::path &path, std::span<const std::string_view> parts) {
@@ -134,9 +144,18 @@ void writePrivateFile(const std::filesystem::path &path, std::span<const std::st
     if (::fsync(file.get()) != 0) throwWriteError(errno, path);
 }
 
+DirectorySync::DirectorySync(std::filesystem::path directory)
+    : directory_(std::move(directory)),
+      opened_(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (!opened_) throwWriteError(errno, directory_);
+}
+
+void DirectorySync::sync() const {
+    if (::fsync(opened_.get()) != 0) throwWriteError(errno, directory_);
+}
+
 void syncDirectory(const std::filesystem::path &directory) {
-    const FileDescriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!opened || ::fsync(opened.get()) != 0) throwWriteError(errno, directory);
+    DirectorySync(directory).sync();
 }
 
 }  // namespace zdbs

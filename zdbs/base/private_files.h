@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zdbs {
 
@@ -39,14 +41,19 @@ public:
     /**
      * Makes the file when it is not there. When another one holds the lock,
      * calls `waiting`, if given, once, and waits.
-     * Throws Failure: homeReadOnly, storeFailed.
+     * Throws Failure: homeReadOnly, storeFailed, stopped.
      */
     explicit FileLock(const std::filesystem::path &path, const std::function<void()> &waiting = {});
+
+    /** Takes the lock of a file that is there, if nobody holds it. */
+    static std::optional<FileLock> tryTake(const std::filesystem::path &path);
 
     /** Is the locked file still the one at this path? */
     bool isAt(const std::filesystem::path &path) const;
 
 private:
+    explicit FileLock(FileDescriptor locked) : file_(std::move(locked)) {}
+
     FileDescriptor file_;
 };
 
@@ -90,7 +97,22 @@ void replacePrivateFile(const std::filesystem::path &path, std::string_view cont
  */
 void writePrivateFile(const std::filesystem::path &path, std::span<const std::string_view> parts);
 
-/** Makes a renamed or new entry of a directory last. Throws as throwWriteError(). */
+/**
+ * Makes new and renamed entries of a directory last. Who holds one before it changes them has no
+ * more to open afterwards. Throws as throwWriteError().
+ */
+class DirectorySync {
+public:
+    explicit DirectorySync(std::filesystem::path directory);
+
+    void sync() const;
+
+private:
+    std::filesystem::path directory_;
+    FileDescriptor opened_;
+};
+
+/** The same of entries that were changed already. */
 void syncDirectory(const std::filesystem::path &directory);
 
 }  // namespace zdbs

@@ -2,7 +2,9 @@
 #ifndef ZDBS_BASE_RELATION_H
 #define ZDBS_BASE_RELATION_H
 
+#include <array>
 #include <cstdint>
+#include <string_view>
 
 namespace zdbs {
 
@@ -17,6 +19,23 @@ enum class Relation : std::uint8_t {
     contains,  ///< =$text$
     notEmpty,  ///< =$
     any,       ///< ="": what "contains the empty text" is translated to
+};
+
+/** How a comparison is written: behind a field, and in XPATH(SELF,…). */
+struct ComparisonWords {
+    Relation relation;
+    std::string_view sign;
+    std::string_view word;
+};
+
+/** The six comparisons; longer signs stand before those that they begin with. */
+inline constexpr std::array comparisonTable{
+    ComparisonWords{Relation::notEqual, "<>", "NE"},
+    ComparisonWords{Relation::lessEqual, "<=", "LE"},
+    ComparisonWords{Relation::greaterEqual, ">=", "GE"},
+    ComparisonWords{Relation::less, "<", "LT"},
+    ComparisonWords{Relation::greater, ">", "GT"},
+    ComparisonWords{Relation::equal, "=", "EQ"},
 };
 
 /** Applies one of the six comparisons; false when either side is not a number. */

@@ -66,7 +66,7 @@ class ChunkSink final : public XmlSink {
 public:
     using Consumer = std::function<void(std::string_view)>;
 
-    explicit ChunkSink(Consumer consumer, std::size_t chunkSize = 64 * 1024);
+    explicit ChunkSink(Consumer consumer, std::size_t chunkSize = std::size_t{64} * 1024);
 
     /** Hands on what is left. The destructor does not: a consumer may throw. */
     void flush();

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "zdbs/base/visible_text.h"
+
 namespace zdbs {
 namespace {
 
@@ -34,6 +36,9 @@ constexpr std::array table{
     StatusRow{Status::noSet, "noSet", "There is no set."},
     StatusRow{Status::noMoreHits, "noMoreHits", "The record has no further hit words."},
     StatusRow{Status::noSuchRecord, "noSuchRecord", "The set has no such record[: {0}]."},
+    StatusRow{Status::recordTooLarge, "recordTooLarge",
+              "The number of the record has more than 31 bits[: {0}]."},
+    StatusRow{Status::stopped, "stopped", "It was stopped before it was done."},
 
     // Command language.
     StatusRow{Status::emptyCommand, "emptyCommand", "The command is empty."},
@@ -106,6 +111,8 @@ constexpr std::array table{
     StatusRow{Status::badDocumentName, "badDocumentName",
               "The document name cannot be used[: {0}]; a relative path in UTF-8 is one, without "
               "control characters and empty, '.' or '..' steps, at most 4096 bytes long."},
+    StatusRow{Status::unsupported, "unsupported",
+              "Databases of this kind are not made for that[: {0}]."},
 
     // Loading.
     StatusRow{Status::fileUnreadable, "fileUnreadable", "The file[ {0}] cannot be read[: {1}]."},
@@ -118,8 +125,10 @@ constexpr std::array table{
               "[{0}: ]An element has too many attributes[: more than {1}]."},
     StatusRow{Status::nameTooLong, "nameTooLong",
               "[{0}: ]A name is too long[: more than {1} bytes]."},
-    StatusRow{Status::entityLimit, "entityLimit",
-              "[{0}: ]The entities expand to too much text[: more than {1} bytes]."},
+    StatusRow{
+        Status::entityLimit, "entityLimit",
+        "[{0}: ]The entities and defaults of the DTD expand to too much[: more than {1} times "
+        "the document]."},
     StatusRow{Status::unknownEntity, "unknownEntity",
               "[{0}: ]The entity[ {1}] cannot be expanded."},
     StatusRow{Status::unknownEncoding, "unknownEncoding",
@@ -133,6 +142,7 @@ constexpr std::array table{
         "bytes]."},
     StatusRow{Status::entitiesTooDeep, "entitiesTooDeep",
               "[{0}: ]The entities are nested too deeply[: more than {1} levels]."},
+    StatusRow{Status::backupDamaged, "backupDamaged", "The backup is damaged[: {0}]."},
 };
 
 static_assert(std::is_sorted(table.begin(), table.end(),
@@ -178,7 +188,7 @@ private:
             }
             auto index = static_cast<std::size_t>(piece[i + 1] - '0');
             if (index >= details_.size() || details_[index].empty()) return;
-            filled += details_[index];
+            filled += messageText(details_[index]);
             used_ = std::max(used_, index + 1);
             i += 2;
         }
@@ -189,7 +199,7 @@ private:
         for (std::size_t i = used_; i < details_.size(); ++i) {
             if (details_[i].empty()) continue;
             if (result.ends_with('.')) result.pop_back();
-            result.append(": ").append(details_[i]).append(".");
+            result.append(": ").append(messageText(details_[i])).append(".");
         }
     }
 

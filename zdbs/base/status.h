@@ -36,6 +36,8 @@ enum class Status : std::int32_t {
     noSet = 28,
     noMoreHits = 30,
     noSuchRecord = 32,
+    recordTooLarge = 34,
+    stopped = 36,
 
     // Command language.
     emptyCommand = 100,
@@ -81,6 +83,7 @@ enum class Status : std::int32_t {
     documentExists = 328,
     notGranted = 330,
     badDocumentName = 332,
+    unsupported = 334,
 
     // Loading.
     fileUnreadable = 400,
@@ -96,6 +99,7 @@ enum class Status : std::int32_t {
     writeFailed = 420,
     valueTooLong = 422,
     entitiesTooDeep = 424,
+    backupDamaged = 426,
 };
 
 /** Bit 0 decides, as everywhere at the boundary. */
@@ -122,7 +126,7 @@ std::string sentenceFor(std::int32_t status);
  */
 class Failure : public std::runtime_error {
 public:
-    /** Fills the sentence of `status` with `details` in order. */
+    /** Fills the sentence of `status` with `details` in order, made fit by messageText(). */
     explicit Failure(Status status, std::initializer_list<std::string_view> details = {});
 
     Status status() const { return status_; }

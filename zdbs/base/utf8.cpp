@@ -31,17 +31,6 @@ constexpr Form formOf(unsigned char first) {
     return {0, 0, 0};
 }
 
-/** Length of the character that `text` begins with; 0 when it is none. */
-std::size_t characterLength(std::string_view text) {
-    Form form = formOf(static_cast<unsigned char>(text[0]));
-    if (form.length < 2) return form.length;
-    if (form.length > text.size()) return 0;
-    auto second = static_cast<unsigned char>(text[1]);
-    if (second < form.low || second > form.high) return 0;
-    auto rest = text.substr(2, form.length - 2);
-    return std::all_of(rest.begin(), rest.end(), isContinuation) ? form.length : 0;
-}
-
 /** How many bytes of ASCII `text` begins with, rounded down to whole words of the machine. */
 std::size_t asciiWords(std::string_view text) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
@@ -54,6 +43,16 @@ std::size_t asciiWords(std::string_view text) {
 }
 
 }  // namespace
+
+std::size_t characterLength(std::string_view text) {
+    Form form = formOf(static_cast<unsigned char>(text[0]));
+    if (form.length < 2) return form.length;
+    if (form.length > text.size()) return 0;
+    auto second = static_cast<unsigned char>(text[1]);
+    if (second < form.low || second > form.high) return 0;
+    auto rest = text.substr(2, form.length - 2);
+    return std::all_of(rest.begin(), rest.end(), isContinuation) ? form.length : 0;
+}
 
 bool isUtf8(std::string_view text) {
     text.remove_prefix(asciiWords(text));

@@ -11,6 +11,9 @@ namespace zdbs {
  */
 bool isUtf8(std::string_view text);
 
+/** Bytes of the character that a text begins with; 0 when that is none. REQUIRES a byte or more. */
+std::size_t characterLength(std::string_view text);
+
 /** Number of characters; a stray byte counts as one. */
 std::size_t characterCount(std::string_view text);
 

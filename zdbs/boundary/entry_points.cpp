@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <string>
@@ -11,9 +12,11 @@
 #include "kernel/zdbs.h"
 #include "zdbs/base/utf8.h"
 #include "zdbs/boundary/charset.h"
+#include "zdbs/boundary/held_interrupt.h"
 #include "zdbs/boundary/process.h"
 #include "zdbs/engine/registry.h"
 #include "zdbs/export/export_document.h"
+#include "zdbs/export/name_list.h"
 #include "zdbs/language/shell_symbols.h"
 #include "zdbs/session/nested_request.h"
 
@@ -23,12 +26,17 @@ namespace {
 constexpr std::size_t infoSize = 64;
 constexpr std::string_view filterName = "zarnxmlquery";
 
-/** Runs an entry point's work; whatever it throws becomes the status of the call. */
+// For people who are typing: see name_list.h.
+constexpr std::string_view namesFilter = "zarnxmlnames";
+constexpr std::string_view databasesFilter = "zarnxmldatabases";
+
+/** Runs an entry point's work; whatever it throws becomes the status of the call. What the
+ *  failure says is kept before another thread can come in. */
 template <typename Work>
 std::int32_t guarded(Work work) noexcept {
     Process &process = Process::instance();
+    const std::lock_guard lock(process.mutex());
     try {
-        std::lock_guard lock(process.mutex());
         work(process);
         return static_cast<std::int32_t>(Status::ok);
     } catch (const Failure &failure) {
@@ -128,13 +136,21 @@ void handOut(DocumentBlock document, FilterData &data) {
     data.buffer = document.text.release();
 }
 
+DocumentBlock blockOf(std::string_view text) {
+    DocumentSink sink(text.size() + 1);
+    sink.write(text);
+    return sink.take();
+}
+
 void runExport(const Process &process, FilterData &data) {
     Session &session = process.session();
     std::string_view name(data.filter_name, strnlen(data.filter_name, sizeof data.filter_name));
-    if (name != filterName) throw Failure(Status::unknownFilter, {name});
+    if (name == databasesFilter) return handOut(blockOf(databaseList(session)), data);
+    if (name != filterName && name != namesFilter) throw Failure(Status::unknownFilter, {name});
     require(data.filter_arguments, "filter_arguments");
     if (data.arg_length < 0) throw Failure(Status::shortBuffer, {"filter arguments"});
     std::string_view text(data.filter_arguments, static_cast<std::size_t>(data.arg_length));
+    if (name == namesFilter) return handOut(blockOf(nameList(session, text)), data);
     ExportArguments arguments = parseExportArguments(text);
     RequestAnswer answer = runNestedRequest(session, arguments.query);
     bool highlight = (data.filter_options & ZDB_FILTER_HIGHLIGHT) != 0;
@@ -156,6 +172,8 @@ void putOnRecord(Process &process, ZdbHandle handle, const std::int32_t *search,
     require(database, "database");
     control = {};
     SetRecord found = session.record(*search, ordinal);
+    if (found.record > std::numeric_limits<std::int32_t>::max())
+        throw Failure(Status::recordTooLarge, {std::to_string(found.record)});
     *record = static_cast<std::int32_t>(found.record);
     copyOut(sent(session.databaseName(), infoSize - 1), database, infoSize);
     control.hitWords = std::move(found.hitWords);
@@ -206,6 +224,7 @@ std::int32_t ZdbExecuteCcl(const char *command, std::int32_t *out) {
     return guarded([&](Process &process) {
         require(command, "command");
         set(out, 0);
+        const HeldInterrupt stopsIt;
         process.session().execute(received(process, command));
     });
 }
@@ -229,10 +248,12 @@ std::int32_t ZdbBaseInfo(const char *database, std::int32_t item, char *info,
 }
 
 std::int32_t ZdbExport(FilterData *data) {
+    const std::lock_guard lock(Process::instance().mutex());
     std::int32_t status = guarded([&](Process &process) {
         require(data, "data");
         data->buffer = nullptr;
         data->buffer_length = 0;
+        const HeldInterrupt stopsIt;
         runExport(process, *data);
     });
     if (succeeded(static_cast<Status>(status)) || data == nullptr) return status;

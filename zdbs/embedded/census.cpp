@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/store/snapshot.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 struct SizePart {
@@ -76,7 +76,36 @@ void countNodes(const Snapshot &snapshot, DatabaseInfo &info) {
     info.names = sortedNames(snapshot, counts);
 }
 
+PathCount countedPath(const Snapshot &snapshot, PathId number, std::uint64_t count) {
+    const Path &path = snapshot.summary()[number];
+    PathCount counted{path.level, path.kind, {}, {}, {}, count};
+    if (path.name == noName) return counted;
+    const NodeName &name = snapshot.nameOf(path.name);
+    counted.prefix = name.prefix;
+    counted.local = name.local;
+    counted.uri = name.uri;
+    return counted;
+}
+
 }  // namespace
+
+// A node has a parent, so a path without nodes has none below it either.
+std::vector<PathCount> countPaths(const Snapshot &snapshot) {
+    const PathSummary &summary = snapshot.summary();
+    std::vector<PathCount> counts;
+    std::vector<PathId> ahead(summary.irregular().rbegin(), summary.irregular().rend());
+    ahead.insert(ahead.end(), summary.top().rbegin(), summary.top().rend());
+    while (!ahead.empty()) {
+        const PathId path = ahead.back();
+        ahead.pop_back();
+        const std::uint64_t count = snapshot.liveRows(path)->cardinality();
+        if (count == 0) continue;
+        counts.push_back(countedPath(snapshot, path, count));
+        const auto children = summary.children(path);
+        ahead.insert(ahead.end(), children.rbegin(), children.rend());
+    }
+    return counts;
+}
 
 DatabaseInfo takeCensus(const Snapshot &snapshot) {
     DatabaseInfo info;
@@ -91,4 +120,4 @@ DatabaseInfo takeCensus(const Snapshot &snapshot) {
     return info;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

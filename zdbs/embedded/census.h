@@ -4,13 +4,16 @@
 
 #include "zdbs/engine/administration.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Snapshot;
 
 /** Looks at paths, not at nodes, but at every column for the sizes. */
 DatabaseInfo takeCensus(const Snapshot &snapshot);
 
-}  // namespace zdbs
+/** Without paths that no node is left of. */
+std::vector<PathCount> countPaths(const Snapshot &snapshot);
+
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,15 +4,16 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/backup/backup.h"
 #include "zdbs/embedded/census.h"
 #include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
-#include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/embedded_database.h"
+#include "zdbs/embedded/fragments/tree_teller.h"
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 class SnapshotDocuments final : public StoredDocuments {
@@ -28,8 +29,10 @@ public:
 
     const std::vector<DocumentSummary> &list() const override { return list_; }
 
-    void write(std::size_t place, XmlSink &sink) const override {
-        XmlSerializer(*snapshot_, sink).writeDocument(snapshot_->documents()[place]);
+    void tell(std::size_t place, NodeEvents &events) const override {
+        NodeReader reader(*snapshot_);
+        TreeTeller(*snapshot_, reader).tellDocument(snapshot_->documents()[place], events);
+        snapshot_->requireIntact();
     }
 
 private:
@@ -80,7 +83,14 @@ public:
     }
 
     DatabaseInfo info(std::string_view database) const override {
-        return takeCensus(*home_->snapshot(database));
+        const auto snapshot = home_->snapshot(database);
+        DatabaseInfo info = takeCensus(*snapshot);
+        snapshot->requireIntact();
+        return info;
+    }
+
+    std::vector<PathCount> paths(std::string_view database) const override {
+        return countPaths(*home_->snapshot(database));
     }
 
     CheckReport check(std::string_view database, const ProgressReport &progress) const override {
@@ -93,6 +103,16 @@ public:
     Compaction compact(std::string_view database, const WaitingReport &waiting,
                        const ProgressReport &progress) override {
         return home_->write(database, waiting)->compact(progress);
+    }
+
+    std::string notes(std::string_view database) const override { return home_->notes(database); }
+    void keepNotes(std::string_view database, std::string_view text) override {
+        home_->keepNotes(database, text);
+    }
+
+    void backUp(std::span<const std::string> databases,
+                const ByteConsumer &consumer) const override {
+        backUpHome(*home_, databases, consumer);
     }
 
     std::unique_ptr<Load> load(std::string_view database, const WaitingReport &waiting) override {
@@ -113,4 +133,8 @@ void makeHome(const std::filesystem::path &home) {
     Home::create(home);
 }
 
-}  // namespace zdbs
+void restoreHome(const std::filesystem::path &home, const ByteSource &source) {
+    restoreBackup(home, source);
+}
+
+}  // namespace zdbs::embedded

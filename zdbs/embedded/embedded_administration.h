@@ -7,7 +7,7 @@
 
 #include "zdbs/engine/administration.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Throws Failure(homeMissing). */
 std::unique_ptr<Administration> administerHome(const std::filesystem::path &home);
@@ -15,6 +15,9 @@ std::unique_ptr<Administration> administerHome(const std::filesystem::path &home
 /** Makes a home. Throws Failure(homeExists). */
 void makeHome(const std::filesystem::path &home);
 
-}  // namespace zdbs
+/** As restoreLocation(). */
+void restoreHome(const std::filesystem::path &home, const ByteSource &source);
+
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/snapshot.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 class EmbeddedEngine : public Engine {
@@ -17,6 +17,12 @@ public:
 
     bool authenticate(std::string_view user, std::string_view password) const override {
         return home_->authenticate(user, password);
+    }
+
+    std::vector<std::string> databases(std::string_view user) const override {
+        std::vector<std::string> names = home_->databases();
+        std::erase_if(names, [&](const std::string &name) { return !home_->mayRead(user, name); });
+        return names;
     }
 
     bool hasDatabase(std::string_view user, std::string_view database) const override {
@@ -39,12 +45,8 @@ private:
 
 }  // namespace
 
-std::filesystem::path configuredHome() {
-    return Home::locate();
-}
-
 std::shared_ptr<const Engine> openEmbeddedEngine(const std::filesystem::path &home) {
     return std::make_shared<EmbeddedEngine>(Home::open(home));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,14 +7,11 @@
 
 #include "zdbs/engine/engine.h"
 
-namespace zdbs {
-
-/** As Home::locate(). */
-std::filesystem::path configuredHome();
+namespace zdbs::embedded {
 
 /** Throws Failure(homeMissing). */
 std::shared_ptr<const Engine> openEmbeddedEngine(const std::filesystem::path &home);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "zdbs/base/sink.h"
 #include "zdbs/engine/engine.h"
 #include "zdbs/engine/load.h"
 
@@ -41,10 +41,10 @@ public:
     virtual const std::vector<DocumentSummary> &list() const = 0;
 
     /**
-     * The XML of the document at a place of the list; its canonical form (C14N 1.0 with comments)
-     * is that of what was loaded. Throws what the sink throws, and Failure(homeDamaged).
+     * Tells the document at a place of the list; its nodes are those that were loaded. Throws
+     * what the events throw, and Failure(homeDamaged).
      */
-    virtual void write(std::size_t place, XmlSink &sink) const = 0;
+    virtual void tell(std::size_t place, NodeEvents &events) const = 0;
 };
 
 /** How many nodes of a kind have a name. */
@@ -75,6 +75,19 @@ struct DatabaseInfo {
     std::vector<StructureSize> sizes;
 };
 
+/**
+ * A path of names and kinds from the top of a document down, and how many nodes stand there. On
+ * level 0 are nodes that an engine keeps without telling paths apart, by kind and without a name.
+ */
+struct PathCount {
+    std::uint32_t level = 1;  ///< 1 at the top of a document
+    NodeKind kind = NodeKind::element;
+    std::string prefix;  ///< of the name, as the next two
+    std::string local;
+    std::string uri;
+    std::uint64_t count = 0;
+};
+
 /** Something that is wrong. */
 struct Finding {
     std::string place;      ///< file or table: "table names", "segments/00000003.seg"
@@ -102,6 +115,12 @@ struct Compaction {
 /** Called now and then while something long is done; what it throws ends that. */
 using ProgressReport = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
+/** Takes bytes one piece after the other. */
+using ByteConsumer = std::function<void(std::string_view)>;
+
+/** Fills as much of a buffer as it likes to, from the front; 0 is the end. */
+using ByteSource = std::function<std::size_t(std::span<char>)>;
+
 /** Called once before waiting for somebody else who changes the same. */
 using WaitingReport = std::function<void()>;
 
@@ -111,6 +130,7 @@ using WaitingReport = std::function<void()>;
  *
  * Errors are Failures: homeUnreadable, homeVersion, homeDamaged where the location cannot be read,
  * of what changes something also homeReadOnly, diskFull, storeFailed; and those that are named.
+ * An engine that has no use for an operation, or leaves it to other programs, throws `unsupported`.
  */
 class Administration {
 public:
@@ -155,12 +175,32 @@ public:
 
     virtual DatabaseInfo info(std::string_view database) const = 0;
 
+    /** The paths that occur, each behind the one that it extends, in the order of first use. */
+    virtual std::vector<PathCount> paths(std::string_view database) const = 0;
+
     /** Verifies every structure against every other. */
     virtual CheckReport check(std::string_view database, const ProgressReport &progress) const = 0;
 
     /** Gives back what removed documents held. */
     virtual Compaction compact(std::string_view database, const WaitingReport &waiting,
                                const ProgressReport &progress) = 0;
+
+    /**
+     * A text beside a database, for programs that keep it in step with something else; empty
+     * until one is kept, gone with the database. No transaction comprises it.
+     */
+    virtual std::string notes(std::string_view database) const = 0;
+
+    /** REQUIRES: whoever else keeps notes waits for the same load. */
+    virtual void keepNotes(std::string_view database, std::string_view text) = 0;
+
+    /**
+     * Tells all that is needed to restore these databases, or all of them where none is named, with
+     * the users and the grants for these databases: each in its newest state, while others change
+     * it. What is damaged is found out on the way. See restoreLocation().
+     */
+    virtual void backUp(std::span<const std::string> databases,
+                        const ByteConsumer &consumer) const = 0;
 
     /** The right to change a database; one holder at a time among all processes. */
     virtual std::unique_ptr<Load> load(std::string_view database, const WaitingReport &waiting) = 0;

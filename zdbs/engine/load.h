@@ -5,52 +5,34 @@
 #include <cstdint>
 #include <string_view>
 
-#include "zdbs/base/node.h"
+#include "zdbs/engine/events.h"
 
 namespace zdbs {
 
 /**
  * One transaction that brings documents in and takes documents out. Nobody sees what it does
  * before commit(), and everybody after it; destroyed or killed before that it leaves the database
- * as it was.
+ * as it was. Others who want to change the database wait until it is destroyed.
  *
- * A document is told in document order:
+ *   beginDocument  { its nodes, as events }  endDocument
  *
- *   beginDocument  { startElement {namespaceDeclaration} {attribute} … endElement
- *                  | text | comment | processingInstruction }  endDocument
+ * Numbers of names hold until the end of the document. Hits are passed over. Memory does not grow
+ * with the input, but for the open elements and a record for each document. One thread at a time.
  *
- * Adjacent character data is one text. Texts are UTF-8 and need not live longer than the call.
- * Memory does not grow with the input, but for the open elements and a record for each document.
- * One thread at a time.
- *
- * Every operation throws Failure: diskFull, storeFailed. After a Failure from within a document
- * only abandonDocument() or the destructor may be called; after storeFailed and diskFull only the
- * destructor.
+ * Every operation throws Failure: diskFull, storeFailed; events also tooManyNodes, valueTooLong
+ * (2^31 bytes and more). After a Failure from within a document only abandonDocument() or the
+ * destructor may be called; after storeFailed and diskFull only the destructor.
  */
-class Load {
+class Load : public NodeEvents {
 public:
-    virtual ~Load() = default;
+    /** How many nodes a database can hold; one more is tooManyNodes. */
+    virtual std::uint64_t maxNodes() const = 0;
 
     /**
      * Names of documents are paths: UTF-8, at most 4096 bytes, no control characters, not
      * absolute, no empty, "." or ".." steps. Throws Failure: badDocumentName, documentExists.
      */
     virtual void beginDocument(std::string_view document) = 0;
-
-    /** Number that stands for a name below. Holds until the end of the document. */
-    virtual std::uint32_t nameNumber(const NodeName &name) = 0;
-
-    // Each returns the new node. Throws Failure: tooManyNodes, valueTooLong (2^31 bytes and more).
-    virtual NodeId startElement(std::uint32_t name) = 0;
-    virtual NodeId attribute(std::uint32_t name, std::string_view value) = 0;
-    virtual NodeId text(std::string_view value) = 0;
-    virtual NodeId comment(std::string_view value) = 0;
-    virtual NodeId processingInstruction(std::string_view target, std::string_view value) = 0;
-
-    /** Of the element started last, before its attributes; in the order written. */
-    virtual void namespaceDeclaration(std::string_view prefix, std::string_view uri) = 0;
-
-    virtual void endElement() = 0;
 
     /**
      * `xmlBytes` is the size of the document's XML, kept for information only.

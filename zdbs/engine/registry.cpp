@@ -5,20 +5,20 @@
 
 namespace zdbs {
 
-std::string configuredLocation() {
-    return configuredHome().native();
-}
-
 std::shared_ptr<const Engine> openEngine(const std::string &location) {
-    return openEmbeddedEngine(location);
+    return embedded::openEmbeddedEngine(location);
 }
 
 std::unique_ptr<Administration> administer(const std::string &location) {
-    return administerHome(location);
+    return embedded::administerHome(location);
 }
 
 void makeLocation(const std::string &location) {
-    makeHome(location);
+    embedded::makeHome(location);
+}
+
+void restoreLocation(const std::string &location, const ByteSource &source) {
+    embedded::restoreHome(location, source);
 }
 
 }  // namespace zdbs

@@ -27,6 +27,12 @@ std::unique_ptr<Administration> administer(const std::string &location);
 /** Makes a location without users and databases. Throws Failure(homeExists). */
 void makeLocation(const std::string &location);
 
+/**
+ * Makes a location of what Administration::backUp() told: as a whole or not at all, also when the
+ * process is killed. Throws Failure: homeExists (an empty directory is taken over), backupDamaged.
+ */
+void restoreLocation(const std::string &location, const ByteSource &source);
+
 }  // namespace zdbs
 
 #endif

@@ -7,14 +7,6 @@
 namespace zdbs {
 namespace {
 
-/** Length of the well-formed character at the front, or 0. */
-std::size_t characterLength(std::string_view text) {
-    for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length) {
-        if (isUtf8(text.substr(0, length))) return length;
-    }
-    return 0;
-}
-
 /** Char of XML 1.0: no control characters but TAB, LF and CR, not U+FFFE and U+FFFF. */
 bool allowed(std::string_view character) {
     if (character.size() == 1) {

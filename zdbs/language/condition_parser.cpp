@@ -1,6 +1,5 @@
 #include "zdbs/language/condition_parser.h"
 
-#include <array>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,17 +11,6 @@
 
 namespace zdbs {
 namespace {
-
-struct Operator {
-    std::string_view name;
-    Relation relation;
-};
-
-constexpr std::array operators{
-    Operator{"EQ", Relation::equal},   Operator{"NE", Relation::notEqual},
-    Operator{"LT", Relation::less},    Operator{"LE", Relation::lessEqual},
-    Operator{"GT", Relation::greater}, Operator{"GE", Relation::greaterEqual},
-};
 
 SetReference referenceAt(std::size_t column, std::int32_t number) {
     if (number < 0) {
@@ -162,8 +150,8 @@ private:
     Relation comparison() {
         std::string column = std::to_string(cursor_.column());
         std::string_view word = cursor_.takeWord();
-        for (const Operator &known : operators) {
-            if (sameWord(known.name, word)) return known.relation;
+        for (const ComparisonWords &known : comparisonTable) {
+            if (sameWord(known.word, word)) return known.relation;
         }
         throw Failure(Status::unknownOperator, {shown(word), column});
     }

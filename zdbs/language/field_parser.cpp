@@ -21,18 +21,6 @@ constexpr std::array fieldNames{
     FieldName{"N_PARENT", Field::parent}, FieldName{"N_TVALUE", Field::value},
 };
 
-struct Sign {
-    std::string_view text;
-    Relation relation;
-};
-
-/** Longer signs stand before those that they begin with. */
-constexpr std::array signs{
-    Sign{"<>", Relation::notEqual},     Sign{"<=", Relation::lessEqual},
-    Sign{">=", Relation::greaterEqual}, Sign{"<", Relation::less},
-    Sign{">", Relation::greater},       Sign{"=", Relation::equal},
-};
-
 /** Reads one field term; keeps the places that messages speak of. */
 class FieldParser {
 public:
@@ -60,11 +48,11 @@ private:
 
     void readSign() {
         signColumn_ = cursor_.column();
-        for (const Sign &sign : signs) {
-            if (!cursor_.rest().starts_with(sign.text)) continue;
-            cursor_.moveTo(cursor_.place() + sign.text.size());
-            term_.relation = sign.relation;
-            sign_ = sign.text;
+        for (const ComparisonWords &words : comparisonTable) {
+            if (!cursor_.rest().starts_with(words.sign)) continue;
+            cursor_.moveTo(cursor_.place() + words.sign.size());
+            term_.relation = words.relation;
+            sign_ = words.sign;
             return;
         }
         cursor_.fail("a relation");

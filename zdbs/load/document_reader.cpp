@@ -6,20 +6,25 @@
 #include <cstring>
 #include <new>
 #include <span>
+#include <utility>
 
 #include "zdbs/base/status.h"
+#include "zdbs/base/xml_namespace.h"
 #include "zdbs/load/utf8_input.h"
 
 namespace zdbs {
 
 namespace {
 
-constexpr int chunkSize = 256 * 1024;
+constexpr std::size_t chunkSize = std::size_t{256} * 1024;
+constexpr std::size_t largestChunk = std::size_t{1} << 28;
+
+/** From how many bytes on of what is expanded it is compared with the document. */
+constexpr std::uint64_t fewExpanded = std::uint64_t{8} << 20;
 
 // Between the parts of a name as expat hands it over; no character of XML.
 constexpr char nameSeparator = '\1';
 
-constexpr std::string_view xmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view whiteSpace = " \t\r\n";
 
 std::string_view orEmpty(const char *text) {
@@ -47,6 +52,7 @@ DocumentReader::DocumentReader(Load &target, const LoadOptions &options, std::st
       entities_(options.maxEntityNesting) {
     if (!parser_) throw std::bad_alloc();
     setHandlers();
+    if (options_.entities) setDefinitions();
 }
 
 template <typename Event>
@@ -69,6 +75,9 @@ void DocumentReader::setHandlers() {
     XML_SetUserData(parser, this);
     XML_SetReturnNSTriplet(parser, XML_TRUE);
     XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(
+        parser, static_cast<float>(options_.maxExpansion));
+    XML_SetBillionLaughsAttackProtectionActivationThreshold(parser, fewExpanded);
     XML_SetElementHandler(
         parser,
         [](void *self, const char *name, const char **attributes) {
@@ -128,29 +137,74 @@ void DocumentReader::setPrologHandlers() {
     });
 }
 
-std::uint64_t DocumentReader::read(Input &input, const std::function<void(const Input &)> &report) {
+// The definitions stand in the place of the external subset, which is not read: what the internal
+// one declares comes first and holds.
+void DocumentReader::setDefinitions() {
+    hasDoctype_ = true;
+    XML_UseForeignDTD(parser_.get(), XML_TRUE);
+    XML_SetExternalEntityRefHandler(parser_.get(), [](XML_Parser parser, const char *context,
+                                                      const char *, const char *, const char *) {
+        DocumentReader &reader = readerOf(XML_GetUserData(parser));
+        bool isDone = false;
+        handle(&reader, [&](auto &) { isDone = reader.define(parser, context); });
+        return isDone ? static_cast<int>(XML_STATUS_OK) : static_cast<int>(XML_STATUS_ERROR);
+    });
+}
+
+/** A context is that of an entity in the content, whose text is elsewhere. */
+bool DocumentReader::define(XML_Parser parser, const char *context) {
+    if (context) throwUnexpandable(entityAtError());
+    // What the definitions refer to is elsewhere, too, and nothing is read in its place.
+    const std::string_view text = isDefining_ ? " " : std::string_view(*options_.entities);
+    const ParserOwner subset(XML_ExternalEntityParserCreate(parser, context, nullptr));
+    if (!subset) throw std::bad_alloc();
+    const bool before = std::exchange(isDefining_, true);
+    const XML_Status status =
+        XML_Parse(subset.get(), text.data(), static_cast<int>(text.size()), XML_TRUE);
+    isDefining_ = before;
+    return status == XML_STATUS_OK;
+}
+
+DocumentSize DocumentReader::read(Input &input, const std::function<void(const Input &)> &report) {
     Utf8Input text(input, file_);
     // Whatever the declaration says, which is about the bytes before they were converted.
     XML_SetEncoding(parser_.get(), "UTF-8");
     for (bool atEnd = false; !atEnd;) {
-        void *buffer = XML_GetBuffer(parser_.get(), chunkSize);
-        if (!buffer) throwParserError();
-        const std::size_t size = text.read({static_cast<char *>(buffer), chunkSize});
-        atEnd = size == 0;
-        parse(size, atEnd);
-        if (report) report(input);
+        const std::span<char> buffer = room();
+        const std::size_t wanted = withoutEvent_ < chunkSize ? 1 : buffer.size();
+        std::size_t size = 0;
+        while (!atEnd && size < wanted) {
+            const std::size_t more = text.read(buffer.subspan(size));
+            atEnd = more == 0;
+            size += more;
+            if (report) report(input);
+        }
+        parse(buffer.first(size), atEnd);
     }
-    return text.size();
+    return {text.size(), nodes_};
+}
+
+// Expat begins a comment, an instruction or a tag that has not ended anew with each piece. Pieces
+// grow with what it has seen of one, so that it sees a byte of it about twice.
+std::span<char> DocumentReader::room() {
+    const std::size_t left = longestMarkup() + 1 - std::min(withoutEvent_, longestMarkup());
+    const std::size_t size = std::clamp(std::min(withoutEvent_, left), chunkSize, largestChunk);
+    void *buffer = XML_GetBuffer(parser_.get(), static_cast<int>(size));
+    if (!buffer) throwParserError();
+    return {static_cast<char *>(buffer), size};
 }
 
 // Expat keeps a comment, an instruction or a tag until it has seen the end of it, and that end may
 // never come. What was read without an event is the least that it has of it.
-void DocumentReader::parse(std::size_t size, bool isLast) {
-    withoutEvent_ += size;
-    const XML_Status status =
-        XML_ParseBuffer(parser_.get(), static_cast<int>(size), isLast ? XML_TRUE : XML_FALSE);
+void DocumentReader::parse(std::span<const char> piece, bool isLast) {
+    withoutEvent_ += piece.size();
+    given_ += piece.size();
+    openTags_.beginPiece({piece.data(), piece.size()});
+    const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(piece.size()),
+                                              isLast ? XML_TRUE : XML_FALSE);
     if (failure_) rethrowWithPosition(failure_);
     if (status != XML_STATUS_OK) throwParserError();
+    openTags_.passPiece();
     if (withoutEvent_ > longestMarkup()) throwTooLong(longestMarkup());
 }
 
@@ -160,7 +214,7 @@ void DocumentReader::rethrowWithPosition(const std::exception_ptr &failure) cons
         std::rethrow_exception(failure);
     } catch (const Failure &error) {
         if (error.status() != Status::tooManyNodes) throw;
-        throw Failure(Status::tooManyNodes, {position(), std::to_string(lastNodeId)});
+        throw Failure(Status::tooManyNodes, {position(), std::to_string(target_.maxNodes())});
     }
 }
 
@@ -171,33 +225,39 @@ void DocumentReader::startElement(const char *name, const char **attributes) {
         throw Failure(Status::tooDeep, {position(), std::to_string(options_.maxDepth)});
     if (static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())) > longestMarkup())
         throwTooLong(longestMarkup());
-    std::size_t count = 0;
-    while (attributes[2 * count])
-        ++count;
-    if (count + declarations_.size() > options_.maxAttributes)
+    std::size_t attributeCount = 0;
+    while (attributes[2 * attributeCount])
+        ++attributeCount;
+    if (attributeCount + declarations_.size() > options_.maxAttributes)
         throw Failure(Status::tooManyAttributes,
                       {position(), std::to_string(options_.maxAttributes)});
     keepSpace_.push_back(keepsSpace());
-    target_.startElement(known(name).number);
+    const NumberedName &element = known(name).name;
+    openTags_.open(static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_.get())),
+                   element.name);
+    target_.startElement(element);
+    nodes_ += 1 + attributeCount;
     addDeclarations();
-    addAttributes(attributes, count);
+    addAttributes(attributes, attributeCount);
 }
 
 void DocumentReader::addDeclarations() {
     for (const auto &[prefix, uri] : declarations_) {
         checkName({}, prefix);
         checkName({}, uri);
+        count(prefix.size() + uri.size());
         target_.namespaceDeclaration(prefix, uri);
     }
     declarations_.clear();
 }
 
-void DocumentReader::addAttributes(const char **attributes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const NameCache::Known name = known(attributes[2 * i]);
+void DocumentReader::addAttributes(const char **attributes, std::size_t attributeCount) {
+    for (std::size_t i = 0; i < attributeCount; ++i) {
+        const NameCache::Known &name = known(attributes[2 * i]);
         const std::string_view value = attributes[2 * i + 1];
         checkLength(value);
-        target_.attribute(name.number, value);
+        count(name.name.name.local.size() + value.size());
+        target_.attribute(name.name, value, unmarked);
         if (name.isSpace) keepSpace_.back() = value == "preserve";
     }
 }
@@ -205,6 +265,7 @@ void DocumentReader::addAttributes(const char **attributes, std::size_t count) {
 void DocumentReader::endElement() {
     finishText();
     keepSpace_.pop_back();
+    openTags_.close();
     target_.endElement();
 }
 
@@ -218,6 +279,7 @@ void DocumentReader::comment(std::string_view text) {
     finishText();
     checkLength(text);
     target_.comment(text);
+    ++nodes_;
 }
 
 void DocumentReader::instruction(std::string_view target, std::string_view text) {
@@ -226,6 +288,7 @@ void DocumentReader::instruction(std::string_view target, std::string_view text)
     checkName(target, {});
     checkLength(text);
     target_.processingInstruction(target, text);
+    ++nodes_;
 }
 
 // In content only two things reach this: the marks of CDATA sections, and references to
@@ -246,7 +309,10 @@ void DocumentReader::declareEntity(bool isParameter, std::string_view name,
 void DocumentReader::finishText() {
     if (text_.empty()) return;
     const bool isSpace = text_.find_first_not_of(whiteSpace) == std::string::npos;
-    if (!isSpace || !options_.stripSpace || keepsSpace()) target_.text(text_);
+    if (!isSpace || !options_.stripSpace || keepsSpace()) {
+        target_.text(text_, unmarked);
+        ++nodes_;
+    }
     text_.clear();
 }
 
@@ -277,13 +343,21 @@ void DocumentReader::checkDefault() const {
 // Of a tag, comment, instruction or declaration as it stands in the document. Many short
 // attributes are fine in one tag, however short they have to be.
 std::size_t DocumentReader::longestMarkup() const {
-    constexpr std::size_t alwaysFine = 16 * 1024 * 1024;
-    constexpr std::size_t markAndName = 64 * 1024;
+    constexpr std::size_t alwaysFine = std::size_t{16} * 1024 * 1024;
+    constexpr std::size_t markAndName = std::size_t{64} * 1024;
     return std::max(options_.maxValueLength, alwaysFine) + markAndName;
 }
 
 void DocumentReader::checkLength(std::string_view value) const {
     if (value.size() > options_.maxValueLength) throwTooLong(options_.maxValueLength);
+}
+
+// Entities multiply within entities, which expat counts, and so do defaults: an empty tag may have
+// thousands of long ones.
+void DocumentReader::count(std::size_t bytes) {
+    constexpr std::size_t marks = 4;  // of an attribute, ` =""`
+    told_ += bytes + marks;
+    if (told_ > fewExpanded && told_ / options_.maxExpansion > given_) throwExpandsTooMuch();
 }
 
 void DocumentReader::checkName(std::string_view local, std::string_view prefix) const {
@@ -293,10 +367,10 @@ void DocumentReader::checkName(std::string_view local, std::string_view prefix) 
 }
 
 const NameCache::Known &DocumentReader::known(const char *text) {
-    return names_.find(text, [&](const char *unknown) {
+    return names_.find(text, [&](std::string_view unknown) {
         const NodeName name = splitName(unknown);
         const bool isSpace = name.local == "space" && name.uri == xmlNamespace;
-        return NameCache::Known{target_.nameNumber(name), isSpace};
+        return NameCache::Known{{0, name}, isSpace};
     });
 }
 
@@ -338,29 +412,50 @@ void DocumentReader::throwParserError() const {
         case XML_ERROR_NO_MEMORY:
             throw std::bad_alloc();
         case XML_ERROR_AMPLIFICATION_LIMIT_BREACH:
-            throw Failure(Status::entityLimit, {position()});
+            throwExpandsTooMuch();
         case XML_ERROR_UNDEFINED_ENTITY:
         case XML_ERROR_BINARY_ENTITY_REF:
         case XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF:
         case XML_ERROR_ENTITY_DECLARED_IN_PE:
             throwUnexpandable(entityAtError());
         default:
-            throw Failure(Status::malformed, {position(), XML_ErrorString(error)});
+            throwMalformed(error);
     }
+}
+
+// Of an error with tags the tags are told, where they stand in the document and not in an entity.
+void DocumentReader::throwMalformed(XML_Error error) const {
+    const std::string_view rest = rawRest();
+    if (error == XML_ERROR_TAG_MISMATCH && !rest.starts_with('&'))
+        throwMismatch(rest.substr(0, rest.find_first_of("> \t\r\n")));
+    if (error == XML_ERROR_NO_ELEMENTS && !openTags_.empty())
+        throw Failure(Status::malformed, {position(), openTags_.innermost() + " does not end"});
+    throw Failure(Status::malformed, {position(), XML_ErrorString(error)});
+}
+
+void DocumentReader::throwMismatch(std::string_view endTag) const {
+    // Expat is at the name, behind the mark.
+    const std::string place = lineAndColumn(2);
+    const std::string tags = "</" + std::string(endTag) + "> at " + place + " closes ";
+    throw Failure(Status::malformed, {file_ + ':' + place, tags + openTags_.innermost()});
 }
 
 void DocumentReader::throwUnexpandable(std::string_view entity) const {
     throw Failure(Status::unknownEntity, {position(), entity});
 }
 
+void DocumentReader::throwExpandsTooMuch() const {
+    throw Failure(Status::entityLimit, {position(), std::to_string(options_.maxExpansion)});
+}
+
 void DocumentReader::throwTooLong(std::size_t limit) const {
     throw Failure(Status::valueTooLong, {position(), std::to_string(limit)});
 }
 
-std::string DocumentReader::position() const {
+std::string DocumentReader::lineAndColumn(std::uint64_t columnsBefore) const {
     const auto line = XML_GetCurrentLineNumber(parser_.get());
     const auto column = XML_GetCurrentColumnNumber(parser_.get()) + 1;  // expat counts from 0
-    return file_ + ':' + std::to_string(line) + ':' + std::to_string(column);
+    return std::to_string(line) + ':' + std::to_string(column - columnsBefore);
 }
 
 }  // namespace zdbs

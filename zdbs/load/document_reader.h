@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -19,6 +20,7 @@
 #include "zdbs/load/entity_table.h"
 #include "zdbs/load/loader.h"
 #include "zdbs/load/name_cache.h"
+#include "zdbs/load/open_tags.h"
 
 namespace zdbs {
 
@@ -30,8 +32,8 @@ class DocumentReader {
 public:
     DocumentReader(Load &target, const LoadOptions &options, std::string_view file);
 
-    /** Once. Answers the size of the document. Throws as Loader::load(). */
-    std::uint64_t read(Input &input, const std::function<void(const Input &)> &report);
+    /** Once. Throws as Loader::load(). */
+    DocumentSize read(Input &input, const std::function<void(const Input &)> &report);
 
 private:
     struct ParserFree {
@@ -39,9 +41,12 @@ private:
     };
     using ParserOwner = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
 
-    void parse(std::size_t size, bool isLast);
+    std::span<char> room();
+    void parse(std::span<const char> piece, bool isLast);
     void setHandlers();
     void setPrologHandlers();
+    void setDefinitions();
+    bool define(XML_Parser parser, const char *context);
 
     /** Runs an event; what it throws stops the parser and is thrown by read(). */
     template <typename Event>
@@ -63,27 +68,37 @@ private:
     void checkDefault() const;
     std::size_t longestMarkup() const;
     void checkLength(std::string_view value) const;
+    void count(std::size_t bytes);
     void checkName(std::string_view local, std::string_view prefix) const;
     const NameCache::Known &known(const char *name);
     NodeName splitName(std::string_view name) const;
     void addDeclarations();
-    void addAttributes(const char **attributes, std::size_t count);
+    void addAttributes(const char **attributes, std::size_t attributeCount);
 
     std::string_view rawRest() const;
     std::string entityAtError() const;
     [[noreturn]] void throwParserError() const;
+    [[noreturn]] void throwMalformed(XML_Error error) const;
+    [[noreturn]] void throwMismatch(std::string_view endTag) const;
     [[noreturn]] void throwUnexpandable(std::string_view entity) const;
+    [[noreturn]] void throwExpandsTooMuch() const;
     [[noreturn]] void throwTooLong(std::size_t limit) const;
-    std::string position() const;
+    std::string position() const { return file_ + ':' + lineAndColumn(0); }
+    std::string lineAndColumn(std::uint64_t columnsBefore) const;
 
     Load &target_;
     LoadOptions options_;
     std::string file_;
     ParserOwner parser_;
     EntityTable entities_;
+    bool isDefining_ = false;  ///< the definitions that the document lacks are read
+    OpenTags openTags_;
     std::exception_ptr failure_;
     std::size_t withoutEvent_ = 0;  ///< bytes that were read since the last event, at least
+    std::uint64_t given_ = 0;       ///< bytes that expat has got
+    std::uint64_t told_ = 0;        ///< bytes that they would take with nothing left to expand
 
+    std::uint64_t nodes_ = 0;  ///< that were told
     NameCache names_;
     std::string text_;
     std::vector<bool> keepSpace_;  ///< of each open element: is xml:space "preserve"?

@@ -19,7 +19,7 @@ public:
 
     /**
      * Fills `buffer` from the front; fewer bytes than asked for are no sign of the
-     * end, 0 is. Throws Failure: fileUnreadable, compressedDamaged.
+     * end, 0 is. Throws Failure: fileUnreadable, compressedDamaged, stopped.
      */
     virtual std::size_t read(std::span<char> buffer) = 0;
 
@@ -27,7 +27,8 @@ public:
     virtual std::uint64_t consumed() const = 0;
 };
 
-/** A file, unpacked when its content is gzip or zstd. Throws Failure: fileUnreadable. */
+/** A file, unpacked when its content is packed: by gzip, zstd, bzip2, xz, lzip
+ * or lz4. Throws Failure: fileUnreadable. */
 std::unique_ptr<Input> openFile(const std::filesystem::path &path);
 
 /** Standard input, unpacked likewise. */

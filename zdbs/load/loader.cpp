@@ -5,11 +5,13 @@
 
 namespace zdbs {
 
-void Loader::load(Input &input, std::string_view file, std::string_view document) {
+DocumentSize Loader::load(Input &input, std::string_view file, std::string_view document) {
     target_.beginDocument(document);
     try {
         DocumentReader reader(target_, options_, file);
-        target_.endDocument(reader.read(input, report_));
+        const DocumentSize size = reader.read(input, report_);
+        target_.endDocument(size.xmlBytes);
+        return size;
     } catch (...) {
         try {
             target_.abandonDocument();

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +14,11 @@
 #include "zdbs/load/input.h"
 
 namespace zdbs {
+
+struct DocumentSize {
+    std::uint64_t xmlBytes = 0;  ///< of its text, not compressed
+    std::uint64_t nodes = 0;
+};
 
 /** Limits and choices of a load. Lengths in bytes of UTF-8. */
 struct LoadOptions {
@@ -21,6 +28,9 @@ struct LoadOptions {
     std::size_t maxNameLength = 4096;   ///< of a name, prefix included; of a namespace name
     std::size_t maxValueLength = 1U << 28;  ///< of one text, attribute, comment or instruction
     std::size_t maxEntityNesting = 256;     ///< of entities in entities
+    std::size_t maxExpansion = 100;         ///< of entities and defaults: times the document
+    /** Declarations that count where a document has none of its own; null: there are none. */
+    std::shared_ptr<const std::string> entities = nullptr;
 };
 
 /**
@@ -39,9 +49,9 @@ struct LoadOptions {
  * name that the document gets. When this throws, the document is abandoned and
  * the load is as before the call, unless the failure is the store's own.
  *
- * Expanded entities are limited to a hundred times the input (by expat, from 8
- * MiB of them on). A text of white space is one of the four characters that XML
- * calls so.
+ * Expanded entities, and attributes with those that have their default, are limited to
+ * maxExpansion times the input, from 8 MiB of them on. A text of white space is one of the four
+ * characters that XML calls so.
  *
  * Throws Failure: malformed, tooDeep, tooManyNodes, tooManyAttributes,
  * nameTooLong, valueTooLong, entityLimit, entitiesTooDeep, unknownEntity,
@@ -56,7 +66,8 @@ public:
     /** Called after each piece of input; what it throws ends the load. */
     void onProgress(std::function<void(const Input &)> report) { report_ = std::move(report); }
 
-    void load(Input &input, std::string_view file, std::string_view document);
+    /** Answers how large the document is. */
+    DocumentSize load(Input &input, std::string_view file, std::string_view document);
 
 private:
     Load &target_;

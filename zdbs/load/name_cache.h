@@ -1,4 +1,4 @@
-/** Names as the parser hands them over, with their numbers in the database. */
+/** Names as the parser hands them over, numbered. */
 #ifndef ZDBS_LOAD_NAME_CACHE_H
 #define ZDBS_LOAD_NAME_CACHE_H
 
@@ -10,6 +10,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "zdbs/engine/events.h"
+
 namespace zdbs {
 
 /**
@@ -19,18 +21,18 @@ namespace zdbs {
 class NameCache {
 public:
     struct Known {
-        std::uint32_t number;
-        bool isSpace;  ///< xml:space
+        NumberedName name;     ///< lives in the text that is kept here
+        bool isSpace = false;  ///< xml:space
     };
 
-    /** What is known of a name; of a new one what `make` answers, which may throw. */
-    template <typename Make>
-    const Known &find(const char *text, const Make &make) {
+    /** What is known of a name; a new one is taken apart by `split`, which may throw. */
+    template <typename Split>
+    const Known &find(const char *text, const Split &split) {
         Recent &recent = recent_[reinterpret_cast<std::uintptr_t>(text) % recent_.size()];
         if (recent.name && std::strcmp(recent.name->first.c_str(), text) == 0)
             return recent.name->second;
         auto found = names_.find(text);
-        if (found == names_.end()) found = names_.emplace(text, make(text)).first;
+        if (found == names_.end()) found = add(text, split);
         recent.name = &*found;
         return found->second;
     }
@@ -40,6 +42,20 @@ private:
     struct Recent {
         const Names::value_type *name = nullptr;
     };
+
+    template <typename Split>
+    Names::iterator add(const char *text, const Split &split) {
+        const auto number = static_cast<std::uint32_t>(names_.size());
+        const auto place = names_.try_emplace(text).first;
+        try {
+            place->second = split(place->first);
+        } catch (...) {
+            names_.erase(place);
+            throw;
+        }
+        place->second.name.number = number;
+        return place;
+    }
 
     Names names_;
     std::array<Recent, 2048> recent_{};

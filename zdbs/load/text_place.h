@@ -21,6 +21,8 @@ public:
     std::string text() const { return std::to_string(line_) + ':' + std::to_string(column_); }
 
 private:
+    void passLines(std::string_view text);
+
     std::uint64_t line_ = 1;
     std::uint64_t column_ = 1;
     bool afterReturn_ = false;  ///< a LF would belong to the line end that was counted

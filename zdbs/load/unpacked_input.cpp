@@ -16,7 +16,7 @@ namespace zdbs {
 
 namespace {
 
-constexpr std::size_t packedBufferSize = 128 * 1024;
+constexpr std::size_t packedBufferSize = std::size_t{128} * 1024;
 constexpr const char *endsTooEarly = "it ends too early";
 
 /** What both kinds share: packed bytes come in pieces and are used up bit by bit. */

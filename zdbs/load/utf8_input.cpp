@@ -14,8 +14,8 @@ namespace zdbs {
 
 namespace {
 
-constexpr std::size_t bytesAtOnce = 64 * 1024;
-constexpr std::size_t unitsAtOnce = 64 * 1024;
+constexpr std::size_t bytesAtOnce = std::size_t{64} * 1024;
+constexpr std::size_t unitsAtOnce = std::size_t{64} * 1024;
 
 std::string hexadecimal(std::string_view bytes) {
     constexpr std::string_view digits = "0123456789ABCDEF";

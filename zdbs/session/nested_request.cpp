@@ -60,11 +60,6 @@ RequestSet runRequest(Session &session, std::string_view request) {
 NestedRequest::NestedRequest(Session &session, std::string_view request)
     : session_(session), scope_(session), set_(scope_.set(runRequest(session, request).number)) {}
 
-RequestAnswer NestedRequest::answer() const {
-    const OpenDatabase &database = scope_.database();
-    return {database.nodes(), matches(), database.hitRanges(scope_.made())};
-}
-
 RequestAnswer runNestedRequest(Session &session, std::string_view request) {
     return NestedRequest(session, request).answer();
 }

@@ -11,17 +11,16 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/base/hits.h"
 #include "zdbs/engine/engine.h"
 #include "zdbs/session/nested_scope.h"
 
 namespace zdbs {
 
-/** The answer of a nested request; valid as long as `nodes` is held. */
+/** The answer of a nested request; valid as long as the database is open in that state. */
 struct RequestAnswer {
-    std::shared_ptr<const NodeTable> nodes;  ///< the snapshot that the request saw
-    std::vector<NodeId> matches;             ///< ascending, that is in document order
-    std::unique_ptr<HitRanges> hits;         ///< where its value conditions hit
+    const OpenDatabase &database;
+    ResultSetPtr matches;
+    std::vector<ResultSetPtr> made;  ///< all sets on the way, whose value conditions hit
 };
 
 /** The set that answers a request. */
@@ -52,10 +51,10 @@ public:
     /** Number of the hit words of all its records, at most 2 147 483 647. */
     std::int64_t hits() const { return session_.lastSearch().hits; }
 
-    /** Its records, ascending. */
-    std::vector<NodeId> matches() const { return scope_.database().records(*set_); }
+    /** Its records, ascending, as long as the request lives. */
+    std::unique_ptr<RecordCursor> matches() const { return scope_.database().records(*set_); }
 
-    RequestAnswer answer() const;
+    RequestAnswer answer() const { return {scope_.database(), set_, scope_.made()}; }
 
 private:
     const Session &session_;

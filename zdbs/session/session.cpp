@@ -144,6 +144,15 @@ bool Session::hasDatabase(std::string_view name) const {
     return database_ && database_->name() == name;
 }
 
+std::vector<std::string> Session::databases() const {
+    if (engine_) return engine_->databases(user_);
+    return database_ ? std::vector{database_->name()} : std::vector<std::string>();
+}
+
+std::vector<OccurringName> Session::names(const NamePlace &place) const {
+    return database().names(place);
+}
+
 const std::string &Session::databaseName() const {
     return database().name();
 }
@@ -153,7 +162,7 @@ SetRecord Session::record(std::int32_t number, std::int32_t ordinal) const {
     if (ordinal < 1 || ordinal > set->size()) {
         throw Failure(Status::noSuchRecord, {std::to_string(ordinal)});
     }
-    NodeId record = database().record(*set, ordinal);
+    const RecordId record = database().record(*set, ordinal);
     return {record, database().hitWords(*set, record)};
 }
 

@@ -33,7 +33,7 @@ struct LastSearch {
 
 /** A record of a set with its hit words. */
 struct SetRecord {
-    NodeId record = noNode;
+    RecordId record = 0;
     std::vector<HitWord> hitWords;
 };
 
@@ -80,6 +80,12 @@ public:
     void loadStatus();
 
     bool hasDatabase(std::string_view database) const;
+
+    /** The databases that the user may read. */
+    std::vector<std::string> databases() const;
+
+    /** See OpenDatabase::names(); throws Failure(noDatabase). */
+    std::vector<OccurringName> names(const NamePlace &place) const;
 
     /** Name of the open database; throws Failure(noDatabase). */
     const std::string &databaseName() const;

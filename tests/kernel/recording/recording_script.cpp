@@ -89,6 +89,11 @@ void failingCommand(Script &script, Arguments &in) {
     script.failingPatterns.emplace_back(pattern, in.text());
 }
 
+void waitingCommand(Script &script, Arguments &in) {
+    const std::string pattern = in.pattern();
+    script.waitingPatterns.emplace_back(pattern, in.text());
+}
+
 void nthFailingCommand(Script &script, Arguments &in) {
     const int32_t number = in.number();
     script.failingCommands[number] = in.text();
@@ -152,6 +157,8 @@ const std::map<std::string, Action> &actions() {
         {"symbol-fails", [](Script &s, Arguments &in) { s.failingSymbols.insert(in.word()); }},
         {"login-fails", login},
         {"command-fails", failingCommand},
+        {"command-waits", waitingCommand},
+        {"command-hangs", [](Script &s, Arguments &in) { s.hangingPatterns.push_back(in.text()); }},
         {"nth-command-fails", nthFailingCommand},
         {"get-search-fails",
          [](Script &s, Arguments &in) { s.failingSearchCalls.insert(in.number()); }},

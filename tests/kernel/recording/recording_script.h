@@ -14,6 +14,9 @@
  *   symbol-length N                  ZdbShellSymbol does
  *   login-fails STATUS TEXT          ZdbStartZarn returns STATUS, whose message is TEXT
  *   command-fails PATTERN => TEXT    a command that matches the shell pattern fails with TEXT
+ *   command-waits PATTERN => TEXT    a command that matches waits for a SIGINT that is held back,
+ *                                    and fails with TEXT
+ *   command-hangs PATTERN            a command that matches never returns
  *   nth-command-fails N TEXT         the N-th command since the login (from 1) fails with TEXT
  *   get-search-fails N               the N-th ZdbGetSearch since the login fails
  *   set N RECORDS HITS               counts of the N-th set made since the login (default 1 1)
@@ -83,6 +86,8 @@ struct Script {
     std::string loginMessage;
 
     std::vector<std::pair<std::string, std::string>> failingPatterns;
+    std::vector<std::pair<std::string, std::string>> waitingPatterns;
+    std::vector<std::string> hangingPatterns;
     std::map<int, std::string> failingCommands;
     std::set<int> failingSearchCalls;
 

@@ -1,6 +1,9 @@
 #include "tests/kernel/recording/recording_session.h"
 
 #include <fnmatch.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -40,6 +43,19 @@ std::unique_ptr<Session> &current() {
     return instance;
 }
 
+bool matches(const std::string &pattern, const std::string &command) {
+    return fnmatch(pattern.c_str(), command.c_str(), 0) == 0;
+}
+
+/** A signal that is held back wakes nobody, so this looks again and again. */
+void awaitHeldInterrupt() {
+    sigset_t waiting;
+    do {
+        poll(nullptr, 0, 1);
+        sigpending(&waiting);
+    } while (sigismember(&waiting, SIGINT) != 1);
+}
+
 }  // namespace
 
 Session::Session(Script script) : script_(std::move(script)) {
@@ -69,7 +85,16 @@ int32_t Session::scriptedFailure(const std::string &command) {
     const auto numbered = script_.failingCommands.find(commandCount_);
     if (numbered != script_.failingCommands.end()) return fail(numbered->second);
     for (const auto &[pattern, text] : script_.failingPatterns) {
-        if (fnmatch(pattern.c_str(), command.c_str(), 0) == 0) return fail(text);
+        if (matches(pattern, command)) return fail(text);
+    }
+    for (const std::string &pattern : script_.hangingPatterns) {
+        while (matches(pattern, command))
+            pause();
+    }
+    for (const auto &[pattern, text] : script_.waitingPatterns) {
+        if (!matches(pattern, command)) continue;
+        awaitHeldInterrupt();
+        return fail(text);
     }
     return 0;
 }

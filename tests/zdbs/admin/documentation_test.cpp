@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -54,8 +55,9 @@ protected:
     std::vector<std::string> options(const Words &words) const {
         std::vector<std::string> names;
         for (const std::string &line : helpLines(words)) {
-            const std::size_t at = line.starts_with("  -h,") ? 5 : 2;
-            if (line.substr(0, 3) == "  -") names.push_back(wordAt(line, at));
+            if (!line.starts_with("  -")) continue;
+            const bool hasShort = line[3] != '-';
+            names.push_back(wordAt(line, hasShort ? 5 : 2));
         }
         return names;
     }
@@ -98,7 +100,7 @@ std::string joined(const std::vector<std::string> &words) {
 TEST_F(Documentation, OfTheManualNamesEveryCommandAndOption) {
     const std::string manual = support::readFile(ZDBS_MANUAL);
     ASSERT_FALSE(manual.empty());
-    ASSERT_GE(allCommands().size(), 17U);
+    ASSERT_GE(allCommands().size(), 19U);
     for (const auto &words : allCommands()) {
         EXPECT_THAT(manual, HasSubstr(joined(words))) << joined(words);
         ASSERT_GE(options(words).size(), 2U);
@@ -120,7 +122,7 @@ TEST_F(Documentation, OfTheManualNamesTheDefaultsOfTheLimits) {
         EXPECT_THAT(manual, HasSubstr(": " + number + ".\n")) << line;
         ++limits;
     }
-    EXPECT_EQ(limits, 5);
+    EXPECT_EQ(limits, 6);
 }
 
 TEST_F(Documentation, OfTheManualNamesNoCommandThatIsNotThere) {
@@ -170,6 +172,51 @@ TEST_F(Documentation, CompletionOffersNamesOfTheHome) {
     EXPECT_THAT(completions({"explain", "plays", ""}), IsEmpty());
     EXPECT_THAT(completions({"load", "db", directory_ / "some"}),
                 ElementsAre(directory_ / "some play.xml"));
+}
+
+/** The words that another shell offers for the last of these, without their descriptions. */
+std::vector<std::string> offeredBy(const support::ProgramResult &result, char separator) {
+    EXPECT_EQ(result.err, "");
+    std::vector<std::string> words;
+    for (const std::string &line : linesOf(result.out))
+        words.push_back(line.substr(0, line.find(separator)));
+    return words;
+}
+
+TEST_F(Documentation, CompletionOfOtherShellsOffersTheSame) {
+    makeDatabase();
+    good({"load", "db", directory_.write("some play.xml", "<a/>")});
+    const std::string program = ZDBS_PROGRAM;
+    const std::map<std::string, std::string> environment = {
+        {"ZDBS_HOME", homePath_},
+        {"HOME", directory_.path()},
+        {"PATH", program.substr(0, program.rfind('/')) + ":/usr/bin:/bin"}};
+    const std::string folder =
+        std::string(ZDBS_COMPLETION).substr(0, std::string(ZDBS_COMPLETION).rfind('/'));
+    const auto inZsh = [&](Words words) {
+        words.insert(words.begin(),
+                     {"-fc", "source $0; _zdbs_candidates \"$@\"", folder + "/_zdbs"});
+        return offeredBy(support::run({"/bin/zsh", words, environment, {}}), ':');
+    };
+    const auto inFish = [&](const Words &words) {
+        const Words arguments = {
+            "-N", "-c", "source " + folder + "/zdbs.fish; complete -C '" + joined(words) + "'"};
+        return offeredBy(support::run({"/usr/bin/fish", arguments, environment, {}}), '\t');
+    };
+    EXPECT_THAT(inZsh({""}), UnorderedElementsAreArray(commands({})));
+    EXPECT_THAT(inFish({""}), UnorderedElementsAreArray(commands({})));
+    EXPECT_THAT(inZsh({"user", ""}), UnorderedElementsAreArray(commands({"user"})));
+    EXPECT_THAT(inFish({"user", ""}), UnorderedElementsAreArray(commands({"user"})));
+    EXPECT_THAT(inZsh({"--home", homePath_, "load", "--name", "x", ""}), ElementsAre("db"));
+    EXPECT_THAT(inFish({"--home", homePath_, "load", "--name", "x", ""}), ElementsAre("db"));
+    EXPECT_THAT(inZsh({"dump", "db", ""}), ElementsAre("some play.xml"));
+    EXPECT_THAT(inFish({"dump", "db", ""}), ElementsAre("some play.xml"));
+    for (const auto &command : allCommands()) {
+        Words words = command;
+        words.emplace_back("--");
+        EXPECT_THAT(inZsh(words), UnorderedElementsAreArray(options(command))) << joined(words);
+        EXPECT_THAT(inFish(words), UnorderedElementsAreArray(options(command))) << joined(words);
+    }
 }
 
 TEST_F(Documentation, OfTheStoreNamesFilesThatAreThere) {

@@ -50,6 +50,7 @@ TEST(Json, EscapesWhatCannotStandInAString) {
         {"\xc3\xa9\xf0\x9f\x98\x80", "\"\xc3\xa9\xf0\x9f\x98\x80\""},
         {"a\xe9z", "\"a\xef\xbf\xbdz\""},
         {"\xc3", "\"\xef\xbf\xbd\""},
+        {"\xc3\xa9\xff\xc3\xa9", "\"\xc3\xa9\xef\xbf\xbd\xc3\xa9\""},
     };
     for (const Case &row : cases) {
         JsonWriter json;

@@ -14,6 +14,8 @@
 
 namespace zdbs {
 
+using namespace embedded;
+
 class ProgramTest : public testing::Test {
 protected:
     using Words = std::vector<std::string>;

@@ -5,10 +5,13 @@
 #include <string>
 
 #include "tests/zdbs/admin/program_fixture.h"
+#include "tests/zdbs/support/numbered.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 using support::exited;
@@ -190,7 +193,8 @@ TEST_F(Program, RemovesAndReplacesDocuments) {
     EXPECT_EQ(good({"dump", "db"}), "<newer/>\n");
     EXPECT_THAT(bad({"replace", "db", "-"}, 1, "<x/>"),
                 HasSubstr("no such document: stdin.xml in database db"));
-    EXPECT_THAT(bad({"replace", "db", "-", "--name", "d.xml"}, 1, "<x>"), HasSubstr("no element"));
+    EXPECT_THAT(bad({"replace", "db", "-", "--name", "d.xml"}, 1, "<x>"),
+                HasSubstr("<x> of 1:1 does not end"));
     EXPECT_EQ(good({"dump", "db"}), "<newer/>\n");
     EXPECT_THAT(bad({"remove", "db", "e.xml"}), HasSubstr("no such document: e.xml"));
     good({"remove", "db", "d.xml"});
@@ -219,6 +223,42 @@ TEST_F(Program, DumpsDocuments) {
     EXPECT_EQ(support::readFile(out + "/d.xml"), "<again/>\n");
     const auto entries = std::filesystem::recursive_directory_iterator(out);
     EXPECT_EQ(std::distance(entries, {}), 3) << "something is left over";
+}
+
+TEST_F(Program, DumpsWhatCanBeAFileAndTellsTheRest) {
+    makeDatabase();
+    const std::string step(255, 's');
+    const std::string tooLong(256, 'n');
+    for (const std::string &name : {std::string("a"), "folder/" + step, "folder/" + tooLong,
+                                    "z" + step + "/b", std::string("linked/c"), std::string("z")})
+        good({"load", "db", "-", "--name", name}, "<e/>");
+    const std::filesystem::path out = directory_ / "out";
+    const std::filesystem::path elsewhere = directory_ / "elsewhere";
+    std::filesystem::create_directory(out);
+    std::filesystem::create_directory(elsewhere);
+    std::filesystem::create_directory_symlink(elsewhere, out / "linked");
+    const std::string messages = bad({"dump", "db", "--output", out});
+    EXPECT_THAT(messages, HasSubstr("linked"));
+    EXPECT_THAT(messages, HasSubstr(tooLong));
+    EXPECT_THAT(messages, HasSubstr("File name too long"));
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere));
+    EXPECT_EQ(support::readFile((out / "a").native()), "<e/>\n");
+    EXPECT_EQ(support::readFile((out / "z").native()), "<e/>\n");
+    EXPECT_EQ(support::readFile((out / "folder" / step).native()), "<e/>\n");
+}
+
+TEST_F(Program, EscapesWhatATerminalWouldObeyAndShortensWhatIsLong) {
+    makeDatabase();
+    const std::string turned =
+        "a\xe2\x80\xae"
+        "b\xc2\x9b.xml";
+    good({"load", "db", "-", "--name", turned}, "<e/>");
+    EXPECT_THAT(good({"list", "db"}), HasSubstr("a\\u202eb\\x9b.xml"));
+    EXPECT_THAT(bad({"dump", "db", turned + "\xe2\x80\xa8"}),
+                HasSubstr("a\\u202eb\\x9b.xml\\u2028"));
+    EXPECT_THAT(bad({turned}, 2), HasSubstr("\\u202e"));
+    EXPECT_LT(bad({"dump", "db", std::string(100000, 'x')}).size(), 2000U);
+    EXPECT_LT(bad({std::string(100000, 'x')}, 2).size(), 2000U);
 }
 
 TEST_F(Program, NoticesThatItCannotWrite) {
@@ -299,7 +339,7 @@ TEST_F(Program, ReadsWhileAnotherOneWrites) {
     good({"load", "db", directory_.write("d.xml", smallXml)});
     const auto writer = home()->write("db");
     writer->beginDocument("half");
-    writer->startElement({"e", "", ""});
+    writer->startElement(numbered({"e", "", ""}));
     EXPECT_THAT(squeezed(good({"info", "db"})), StartsWith("documents 1\n"));
     EXPECT_THAT(good({"dump", "db"}), StartsWith("<a b=\"1\">"));
 }

@@ -1,4 +1,4 @@
-// The examples of docs/querying.md, run.
+// The examples of docs/querying.md and docs/xpath.md, run.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -10,6 +10,8 @@
 #include "zdbs/embedded/sets/plan.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 struct Example {
@@ -44,25 +46,39 @@ std::string comparable(const std::string &text) {
     return std::regex_replace(timeless, std::regex(" +"), " ");
 }
 
-class QueryingPage : public ProgramTest {};
+class QueryingPage : public ProgramTest {
+protected:
+    /** Makes the database of the pages. */
+    void load() const {
+        const std::string page = support::readFile(ZDBS_QUERYING_PAGE);
+        good({"init"});
+        good({"create", "plays"});
+        std::size_t at = 0;
+        good({"load", "plays", directory_.write("hamlet.xml", between(page, "```xml\n", at))});
+    }
+
+    void expectExamples(const std::string &page, std::size_t least) const {
+        const auto examples = examplesOf(support::readFile(page));
+        ASSERT_GE(examples.size(), least);
+        for (const Example &example : examples) {
+            const std::string script = "zdbs() { \"$0\" \"$@\"; }; " + example.command;
+            const auto result = support::run(
+                {"/bin/sh", {"-c", script, ZDBS_PROGRAM}, {{"ZDBS_HOME", homePath_}}, {}});
+            EXPECT_EQ(comparable(result.out + result.err), comparable(example.output))
+                << example.command << '\n'
+                << result.out;
+        }
+    }
+};
 
 TEST_F(QueryingPage, ShowsWhatTheProgramPrints) {
-    const std::string page = support::readFile(ZDBS_QUERYING_PAGE);
-    good({"init"});
-    good({"create", "plays"});
-    std::size_t at = 0;
-    good({"load", "plays", directory_.write("hamlet.xml", between(page, "```xml\n", at))});
+    load();
+    expectExamples(ZDBS_QUERYING_PAGE, 8);
+}
 
-    const auto examples = examplesOf(page);
-    ASSERT_GE(examples.size(), 8U);
-    for (const Example &example : examples) {
-        const std::string script = "zdbs() { \"$0\" \"$@\"; }; " + example.command;
-        const auto result =
-            support::run({"/bin/sh", {"-c", script, ZDBS_PROGRAM}, {{"ZDBS_HOME", homePath_}}, {}});
-        EXPECT_EQ(comparable(result.out + result.err), comparable(example.output))
-            << example.command << '\n'
-            << result.out;
-    }
+TEST_F(QueryingPage, OfXPathDoesToo) {
+    load();
+    expectExamples(ZDBS_XPATH_PAGE, 3);
 }
 
 TEST(QueryingPageWords, AreThoseOfThePlans) {

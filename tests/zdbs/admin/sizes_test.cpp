@@ -49,5 +49,21 @@ TEST(Sizes, OfShortTimesAreMilliseconds) {
     EXPECT_EQ(millisecondsText(std::chrono::seconds(90)), "90000.000");
 }
 
+TEST(Counts, AreGroupedByThousands) {
+    EXPECT_EQ(countText(0), "0");
+    EXPECT_EQ(countText(999), "999");
+    EXPECT_EQ(countText(2031), "2 031");
+    EXPECT_EQ(countText(12345678), "12 345 678");
+}
+
+TEST(Seconds, HaveADecimalUpToAMinute) {
+    using std::chrono::milliseconds;
+    EXPECT_EQ(secondsText(milliseconds(0)), "0.0 s");
+    EXPECT_EQ(secondsText(milliseconds(2140)), "2.1 s");
+    EXPECT_EQ(secondsText(milliseconds(59900)), "59.9 s");
+    EXPECT_EQ(secondsText(milliseconds(59990)), "1:00");
+    EXPECT_EQ(secondsText(milliseconds(3723400)), "1:02:03");
+}
+
 }  // namespace
 }  // namespace zdbs::admin

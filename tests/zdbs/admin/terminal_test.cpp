@@ -128,8 +128,20 @@ TEST_F(Terminal, ShowsProgressWhileItLoadsAndTakesItAway) {
     TerminalProgram program(command({"load", "db", directory_.write("a.xml", xml + "</a>")}));
     ASSERT_TRUE(program.expect("% ["));
     ASSERT_TRUE(program.expect("/s"));
+    ASSERT_TRUE(program.expect("\r\033[KStored 1 document, 200 001 nodes, 1.1 MB of XML in "));
     EXPECT_EQ(program.finish(), exited(0));
-    EXPECT_TRUE(program.screen().ends_with("\r\033[K")) << program.screen();
+    EXPECT_TRUE(program.screen().ends_with(".\r\n")) << program.screen();
+}
+
+TEST_F(Terminal, EndsALoadByTheKeyForThat) {
+    good({"create", "db"});
+    const std::string file = directory_.write("a.xml", "<a>" + std::string(300000, 'x') + "</a>");
+    TerminalProgram program(command({"load", "db", file, "-"}));
+    ASSERT_TRUE(program.expect(" kB"));
+    program.type("\003");
+    EXPECT_EQ(program.finish(), exited(130));
+    EXPECT_THAT(program.screen(), HasSubstr("zdbs: Interrupted. Nothing was stored.\r\n"));
+    EXPECT_EQ(good({"list", "db"}), "NODES  XML  DOCUMENT\n");
 }
 
 TEST_F(Terminal, ShowsProgressWhileItDumpsIntoFilesOnly) {

@@ -24,6 +24,10 @@ TEST(VisibleText, HoldsNothingThatATerminalObeys) {
         {std::string("a\0b", 3), "a\\x00b"},
         {"\xc3\xa4\xf0\x9f\x98\x80", "\xc3\xa4\xf0\x9f\x98\x80"},
         {"\xc2\x9b\x33\xc2\xa0", "\\x9b\x33\xc2\xa0"},
+        {"a\xe2\x80\xae"
+         "b\xe2\x80\xa8\xe2\x81\xa6\xef\xbb\xbf",
+         "a\\u202eb\\u2028\\u2066\\ufeff"},
+        {"\xe2\x80\xa7\xe2\x80\xaf", "\xe2\x80\xa7\xe2\x80\xaf"},
         {"\xc3\xa4\xff", "\\xc3\\xa4\\xff"},
         {"\xc2", "\\xc2"},
         {"back\\slash", "back\\slash"},

@@ -111,6 +111,16 @@ TEST(Failure, TakesBracketsAndBracesInDetailsAsText) {
                  "The request failed: [{0}] {1}.");
 }
 
+TEST(Failure, EscapesWhatATerminalWouldObeyAndCutsWhatIsLong) {
+    EXPECT_STREQ(Failure(Status::requestFailed, {"a\x1b[2J\xc2\x9b\xe2\x80\xae"}).what(),
+                 "The request failed: a\\x1b[2J\\x9b\\u202e.");
+    const std::string sentence = Failure(Status::requestFailed, {std::string(5000000, 'x')}).what();
+    EXPECT_LT(sentence.size(), 1100U);
+    EXPECT_TRUE(
+        sentence.ends_with("xxx..."
+                           "."));
+}
+
 TEST(SentenceFor, KnowsEveryNumber) {
     EXPECT_EQ(sentenceFor(1), "Done.");
     EXPECT_EQ(sentenceFor(3), "Done.");

@@ -12,6 +12,8 @@
 #include "zdbs/session/session.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 constexpr std::int32_t outOfMemory = 4;

@@ -6,6 +6,7 @@
  * is a line on standard output and makes the exit status 1.
  */
 #include <locale.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -573,6 +574,72 @@ static void testCommandsAreTakenAsUtf8InTheLocaleC(void) {
     EXPECT_NUMBER(execute("FIND N_TVALUE=$\xA4$"), 122);
 }
 
+/* Holds the interrupt signal back, or lets it in, and has one wait or takes it. */
+static void haveInterruptWait(int waits) {
+    sigset_t interrupt;
+    int taken = 0;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    if (waits) {
+        sigprocmask(SIG_BLOCK, &interrupt, NULL);
+        raise(SIGINT);
+    } else {
+        EXPECT_NUMBER(sigwait(&interrupt, &taken), 0);
+        EXPECT_NUMBER(taken, SIGINT);
+    }
+}
+
+static void testHeldInterruptsStopWhatIsDone(void) {
+    const int32_t stopped = 36;
+    char arguments[] = "XPATHQUERY=//title\nXPATHFRAGMENTS=/\n";
+    logIn();
+    EXPECT_OK(execute("BASE plays"));
+    EXPECT_OK(execute("FIND N_NAME=title"));
+    EXPECT_TEXT(lastSearch(), "2 2 2");
+    haveInterruptWait(1);
+    EXPECT_NUMBER(execute("FIND N_NAME=line"), stopped);
+    expectExportFailure(request(arguments, 0), 206,
+                        "The request failed: It was stopped before it was done.", __LINE__);
+    EXPECT_OK(execute("DELETE S=1"));
+    EXPECT_TEXT(lastSearch(), "2 2 2");
+    haveInterruptWait(0);
+    EXPECT_OK(execute("FIND N_NAME=title"));
+    EXPECT_TEXT(lastSearch(), "3 2 2");
+}
+
+/* What a filter hands out, "" for nothing. */
+static const char *list(const char *filter, const char *arguments) {
+    static char text[4096];
+    char place[256];
+    FilterData data = request(strcpy(place, arguments), 0);
+    memset(data.filter_name, 0, sizeof data.filter_name);
+    strcpy(data.filter_name, filter);
+    text[0] = '\0';
+    if ((ZdbExport(&data) & 1) == 0) return "failed";
+    if (data.buffer != NULL)
+        snprintf(text, sizeof text, "%.*s", (int)data.buffer_length, data.buffer);
+    free(data.buffer);
+    return text;
+}
+
+static void testListsAreOfferedToWhoeverIsTyping(void) {
+    logIn();
+    EXPECT_TEXT(list("zarnxmldatabases", ""), "plays\n");
+    EXPECT_TEXT(list("zarnxmlnames", "//"), "failed");
+    EXPECT_OK(execute("BASE plays"));
+    EXPECT_TEXT(list("zarnxmlnames", "//"),
+                "E\t2\t1\t\tplay\n"
+                "E\t2\t0\t\ttitle\nE\t2\t0\t\tline\nA\t2\t0\t\tid\n");
+    EXPECT_TEXT(list("zarnxmlnames", "/"), "E\t2\t1\t\tplay\n");
+    EXPECT_TEXT(list("zarnxmlnames", "//play/"),
+                "E\t2\t0\t\ttitle\nE\t2\t0\t\tline\nA\t2\t0\t\tid\n");
+    EXPECT_TEXT(list("zarnxmlnames", "/*//"), "E\t2\t0\t\ttitle\nE\t2\t0\t\tline\nA\t2\t0\t\tid\n");
+    EXPECT_TEXT(list("zarnxmlnames", "/*/*//"), "");
+    EXPECT_TEXT(list("zarnxmlnames", "//nothing/"), "");
+    EXPECT_TEXT(list("zarnxmlnames", "play"), "failed");
+    EXPECT_TEXT(list("zarnxmlnames", ""), "failed");
+}
+
 struct Test {
     const char *name;
     void (*run)(void);
@@ -595,6 +662,8 @@ static const struct Test tests[] = {
     {"CommandsAreInTheCharacterSetOfTheProcess", testCommandsAreInTheCharacterSetOfTheProcess},
     {"KeywordsAreTheSameInEveryLocale", testKeywordsAreTheSameInEveryLocale},
     {"CommandsAreTakenAsUtf8InTheLocaleC", testCommandsAreTakenAsUtf8InTheLocaleC},
+    {"HeldInterruptsStopWhatIsDone", testHeldInterruptsStopWhatIsDone},
+    {"ListsAreOfferedToWhoeverIsTyping", testListsAreOfferedToWhoeverIsTyping},
 };
 
 int main(int count, char **arguments) {

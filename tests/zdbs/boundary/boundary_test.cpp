@@ -36,7 +36,9 @@ const std::set<std::string> &knownTests() {
                                              "LongFailuresAreCut",
                                              "CommandsAreInTheCharacterSetOfTheProcess",
                                              "KeywordsAreTheSameInEveryLocale",
-                                             "CommandsAreTakenAsUtf8InTheLocaleC"};
+                                             "CommandsAreTakenAsUtf8InTheLocaleC",
+                                             "HeldInterruptsStopWhatIsDone",
+                                             "ListsAreOfferedToWhoeverIsTyping"};
     return names;
 }
 

@@ -28,7 +28,7 @@ constexpr Document documents[] = {
 };
 
 void prepare(const std::string &directory) {
-    auto home = zdbs::Home::create(directory);
+    auto home = zdbs::embedded::Home::create(directory);
     home->createDatabase("plays");
     home->createDatabase("hidden");
     for (const Document &document : documents) {

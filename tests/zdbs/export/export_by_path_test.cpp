@@ -8,14 +8,15 @@
 
 #include "tests/zdbs/embedded/store/model_document.h"
 #include "tests/zdbs/embedded/store/test_home.h"
+#include "tests/zdbs/export/by_node.h"
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/namespaced_document.h"
 #include "tests/zdbs/support/random_document.h"
-#include "tests/zdbs/support/without_paths.h"
+#include "tests/zdbs/support/told.h"
 #include "tests/zdbs/support/word_hits.h"
 #include "tests/zdbs/support/xml_text.h"
-#include "zdbs/embedded/fragments/fragment_compiler.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/fragments/path_fragments.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/snapshot.h"
@@ -23,56 +24,37 @@
 #include "zdbs/export/export_document.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
+using testing::ByNodeDatabase;
+using testing::found;
 using testing::MemoryNodeTable;
 using testing::MemoryPathTable;
 using testing::NamespacedDocument;
 using testing::PathTableOptions;
 using testing::RandomDocument;
+using testing::setOf;
+using testing::specsOf;
 using testing::tableFromXml;
 using testing::wellFormednessError;
-using testing::WithoutPaths;
 using testing::WordHits;
 using testing::XmlSource;
-
-/** Hits that say in advance where they are, as those of a request do. */
-class AnnouncedHits final : public HitRanges {
-public:
-    AnnouncedHits(const NodeTable &nodes, std::string_view word)
-        : nodes_(nodes), hits_(nodes, word) {}
-
-    std::vector<HitRange> find(NodeId node) const override { return hits_.find(node); }
-
-    NodeId next(NodeId from) const override {
-        for (const DocumentRange &document : nodes_.documents()) {
-            for (NodeId node = std::max(from, document.first); node <= document.last; ++node) {
-                if (!hits_.find(node).empty()) return node;
-            }
-        }
-        return noMoreNodes;
-    }
-
-private:
-    const NodeTable &nodes_;
-    WordHits hits_;
-};
-
-std::unique_ptr<HitRanges> hitsOf(const NodeTable &nodes, int kind) {
-    if (kind == 0) return nullptr;
-    if (kind == 1) return std::make_unique<WordHits>(nodes, "v1");
-    return std::make_unique<AnnouncedHits>(nodes, "v1");
-}
 
 /** The same answer over both tables, exported with the same specifications. */
 class Comparison {
 public:
-    explicit Comparison(const NodeTable &nodes) : byPath_(nodes), byNode_(nodes) {}
+    explicit Comparison(const NodeTable &nodes)
+        : hits_(nodes, "v1"), byNode_(nodes, &hits_), byPath_(makeEmbeddedDatabase("d", [&nodes] {
+              return std::shared_ptr<const NodeTable>(std::shared_ptr<void>(), &nodes);
+          })) {}
 
     /** The document by path, when it is the same node by node. */
-    std::string expectSame(const std::vector<NodeId> &matches, const std::string &specs, int hits) {
-        const std::string one = exported(byPath_, matches, specs, hits);
-        EXPECT_EQ(one, exported(byNode_, matches, specs, hits)) << specs;
+    std::string expectSame(const std::vector<NodeId> &matches, const std::string &specs,
+                           bool marks) {
+        const std::string one = exported(*byPath_, matches, specs, marks);
+        EXPECT_EQ(one, exported(byNode_, matches, specs, marks)) << specs;
         fragments_ += one.find("<fragment") != std::string::npos ? 1 : 0;
         return one;
     }
@@ -80,16 +62,16 @@ public:
     int withFragments() const { return fragments_; }
 
 private:
-    static std::string exported(const NodeTable &nodes, const std::vector<NodeId> &matches,
-                                const std::string &specs, int hits) {
-        // The table outlives the answer.
-        const std::shared_ptr<const NodeTable> held(std::shared_ptr<void>(), &nodes);
-        const RequestAnswer answer{held, matches, hitsOf(nodes, hits)};
-        return exportDocument(answer, {"//q", specs}, true);
+    static std::string exported(const OpenDatabase &database, const std::vector<NodeId> &matches,
+                                const std::string &specs, bool marks) {
+        const RequestAnswer answer{
+            database, setOf(database, matches), {found(database, "N_TVALUE=$v1$")}};
+        return exportDocument(answer, {"//q", specs}, marks);
     }
 
-    const NodeTable &byPath_;
-    WithoutPaths byNode_;
+    WordHits hits_;
+    ByNodeDatabase byNode_;
+    std::unique_ptr<OpenDatabase> byPath_;
     int fragments_ = 0;
 };
 
@@ -204,7 +186,7 @@ TEST_P(ExportByPath, IsTheSameAsNodeByNode) {
         Comparison comparison(table);
         for (int count = 0; count < 60; ++count) {
             const std::string document =
-                comparison.expectSame(random.someOf(table), random.list(), random.below(3));
+                comparison.expectSame(random.someOf(table), random.list(), random.below(2) == 1);
             EXPECT_EQ(wellFormednessError(document), "") << document;
         }
         withFragments += comparison.withFragments();
@@ -222,8 +204,8 @@ TEST_P(ExportByPath, EveryNodeHasTheSamePlaceAndText) {
             for (NodeId node = document.first; node <= document.last; ++node)
                 all.push_back(node);
         }
-        for (int hits = 0; hits < 3; ++hits)
-            Comparison(table).expectSame(all, "/", hits);
+        for (const bool marks : {false, true})
+            Comparison(table).expectSame(all, "/", marks);
     }
 }
 
@@ -250,7 +232,7 @@ TEST(ExportByPath, OfStoredDocumentsIsTheSameAsNodeByNode) {
         Comparison comparison(*snapshot);
         RandomSpecs specs(seed);
         for (int count = 0; count < 40; ++count)
-            comparison.expectSame(specs.someOf(*snapshot), specs.list(), 0);
+            comparison.expectSame(specs.someOf(*snapshot), specs.list(), false);
         EXPECT_GT(comparison.withFragments(), 10);
     }
 }
@@ -263,6 +245,7 @@ struct WayFact {
 TEST(PathFragments, AnswersWhatOnlyGoesDown) {
     const MemoryNodeTable nodes = tableFromXml("<a><b x='1'>t</b></a>");
     const MemoryPathTable table(nodes);
+    const ByNodeDatabase database(table);
     NodeReader reader(table);
     constexpr WayFact facts[] = {
         {"/", true},
@@ -277,8 +260,9 @@ TEST(PathFragments, AnswersWhatOnlyGoesDown) {
         {"/b|/b[1]", false},
     };
     for (const WayFact &fact : facts) {
-        const FragmentSpec spec = compileFragmentSpec(fact.spec);
-        PathFragments fragments(spec, reader);
+        const std::vector<FragmentSpec> specs =
+            specsOf(database, found(database, "N_ID=1"), fact.spec);
+        PathFragments fragments(specs.front(), reader);
         EXPECT_EQ(fragments.select(PathMatch(reader, 1), [](NodeId, PathId) {}), fact.isByPath)
             << fact.spec;
     }
@@ -290,7 +274,7 @@ TEST(PathFragments, LeavesIrregularNodesToOthers) {
     options.deepestLevel = 2;
     const MemoryPathTable table(nodes, options);
     NodeReader reader(table);
-    const FragmentSpec spec = compileFragmentSpec("/");
+    const FragmentSpec spec(1);
     PathFragments fragments(spec, reader);
     const auto isByPath = [&](NodeId match) {
         return fragments.select(PathMatch(reader, match), [](NodeId, PathId) {});

@@ -4,16 +4,14 @@
 #include <fstream>
 #include <sstream>
 
-#include "tests/zdbs/support/memory_node_table.h"
-#include "tests/zdbs/support/word_hits.h"
+#include "tests/zdbs/export/by_node.h"
 #include "zdbs/export/export_filter.h"
 
 namespace zdbs {
 namespace {
 
-using testing::MemoryNodeTable;
+using testing::Answered;
 using testing::tableFromXml;
-using testing::WordHits;
 
 /** The code blocks of a page that are marked as XML. */
 std::vector<std::string> xmlBlocks(const std::string &file) {
@@ -33,13 +31,8 @@ std::vector<std::string> xmlBlocks(const std::string &file) {
 TEST(ExportDocs, TheExampleIsWhatTheFilterWrites) {
     const std::vector<std::string> blocks = xmlBlocks(VEXA_SOURCE_DIR "/docs/export.md");
     ASSERT_EQ(blocks.size(), 3U);
-    const auto nodes =
-        std::make_shared<const MemoryNodeTable>(tableFromXml({{"plays/hamlet.xml", blocks[0]}}));
-    RequestAnswer answer{nodes, {}, std::make_unique<WordHits>(*nodes, "be")};
-    for (NodeId node = 1; node <= nodes->nodeCount(); ++node) {
-        if (nodes->name(node).local == "SPEECH" && answer.hits->find(node + 2).size() == 2)
-            answer.matches.push_back(node);
-    }
+    const Answered answer(tableFromXml({{"plays/hamlet.xml", blocks[0]}}),
+                          "N_NAME=\"SPEECH\" AND.T N_ID<6", "N_TVALUE=$be$");
     const ExportArguments arguments{"//SPEECH[contains(text(),'be')]", "/ /@id"};
     EXPECT_EQ(exportDocument(answer, arguments, false), blocks[1]);
     EXPECT_EQ(exportDocument(answer, arguments, true), blocks[2]);

@@ -2,27 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/export/by_node.h"
 #include "tests/zdbs/support/xml_text.h"
 #include "zdbs/base/status.h"
 
 namespace zdbs {
 namespace {
 
+using testing::Answered;
 using testing::MemoryNodeTable;
 using testing::tableFromXml;
 using testing::wellFormednessError;
 
 /** An answer that holds the nodes of that local name; "*" is every node. */
-RequestAnswer answerOf(MemoryNodeTable table, std::string_view local) {
-    auto nodes = std::make_shared<const MemoryNodeTable>(std::move(table));
-    RequestAnswer answer{nodes, {}, nullptr};
-    for (const DocumentRange &document : nodes->documents()) {
-        for (NodeId node = document.first; node <= document.last; ++node) {
-            if (local == "*" || nodes->name(node).local == local) answer.matches.push_back(node);
-        }
-    }
-    return answer;
+Answered answerOf(MemoryNodeTable table, const std::string &local) {
+    return {std::move(table), local == "*" ? "N_ID=$" : "N_NAME=\"" + local + "\""};
 }
 
 std::string exported(const RequestAnswer &answer, const std::string &specs) {
@@ -38,7 +32,7 @@ std::string body(const std::string &document) {
 }
 
 TEST(ExportDocument, IsARootWithTheNumberOfMatchesAndAFragmentALine) {
-    const RequestAnswer answer = answerOf(
+    const Answered answer = answerOf(
         tableFromXml({{"plays/hamlet.xml", "<PLAY><ACT>1</ACT><ACT>2</ACT></PLAY>"}}), "ACT");
     EXPECT_EQ(exported(answer, "/"),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -110,7 +104,7 @@ TEST(ExportDocument, ShowsEachFragmentWithItsPlace) {
 }
 
 TEST(ExportDocument, FragmentsOfSeveralDocumentsNameTheirs) {
-    const RequestAnswer answer = answerOf(
+    const Answered answer = answerOf(
         tableFromXml({{"one.xml", "<a/>"}, {"two.xml", "<b><a/></b>"}, {"x.xml", "<c/>"}}), "a");
     EXPECT_EQ(body(exported(answer, "/")),
               "<fragment document=\"one.xml\" path=\"/a[1]\"><a/></fragment>\n"
@@ -156,7 +150,7 @@ TEST(ExportDocument, IsWellFormedForEveryNodeOfAHostileDocument) {
 }
 
 TEST(ExportDocument, AWrongSpecificationFailsBeforeAnythingIsWritten) {
-    const RequestAnswer answer = answerOf(tableFromXml("<a/>"), "b");
+    const Answered answer = answerOf(tableFromXml("<a/>"), "b");
     for (const char *specs : {"a", "/ a", "/ /a[", "/a [b]"}) {
         try {
             exportDocument(answer, {"//query", specs}, false);
@@ -168,7 +162,7 @@ TEST(ExportDocument, AWrongSpecificationFailsBeforeAnythingIsWritten) {
 }
 
 TEST(ExportDocument, MustBeShorterThanTheLimit) {
-    const RequestAnswer answer = answerOf(tableFromXml("<a>text</a>"), "a");
+    const Answered answer = answerOf(tableFromXml("<a>text</a>"), "a");
     const std::size_t length = exported(answer, "/").size();
     EXPECT_EQ(limitedExportDocument(answer, {"//a", "/"}, false, length + 1).size(), length);
     for (const std::size_t limit : {length, length - 1, length / 2, std::size_t{1}}) {

@@ -4,14 +4,15 @@
 
 #include <memory>
 
-#include "tests/zdbs/support/memory_node_table.h"
-#include "zdbs/embedded/fragments/fragment_compiler.h"
-#include "zdbs/embedded/fragments/fragment_evaluator.h"
+#include "tests/zdbs/export/by_node.h"
 #include "zdbs/export/export_filter.h"
 
 namespace zdbs {
 namespace {
 
+using testing::Answered;
+using testing::ByNodeDatabase;
+using testing::byPath;
 using testing::MemoryNodeTable;
 
 bool expatAccepts(const std::string &document) {
@@ -22,21 +23,21 @@ bool expatAccepts(const std::string &document) {
 }
 
 /** `depth` elements e in each other, a text in the innermost. */
-std::shared_ptr<const MemoryNodeTable> chain(int depth) {
-    auto nodes = std::make_shared<MemoryNodeTable>();
-    nodes->startDocument("deep.xml");
+MemoryNodeTable chain(int depth) {
+    MemoryNodeTable nodes;
+    nodes.startDocument("deep.xml");
     for (int level = 0; level < depth; ++level)
-        nodes->startElement({"e"});
-    nodes->text("bottom");
+        nodes.startElement({"e"});
+    nodes.text("bottom");
     for (int level = 0; level < depth; ++level)
-        nodes->endElement();
-    nodes->endDocument();
+        nodes.endElement();
+    nodes.endDocument();
     return nodes;
 }
 
 TEST(ExportScale, AMillionElementsInEachOtherAreExported) {
     constexpr int depth = 1000000;
-    const RequestAnswer answer{chain(depth), {1}, nullptr};
+    const Answered answer(chain(depth), "N_ID=1", {}, {.deepestLevel = 200});
     const std::string document = exportDocument(answer, {"//e", "/ //text()"}, false);
     EXPECT_TRUE(expatAccepts(document));
     EXPECT_NE(document.find("/e[1]/text()[1]\">bottom</fragment>"), std::string::npos);
@@ -49,8 +50,8 @@ struct CountFact {
 
 TEST(ExportScale, ElementsInEachOtherAreSearchedInOnePassAStep) {
     constexpr int depth = 200000;
-    const auto nodes = chain(depth);
-    FragmentEvaluator evaluator(*nodes);
+    const auto nodes = byPath(chain(depth), {.deepestLevel = 200});
+    const ByNodeDatabase database(*nodes);
     constexpr CountFact facts[] = {
         {"//e", depth - 1},
         {"//e//e", depth - 2},
@@ -65,36 +66,31 @@ TEST(ExportScale, ElementsInEachOtherAreSearchedInOnePassAStep) {
         {"//e[1]", depth - 1},
     };
     for (const CountFact &fact : facts)
-        EXPECT_EQ(evaluator.select(compileFragmentSpec(fact.spec), 1).size(), fact.count)
-            << fact.spec;
+        EXPECT_EQ(database.select(fact.spec, 1).size(), fact.count) << fact.spec;
 }
 
 /** One parent of `many` children c, the last one with a child z. */
-std::shared_ptr<const MemoryNodeTable> family(int many) {
-    auto nodes = std::make_shared<MemoryNodeTable>();
-    nodes->startDocument("wide.xml");
-    nodes->startElement({"p"});
+MemoryNodeTable family(int many) {
+    MemoryNodeTable nodes;
+    nodes.startDocument("wide.xml");
+    nodes.startElement({"p"});
     for (int child = 0; child < many; ++child) {
-        nodes->startElement({"c"});
-        nodes->attribute({"n"}, std::to_string(child));
+        nodes.startElement({"c"});
+        nodes.attribute({"n"}, std::to_string(child));
         if (child + 1 == many) {
-            nodes->startElement({"z"});
-            nodes->endElement();
+            nodes.startElement({"z"});
+            nodes.endElement();
         }
-        nodes->endElement();
+        nodes.endElement();
     }
-    nodes->endElement();
-    nodes->endDocument();
+    nodes.endElement();
+    nodes.endDocument();
     return nodes;
 }
 
 TEST(ExportScale, AHundredThousandSiblingsAreExported) {
     constexpr int many = 100000;
-    const auto nodes = family(many);
-    RequestAnswer answer{nodes, {}, nullptr};
-    for (NodeId node = 1; node <= nodes->nodeCount(); ++node) {
-        if (nodes->name(node).local == "c") answer.matches.push_back(node);
-    }
+    const Answered answer(family(many), "N_NAME=\"c\"");
     const std::string document = exportDocument(
         answer, {"//c", "/ /@n /following-sibling::c[1] /preceding-sibling::c[1]"}, false);
     EXPECT_TRUE(expatAccepts(document));
@@ -105,8 +101,8 @@ TEST(ExportScale, AHundredThousandSiblingsAreExported) {
 
 TEST(ExportScale, AHundredThousandSiblingsAreSearchedInOnePassAStep) {
     constexpr std::size_t many = 100000;
-    const auto nodes = family(many);
-    FragmentEvaluator evaluator(*nodes);
+    const auto nodes = byPath(family(many));
+    const ByNodeDatabase database(*nodes);
     constexpr CountFact facts[] = {
         {"/c", many},
         {"/c[following-sibling::c[z]]", many - 1},
@@ -126,8 +122,7 @@ TEST(ExportScale, AHundredThousandSiblingsAreSearchedInOnePassAStep) {
         {"//@n", many},
     };
     for (const CountFact &fact : facts)
-        EXPECT_EQ(evaluator.select(compileFragmentSpec(fact.spec), 1).size(), fact.count)
-            << fact.spec;
+        EXPECT_EQ(database.select(fact.spec, 1).size(), fact.count) << fact.spec;
 }
 
 }  // namespace

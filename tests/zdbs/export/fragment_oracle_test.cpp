@@ -8,16 +8,23 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/export/by_node.h"
+#include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/random_document.h"
-#include "zdbs/embedded/fragments/fragment_compiler.h"
-#include "zdbs/embedded/fragments/fragment_evaluator.h"
+#include "tests/zdbs/support/told.h"
+#include "zdbs/embedded/embedded_database.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 using testing::MemoryNodeTable;
+using testing::MemoryPathTable;
 using testing::RandomDocument;
+using testing::selected;
+using testing::setOf;
+using testing::specsOf;
 using testing::tableFromXml;
 
 /** A document in libxml2, its nodes numbered as the node table numbers them. */
@@ -41,12 +48,12 @@ public:
         return expression;
     }
 
-    NodeIds select(const Expression &expression, NodeId from) {
+    std::vector<RecordId> select(const Expression &expression, NodeId from) {
         xmlXPathSetContextNode(nodes_[from - 1], context_.get());
         const std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
             xmlXPathCompiledEval(expression.get(), context_.get()), &xmlXPathFreeObject);
         if (!found) throw std::runtime_error("no answer");
-        NodeIds result;
+        std::vector<RecordId> result;
         for (int index = 0; index < xmlXPathNodeSetGetLength(found->nodesetval); ++index) {
             const auto place = numbers_.find(found->nodesetval->nodeTab[index]);
             if (place != numbers_.end()) result.push_back(place->second);  // not the root
@@ -178,24 +185,40 @@ std::string xpathTest(const std::string &axis, const std::string &test) {
 class FragmentOracle : public ::testing::TestWithParam<unsigned> {
 protected:
     FragmentOracle()
-        : xml_(RandomDocument(GetParam()).make()), nodes_(tableFromXml(xml_)), oracle_(xml_) {}
+        : xml_(RandomDocument(GetParam()).make()),
+          nodes_(tableFromXml(xml_)),
+          table_(nodes_),
+          database_(makeEmbeddedDatabase("d",
+                                         [this] {
+                                             return std::shared_ptr<const NodeTable>(
+                                                 std::shared_ptr<void>(), &table_);
+                                         })),
+          all_(database_->everything()),
+          oracle_(xml_) {
+        for (NodeId node = 1; node <= nodes_.nodeCount(); ++node)
+            matches_.push_back(setOf(*database_, std::span(&node, 1)));
+    }
 
     void compare(const std::string &spec, const std::string &xpath) {
-        const FragmentSpec plan = compileFragmentSpec(spec);
-        FragmentEvaluator evaluator(nodes_);
+        const std::vector<FragmentSpec> specs = specsOf(*database_, all_, spec);
         const Oracle::Expression expression = Oracle::compile(xpath);
         // libxml2 leaves out what is below the element of an attribute.
         const bool looksAfter = xpath.find("following::") != std::string::npos;
         if (looksAfter && xpath.starts_with("./attribute::")) return;
         for (NodeId node = 1; node <= nodes_.nodeCount(); ++node) {
             if (looksAfter && nodes_.kind(node) == NodeKind::attribute) continue;
-            ASSERT_EQ(evaluator.select(plan, node), oracle_.select(expression, node))
+            ASSERT_EQ(selected(*database_, matches_[node - 1], specs),
+                      oracle_.select(expression, node))
                 << spec << " as " << xpath << " from node " << node << " of " << xml_;
         }
     }
 
     std::string xml_;
     MemoryNodeTable nodes_;
+    MemoryPathTable table_;
+    std::unique_ptr<OpenDatabase> database_;
+    ResultSetPtr all_;
+    std::vector<ResultSetPtr> matches_;  ///< each node by itself
     Oracle oracle_;
 };
 

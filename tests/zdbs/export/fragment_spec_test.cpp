@@ -1,15 +1,21 @@
 #include <gtest/gtest.h>
 
-#include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/export/by_node.h"
+#include "tests/zdbs/support/told.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/fragments/fragment_compiler.h"
-#include "zdbs/embedded/fragments/fragment_evaluator.h"
 #include "zdbs/embedded/fragments/node_paths.h"
+#include "zdbs/export/spec_compiler.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
+using testing::ByNodeDatabase;
 using testing::MemoryNodeTable;
+using testing::selected;
+using testing::setOf;
+using testing::specsOf;
 using testing::tableFromXml;
 
 NodeId nodeAt(const NodeTable &nodes, std::string_view path) {
@@ -24,13 +30,16 @@ NodeId nodeAt(const NodeTable &nodes, std::string_view path) {
 }
 
 /** The paths of what a specification selects from the node at `match`, blank-separated. */
-std::string selected(const NodeTable &nodes, const std::string &spec, std::string_view match) {
-    FragmentEvaluator evaluator(nodes);
+std::string selectedPaths(const MemoryNodeTable &nodes, const std::string &spec,
+                          std::string_view match) {
+    const ByNodeDatabase database(nodes);
+    const NodeId node = nodeAt(nodes, match);
+    const ResultSetPtr matches = setOf(database, std::span(&node, 1));
     NodePaths paths(nodes);
     std::string result;
-    for (const NodeId node : evaluator.select(compileFragmentSpec(spec), nodeAt(nodes, match))) {
+    for (const RecordId record : selected(database, matches, specsOf(database, matches, spec))) {
         if (!result.empty()) result += ' ';
-        result += paths.of(node);
+        result += paths.of(static_cast<NodeId>(record));
     }
     return result;
 }
@@ -114,36 +123,41 @@ constexpr SpecFact playFacts[] = {
 TEST(FragmentSpec, SelectsFromTheMatchingNode) {
     const MemoryNodeTable nodes = tableFromXml(play);
     for (const SpecFact &fact : playFacts)
-        EXPECT_EQ(selected(nodes, fact.spec, fact.match), fact.selected)
+        EXPECT_EQ(selectedPaths(nodes, fact.spec, fact.match), fact.selected)
             << fact.spec << " from " << fact.match;
 }
 
 TEST(FragmentSpec, NamesMatchByPrefixAsWrittenByNamespaceNameAndTheXmlPrefix) {
     const MemoryNodeTable nodes =
         tableFromXml("<a xmlns='urn' xmlns:u='urn'><b xml:lang='en'/><u:b/><b xmlns=''/></a>");
-    EXPECT_EQ(selected(nodes, "/b", "/a[1]"), "/a[1]/b[1] /a[1]/u:b[1] /a[1]/b[2]");
-    EXPECT_EQ(selected(nodes, "/u:b", "/a[1]"), "/a[1]/u:b[1]");
-    EXPECT_EQ(selected(nodes, "/urn:b", "/a[1]"), "/a[1]/b[1] /a[1]/u:b[1]");
-    EXPECT_EQ(selected(nodes, "//@xml:lang", "/a[1]"), "/a[1]/b[1]/@xml:lang");
+    EXPECT_EQ(selectedPaths(nodes, "/b", "/a[1]"), "/a[1]/b[1] /a[1]/u:b[1] /a[1]/b[2]");
+    EXPECT_EQ(selectedPaths(nodes, "/u:b", "/a[1]"), "/a[1]/u:b[1]");
+    EXPECT_EQ(selectedPaths(nodes, "/urn:b", "/a[1]"), "/a[1]/b[1] /a[1]/u:b[1]");
+    EXPECT_EQ(selectedPaths(nodes, "//@xml:lang", "/a[1]"), "/a[1]/b[1]/@xml:lang");
 }
 
 TEST(FragmentSpec, FollowingOfAnAttributeHoldsWhatIsBelowItsElement) {
     const MemoryNodeTable nodes = tableFromXml("<a><b i='1' j='2'><c/></b><d/></a>");
-    EXPECT_EQ(selected(nodes, "/following::*", "/a[1]/b[1]/@i"), "/a[1]/b[1]/c[1] /a[1]/d[1]");
-    EXPECT_EQ(selected(nodes, "/@*/following::*", "/a[1]/b[1]"), "/a[1]/b[1]/c[1] /a[1]/d[1]");
-    EXPECT_EQ(selected(nodes, "/@*[following::c]", "/a[1]/b[1]"), "/a[1]/b[1]/@i /a[1]/b[1]/@j");
-    EXPECT_EQ(selected(nodes, "/following-sibling::node()", "/a[1]/b[1]/@i"), "");
-    EXPECT_EQ(selected(nodes, "/preceding::node()", "/a[1]/b[1]/@i"), "");
+    EXPECT_EQ(selectedPaths(nodes, "/following::*", "/a[1]/b[1]/@i"), "/a[1]/b[1]/c[1] /a[1]/d[1]");
+    EXPECT_EQ(selectedPaths(nodes, "/@*/following::*", "/a[1]/b[1]"), "/a[1]/b[1]/c[1] /a[1]/d[1]");
+    EXPECT_EQ(selectedPaths(nodes, "/@*[following::c]", "/a[1]/b[1]"),
+              "/a[1]/b[1]/@i /a[1]/b[1]/@j");
+    EXPECT_EQ(selectedPaths(nodes, "/following-sibling::node()", "/a[1]/b[1]/@i"), "");
+    EXPECT_EQ(selectedPaths(nodes, "/preceding::node()", "/a[1]/b[1]/@i"), "");
 }
 
 TEST(FragmentSpec, StaysInTheDocumentOfTheMatch) {
     const MemoryNodeTable nodes =
         tableFromXml({{"1", "<a><b/></a>"}, {"2", "<a><b/><c/></a>"}, {"3", "<a><b/></a>"}});
     const NodeId c = nodes.documents()[1].last;
-    FragmentEvaluator evaluator(nodes);
-    EXPECT_EQ(evaluator.select(compileFragmentSpec("/preceding::*"), c), NodeIds{c - 1});
-    EXPECT_EQ(evaluator.select(compileFragmentSpec("/following::*"), c), NodeIds{});
-    EXPECT_EQ(evaluator.select(compileFragmentSpec("/../following-sibling::*"), c), NodeIds{});
+    const ByNodeDatabase database(nodes);
+    const ResultSetPtr matches = setOf(database, std::span(&c, 1));
+    const auto from = [&](const char *spec) {
+        return selected(database, matches, specsOf(database, matches, spec));
+    };
+    EXPECT_EQ(from("/preceding::*"), std::vector<RecordId>{c - 1});
+    EXPECT_EQ(from("/following::*"), std::vector<RecordId>{});
+    EXPECT_EQ(from("/../following-sibling::*"), std::vector<RecordId>{});
 }
 
 struct ErrorFact {
@@ -197,7 +211,7 @@ const ErrorFact errorFacts[] = {
 
 std::string messageOf(const std::string &spec) {
     try {
-        compileFragmentSpec(spec);
+        compileSpec(spec);
     } catch (const Failure &failure) {
         EXPECT_EQ(failure.status(), Status::badFragmentSpec);
         return failure.what();
@@ -233,8 +247,8 @@ TEST(FragmentSpec, ALongPathIsFollowedToItsEnd) {
     for (int step = 0; step < 20000; ++step)
         spec += "/a";
     const MemoryNodeTable nodes = tableFromXml("<a><a><a/></a></a>");
-    EXPECT_EQ(selected(nodes, spec, "/a[1]"), "");
-    EXPECT_EQ(selected(nodes, "/a" + spec.substr(0, 2), "/a[1]"), "/a[1]/a[1]/a[1]");
+    EXPECT_EQ(selectedPaths(nodes, spec, "/a[1]"), "");
+    EXPECT_EQ(selectedPaths(nodes, "/a" + spec.substr(0, 2), "/a[1]"), "/a[1]/a[1]/a[1]");
 }
 
 }  // namespace

@@ -1,25 +1,20 @@
 #include <gtest/gtest.h>
 
-#include "tests/zdbs/support/memory_node_table.h"
-#include "tests/zdbs/support/word_hits.h"
+#include "tests/zdbs/export/by_node.h"
 #include "tests/zdbs/support/xml_text.h"
 #include "zdbs/export/export_filter.h"
 
 namespace zdbs {
 namespace {
 
-using testing::MemoryNodeTable;
+using testing::Answered;
 using testing::tableFromXml;
 using testing::wellFormednessError;
-using testing::WordHits;
 
 /** The fragments of all elements called m, hits of `word` marked. */
-std::string marked(std::string_view source, const char *word, const char *specs, bool highlight) {
-    const auto nodes = std::make_shared<const MemoryNodeTable>(tableFromXml(source));
-    RequestAnswer answer{nodes, {}, std::make_unique<WordHits>(*nodes, word)};
-    for (NodeId node = 1; node <= nodes->nodeCount(); ++node) {
-        if (nodes->name(node).local == "m") answer.matches.push_back(node);
-    }
+std::string marked(std::string_view source, const std::string &word, const char *specs,
+                   bool highlight) {
+    const Answered answer(tableFromXml(source), "N_NAME=\"m\"", "N_TVALUE=$" + word + "$");
     const std::string document = exportDocument(answer, {"//m", specs}, highlight);
     EXPECT_EQ(wellFormednessError(document), "") << document;
     std::string fragments;
@@ -66,8 +61,7 @@ TEST(HighlightedExport, WithoutTheOptionNothingIsMarked) {
 }
 
 TEST(HighlightedExport, OfAnAnswerThatKnowsNoHitsMarksNothing) {
-    const auto nodes = std::make_shared<const MemoryNodeTable>(tableFromXml("<m>x</m>"));
-    const RequestAnswer answer{nodes, {1}, nullptr};
+    const Answered answer(tableFromXml("<m>x</m>"), "N_ID=1");
     EXPECT_NE(exportDocument(answer, {"//m", "/"}, true).find("<m>x</m>"), std::string::npos);
 }
 

@@ -11,6 +11,8 @@
 #include "tests/zdbs/embedded/store/test_home.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 using testing::HasSubstr;

@@ -215,6 +215,26 @@ TEST(Limits, EntitiesThatExpandWithoutEndAreStopped) {
     EXPECT_EQ(fixture.status("<!DOCTYPE a [" + declarations + "]>\n<a>&e3;</a>"), Status::ok);
 }
 
+TEST(Limits, DefaultsExpandAHundredTimesUnlessSet) {
+    std::string dtd = "<!DOCTYPE a [<!ATTLIST b";
+    for (int i = 0; i < 100; ++i)
+        dtd += " c" + std::to_string(i) + " CDATA '" + std::string(100, 'x') + "'";
+    const std::string xml = dtd + ">]>\n<a>" + repeated("<b/>", 700) + "</a>";
+    LoadFixture fixture;
+    EXPECT_EQ(fixture.status(xml), Status::ok) << "a few megabytes are, whatever the document is";
+    const std::string more = dtd + ">]>\n<a>" + repeated("<b/>", 5000) + "</a>";
+    std::string sentence;
+    EXPECT_EQ(fixture.status(more, &sentence), Status::entityLimit);
+    EXPECT_THAT(sentence, StartsWith("f:2:"));
+    EXPECT_THAT(sentence, HasSubstr("more than 100 times the document"));
+    LoadOptions options;
+    options.maxExpansion = 2000;
+    EXPECT_EQ(fixture.status(more, nullptr, options), Status::ok);
+    const std::string names = "<!DOCTYPE a [<!ATTLIST b xmlns:p CDATA '" + std::string(4000, 'u') +
+                              "'>]><a>" + repeated("<b/>", 9000) + "</a>";
+    EXPECT_EQ(fixture.status(names), Status::entityLimit);
+}
+
 TEST(Limits, EntitiesNest256DeepUnlessSet) {
     LoadFixture fixture;
     for (const bool forwards : {true, false}) {

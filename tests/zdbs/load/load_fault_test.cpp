@@ -18,6 +18,8 @@
 #include "zdbs/load/loader.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 constexpr const char *largeFile = "/usr/share/mime/packages/freedesktop.org.xml";

@@ -14,6 +14,8 @@
 
 namespace zdbs {
 
+using namespace embedded;
+
 class LoadFixture {
 public:
     /** Loads and commits one document, called `name`; messages call the file "f". */

@@ -37,9 +37,16 @@ TEST(MalformedDocument, IsRefusedWithItsPosition) {
         {"", malformed, "1:1", "no element found"},
         {" ", malformed, "1:2", "no element found"},
         {"text", malformed, "1:1", "syntax error"},
-        {"<a>", malformed, "1:4", "no element found"},
-        {"<a>\n<b>\n</a>", malformed, "3:3", "mismatched tag"},
-        {"<a></b>", malformed, "1:6", "mismatched tag"},
+        {"<a>", malformed, "1:4", "<a> of 1:1 does not end."},
+        {"<a><b/>\n <c d='>'/><p:e xmlns:p='u'>", malformed, "2:29", "<p:e> of 2:12 does not end."},
+        {"<a>\n<b>\n</a>", malformed, "3:1", "</a> at 3:1 closes <b> of 2:1."},
+        {"<a></b>", malformed, "1:4", "</b> at 1:4 closes <a> of 1:1."},
+        {"<a>\r\n<\xc3\xa4/>\xe2\x82\xac<b><c></c></\nx ></a>", malformed, "2:18", "not well"},
+        {"<a>\r\n<\xc3\xa4/>\xe2\x82\xac<b><c></c></x\n></a>", malformed, "2:16",
+         "</x> at 2:16 closes <b> of 2:6."},
+        {"<!DOCTYPE a [<!ENTITY e '<b></c>'>]><a>&e;</a>", malformed, "1:40", "mismatched tag"},
+        {"<!DOCTYPE a [<!ENTITY e '<b/>'>]><a>&e;</c>", malformed, "1:40",
+         "</c> at 1:40 closes <a> of 1:34."},
         {"</a>", malformed, "1:2", "not well-formed"},
         {"<a/><b/>", malformed, "1:5", "junk after document element"},
         {"<a/>x", malformed, "1:5", "junk after document element"},
@@ -79,6 +86,28 @@ TEST(MalformedDocument, IsRefusedWithItsPosition) {
         {"<!DOCTYPE a [<!ENTITY % p '&#37;p;'>%p;]><a/>", malformed, "1:37", "recursive"},
     };
     expectFailures(cases);
+}
+
+/** Wherever the document is cut into the pieces that are read, and how far away the tags are. */
+TEST(MalformedDocument, NamesTagsThatAreFarApart) {
+    LoadFixture fixture;
+    for (const std::size_t lines : {1U, 8190U, 8191U, 8192U, 8193U, 30000U}) {
+        // 32 bytes a line: pieces end in texts, within tags and between them.
+        std::string xml = "<top>\n";
+        for (std::size_t line = 0; line < lines; ++line)
+            xml += "<line number='1234'>x</line   >\n";
+        const std::string open = "  <open attribute='" + std::string(lines % 7000, 'x') + "'>\n";
+        xml += open;
+        for (std::size_t line = 0; line < lines; ++line)
+            xml += "<line number='1234'>x</line   >\n";
+        std::string sentence;
+        EXPECT_EQ(fixture.status(xml + " </top>", &sentence), Status::malformed);
+        const std::string end = std::to_string(2 * lines + 3) + ":2";
+        EXPECT_EQ(sentence, "f:" + end + ": The document is not well formed: </top> at " + end +
+                                " closes <open> of " + std::to_string(lines + 2) + ":3.");
+        EXPECT_EQ(fixture.status(xml + "</open>", &sentence), Status::malformed);
+        EXPECT_THAT(sentence, HasSubstr("<top> of 1:1 does not end."));
+    }
 }
 
 TEST(MalformedDocument, IsOneWithUnboundOrMisusedPrefixes) {

@@ -13,9 +13,12 @@
 #include "tests/zdbs/load/random_xml.h"
 #include "tests/zdbs/load/recode.h"
 #include "zdbs/base/sink.h"
-#include "zdbs/embedded/fragments/serializer.h"
+#include "zdbs/embedded/fragments/tree_teller.h"
+#include "zdbs/export/xml_writer.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 namespace fs = std::filesystem;
@@ -25,7 +28,9 @@ protected:
     static std::string dumped(const Snapshot &snapshot, const std::string &name) {
         std::string text;
         StringSink sink(text);
-        XmlSerializer(snapshot, sink).writeDocument(*snapshot.findDocument(name));
+        XmlWriter writer(sink);
+        NodeReader reader(snapshot);
+        TreeTeller(snapshot, reader).tellDocument(*snapshot.findDocument(name), writer);
         return text;
     }
 

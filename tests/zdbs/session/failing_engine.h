@@ -49,15 +49,15 @@ public:
     const std::string &name() const override { return name_; }
     void refresh(std::span<ResultSetPtr>) override { failIf(failing_ == Failing::refresh); }
     ResultSetPtr everything() const override { return newSet(); }
+    std::unique_ptr<NodeTree> tree() const override { return nullptr; }
     ResultSetPtr evaluate(const Condition &, const SetLookup &) const override { return newSet(); }
     std::string plan(const ResultSet &) const override { return {}; }
-    NodeId record(const ResultSet &, std::int64_t) const override { return 1; }
-    std::vector<HitWord> hitWords(const ResultSet &, NodeId) const override { return {{}}; }
-    std::vector<NodeId> records(const ResultSet &) const override { return {}; }
-    std::shared_ptr<const NodeTable> nodes() const override { return nullptr; }
-    std::unique_ptr<HitRanges> hitRanges(std::span<const ResultSetPtr>) const override {
-        return nullptr;
-    }
+    RecordId record(const ResultSet &, std::int64_t) const override { return 1; }
+    std::unique_ptr<RecordCursor> records(const ResultSet &) const override { return nullptr; }
+    std::unique_ptr<RecordDescriber> describer(FactsWanted) const override { return nullptr; }
+    std::vector<HitWord> hitWords(const ResultSet &, RecordId) const override { return {{}}; }
+    void fragments(const ResultSet &, std::span<const FragmentSpec>, std::span<const ResultSetPtr>,
+                   FragmentVisitor &) const override {}
 
 private:
     ResultSetPtr newSet() const {

@@ -7,18 +7,20 @@
 #include <set>
 #include <string>
 
-#include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/support/memory_path_table.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/engine/engine.h"
 
 namespace zdbs::testing {
+
+using namespace embedded;
 
 class FakeEngine : public Engine {
 public:
     /** Puts XML texts into a database in place of what it had. */
     void store(const std::string &database, const std::vector<XmlSource> &documents) {
-        store(database, std::make_shared<MemoryNodeTable>(tableFromXml(documents)));
+        store(database, byPath(tableFromXml(documents)));
     }
 
     void store(const std::string &database, std::shared_ptr<const NodeTable> table) {

@@ -8,6 +8,8 @@
 #include "zdbs/session/session.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 using testing::FakeEngine;

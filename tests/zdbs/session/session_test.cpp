@@ -8,6 +8,8 @@
 #include "zdbs/session/nested_scope.h"
 
 namespace zdbs {
+
+using namespace embedded;
 namespace {
 
 using testing::FakeEngine;
@@ -305,7 +307,7 @@ TEST_F(SessionTest, ShowsEachSearchToAnObserver) {
     EXPECT_EQ(seen[0].condition, "N_NAME=\"b\" ");
     EXPECT_EQ(seen[0].set, 2);
     EXPECT_EQ(seen[0].records, 2);
-    EXPECT_EQ(seen[0].plan, "scan of all nodes");
+    EXPECT_EQ(seen[0].plan, "summary of paths");
     EXPECT_GE(seen[0].time.count(), 0);
     EXPECT_EQ(seen[1].condition, "S=2");
     EXPECT_EQ(seen[1].set, 3);

@@ -56,8 +56,8 @@ protected:
             ASSERT_GE(expected, 0) << question.request;
             answered_ += expected > 0 ? 1 : 0;
             try {
-                auto matches = runNestedRequest(session, question.request).matches;
-                EXPECT_EQ(static_cast<int>(matches.size()), expected) << question.request;
+                EXPECT_EQ(NestedRequest(session, question.request).records(), expected)
+                    << question.request;
             } catch (const Failure &failure) {
                 ADD_FAILURE() << question.request << ": " << failure.what();
             }

@@ -13,6 +13,8 @@
 
 namespace zdbs::testing {
 
+using namespace embedded;
+
 /**
  * Built in document order: startDocument, the nodes of the document, endDocument,
  * and so on. An element's attributes come right after its startElement. Node ids

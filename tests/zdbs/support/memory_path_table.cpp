@@ -158,7 +158,7 @@ std::optional<std::vector<PathId>> MemoryPathTable::pathsWithKey(ValueKey key) c
 
 PackedColumn MemoryPathTable::pack(const std::vector<std::uint32_t> &numbers) {
     if (numbers.empty()) return {};
-    zdbs::pack(numbers, bytes_.emplace_back());
+    zdbs::embedded::pack(numbers, bytes_.emplace_back());
     return PackedColumn(bytes_.back());
 }
 
@@ -175,6 +175,16 @@ void MemoryPathTable::findLiveRows(const PathTableOptions &options) {
         options.withRuns ? live.runOptimize() : live.removeRunCompression();
         live_.push_back(std::make_shared<const RowSet>(std::move(live)));
     }
+}
+
+std::shared_ptr<const NodeTable> byPath(MemoryNodeTable nodes, const PathTableOptions &options) {
+    struct Kept {
+        MemoryNodeTable nodes;
+        std::unique_ptr<const MemoryPathTable> table;
+    };
+    auto kept = std::make_shared<Kept>(Kept{std::move(nodes), nullptr});
+    kept->table = std::make_unique<const MemoryPathTable>(kept->nodes, options);
+    return {kept, kept->table.get()};
 }
 
 }  // namespace zdbs::testing

@@ -11,10 +11,13 @@
 #include <tuple>
 #include <vector>
 
+#include "tests/zdbs/support/memory_node_table.h"
 #include "zdbs/embedded/paths/path_table.h"
 #include "zdbs/embedded/tree/documents.h"
 
 namespace zdbs::testing {
+
+using namespace embedded;
 
 struct PathTableOptions {
     /** A segment ends after so many nodes, in the middle of a document or not. */
@@ -111,6 +114,10 @@ private:
     NodeId segmentFirst_ = noNode;
     std::uint32_t inSegment_ = 0;
 };
+
+/** A table of its own nodes, which is kept with them. */
+std::shared_ptr<const NodeTable> byPath(MemoryNodeTable nodes,
+                                        const PathTableOptions &options = {});
 
 }  // namespace zdbs::testing
 

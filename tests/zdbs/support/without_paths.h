@@ -6,6 +6,8 @@
 
 namespace zdbs::testing {
 
+using namespace embedded;
+
 class WithoutPaths final : public NodeTable {
 public:
     /** `nodes` must outlive the object. */

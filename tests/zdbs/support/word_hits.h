@@ -6,9 +6,12 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/base/hits.h"
+#include "zdbs/embedded/tree/hit_ranges.h"
+#include "zdbs/embedded/tree/node_table.h"
 
 namespace zdbs::testing {
+
+using namespace embedded;
 
 class WordHits final : public HitRanges {
 public:

@@ -4,7 +4,7 @@
 
 #include "zdbs/base/document_name.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -98,13 +98,27 @@ void CatalogueReader::compareCount(const char *what, std::uint64_t stored, std::
                   std::to_string(stored) + ", and there are " + std::to_string(counted));
 }
 
+/** Those whose checksums are right; of the others, which are findings, nothing is believed. */
+void CatalogueReader::forEach(Table table, const char *name,
+                              const ReadTransaction::Visitor &visit) {
+    transaction_.forEachStored(table, [&](std::string_view key, std::string_view bytes) {
+        if (table == Table::meta && key == versionKey) return true;
+        const auto record = unsealed(table, key, bytes);
+        if (record) return visit(key, *record);
+        findings_.add(name, "checksums", "the record of the key " + inHex(key));
+        return true;
+    });
+}
+
 bool CatalogueReader::readMeta() {
-    transaction_.forEach(Table::meta, [&](std::string_view key, std::string_view) {
-        if (key != versionKey && key != stateKey)
+    std::optional<std::string_view> bytes;
+    forEach(Table::meta, metaTable, [&](std::string_view key, std::string_view record) {
+        if (key == stateKey)
+            bytes = record;
+        else
             findings_.add(metaTable, "keys", "an unknown one, " + inHex(key));
         return true;
     });
-    const auto bytes = transaction_.get(Table::meta, stateKey);
     const auto state = bytes ? decodeState(*bytes) : std::nullopt;
     if (!state) {
         findings_.add(metaTable, "state", bytes ? "it cannot be one" : "it is missing");
@@ -140,7 +154,7 @@ bool CatalogueReader::makeRoom(const char *table, std::string_view key,
 
 void CatalogueReader::readNames() {
     std::uint64_t count = 0;
-    transaction_.forEach(Table::names, [&](std::string_view key, std::string_view record) {
+    forEach(Table::names, namesTable, [&](std::string_view key, std::string_view record) {
         ++count;
         readName(key, record);
         return true;
@@ -162,7 +176,7 @@ void CatalogueReader::readName(std::string_view key, std::string_view record) {
 
 void CatalogueReader::readPaths() {
     std::uint64_t count = 0;
-    transaction_.forEach(Table::paths, [&](std::string_view key, std::string_view record) {
+    forEach(Table::paths, pathsTable, [&](std::string_view key, std::string_view record) {
         ++count;
         readPath(key, record);
         return true;
@@ -211,7 +225,7 @@ std::string CatalogueReader::faultOfIrregular(const Path &path) const {
 }
 
 void CatalogueReader::readDocuments() {
-    transaction_.forEach(Table::documents, [&](std::string_view key, std::string_view record) {
+    forEach(Table::documents, documentsTable, [&](std::string_view key, std::string_view record) {
         ++documentCount_;
         readDocument(key, record);
         return true;
@@ -248,10 +262,11 @@ const DocumentRange *CatalogueReader::documentAt(NodeId first) const {
 }
 
 void CatalogueReader::readDocumentNames() {
-    transaction_.forEach(Table::documentNames, [&](std::string_view key, std::string_view record) {
-        readHash(key, record);
-        return true;
-    });
+    forEach(Table::documentNames, documentNamesTable,
+            [&](std::string_view key, std::string_view record) {
+                readHash(key, record);
+                return true;
+            });
     for (std::size_t i = 0; i < hasHash_.size(); ++i) {
         if (!hasHash_[i])
             findings_.add(
@@ -284,7 +299,7 @@ void CatalogueReader::readHash(std::string_view key, std::string_view record) {
 }
 
 void CatalogueReader::readSegments() {
-    transaction_.forEach(Table::segments, [&](std::string_view key, std::string_view record) {
+    forEach(Table::segments, segmentsTable, [&](std::string_view key, std::string_view record) {
         readSegment(key, record);
         return true;
     });
@@ -311,10 +326,11 @@ void CatalogueReader::readSegment(std::string_view key, std::string_view record)
 }
 
 void CatalogueReader::readLongElements() {
-    transaction_.forEach(Table::longElements, [&](std::string_view key, std::string_view record) {
-        readLongElementsOf(key, record);
-        return true;
-    });
+    forEach(Table::longElements, longElementsTable,
+            [&](std::string_view key, std::string_view record) {
+                readLongElementsOf(key, record);
+                return true;
+            });
 }
 
 void CatalogueReader::readLongElementsOf(std::string_view key, std::string_view record) {
@@ -338,4 +354,4 @@ void CatalogueReader::readLongElementsOf(std::string_view key, std::string_view 
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -14,7 +14,7 @@
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/records.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** What the records of a state say, as far as they make sense by themselves. */
 struct CatalogueTables {
@@ -55,6 +55,8 @@ private:
     void readLongElements();
     void readLongElementsOf(std::string_view key, std::string_view record);
 
+    void forEach(Table table, const char *name, const ReadTransaction::Visitor &visit);
+
     template <typename Record>
     bool makeRoom(const char *table, std::string_view key,
                   std::vector<std::optional<Record>> &records);
@@ -71,6 +73,6 @@ private:
     std::uint64_t documentCount_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

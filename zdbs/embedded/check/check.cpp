@@ -12,13 +12,14 @@
 #include "zdbs/embedded/check/catalogue_tables.h"
 #include "zdbs/embedded/check/segment_check.h"
 #include "zdbs/embedded/check/tree_check.h"
+#include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/data_file.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/segment.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -90,7 +91,11 @@ private:
         if (file) {
             SegmentCheck check(tables_, findings_);
             check.onProgress([&](std::uint64_t bytes) { progress(done_ + bytes); });
-            tree.add(check.run(stored, std::move(file)));
+            const CheckedSegment checked = check.run(stored, std::move(file));
+            if (checked.hasNodes)
+                tree.add(checked);
+            else
+                tree.skip(stored);
             ++report_.segments;
         } else {
             tree.skip(stored);
@@ -105,6 +110,7 @@ private:
         try {
             return environment->segment(stored.record.file);
         } catch (const SegmentMissing &) {
+            environment->requirePlace();
             if (Snapshot::newestState(environment) != tables_.state.state) throw StateHasGone();
             findings_.add(place, "file", "it is missing");
         } catch (const Failure &failure) {
@@ -122,7 +128,8 @@ private:
     /** Files that are no part of the database. */
     void noteFiles() {
         const std::set<std::string> known = {Environment::dataFileName, "lock.mdb",
-                                             Writer::lockFileName, Environment::segmentsName};
+                                             Writer::lockFileName, Environment::segmentsName,
+                                             Home::notesFileName};
         for (const std::string &name : namesIn(directory_)) {
             if (!known.contains(name)) report_.notes.push_back(name + ": no file of a database");
         }
@@ -175,4 +182,4 @@ CheckReport checkDatabase(const fs::path &directory, const CheckOptions &options
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 
 #include "zdbs/embedded/check/findings.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 struct CheckOptions {
     std::size_t mostOfAStructure = 5;  ///< findings that are told of each structure
@@ -38,6 +38,6 @@ struct CheckOptions {
  */
 CheckReport checkDatabase(const std::filesystem::path &directory, const CheckOptions &options = {});
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

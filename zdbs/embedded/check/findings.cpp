@@ -1,6 +1,6 @@
 #include "zdbs/embedded/check/findings.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 void Findings::add(const std::string &place, const std::string &structure, std::string text) {
     ++count_;
@@ -22,4 +22,8 @@ std::vector<Finding> Findings::take() {
     return std::move(kept_);
 }
 
-}  // namespace zdbs
+std::string differs(std::uint64_t stored, std::uint64_t expected) {
+    return std::to_string(stored) + " instead of " + std::to_string(expected);
+}
+
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 
 #include "zdbs/engine/administration.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Collects findings: the first ones of each structure, and how many there are, so that
@@ -43,6 +43,9 @@ private:
     std::map<std::pair<std::string, std::string>, Structure> structures_;
 };
 
-}  // namespace zdbs
+/** What a finding says of a number that is not what it should be. */
+std::string differs(std::uint64_t stored, std::uint64_t expected);
+
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,7 +8,7 @@
 #include "zdbs/base/document_name.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -16,10 +16,6 @@ constexpr std::array<const char *, segmentColumnCount> columnNames = {
     "nodes", "parents", "below", "names", "parentDistances", "values"};
 
 constexpr const char *indexOfValues = "index of values";
-
-std::string differs(std::uint64_t stored, std::uint64_t expected) {
-    return std::to_string(stored) + " instead of " + std::to_string(expected);
-}
 
 std::vector<ValueKey> keysOf(const ValueColumn &values) {
     std::vector<ValueKey> keys;
@@ -38,12 +34,16 @@ CheckedSegment SegmentCheck::run(const StoredSegment &stored, std::shared_ptr<co
     segment_.place = (path.parent_path().filename() / path.filename()).native();
     segment_.runs.resize(segment_.file->directory().size());
     compareWithRecord(stored);
-    checkParts();
-    checkCommon();
-    checkDeclarations();
-    for (std::uint32_t local = 0; local < segment_.runs.size(); ++local)
-        checkPath(local);
-    checkValuePaths();
+    checkBlocks();
+    segment_.hasNodes = segment_.file->isSound(segment_.file->commonBytes());
+    if (segment_.hasNodes) {
+        checkCommon();
+        checkDeclarations();
+    }
+    for (std::uint32_t local = 0; local < segment_.runs.size(); ++local) {
+        if (isPathSound(local)) checkPath(local);
+    }
+    if (segment_.file->isSound(segment_.file->valuePathsBytes())) checkValuePaths();
     return std::move(segment_);
 }
 
@@ -61,20 +61,42 @@ void SegmentCheck::compareWithRecord(const StoredSegment &stored) {
     compare("checksum", header.frontChecksum, stored.record.checksum);
 }
 
-void SegmentCheck::checkParts() {
-    for (const SegmentPart &part : segment_.file->parts()) {
-        if (!part.isSound())
-            tell("checksum of " + part.name, "the bytes from " + std::to_string(part.offset));
-        report_(part.bytes.size());
+// What is in a block that is not sound is left out afterwards.
+void SegmentCheck::checkBlocks() {
+    for (std::uint32_t number = 0; number < segment_.file->blockCount(); ++number) {
+        const SegmentPart block = segment_.file->block(number);
+        if (!segment_.file->isSound(block.bytes))
+            tell("checksum of " + block.name,
+                 "the bytes from " + std::to_string(block.offset) + ": " + partsIn(block));
+        report_(block.bytes.size());
     }
+}
+
+/** "common", "path 3 to path 17" */
+std::string SegmentCheck::partsIn(const SegmentPart &block) const {
+    std::string first;
+    std::string last;
+    for (const SegmentPart &part : segment_.file->parts()) {
+        const bool isIn = part.offset < block.offset + block.bytes.size() &&
+                          block.offset < part.offset + part.bytes.size();
+        if (!isIn) continue;
+        if (first.empty()) first = part.name;
+        last = part.name;
+    }
+    return first == last ? first : first + " to " + last;
+}
+
+bool SegmentCheck::isPathSound(std::uint32_t local) const {
+    for (std::size_t column = 0; column < segmentColumnCount; ++column) {
+        const auto which = static_cast<SegmentColumn>(column);
+        if (!segment_.file->isSound(segment_.file->columnBytes(local, which))) return false;
+    }
+    return true;
 }
 
 void SegmentCheck::checkCommon() {
     const SegmentHeader &header = segment_.file->header();
-    std::string_view common;
-    for (const SegmentPart &part : segment_.file->parts()) {
-        if (part.name == "common") common = part.bytes;
-    }
+    std::string_view common = segment_.file->commonBytes();
     const auto take = [&](std::uint32_t size, const char *name) {
         const std::string_view bytes = common.substr(0, size);
         common.remove_prefix(bytes.size());
@@ -201,4 +223,4 @@ void SegmentCheck::tellEntry(const ValuePaths::Entry &entry, const char *what) {
          "in bucket " + std::to_string(entry.bucket) + " an entry of " + path + " " + what);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -14,13 +14,14 @@
 #include "zdbs/embedded/check/findings.h"
 #include "zdbs/embedded/store/segment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A segment as far as it can be read. */
 struct CheckedSegment {
     std::shared_ptr<const Segment> file;
     std::string place;                         ///< what findings call it
     std::vector<std::optional<PathRun>> runs;  ///< by local number of a path
+    bool hasNodes = true;                      ///< which path each node has can be read
 };
 
 class SegmentCheck {
@@ -36,7 +37,9 @@ public:
 
 private:
     void compareWithRecord(const StoredSegment &stored);
-    void checkParts();
+    void checkBlocks();
+    std::string partsIn(const SegmentPart &block) const;
+    bool isPathSound(std::uint32_t local) const;
     void checkCommon();
     void checkDeclarations();
     void checkPath(std::uint32_t local);
@@ -56,6 +59,6 @@ private:
     CheckedSegment segment_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

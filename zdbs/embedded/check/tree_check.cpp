@@ -2,15 +2,7 @@
 
 #include <algorithm>
 
-namespace zdbs {
-
-namespace {
-
-std::string differs(std::uint64_t stored, std::uint64_t expected) {
-    return std::to_string(stored) + " instead of " + std::to_string(expected);
-}
-
-}  // namespace
+namespace zdbs::embedded {
 
 TreeCheck::TreeCheck(const CatalogueTables &tables, Findings &findings)
     : tables_(tables),
@@ -268,4 +260,4 @@ void TreeCheck::tell(const Row &row, const char *structure, const std::string &t
                   rowText(row) + ": " + text);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

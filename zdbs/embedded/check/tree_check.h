@@ -11,7 +11,7 @@
 #include "zdbs/embedded/check/findings.h"
 #include "zdbs/embedded/check/segment_check.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Goes through all nodes in order. Of a regular path, level and parent path say where the
@@ -97,6 +97,6 @@ private:
     std::vector<bool> isElementFound_;  ///< by place of a long element
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -9,7 +9,7 @@
 #include <new>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Bytes one behind the other, as std::string has them, but grown by realloc(), which moves many
@@ -51,6 +51,6 @@ private:
     std::size_t capacity_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,10 +8,8 @@
 
 #include "zdbs/embedded/columns/text_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
-
-constexpr std::uint32_t frameSize = PackedColumn::frameSize;
 
 /** Bytes that values have on average from which places are searched for one by one. */
 constexpr std::size_t longValues = 1024;
@@ -66,6 +64,7 @@ public:
         // A hit that begins in the stretch may end behind it.
         const std::string_view text = values_.values().substr(0, stretch.end + literal_.size() - 1);
         from_ = std::max(from_, stretch.begin);
+        values_.requireValues(from_, text.size());
         while (from_ < stretch.end) {
             const std::size_t hit = search_.find(text, from_);
             if (hit == TextSearch::npos || !take(hit)) return;
@@ -112,6 +111,7 @@ public:
     void search(const TrigramBlocks::Stretch &stretch) {
         const std::string_view text = text_.substr(0, stretch.end + needleSize_ - 1);
         std::size_t from = std::max(begin_, stretch.begin);
+        values_.requireValues(from, text.size());
         bool isLikely = false;  // to be in the next frame as it was in the one before
         while (row_ < values_.size() && from < stretch.end) {
             const std::size_t place = isLikely ? from : places_.find(text, from);
@@ -124,12 +124,12 @@ public:
 private:
     /** Goes to the frame of the value that has a byte; false if none has in damaged columns. */
     bool goTo(std::size_t place) {
-        const std::uint32_t last = std::min(row_ + frameSize, values_.size()) - 1;
+        const std::uint32_t last = std::min(row_ + PackedColumn::frameSize, values_.size()) - 1;
         if (values_.ends().at(last) > place) return true;
         const std::uint32_t row =
             values_.ends().lowerBound(static_cast<std::uint32_t>(place + 1), last);
         if (row == values_.size()) return false;
-        row_ = row / frameSize * frameSize;
+        row_ = row / PackedColumn::frameSize * PackedColumn::frameSize;
         begin_ = row_ == 0 ? 0 : std::min<std::size_t>(values_.ends().at(row_ - 1), text_.size());
         return true;
     }
@@ -137,12 +137,14 @@ private:
     /** Searches the next frame, which is that of row_, where its values begin at begin_. Answers
      *  whether there is something. */
     bool searchFrame() {
-        const auto ends = std::span(ends_).first(std::min(frameSize, values_.size() - row_));
+        const auto ends =
+            std::span(ends_).first(std::min(PackedColumn::frameSize, values_.size() - row_));
         values_.ends().read(row_, ends);
         putInOrder(ends, begin_, text_.size());
+        values_.requireValues(begin_, ends.back());
         search_.search(text_, begin_, ends, hits_);
         if (hits_.rows != 0) sink_.takeFrame(row_, hits_);
-        row_ += frameSize;
+        row_ += PackedColumn::frameSize;
         begin_ = ends.back();
         return hits_.rows != 0;
     }
@@ -155,7 +157,7 @@ private:
     HitSink &sink_;
     std::uint32_t row_ = 0;  ///< the first of the next frame
     std::size_t begin_ = 0;  ///< of its value
-    std::array<std::uint32_t, frameSize> ends_;
+    std::array<std::uint32_t, PackedColumn::frameSize> ends_;
     FrameHits hits_;
 };
 
@@ -179,10 +181,11 @@ void findByPlaces(const ShortValues &values, std::string_view literal, HitSink &
 
 void findContaining(const ShortValues &values, const ValueTest &test, HitSink &sink) {
     assert(!test.literal().empty() && test.isWellFormed());
-    if (test.literal().size() > FrameSearch::longestNeedle || values.size() > frameSize)
+    if (test.literal().size() > FrameSearch::longestNeedle ||
+        values.size() > PackedColumn::frameSize)
         return findByPlaces(values, test.literal(), sink);
     if (values.size() == 0) return;
-    std::array<std::uint32_t, frameSize> buffer;
+    std::array<std::uint32_t, PackedColumn::frameSize> buffer;
     const auto ends = std::span(buffer).first(values.size());
     for (std::uint32_t row = 0; row < ends.size(); ++row)
         ends[row] = static_cast<std::uint32_t>(values.end(row));
@@ -214,4 +217,4 @@ std::vector<TrigramBlocks::Stretch> stretchesFor(const PlainValues &values, cons
     return values.trigrams().candidates(test.literal());
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 #include "zdbs/embedded/columns/value_layout.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Takes what is found in a column, rows ascending, each once. */
 class HitSink {
@@ -32,6 +32,6 @@ void findContaining(const PlainValues &values, const ValueTest &test, HitSink &s
 /** Stretches of the values in which the literal may begin. REQUIRES the same. */
 std::vector<TrigramBlocks::Stretch> stretchesFor(const PlainValues &values, const ValueTest &test);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

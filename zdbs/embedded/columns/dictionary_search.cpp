@@ -8,7 +8,7 @@
 #include "zdbs/embedded/columns/row_list.h"
 #include "zdbs/embedded/columns/value_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Codes, and bytes of distinct values, up to which an estimate looks for the codes that pass. */
@@ -185,4 +185,4 @@ std::uint32_t estimate(const DictionaryValues &values, const ValueTest &test) {
     return isCheap ? countOf(values, codesFor(values, test)) : values.size();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

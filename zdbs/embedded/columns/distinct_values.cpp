@@ -5,7 +5,7 @@
 #include <functional>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Rows from one look at how it goes to the next. */
@@ -117,4 +117,4 @@ DistinctValues distinctByOrder(const TextOrder &order) {
     return result;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 #include "zdbs/embedded/columns/raw_values.h"
 #include "zdbs/embedded/columns/value_order.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Distinct values by code, ascending by text, and the code of each row's value. */
 struct DistinctValues {
@@ -27,6 +27,6 @@ std::vector<std::uint32_t> distinctRows(const TextOrder &order);
 /** The same with the codes. */
 DistinctValues distinctByOrder(const TextOrder &order);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

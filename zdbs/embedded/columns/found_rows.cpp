@@ -3,7 +3,9 @@
 #include <cassert>
 #include <utility>
 
-namespace zdbs {
+#include "foundation/bit_count.h"
+
+namespace zdbs::embedded {
 
 FoundRows FoundRows::range(std::uint32_t first, std::uint32_t end, bool others,
                            std::uint32_t size) {
@@ -34,7 +36,7 @@ FoundRows FoundRows::bits(std::vector<std::uint64_t> words, std::uint32_t size) 
     FoundRows found(size);
     found.form_ = Form::bits;
     for (std::uint64_t word : words)
-        found.count_ += static_cast<std::uint32_t>(std::popcount(word));
+        found.count_ += bitCount(word);
     found.hits_ = found.count_;
     found.words_ = std::move(words);
     return found;
@@ -62,4 +64,4 @@ void FoundRows::flip() {
     hits_ = count_;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** What finds the values that pass a test. */
 enum class ValueIndex : std::uint8_t {
@@ -142,6 +142,6 @@ void FoundRows::forStretches(Take take) const {
     if (others_ && next < size_) take(next, size_);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,9 @@
 #include <cassert>
 #include <cstring>
 
-namespace zdbs {
+#include "foundation/bit_count.h"
+
+namespace zdbs::embedded {
 namespace {
 
 /** Places marked in a part up to which they are looked at one by one. */
@@ -39,7 +41,7 @@ std::uint64_t marksOfSixteens(const char *text, const char *needle) {
     for (unsigned part = 0; part < 4; ++part) {
         __m128i all = _mm_set1_epi8(-1);
         for (std::size_t i = 0; i < count; ++i) {
-            const char *from = text + part * 16U + i;
+            const char *from = text + std::size_t{part} * 16 + i;
             auto bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
             all = _mm_and_si128(all, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(needle[i])));
         }
@@ -97,7 +99,7 @@ std::uint32_t markBySixteens(const Stretch &stretch, const char *needle) {
         if (place + 64 > stretch.places) marks &= lastBits(stretch.places);
         stretch.marks[word] = marks;
         stretch.before[word] = sum;
-        sum += static_cast<std::uint32_t>(std::popcount(marks));
+        sum += bitCount(marks);
     }
     stretch.marks[word] = 0;
     stretch.before[word] = sum;
@@ -128,7 +130,7 @@ template <std::size_t count>
 inline std::uint32_t rankAt(const Values &values, std::size_t place) {
     const std::uint64_t below = (std::uint64_t{1} << (place % 64)) - 1;
     const std::uint64_t marks = values.marks[place / 64] & below;
-    return values.before[place / 64] + static_cast<std::uint32_t>(std::popcount(marks));
+    return values.before[place / 64] + bitCount(marks);
 }
 
 [[gnu::target("avx2,popcnt,bmi,bmi2")]] inline std::uint32_t wideRankAt(const Values &values,
@@ -288,4 +290,4 @@ void FrameSearch::searchLong(std::string_view value, std::uint32_t row, FrameHit
     found.hits += hits;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/columns/text_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Hits in the values of consecutive rows, 64 at most. */
 struct FrameHits {
@@ -64,6 +64,6 @@ private:
     std::array<std::uint32_t, largestPart / 64 + 1> before_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::uint32_t frameSize = PackedColumn::frameSize;
@@ -245,4 +245,4 @@ void pack(std::span<const std::uint32_t> numbers, std::string &bytes) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

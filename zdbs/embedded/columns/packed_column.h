@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A view of a column of 32-bit numbers in frames of 64: each frame has its smallest
@@ -127,6 +127,6 @@ inline std::uint32_t PackedColumn::at(std::uint32_t row) const {
     return frame.base + static_cast<std::uint32_t>(word & mask);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

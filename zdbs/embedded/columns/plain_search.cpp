@@ -8,7 +8,7 @@
 #include "zdbs/embedded/columns/row_list.h"
 #include "zdbs/embedded/columns/value_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** The places that an order has for a relation, where equal values stand from `low` up to `high`.
@@ -113,6 +113,7 @@ template <typename Take>
 void forEachValue(const PlainValues &values, Take take) {
     std::array<std::uint32_t, PackedColumn::frameSize> ends;
     std::string_view bytes = values.values();
+    values.requireValues(0, bytes.size());
     std::size_t begin = 0;
     for (std::uint32_t row = 0; row < values.size(); row += PackedColumn::frameSize) {
         std::uint32_t count = std::min(PackedColumn::frameSize, values.size() - row);
@@ -226,4 +227,4 @@ std::uint32_t estimate(const PlainValues &values, const ValueTest &test) {
     return values.size();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 #include <span>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A view of values by row: their bytes one behind the other, and where each ends. */
 struct RawValues {
@@ -22,6 +22,6 @@ struct RawValues {
     }
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

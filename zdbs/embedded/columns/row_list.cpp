@@ -4,7 +4,7 @@
 #include <bit>
 #include <numeric>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Rows for each one found up to which passing over a bit for each row beats sorting. */
@@ -46,4 +46,4 @@ void sortRows(std::vector<std::uint32_t> &rows, std::uint32_t size) {
         std::sort(rows.begin(), rows.end());
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

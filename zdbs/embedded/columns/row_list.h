@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Appends the rows from `begin` up to `end`, that one not included. */
 void appendRows(std::uint32_t begin, std::uint32_t end, std::vector<std::uint32_t> &rows);
@@ -14,6 +14,6 @@ void appendRows(std::uint32_t begin, std::uint32_t end, std::vector<std::uint32_
 /** Sorts rows below `size`; drops others, which only damaged bytes give. */
 void sortRows(std::vector<std::uint32_t> &rows, std::uint32_t size);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** How rare a byte is in texts, roughly: those named here by their place, others rarer. */
@@ -145,4 +145,4 @@ std::size_t TextSearch::find(std::string_view text, std::size_t from, Width widt
     return findSlowly(text, place);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Finds a needle at the speed of memory. Compares the two of its bytes that are rarest in
@@ -40,6 +40,6 @@ private:
     std::size_t rarer_ = 0;  ///< different ones where it has two
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

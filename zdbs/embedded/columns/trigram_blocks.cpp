@@ -6,7 +6,7 @@
 #include <cassert>
 #include <cstring>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Trigrams of a needle that are looked for, and of the next block that a signature covers. */
@@ -121,4 +121,4 @@ bool packTrigrams(std::string_view text, std::string &bytes) {
     return false;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A text is cut into blocks of 64 KiB; each has a signature of 16384 bits, one set for
@@ -65,6 +65,6 @@ private:
  */
 bool packTrigrams(std::string_view text, std::string &bytes);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,7 @@
 #include "zdbs/embedded/columns/value_layout.h"
 #include "zdbs/embedded/columns/value_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 ValueColumn::Sizes sizesOf(const ShortValues & /*values*/, std::size_t all) {
@@ -39,7 +39,7 @@ bool mayHaveNumbers(const ShortValues &values) {
 }
 
 bool mayHaveNumbers(const PlainValues &values) {
-    return !values.hasOrders() || !values.numberOrder().empty();
+    return !values.hasOrders() || values.indexSizes()[1] != 0;
 }
 
 bool mayHaveNumbers(const DictionaryValues &values) {
@@ -98,8 +98,42 @@ ValueColumn::ValueColumn(std::string_view bytes)
     : bytes_(bytes), size_(ValueHeader(bytes).rows), encoding_(ValueHeader(bytes).encoding) {
     assert(isWhole(bytes));
     if (size_ == 0) return;
-    mayHaveNumbers_ = visitValues(bytes_, encoding_,
-                                  [](const auto &values) { return zdbs::mayHaveNumbers(values); });
+    mayHaveNumbers_ = visitValues(bytes_, encoding_, nullptr, [](const auto &values) {
+        return embedded::mayHaveNumbers(values);
+    });
+}
+
+ValueColumn::ValueColumn(std::string_view bytes, PartCheck &check) : ValueColumn(bytes) {
+    check_ = &check;
+    requireHeaders();
+}
+
+// What the view has taken from the bytes already.
+void ValueColumn::requireHeaders() const {
+    constexpr std::size_t headers = DictionaryValues::headerSize + PlainValues::headerSize;
+    check_->require(bytes_.substr(0, headers));
+    const bool isDictionary = encoding_ == ValueEncoding::dictionary && size_ != 0;
+    const std::string_view distinct =
+        isDictionary ? DictionaryValues(bytes_).distinct() : std::string_view();
+    if (ValueHeader(distinct).encoding == ValueEncoding::shortValues) check_->require(distinct);
+    if (encoding_ == ValueEncoding::shortValues) check_->requireAll();
+}
+
+void ValueColumn::requireRow(std::uint32_t row) const {
+    if (encoding_ != ValueEncoding::plain) return check_->requireAll();
+    check_->requireFront(PlainValues::frontOf(bytes_));
+    check_->require(PlainValues::valueAt(bytes_, row));
+}
+
+/** Answers who verifies the rest when it is looked at; null when all is verified. */
+PartCheck *ValueColumn::requireIndexes() const {
+    if (check_ == nullptr || check_->isSound()) return nullptr;
+    if (encoding_ != ValueEncoding::plain) {
+        check_->requireAll();
+        return nullptr;
+    }
+    check_->requireFront(PlainValues::frontOf(bytes_));
+    return check_;
 }
 
 bool ValueColumn::isWhole(std::string_view bytes) {
@@ -116,6 +150,7 @@ bool ValueColumn::isWhole(std::string_view bytes) {
 
 std::string_view ValueColumn::at(std::uint32_t row) const {
     assert(row < size());
+    if (check_ != nullptr && !check_->isSound()) requireRow(row);
     switch (encoding_) {
         case ValueEncoding::plain:
             return PlainValues::valueAt(bytes_, row);
@@ -129,7 +164,7 @@ std::string_view ValueColumn::at(std::uint32_t row) const {
 
 /** What a test answers for all values. */
 std::optional<bool> ValueColumn::answerForAll(const ValueTest &test) const {
-    const std::optional<bool> all = zdbs::answerForAll(test);
+    const std::optional<bool> all = embedded::answerForAll(test);
     if (all || mayHaveNumbers_ || !test.number()) return all;
     if (test.relation() == Relation::contains || test.relation() == Relation::notEmpty)
         return std::nullopt;
@@ -139,8 +174,8 @@ std::optional<bool> ValueColumn::answerForAll(const ValueTest &test) const {
 FoundRows ValueColumn::find(const ValueTest &test) const {
     if (size() == 0) return FoundRows(0);
     if (std::optional<bool> all = answerForAll(test)) return FoundRows::range(0, 0, *all, size());
-    return visitValues(bytes_, encoding_,
-                       [&test](const auto &values) { return zdbs::find(values, test); });
+    return visitValues(bytes_, encoding_, requireIndexes(),
+                       [&test](const auto &values) { return embedded::find(values, test); });
 }
 
 std::optional<FoundCount> ValueColumn::count(const ValueTest &test) const {
@@ -150,8 +185,8 @@ std::optional<FoundCount> ValueColumn::count(const ValueTest &test) const {
     const bool isSearched =
         test.relation() == Relation::contains && encoding_ == ValueEncoding::plain;
     if (isSearched) return std::nullopt;
-    return visitValues(bytes_, encoding_,
-                       [&test](const auto &values) { return zdbs::count(values, test); });
+    return visitValues(bytes_, encoding_, requireIndexes(),
+                       [&test](const auto &values) { return embedded::count(values, test); });
 }
 
 void ValueColumn::select(const ValueTest &test, std::uint32_t base,
@@ -166,20 +201,20 @@ void ValueColumn::select(const ValueTest &test, std::uint32_t base,
 std::uint32_t ValueColumn::estimate(const ValueTest &test) const {
     if (size() == 0) return 0;
     if (std::optional<bool> all = answerForAll(test)) return *all ? size() : 0;
-    return visitValues(bytes_, encoding_,
-                       [&test](const auto &values) { return zdbs::estimate(values, test); });
+    return visitValues(bytes_, encoding_, requireIndexes(),
+                       [&test](const auto &values) { return embedded::estimate(values, test); });
 }
 
 ValueIndex ValueColumn::indexFor(const ValueTest &test) const {
     if (size() == 0 || answerForAll(test)) return ValueIndex::none;
-    return visitValues(bytes_, encoding_,
-                       [&test](const auto &values) { return zdbs::indexFor(values, test); });
+    return visitValues(bytes_, encoding_, requireIndexes(),
+                       [&test](const auto &values) { return embedded::indexFor(values, test); });
 }
 
 ValueColumn::Sizes ValueColumn::sizes() const {
     if (size() == 0) return {.values = bytes_.size()};
-    return visitValues(bytes_, encoding_,
+    return visitValues(bytes_, encoding_, requireIndexes(),
                        [this](const auto &values) { return sizesOf(values, bytes_.size()); });
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,17 +11,21 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/columns/found_rows.h"
 #include "zdbs/embedded/columns/value_encoding.h"
 #include "zdbs/embedded/values/value_key.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A view of the values of consecutive rows, each a string of bytes. The bytes must
  * outlive the view and need no alignment. Damaged bytes give wrong values, but
  * nothing outside them is ever read. Any thread may read.
+ *
+ * Bytes that have a check are verified as far as an operation looks at them, and none but
+ * check() answers from others: they throw Failure(homeDamaged).
  */
 class ValueColumn {
 public:
@@ -29,6 +33,9 @@ public:
 
     /** REQUIRES isWhole(bytes). */
     explicit ValueColumn(std::string_view bytes);
+
+    /** The same of bytes that `check` watches, and outlives this. */
+    ValueColumn(std::string_view bytes, PartCheck &check);
 
     /** Whether the bytes can be a column: its parts fit into it. Constant time. */
     static bool isWhole(std::string_view bytes);
@@ -73,8 +80,12 @@ public:
 
 private:
     std::optional<bool> answerForAll(const ValueTest &test) const;
+    void requireHeaders() const;
+    void requireRow(std::uint32_t row) const;
+    PartCheck *requireIndexes() const;
 
     std::string_view bytes_;
+    PartCheck *check_ = nullptr;
 
     // Most of many columns can tell by this that they have no number, without being looked at.
     std::uint32_t size_ = 0;
@@ -119,6 +130,6 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

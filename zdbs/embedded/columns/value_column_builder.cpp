@@ -14,7 +14,7 @@
 #include "zdbs/embedded/columns/value_layout.h"
 #include "zdbs/embedded/columns/value_order.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Bytes of values from which a search in candidate blocks beats one in all of them. */
@@ -254,4 +254,4 @@ void ValueColumnBuilder::finish(std::string &bytes, std::vector<ValueKey> &keys)
     *parts_ = Parts();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

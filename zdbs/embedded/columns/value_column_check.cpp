@@ -8,7 +8,7 @@
 #include "zdbs/embedded/columns/value_column.h"
 #include "zdbs/embedded/columns/value_layout.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Findings = std::vector<std::string>;
@@ -163,9 +163,9 @@ std::vector<std::string> ValueColumn::check() const {
     Findings findings;
     if (bytes_.empty()) return findings;
     checkHeader(bytes_, findings);
-    visitValues(bytes_, encoding_,
-                [&](const auto &values) { zdbs::check(values, bytes_, findings); });
+    visitValues(bytes_, encoding_, nullptr,
+                [&](const auto &values) { embedded::check(values, bytes_, findings); });
     return findings;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

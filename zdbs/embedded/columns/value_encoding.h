@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** As they stand on disk; value_layout.h has the bytes. */
 enum class ValueEncoding : std::uint8_t { shortValues = 0, plain = 1, dictionary = 2 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

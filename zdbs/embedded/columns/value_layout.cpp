@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 template <typename T>
@@ -82,7 +82,7 @@ bool PlainValues::isWhole(std::string_view bytes) {
     return signatures.empty() || signatures.size() == TrigramBlocks::bytesFor(values.size());
 }
 
-PlainValues::PlainValues(std::string_view bytes) : header_(bytes) {
+PlainValues::PlainValues(std::string_view bytes, PartCheck *check) : header_(bytes), check_(check) {
     assert(isWhole(bytes));
     auto [ends, text, number, signatures, values] = partsOf<4>(bytes);
     ends_ = PackedColumn(ends);
@@ -93,8 +93,21 @@ PlainValues::PlainValues(std::string_view bytes) : header_(bytes) {
     indexSizes_ = {text.size(), number.size(), signatures.size()};
 }
 
+std::string_view PlainValues::frontOf(std::string_view bytes) {
+    std::size_t size = headerSize;
+    for (std::size_t at = 8; at < headerSize - 4; at += 4)
+        size += load<std::uint32_t>(bytes.data() + at);
+    return bytes.substr(0, size);
+}
+
+void PlainValues::requirePart(std::size_t begin, std::size_t end) const {
+    check_->require(slice(values_, begin, end));
+}
+
 std::string_view PlainValues::at(std::uint32_t row) const {
-    return valueOf(ends_, values_, row);
+    const std::string_view value = valueOf(ends_, values_, row);
+    if (check_ != nullptr) check_->require(value);
+    return value;
 }
 
 std::uint32_t PlainValues::rowByText(std::uint32_t place) const {
@@ -154,4 +167,4 @@ std::uint32_t DictionaryValues::codeAt(std::uint32_t row) const {
     return std::min(codes_.at(row), distinctSize_ - 1);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

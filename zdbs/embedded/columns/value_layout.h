@@ -10,11 +10,12 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/columns/packed_column.h"
 #include "zdbs/embedded/columns/trigram_blocks.h"
 #include "zdbs/embedded/columns/value_encoding.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /*
  * All integers little-endian, nothing aligned. Every column begins with
@@ -131,14 +132,25 @@ public:
 
     static bool isWhole(std::string_view bytes);
 
-    /** REQUIRES isWhole(bytes). */
-    explicit PlainValues(std::string_view bytes);
+    /**
+     * REQUIRES isWhole(bytes). Signatures and values are verified by `check` when they are asked
+     * for; what is in front of them is verified already. Null: all is.
+     */
+    explicit PlainValues(std::string_view bytes, PartCheck *check = nullptr);
+
+    /** The bytes in front of the signatures and the values. */
+    static std::string_view frontOf(std::string_view bytes);
 
     std::uint32_t size() const { return header_.rows; }
     std::string_view at(std::uint32_t row) const;
 
     const PackedColumn &ends() const { return ends_; }
+
+    /** To be read only where requireValues() was called. */
     std::string_view values() const { return values_; }
+    void requireValues(std::size_t begin, std::size_t end) const {
+        if (check_ != nullptr) requirePart(begin, end);
+    }
 
     bool isInOrder() const { return (header_.flags & valuesInOrder) != 0; }
     bool hasOrders() const { return (header_.flags & valuesHaveOrders) != 0; }
@@ -148,7 +160,10 @@ public:
     /** Not to be used where isInOrder() says that it is that of the rows. */
     const PackedColumn &textOrder() const { return textOrder_; }
     const PackedColumn &numberOrder() const { return numberOrder_; }
-    TrigramBlocks trigrams() const { return {signatures_, values_.size()}; }
+    TrigramBlocks trigrams() const {
+        if (check_ != nullptr) check_->require(signatures_);
+        return {signatures_, values_.size()};
+    }
 
     /** The row at a place of an order; some row when that is damaged. */
     std::uint32_t rowByText(std::uint32_t place) const;
@@ -161,7 +176,10 @@ public:
     static std::string_view valueAt(std::string_view bytes, std::uint32_t row);
 
 private:
+    void requirePart(std::size_t begin, std::size_t end) const;
+
     ValueHeader header_;
+    PartCheck *check_;
     PackedColumn ends_;
     PackedColumn textOrder_;
     PackedColumn numberOrder_;
@@ -213,12 +231,12 @@ private:
 };
 
 /** Calls `visit` with the values of a column in the encoding that they have. REQUIRES that the
- *  column is whole, and that it has that encoding. */
+ *  column is whole, and that it has that encoding; `check` is as for PlainValues. */
 template <typename Visit>
-auto visitValues(std::string_view bytes, ValueEncoding encoding, Visit visit) {
+auto visitValues(std::string_view bytes, ValueEncoding encoding, PartCheck *check, Visit visit) {
     switch (encoding) {
         case ValueEncoding::plain:
-            return visit(PlainValues(bytes));
+            return visit(PlainValues(bytes, check));
         case ValueEncoding::dictionary:
             return visit(DictionaryValues(bytes));
         case ValueEncoding::shortValues:
@@ -235,6 +253,6 @@ auto visitDistinct(const DictionaryValues &values, Visit visit) {
     return isPlain ? visit(PlainValues(bytes)) : visit(ShortValues(bytes));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,7 +8,7 @@
 
 #include "zdbs/base/number.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::size_t keySize = 8;
@@ -187,4 +187,4 @@ std::vector<std::uint32_t> orderNumbers(const RawValues &values) {
     return rows;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

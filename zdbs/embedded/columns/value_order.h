@@ -8,7 +8,7 @@
 
 #include "zdbs/embedded/columns/raw_values.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Rows in order of their values' bytes, which of UTF-8 is that of code points; equal ones by row.
  */
@@ -24,6 +24,6 @@ TextOrder orderTexts(const RawValues &values, std::span<const std::uint32_t> row
 /** The rows whose values are numbers, in order of number; equal ones by row. */
 std::vector<std::uint32_t> orderNumbers(const RawValues &values);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

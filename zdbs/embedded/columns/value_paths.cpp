@@ -4,7 +4,7 @@
 #include <cassert>
 #include <cstring>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::size_t headerSize = 8;
@@ -171,4 +171,4 @@ void packValuePaths(std::span<const PathKeys> paths, const ValuePaths::Shape &sh
     pack(buckets.entries, bytes);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

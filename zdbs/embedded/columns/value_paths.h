@@ -10,10 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/columns/packed_column.h"
 #include "zdbs/embedded/values/value_key.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A view of an index over the values of many columns, one a path: it says which paths can have
@@ -57,6 +58,12 @@ public:
 
     /** REQUIRES isWhole(bytes). Bytes behind the index are not looked at. */
     explicit ValuePaths(std::string_view bytes);
+
+    /**
+     * The same of bytes that `check` watches, and outlives this: they are verified when a key is
+     * looked for, which then throws Failure: homeDamaged.
+     */
+    ValuePaths(std::string_view bytes, PartCheck &check) : ValuePaths(bytes) { check_ = &check; }
 
     /** Whether the bytes can be an index: its parts fit into it. Constant time. */
     static bool isWhole(std::string_view bytes);
@@ -103,6 +110,7 @@ private:
     Shape shape_;
     PackedColumn starts_;
     PackedColumn entries_;
+    PartCheck *check_ = nullptr;
 };
 
 /** Keys of the values that one path has, in any order; they may repeat. */
@@ -133,6 +141,7 @@ inline ValuePaths::Bucket ValuePaths::bucket(std::uint32_t number) const {
 
 template <typename Take>
 void ValuePaths::forPathsOf(ValueKey key, Take take) const {
+    if (check_ != nullptr) check_->requireAll();
     if (entries_.empty()) return;
     const std::uint32_t fingerprint = fingerprintOf(key);
     const Bucket places = bucket(bucketOf(key));
@@ -148,6 +157,6 @@ inline bool ValuePaths::has(ValueKey key, std::uint32_t path) const {
     return isThere;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

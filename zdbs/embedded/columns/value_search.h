@@ -12,7 +12,7 @@
 #include "zdbs/embedded/columns/value_layout.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** What a test answers for every value, when it does not depend on the value. */
 std::optional<bool> answerForAll(const ValueTest &test);
@@ -80,6 +80,6 @@ std::uint32_t estimate(const ShortValues &values, const ValueTest &test);
 std::uint32_t estimate(const PlainValues &values, const ValueTest &test);
 std::uint32_t estimate(const DictionaryValues &values, const ValueTest &test);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,7 @@
 #include "zdbs/embedded/evaluate/path_filter.h"
 #include "zdbs/embedded/evaluate/set_algebra.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** A conjunct taken apart: its field terms, and its sets, those to keep and those to take away. */
@@ -122,4 +122,4 @@ NodeSetPtr Evaluator::axisSet(SetReference reference) const {
     return reference.number != 0 ? sets_(reference) : state_.universe.set();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

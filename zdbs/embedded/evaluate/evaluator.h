@@ -12,7 +12,7 @@
 #include "zdbs/embedded/sets/plan.h"
 #include "zdbs/language/command.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** What is made once for a state of a database. The table must outlive it. */
 struct DatabaseState {
@@ -52,6 +52,6 @@ private:
     PlanPtr plan_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,8 +4,10 @@
 #include <utility>
 
 #include "zdbs/base/number.h"
+#include "zdbs/base/stop.h"
+#include "zdbs/language/type_word.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** What a test of a field costs: a value is the only thing that can be long. */
@@ -57,22 +59,6 @@ bool hasNamespace(NodeKind kind) {
     return kind == NodeKind::element || kind == NodeKind::attribute;
 }
 
-std::string_view typeWord(NodeKind kind) {
-    switch (kind) {
-        case NodeKind::element:
-            return "ELEMENT";
-        case NodeKind::attribute:
-            return "ATTRIBUTE";
-        case NodeKind::text:
-            return "TEXT";
-        case NodeKind::comment:
-            return "COMMENT";
-        case NodeKind::processingInstruction:
-            return "PROCESSING_INSTRUCTION";
-    }
-    return {};
-}
-
 bool FieldTest::holdsOf(const NodeName &name) const {
     return field == Field::name ? text.matches(name.local) : matchesNamespace(name, text);
 }
@@ -118,8 +104,11 @@ bool NodeFilter::satisfies(const NodeTable &table, NodeId node, const FieldTest 
 std::vector<NodeId> NodeFilter::select(const NodeTable &table,
                                        std::span<const NodeId> nodes) const {
     std::vector<NodeId> result;
-    std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(result),
-                 [&](NodeId node) { return accepts(table, node); });
+    StopCounter stop;
+    for (const NodeId node : nodes) {
+        stop.step();
+        if (accepts(table, node)) result.push_back(node);
+    }
     return result;
 }
 
@@ -131,4 +120,4 @@ std::vector<ValueTest> NodeFilter::valueTests() const {
     return result;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

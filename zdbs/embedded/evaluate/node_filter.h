@@ -9,10 +9,7 @@
 #include "zdbs/embedded/values/value_test.h"
 #include "zdbs/language/command.h"
 
-namespace zdbs {
-
-/** The word that N_TYPE has for a kind of node. */
-std::string_view typeWord(NodeKind kind);
+namespace zdbs::embedded {
 
 /** Kinds whose nodes have the field N_NAME, and N_NAMESPACE. */
 bool hasName(NodeKind kind);
@@ -60,6 +57,6 @@ private:
     std::vector<FieldTest> tests_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

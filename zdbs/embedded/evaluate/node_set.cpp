@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A chain is as long as requests made it, so its sets go one after another, not within each other.
  */
@@ -28,4 +28,4 @@ NodeSetPtr plainSet(NodeIds ascending) {
     return makeSet({makeList(std::move(ascending)), nullptr, nullptr, {}});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 #include "zdbs/embedded/sets/node_list.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class NodeSet;
 using NodeSetPtr = std::shared_ptr<const NodeSet>;
@@ -72,6 +72,6 @@ NodeSetPtr makeSet(NodeSetParts parts);
 /** A set of these nodes with nothing behind it. */
 NodeSetPtr plainSet(NodeIds ascending);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

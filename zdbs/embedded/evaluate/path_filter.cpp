@@ -9,8 +9,9 @@
 
 #include "zdbs/embedded/paths/row_collector.h"
 #include "zdbs/embedded/paths/row_reader.h"
+#include "zdbs/language/type_word.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** The first node that is not less than a number; one past all nodes when there is none. */
@@ -306,4 +307,4 @@ RowSetPtr PathFilter::rowsOf(const PathPart &part, const Tests &tests, Plan *pla
     return sharedRows(table_, part.path, std::move(rows));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

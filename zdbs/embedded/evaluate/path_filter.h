@@ -11,7 +11,7 @@
 #include "zdbs/embedded/evaluate/summary_index.h"
 #include "zdbs/embedded/sets/node_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Answers the same nodes as NodeFilter::select(). Kinds, names and levels are decided on
@@ -56,6 +56,6 @@ private:
     bool looksAtNumbers_;                            ///< whether rows of regular paths may decide
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -6,7 +6,7 @@
 
 #include "zdbs/embedded/positions/list_joins.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 void addLeaves(std::vector<ValueLeafPtr> &leaves, const std::vector<ValueLeafPtr> &more) {
@@ -110,7 +110,7 @@ NodeListPtr AxisJoin::reached(const NodeSetPtr &a, const NodeListPtr &b) const {
 NodeSetPtr AxisJoin::second(const NodeSetPtr &a, const NodeSetPtr &b) const {
     NodeListPtr nodes = reached(a, b->nodes());
     auto chain = std::make_shared<ChainLink>(ChainLink{a, axis_});
-    PairSourcePtr pairs = axisPairs(universe_.contextsOf(a), axis_, nodes);
+    PairSourcePtr pairs = axisPairs(universe_.contextsOf(a), axis_, nodes, b->nodes());
     return makeSet({nodes, std::move(chain), std::move(pairs), b->leaves()});
 }
 
@@ -161,4 +161,4 @@ NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, con
     return direction == Direction::first ? join.first(a, b) : join.second(a, b);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -14,7 +14,7 @@
 #include "zdbs/embedded/sets/plan.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Which side of a join is answered. */
 enum class Direction { first = 1, second = 2 };
@@ -49,6 +49,6 @@ NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, Positi
 NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, const NodeSetPtr &a,
                 const NodeSetPtr &b, Direction direction, Plan *plan = nullptr);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,9 +7,10 @@
 
 #include "zdbs/embedded/paths/path_nodes.h"
 #include "zdbs/embedded/paths/row_reader.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Sorts, and makes one of those that overlap. */
@@ -158,7 +159,7 @@ private:
     void findNumbers() const {
         numbers_.emplace();
         for (const ValueLeafPtr &leaf : leaves_)
-            numbers_ = united(*numbers_, leaf->nodes->numbers());
+            numbers_ = merged(*numbers_, leaf->nodes->numbers());
     }
 
     std::shared_ptr<const NodeTable> table_;
@@ -211,4 +212,4 @@ std::unique_ptr<HitRanges> makeHitRanges(std::shared_ptr<const NodeTable> table,
     return std::make_unique<LeafHits>(std::move(table), std::move(leaves));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

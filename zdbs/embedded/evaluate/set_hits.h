@@ -6,11 +6,11 @@
 #include <memory>
 #include <vector>
 
-#include "zdbs/base/hits.h"
 #include "zdbs/embedded/evaluate/node_set.h"
+#include "zdbs/embedded/tree/hit_ranges.h"
 #include "zdbs/engine/engine.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The stretches of a node's value that the conditions hit which it satisfied:
@@ -29,6 +29,6 @@ std::int64_t hitCountOf(const NodeTable &table, const NodeSet &set);
 std::unique_ptr<HitRanges> makeHitRanges(std::shared_ptr<const NodeTable> table,
                                          std::vector<ValueLeafPtr> leaves);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

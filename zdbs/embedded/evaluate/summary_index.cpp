@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 SummaryIndex::SummaryIndex(const PathTable &table) {
     const PathSummary &summary = table.summary();
@@ -48,4 +48,4 @@ const NodeListPtr &SummaryIndex::nodesNamed(NodeKind kind, std::string_view name
     return groupOf(kind, name).nodes;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/sets/node_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Paths that have nodes, all lists ascending, and for the conditions that nearly every
@@ -56,6 +56,6 @@ private:
     std::array<Kind, 5> byKind_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

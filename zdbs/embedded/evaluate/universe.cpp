@@ -2,7 +2,7 @@
 
 #include <numeric>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 Universe::Universe(const NodeTable &table)
     : table_(table), set_(makeSet({NodeList::everythingIn(table), nullptr, nullptr, {}})) {}
@@ -43,4 +43,4 @@ NodeListPtr Universe::reachedByStep(Step step, const NodeListPtr &list) const {
     return NodeList::withoutAttributes(*paths, list);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

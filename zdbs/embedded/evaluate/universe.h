@@ -6,7 +6,7 @@
 
 #include "zdbs/embedded/evaluate/node_set.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Set 0 of one state of a database. As the second set of a step it is every node;
@@ -40,6 +40,6 @@ private:
     mutable ContextList contexts_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

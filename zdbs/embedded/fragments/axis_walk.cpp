@@ -1,6 +1,6 @@
 #include "zdbs/embedded/fragments/axis_walk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 NodeId AxisWalk::first(Axis axis, NodeId context) {
     const AxisTraits &traits = traitsOf(axis);
@@ -91,4 +91,4 @@ NodeId AxisWalk::before(NodeId context, NodeId node) {
     return noNode;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

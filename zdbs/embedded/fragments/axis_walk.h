@@ -3,9 +3,10 @@
 #define ZDBS_EMBEDDED_FRAGMENTS_AXIS_WALK_H
 
 #include "zdbs/base/axis.h"
+#include "zdbs/base/stop.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Walks along the axes of a node table in axis order: backwards on the reverse
@@ -18,9 +19,12 @@ public:
 
     template <typename Visit>
     void along(Axis axis, NodeId context, Visit visit) {
+        StopCounter stop;
         NodeId node = first(axis, context);
-        while (node != noNode && visit(node))
+        while (node != noNode && visit(node)) {
+            stop.step();
             node = next(axis, context, node);
+        }
     }
 
     /** First node on the axis, or noNode. */
@@ -43,6 +47,6 @@ private:
     DocumentFinder finder_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,28 +7,13 @@
 #include <unordered_set>
 #include <utility>
 
-namespace zdbs {
+#include "zdbs/embedded/tree/ascending_numbers.h"
+
+namespace zdbs::embedded {
 namespace {
 
-void sortUnique(NodeIds &nodes) {
-    if (!std::is_sorted(nodes.begin(), nodes.end())) std::sort(nodes.begin(), nodes.end());
-    nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
-}
-
-NodeIds common(const NodeIds &a, const NodeIds &b) {
-    NodeIds result;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-NodeIds merged(const NodeIds &a, const NodeIds &b) {
-    NodeIds result;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
 /** The members whose position, counted in axis order, satisfies the test. */
-NodeIds atPosition(const FragmentPosition &test, const NodeIds &nodes, Axis axis) {
+NodeIds atPosition(const FragmentFilter &test, const NodeIds &nodes, Axis axis) {
     NodeIds result;
     const auto size = static_cast<double>(nodes.size());
     const double place = test.place < 0 ? size + 1 + test.place : test.place;
@@ -40,17 +25,29 @@ NodeIds atPosition(const FragmentPosition &test, const NodeIds &nodes, Axis axis
     return result;
 }
 
-/** How many nodes of the axis are enough to answer the predicates. */
+/** Does it depend on the nodes found last? */
+bool isPositional(const FragmentFilter &filter) {
+    if (filter.kind == FragmentFilter::Kind::among) return filter.ofLast;
+    return filter.sides.empty() ||
+           std::any_of(filter.sides.begin(), filter.sides.end(), isPositional);
+}
+
+bool isPositional(const FragmentStep &step) {
+    return std::any_of(step.filters.begin(), step.filters.end(),
+                       [](const FragmentFilter &filter) { return isPositional(filter); });
+}
+
+/** How many nodes of the axis are enough to answer the filters. */
 std::size_t enough(const FragmentStep &step) {
     constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
-    if (step.predicates.size() != 1) return all;
-    const FragmentPredicate &only = step.predicates.front();
-    if (only.kind != FragmentPredicate::Kind::position || only.position.place < 0) return all;
-    switch (only.position.relation) {
+    if (step.filters.size() != 1) return all;
+    const FragmentFilter &only = step.filters.front();
+    if (only.kind != FragmentFilter::Kind::position || only.place < 0) return all;
+    switch (only.relation) {
         case Relation::equal:
         case Relation::less:
         case Relation::lessEqual:
-            return only.position.place < 1e9 ? static_cast<std::size_t>(only.position.place) : all;
+            return only.place < 1e9 ? static_cast<std::size_t>(only.place) : all;
         case Relation::notEqual:
         case Relation::greater:
         case Relation::greaterEqual:
@@ -89,14 +86,13 @@ NodeIds FragmentEvaluator::select(const FragmentSpec &spec, NodeId context) {
 
 NodeIds FragmentEvaluator::follow(const FragmentPath &path, NodeId context) {
     NodeIds nodes{context};
-    for (const FragmentStep &step : path.steps)
+    for (const FragmentStep &step : path)
         nodes = stepFrom(step, nodes);
-    keepValues(path, nodes);
     return nodes;
 }
 
 NodeIds FragmentEvaluator::stepFrom(const FragmentStep &step, const NodeIds &contexts) {
-    if (step.positional()) return stepFromEach(step, contexts);
+    if (isPositional(step)) return stepFromEach(step, contexts);
     NodeIds found;
     std::unordered_set<NodeId> walked;
     const AxisTraits &axis = traitsOf(step.axis);
@@ -135,72 +131,50 @@ NodeIds FragmentEvaluator::stepFromOne(const FragmentStep &step, NodeId context)
     return filtered(step, std::move(candidates));
 }
 
-/**
- * Applies the predicates of a step. As in requests, each is tried on all candidates
- * and the answers are intersected; positions count in what was made last.
- */
+/** Each filter is tried on all candidates, and the answers are intersected. */
 NodeIds FragmentEvaluator::filtered(const FragmentStep &step, NodeIds candidates) {
-    if (step.predicates.empty()) return candidates;
+    if (step.filters.empty()) return candidates;
     NodeIds last = candidates;
     NodeIds held = candidates;
     bool first = true;
-    for (const FragmentPredicate &predicate : step.predicates) {
-        held = common(held, satisfying(predicate, candidates, step.axis, last));
+    for (const FragmentFilter &filter : step.filters) {
+        held = common(held, satisfying(filter, candidates, step.axis, last));
         if (!first) last = held;
         first = false;
     }
     return held;
 }
 
-NodeIds FragmentEvaluator::satisfying(const FragmentPredicate &predicate, const NodeIds &candidates,
+NodeIds FragmentEvaluator::satisfying(const FragmentFilter &filter, const NodeIds &candidates,
                                       Axis axis, NodeIds &last) {
-    using Kind = FragmentPredicate::Kind;
-    switch (predicate.kind) {
-        case Kind::path:
-            last = withPath(predicate.path, predicate.ofLast ? last : candidates);
+    using Kind = FragmentFilter::Kind;
+    switch (filter.kind) {
+        case Kind::among:
+            last = membersOf(*filter.among, filter.ofLast ? last : candidates);
             break;
         case Kind::position:
-            last = atPosition(predicate.position, last, axis);
+            last = atPosition(filter, last, axis);
             break;
         case Kind::unchanged:
             break;
         case Kind::both:
         case Kind::either: {
-            const NodeIds left = satisfying(*predicate.left, candidates, axis, last);
-            const NodeIds right = satisfying(*predicate.right, candidates, axis, last);
-            last = predicate.kind == Kind::both ? common(left, right) : merged(left, right);
+            const NodeIds left = satisfying(filter.sides[0], candidates, axis, last);
+            const NodeIds right = satisfying(filter.sides[1], candidates, axis, last);
+            last = filter.kind == Kind::both ? common(left, right) : merged(left, right);
             break;
         }
     }
     return last;
 }
 
-/** Forwards along the path from all candidates at once, then back over what was reached. */
-NodeIds FragmentEvaluator::withPath(const FragmentPath &path, const NodeIds &candidates) {
-    if (path.positional || candidates.size() == 1) return withPathOneByOne(path, candidates);
-    std::vector<NodeIds> levels{candidates};
-    for (const FragmentStep &step : path.steps)
-        levels.push_back(stepFrom(step, levels.back()));
-    keepValues(path, levels.back());
-    for (std::size_t level = path.steps.size(); level > 0; --level) {
-        const Step step{path.steps[level - 1].axis};
-        levels[level - 1] =
-            keepFirst(nodes_, step, {levels[level - 1], {}}, {levels[level], {}}).nodes;
-    }
-    return levels.front();
-}
-
-NodeIds FragmentEvaluator::withPathOneByOne(const FragmentPath &path, const NodeIds &candidates) {
+NodeIds FragmentEvaluator::membersOf(const ResultSet &set, const NodeIds &candidates) {
+    std::unique_ptr<Members> &members = members_[&set];
+    if (!members) members = std::make_unique<Members>(sets_(set));
     NodeIds result;
-    for (const NodeId candidate : candidates) {
-        if (!follow(path, candidate).empty()) result.push_back(candidate);
-    }
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(result),
+                 [&](NodeId node) { return members->quick.contains(node); });
     return result;
-}
-
-void FragmentEvaluator::keepValues(const FragmentPath &path, NodeIds &nodes) const {
-    if (!path.value) return;
-    std::erase_if(nodes, [&](NodeId node) { return !path.value->matches(nodes_.value(node)); });
 }
 
 /** The contexts that are enough to reach all that the contexts together reach on the axis. */
@@ -256,17 +230,17 @@ bool FragmentEvaluator::isAttribute(NodeId node) const {
     return nodes_.kind(node) == NodeKind::attribute;
 }
 
-bool FragmentEvaluator::passes(const FragmentTest &test, Axis axis, NodeId node) const {
+bool FragmentEvaluator::passes(const NodeTest &test, Axis axis, NodeId node) const {
     switch (test.kind) {
-        case FragmentTest::Kind::node:
+        case NodeTest::Kind::node:
             return true;
-        case FragmentTest::Kind::text:
+        case NodeTest::Kind::text:
             return nodes_.kind(node) == NodeKind::text;
-        case FragmentTest::Kind::comment:
+        case NodeTest::Kind::comment:
             return nodes_.kind(node) == NodeKind::comment;
-        case FragmentTest::Kind::instruction:
+        case NodeTest::Kind::instruction:
             return nodes_.kind(node) == NodeKind::processingInstruction;
-        case FragmentTest::Kind::name:
+        case NodeTest::Kind::name:
             break;
     }
     // The principal kind of the axis.
@@ -279,4 +253,4 @@ bool FragmentEvaluator::passes(const FragmentTest &test, Axis axis, NodeId node)
     return test.space == name.prefix || test.space == name.uri;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -1,8 +1,9 @@
 #include "zdbs/embedded/fragments/node_paths.h"
 
 #include <algorithm>
+#include <set>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Positions up to here are found by looking at the siblings each time. */
@@ -22,6 +23,17 @@ std::uint32_t positionAmongFew(const NodeTable &nodes, AxisWalk &walk, NodeId fi
 }
 
 }  // namespace
+
+std::vector<NamespaceDeclaration> namespacesInScope(const NodeTable &nodes, NodeId element) {
+    std::vector<NamespaceDeclaration> result;
+    std::set<std::string_view> seen;
+    for (NodeId node = element; node != noNode; node = nodes.parent(node)) {
+        for (const NamespaceDeclaration &declaration : nodes.namespaces(node)) {
+            if (seen.insert(declaration.prefix).second) result.push_back(declaration);
+        }
+    }
+    return result;
+}
 
 std::string_view NodePaths::of(NodeId node) {
     keepAncestorsOf(node);
@@ -88,4 +100,4 @@ void NodePaths::forgetOldest() {
     maxCounted_ = std::max(maxCounted_, 2 * counted_.size());
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -1,4 +1,4 @@
-/** Where a node stands in its document, as a path. */
+/** Where a node stands in its document: its path, and the namespaces in scope there. */
 #ifndef ZDBS_EMBEDDED_FRAGMENTS_NODE_PATHS_H
 #define ZDBS_EMBEDDED_FRAGMENTS_NODE_PATHS_H
 
@@ -10,7 +10,10 @@
 
 #include "zdbs/embedded/fragments/sibling_positions.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
+
+/** The declarations in scope at an element, nearest first, each prefix once. */
+std::vector<NamespaceDeclaration> namespacesInScope(const NodeTable &nodes, NodeId element);
 
 /**
  * Paths such as `/PLAY[1]/ACT[2]/text()[1]` and `/a[1]/@p:id`: names as they are
@@ -54,6 +57,6 @@ private:
     std::size_t maxCounted_ = 8192;  ///< parents with counts, before the oldest are dropped
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

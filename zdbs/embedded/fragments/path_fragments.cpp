@@ -2,36 +2,33 @@
 
 #include <iterator>
 
-namespace zdbs {
+#include "zdbs/embedded/tree/ascending_numbers.h"
+
+namespace zdbs::embedded {
 namespace {
 
 bool isDownwards(const AxisTraits &axis) {
     return axis.region == Region::below || (axis.region == Region::none && axis.withSelf);
 }
 
-bool isKind(NodeKind kind, FragmentTest::Kind wanted) {
+bool isKind(NodeKind kind, NodeTest::Kind wanted) {
     switch (wanted) {
-        case FragmentTest::Kind::text:
+        case NodeTest::Kind::text:
             return kind == NodeKind::text;
-        case FragmentTest::Kind::comment:
+        case NodeTest::Kind::comment:
             return kind == NodeKind::comment;
-        case FragmentTest::Kind::instruction:
+        case NodeTest::Kind::instruction:
             return kind == NodeKind::processingInstruction;
-        case FragmentTest::Kind::node:
-        case FragmentTest::Kind::name:
+        case NodeTest::Kind::node:
+        case NodeTest::Kind::name:
             return true;
     }
     return false;
 }
 
-bool isNamed(const NodeName &name, const FragmentTest &test) {
+bool isNamed(const NodeName &name, const NodeTest &test) {
     if (!test.local.empty() && test.local != name.local) return false;
     return test.space.empty() || test.space == name.prefix || test.space == name.uri;
-}
-
-void sortUnique(std::vector<PathId> &paths) {
-    std::sort(paths.begin(), paths.end());
-    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
 }
 
 }  // namespace
@@ -45,10 +42,9 @@ PathMatch::PathMatch(NodeReader &reader, NodeId match)
 
 bool PathFragments::goesDown(const FragmentSpec &spec) {
     return std::all_of(spec.begin(), spec.end(), [](const FragmentPath &path) {
-        return !path.value &&
-               std::all_of(path.steps.begin(), path.steps.end(), [](const FragmentStep &step) {
-                   return isDownwards(traitsOf(step.axis)) && step.predicates.empty();
-               });
+        return std::all_of(path.begin(), path.end(), [](const FragmentStep &step) {
+            return isDownwards(traitsOf(step.axis)) && step.filters.empty();
+        });
     });
 }
 
@@ -66,7 +62,7 @@ std::vector<PathId> PathFragments::findReached(PathId path) const {
     std::vector<PathId> all;
     for (const FragmentPath &alternative : spec_) {
         std::vector<PathId> paths{path};
-        for (const FragmentStep &step : alternative.steps) {
+        for (const FragmentStep &step : alternative) {
             std::vector<PathId> reached;
             for (const PathId from : paths)
                 addStep(step, from, reached);
@@ -108,11 +104,11 @@ void PathFragments::addBelow(const FragmentStep &step, PathId from,
 
 bool PathFragments::passes(const FragmentStep &step, PathId path) const {
     const Path &entry = reader_.summary()[path];
-    if (step.test.kind != FragmentTest::Kind::name) return isKind(entry.kind, step.test.kind);
+    if (step.test.kind != NodeTest::Kind::name) return isKind(entry.kind, step.test.kind);
     // The principal kind of the axis.
     const NodeKind principal =
         traitsOf(step.axis).toAttributes ? NodeKind::attribute : NodeKind::element;
     return entry.kind == principal && isNamed(reader_.table().nameOf(entry.name), step.test);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,10 +7,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "zdbs/embedded/fragments/fragment_plan.h"
 #include "zdbs/embedded/paths/node_reader.h"
+#include "zdbs/engine/fragments.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A node that specifications are answered at. */
 struct PathMatch {
@@ -24,7 +24,7 @@ struct PathMatch {
 
 /**
  * The nodes that one specification selects from nodes stored by path. Where all its steps go
- * down and have no predicates, the path of a node decides whether it is selected: the paths
+ * down and have no filters, the path of a node decides whether it is selected: the paths
  * that are reached from the path of the match are found once on the summary, and of a match
  * only the nodes of those paths are looked at. One thread at a time.
  */
@@ -84,6 +84,6 @@ private:
     std::unordered_map<PathId, std::vector<PathId>> reached_;  ///< by path of the match
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

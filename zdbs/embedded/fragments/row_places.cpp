@@ -6,9 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "zdbs/base/escape.h"
-
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** A node as a path names it. */
@@ -86,8 +84,8 @@ bool RowPlaces::enter(const Step &step, const Known *above) {
     place.node = noNode;  // until all of it is right
     // Only in a damaged file does a node stand in front of its parent.
     if (above != nullptr && above->place.node >= step.node) NodeReader::failAt(step.node);
-    std::string &path = place.escapedPath;
-    path.assign(above != nullptr ? std::string_view(above->place.escapedPath) : std::string_view());
+    std::string &path = place.path;
+    path.assign(above != nullptr ? std::string_view(above->place.path) : std::string_view());
     path += known.name;
     if (known.kind != NodeKind::attribute) {
         const std::uint32_t position = positionOf(step, above);
@@ -156,7 +154,7 @@ RowPlaces::Known &RowPlaces::makeKnown(PathId path) {
     Known &known = made_.emplace_back(reader_.cursor(path));
     known.parent = entry.parent;
     known.kind = entry.kind;
-    known.name = escapedAttribute(nameOf(reader_.table(), entry));
+    known.name = nameOf(reader_.table(), entry);
     if (entry.kind == NodeKind::element || entry.kind == NodeKind::processingInstruction) {
         findShared(entry.parent);
         known.sharesName = shares_[path];
@@ -180,4 +178,4 @@ void RowPlaces::findShared(PathId parent) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "zdbs/embedded/fragments/path_serializer.h"
+#include "zdbs/embedded/fragments/tree_teller.h"
 #include "zdbs/embedded/paths/node_reader.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Where a node stands. */
 struct NodePlace {
     NodeId node = noNode;
-    std::string escapedPath;  ///< as NodePaths writes it, for the value of an attribute
+    std::string path;                         ///< as NodePaths writes it
     std::vector<NamespaceDeclaration> scope;  ///< of an element, as namespacesInScope() has it
 };
 
@@ -77,6 +77,6 @@ private:
     std::vector<Step> steps_;    ///< scratch: what is missing on the way to a node
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

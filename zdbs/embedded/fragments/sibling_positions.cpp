@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 PathName pathName(const NodeTable &nodes, NodeId node) {
     switch (nodes.kind(node)) {
@@ -52,4 +52,4 @@ void SiblingPositions::countTo(const NodeTable &nodes, AxisWalk &walk, NodeId ch
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/fragments/axis_walk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A node as a path names it: "p:local", "text()", "comment()" or "processing-instruction()". */
 struct PathName {
@@ -54,6 +54,6 @@ private:
     std::unordered_map<PathName, std::uint32_t, Hash> counts_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

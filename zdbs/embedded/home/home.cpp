@@ -1,17 +1,16 @@
 #include "zdbs/embedded/home/home.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
 
-#include "foundation/run_control.h"
 #include "zdbs/base/names.h"
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
@@ -20,35 +19,14 @@
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char *homeSetting = "ZDBS_HOME";
 constexpr const char *lockName = "lock";
 constexpr const char *databasesName = "databases";
-
-std::string setting(const char *name) {
-    char *value = ZfxReadRCS(name);
-    if (!value) return "";
-    std::string text = value;
-    ZfxFreeRCS(value);
-    return text;
-}
-
-std::string environmentVariable(const char *name) {
-    const char *value = std::getenv(name);
-    return value ? value : "";
-}
-
-std::string userDirectory() {
-    const std::string home = environmentVariable("HOME");
-    if (!home.empty()) return home;
-    const passwd *entry = ::getpwuid(::geteuid());
-    return entry && entry->pw_dir ? entry->pw_dir : "";
-}
 
 // What Home::create() makes before the users file, which comes last.
 bool isUnfinishedHome(const fs::path &path) {
@@ -61,17 +39,6 @@ bool isUnfinishedHome(const fs::path &path) {
 }
 
 }  // namespace
-
-fs::path Home::locate() {
-    const std::string configured = setting(homeSetting);
-    if (!configured.empty()) return configured;
-    const fs::path data = environmentVariable("XDG_DATA_HOME");
-    // The base directory rules: a path that is not absolute is ignored.
-    if (data.is_absolute()) return data / "zdbs";
-    const fs::path user = userDirectory();
-    if (user.empty()) throw Failure(Status::homeMissing);
-    return user / ".local" / "share" / "zdbs";
-}
 
 Home::Home(fs::path path) : path_(std::move(path)), users_(path_), reserve_(path_) {}
 
@@ -209,9 +176,10 @@ void Home::makeDatabase(const fs::path &making, std::string_view database) const
     Environment::create(making);
     makePrivateFile(making / Writer::lockFileName);
     syncDirectory(making);
+    const DirectorySync databases(path_ / databasesName);
     if (::rename(making.c_str(), databasePath(database).c_str()) != 0)
         throwWriteError(errno, databasePath(database));
-    syncDirectory(path_ / databasesName);
+    databases.sync();
 }
 
 void Home::dropDatabase(std::string_view database, const std::function<void()> &waiting) {
@@ -222,13 +190,15 @@ void Home::dropDatabase(std::string_view database, const std::function<void()> &
         throw Failure(Status::unknownDatabase, {database});
     const FileLock lock(path_ / lockName);
     removeLeftovers();
+    const DirectorySync databases(path_ / databasesName);
     reserve_.use([&] {
         // The grants go first: they must not be there for a later database of the same name.
         replaceUsers([&](UserTable &table) { table.forgetDatabase(database); });
         const fs::path dropped = path_ / databasesName / ("." + std::string(database));
         if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
-        syncDirectory(path_ / databasesName);
-        removeLeftovers();
+        databases.sync();
+        std::error_code ignored;  // the database is gone; what is left the next one removes
+        fs::remove_all(dropped, ignored);
     });
 }
 
@@ -249,7 +219,7 @@ std::shared_ptr<Environment> Home::environment(std::string_view database) const 
 std::shared_ptr<const Snapshot> Home::snapshot(std::string_view database) const {
     const std::lock_guard lock(mutex_);
     const auto place = snapshots_.find(database);
-    const auto known = place != snapshots_.end() ? place->second.lock() : nullptr;
+    auto known = place != snapshots_.end() ? place->second.lock() : nullptr;
     if (known && known->isNewest()) return known;
     const auto shared = environment(database);
     const bool isSame =
@@ -266,4 +236,19 @@ std::unique_ptr<Writer> Home::write(std::string_view database,
     return std::make_unique<Writer>(environment(database), waiting);
 }
 
-}  // namespace zdbs
+std::string Home::notes(std::string_view database) const {
+    if (!hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
+    const fs::path path = databasePath(database) / notesFileName;
+    std::ifstream file(path, std::ios::binary);
+    if (!file && errno == ENOENT) return {};
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file) throwReadError(errno, path);
+    return text;
+}
+
+void Home::keepNotes(std::string_view database, std::string_view text) {
+    if (!hasDatabase(database)) throw Failure(Status::unknownDatabase, {database});
+    replacePrivateFile(databasePath(database) / notesFileName, text);
+}
+
+}  // namespace zdbs::embedded

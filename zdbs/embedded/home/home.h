@@ -25,7 +25,7 @@
 #include "zdbs/embedded/home/users_file.h"
 #include "zdbs/embedded/store/reserve.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Environment;
 class Snapshot;
@@ -42,14 +42,6 @@ class Writer;
  */
 class Home {
 public:
-    /**
-     * Where the home of this process is: the setting ZDBS_HOME (environment, then
-     * run-control file), else $XDG_DATA_HOME/zdbs, else ~/.local/share/zdbs.
-     * Nothing is looked up on disk. Throws Failure(homeMissing) when none of the
-     * three says anything.
-     */
-    static std::filesystem::path locate();
-
     /** Opens a home that is there. Throws Failure: homeMissing. */
     static std::shared_ptr<Home> open(const std::filesystem::path &path);
 
@@ -126,6 +118,15 @@ public:
     std::unique_ptr<Writer> write(std::string_view database,
                                   const std::function<void()> &waiting = {});
 
+    /** In the directory of a database: a text of those who keep it in step with something else. */
+    static constexpr const char *notesFileName = "notes";
+
+    /** Empty where none is. Throws Failure: unknownDatabase. */
+    std::string notes(std::string_view database) const;
+
+    /** Throws Failure: unknownDatabase. */
+    void keepNotes(std::string_view database, std::string_view text);
+
     /** The directory of a database, there or not. REQUIRES isValidName(database). */
     std::filesystem::path databasePath(std::string_view database) const;
 
@@ -146,6 +147,6 @@ private:
     mutable std::map<std::string, std::weak_ptr<const Snapshot>, std::less<>> snapshots_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

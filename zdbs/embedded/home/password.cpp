@@ -8,7 +8,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -79,4 +79,4 @@ void verifyNothing(std::string_view password) {
         throw std::bad_alloc();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

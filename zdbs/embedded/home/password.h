@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A new hash with a new salt. Any bytes but NUL, up to 511 of them, are a
@@ -26,6 +26,6 @@ bool verifyPassword(std::string_view password, std::string_view hash);
 /** Takes the time of one verifyPassword(); for users that do not exist. */
 void verifyNothing(std::string_view password);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,7 @@
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/password.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -143,4 +143,4 @@ const UserTable::User &UserTable::find(std::string_view user) const {
     return found->second;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The grant that covers every database, future ones too. */
 constexpr std::string_view everyDatabase = "*";
@@ -60,6 +60,6 @@ private:
     std::map<std::string, User, std::less<>> users_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

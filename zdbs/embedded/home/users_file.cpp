@@ -11,7 +11,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 bool isSameTime(const timespec &a, const timespec &b) {
@@ -47,6 +47,19 @@ bool UsersFile::isKnown(const struct stat &file) const {
            isSameTime(file.st_ctim, knownFile_.st_ctim);
 }
 
+// Who can write to the file, or put another one in its place, can grant and log in as they like.
+void UsersFile::requirePrivate(const struct stat &file) const {
+    struct stat home {};
+    const bool isKnownHome = ::stat(home_.c_str(), &home) == 0;
+    const auto mayOthersWrite = [](const struct stat &status) {
+        return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+    };
+    const bool isOpen = isKnownHome && mayOthersWrite(home);
+    if (!isOpen && !mayOthersWrite(file)) return;
+    const std::string place = (isOpen ? home_ : path_).native();
+    throw Failure(Status::homeUnreadable, {place, "other users may write to it (chmod go-w)"});
+}
+
 std::shared_ptr<const UserTable> UsersFile::table() const {
     const std::lock_guard lock(mutex_);
     struct stat file {};
@@ -55,10 +68,11 @@ std::shared_ptr<const UserTable> UsersFile::table() const {
     known_ = nullptr;
     held_ = FileDescriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
     if (!held_ || ::fstat(held_.get(), &knownFile_) != 0) throwReadError(errno, home_);
+    requirePrivate(knownFile_);
     const auto [text, error] = contentOf(held_.get());
     if (error != 0) throwReadError(error, home_);
     known_ = std::make_shared<const UserTable>(UserTable::parse(text, path_.native()));
     return known_;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

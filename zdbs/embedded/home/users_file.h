@@ -11,7 +11,7 @@
 #include "zdbs/base/private_files.h"
 #include "zdbs/embedded/home/user_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Reads the file when it has changed and otherwise answers what was read last: whoever
@@ -29,6 +29,7 @@ public:
 
 private:
     bool isKnown(const struct stat &file) const;
+    void requirePrivate(const struct stat &file) const;
 
     std::filesystem::path home_;
     std::filesystem::path path_;
@@ -41,6 +42,6 @@ private:
 /** Throws Failure(homeMissing) when nothing is there, else homeUnreadable with the error. */
 [[noreturn]] void throwReadError(int error, const std::filesystem::path &path);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

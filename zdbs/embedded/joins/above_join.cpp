@@ -8,7 +8,7 @@
 #include "zdbs/embedded/paths/row_reader.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Whether one row of a set is in a range. */
@@ -298,4 +298,4 @@ RowSet parentsOf(const PathTable &table, PathId path, const RowSet &rows) {
     return sum.rows();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 #include "zdbs/embedded/paths/row_reader.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Sets of more ranges than this are not looked at range by range. */
@@ -396,4 +396,4 @@ RowSetPtr childrenOf(const PathTable &table, PathId path, const RowSet &parents,
     return BelowJoin(table, high, 1, Depth::direct, {}).keep({path, among});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,7 +8,7 @@
 
 #include "zdbs/embedded/paths/path_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The column of node numbers. */
 struct NodeColumn {
@@ -62,6 +62,6 @@ private:
 using NodeCursor = ColumnCursor<NodeColumn>;
 using ParentCursor = ColumnCursor<ParentColumn>;
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

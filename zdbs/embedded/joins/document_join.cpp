@@ -6,7 +6,7 @@
 #include "zdbs/embedded/joins/column_cursor.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** The last row of a set before `end`. REQUIRES that there is one. */
@@ -157,4 +157,4 @@ NodeId DocumentJoin::lastBelow(PathRow row) const {
     return isElement ? table_.lastBelow(row) : table_.nodeAt(row);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

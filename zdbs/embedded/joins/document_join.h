@@ -9,7 +9,7 @@
 #include "zdbs/embedded/paths/path_nodes.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The joins over one table; irregular paths are answered as others are. For one thread. */
 class DocumentJoin {
@@ -46,6 +46,6 @@ private:
     const PathTable &table_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -5,7 +5,9 @@
 #include <unordered_set>
 #include <utility>
 
-namespace zdbs {
+#include "zdbs/embedded/tree/ascending_numbers.h"
+
+namespace zdbs::embedded {
 
 PathNodes IrregularJoin::below(const PathOperand &high, const PathNodes &low, Depth depth) {
     isIn_.clear();
@@ -56,11 +58,8 @@ PathSelection IrregularJoin::above(const PathOperand &high, const PathNodes &low
     }
     NodeIds above(found.begin(), found.end());
     std::sort(above.begin(), above.end());
-    roots.erase(std::unique(roots.begin(), roots.end()), roots.end());
-    PathSelection result{intersected(high.nodes, byPath(table_, above)), {}};
-    std::set_intersection(roots.begin(), roots.end(), high.roots.begin(), high.roots.end(),
-                          std::back_inserter(result.roots));
-    return result;
+    sortUnique(roots);
+    return {intersected(high.nodes, byPath(table_, above)), common(roots, high.roots)};
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 #include "zdbs/embedded/joins/path_join.h"
 #include "zdbs/embedded/joins/vertical_join.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Goes from each irregular node up to its ancestors, to none twice: each costs a look-up or
@@ -33,6 +33,6 @@ private:
     std::vector<NodeId> way_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,9 +4,11 @@
 #include <cassert>
 #include <unordered_map>
 
+#include "zdbs/base/stop.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 #include "zdbs/embedded/tree/membership.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using NodeSpan = std::span<const NodeId>;
@@ -15,28 +17,12 @@ using RootSpan = std::span<const DocumentIndex>;
 template <typename Condition>
 NodeIds filtered(NodeSpan nodes, Condition condition) {
     NodeIds result;
-    std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(result), condition);
+    StopCounter stop;
+    for (const NodeId node : nodes) {
+        stop.step();
+        if (condition(node)) result.push_back(node);
+    }
     return result;
-}
-
-template <typename T>
-std::vector<T> common(std::span<const T> a, std::span<const T> b) {
-    std::vector<T> result;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-template <typename T>
-std::vector<T> merged(const std::vector<T> &a, const std::vector<T> &b) {
-    std::vector<T> result;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-template <typename T>
-void sortUnique(std::vector<T> &list) {
-    std::sort(list.begin(), list.end());
-    list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
 bool contains(RootSpan roots, DocumentIndex document) {
@@ -191,11 +177,9 @@ NodeIds Joins::allBelow(NodeSpan low, Operand high, bool isDirect) {
 
 /** What of `high` is above a node of `low`. */
 Selection Joins::allAbove(Operand high, NodeSpan low, bool isDirect) {
-    if (!isDirect)
-        return {above(high.nodes, low), common<DocumentIndex>(high.roots, documentsOf(low))};
+    if (!isDirect) return {above(high.nodes, low), common(high.roots, documentsOf(low))};
     const Selection parents = parentsOf(low);
-    return {common<NodeId>(high.nodes, parents.nodes),
-            common<DocumentIndex>(high.roots, parents.roots)};
+    return {common(high.nodes, parents.nodes), common(high.roots, parents.roots)};
 }
 
 /** keepFirst() without the nodes that are on both sides themselves. */
@@ -271,4 +255,4 @@ bool allAttributes(const NodeTable &table, std::span<const NodeId> nodes) {
     });
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -20,7 +20,7 @@
 #include "zdbs/embedded/tree/documents.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 using DocumentIndexes = std::vector<DocumentIndex>;
 
@@ -54,6 +54,6 @@ NodeIds keepSecond(const NodeTable &table, Step step, Operand first,
 /** Whether a list has nodes, all of them attributes. */
 bool allAttributes(const NodeTable &table, std::span<const NodeId> nodes);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,23 +8,10 @@
 #include "zdbs/embedded/joins/irregular_join.h"
 #include "zdbs/embedded/joins/sibling_join.h"
 #include "zdbs/embedded/joins/vertical_join.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
-
-using Roots = std::span<const DocumentIndex>;
-
-DocumentIndexes common(Roots a, Roots b) {
-    DocumentIndexes result;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-DocumentIndexes merged(Roots a, Roots b) {
-    DocumentIndexes result;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
 
 /** Of more irregular nodes the general joins' passes cost less than looking up each one. */
 constexpr std::uint64_t mostIrregular = 100'000;
@@ -200,7 +187,7 @@ PathJoins::MaybeNodes PathJoins::besides(const PathNodes &candidates, const Path
     const PathNodes &others = chosenOthers.nodes();
     if (nodes.empty() || others.empty()) return PathNodes();
     if (!isRegular(nodes) || !isRegular(others)) return std::nullopt;
-    return zdbs::besides(nodes_, table_, nodes, others, after);
+    return embedded::besides(nodes_, table_, nodes, others, after);
 }
 
 /** keepFirst() without the nodes that are on both sides themselves. */
@@ -286,4 +273,4 @@ std::optional<PathNodes> keepSecond(const NodeTable &nodes, const PathTable &tab
     return PathJoins(nodes, table).keepSecond(step, first, second);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -16,7 +16,7 @@
 #include "zdbs/embedded/joins/join.h"
 #include "zdbs/embedded/paths/path_nodes.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** One side of a join: nodes, and the documents whose root belongs to it too. */
 struct PathOperand {
@@ -55,6 +55,6 @@ std::optional<PathSelection> keepFirst(const NodeTable &nodes, const PathTable &
 std::optional<PathNodes> keepSecond(const NodeTable &nodes, const PathTable &table, Step step,
                                     const PathOperand &first, const PathNodes &second);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

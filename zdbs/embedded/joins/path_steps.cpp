@@ -4,8 +4,9 @@
 
 #include "zdbs/embedded/joins/path_join.h"
 #include "zdbs/embedded/paths/path_numbers.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using PathSpan = std::span<const PathId>;
@@ -96,19 +97,6 @@ private:
     const PathSummary &summary_;
 };
 
-/** Of ascending lists. */
-std::vector<PathId> common(PathSpan a, PathSpan b) {
-    std::vector<PathId> result;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-std::vector<PathId> united(PathSpan a, PathSpan b) {
-    std::vector<PathId> result;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
 /** pathsReached() without the nodes that are on both sides themselves. */
 std::vector<PathId> reachedInRegion(const PathSummary &summary, Step step, PathSpan first,
                                     bool roots, PathSpan second) {
@@ -158,7 +146,7 @@ std::vector<PathId> reachingRegion(const PathSummary &summary, Step step, PathSp
 std::vector<PathId> withSelf(Step step, std::vector<PathId> paths, PathSpan first,
                              PathSpan second) {
     if (!traitsOf(step.axis).withSelf) return paths;
-    return united(paths, common(first, second));
+    return merged(paths, common(first, second));
 }
 
 }  // namespace
@@ -174,4 +162,4 @@ std::vector<PathId> pathsReaching(const PathSummary &summary, Step step, PathSpa
     return withSelf(step, reachingRegion(summary, step, first, second), first, second);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

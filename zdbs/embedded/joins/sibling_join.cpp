@@ -10,7 +10,7 @@
 #include "zdbs/embedded/paths/row_collector.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** A side so many times as large as the other is cut down to the other's parents first. */
@@ -154,4 +154,4 @@ PathNodes besides(const NodeTable &nodes, const PathTable &table, const PathNode
     return result;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -4,7 +4,7 @@
 
 #include "zdbs/embedded/paths/path_nodes.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The nodes of `candidates` with one of `partners` among the siblings after them, or before
@@ -13,6 +13,6 @@ namespace zdbs {
 PathNodes besides(const NodeTable &nodes, const PathTable &table, const PathNodes &candidates,
                   const PathNodes &partners, bool after);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -9,7 +9,7 @@
 #include "zdbs/embedded/paths/row_reader.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The parent's row; at the top the place of the document. Ascends with the row. */
 using SiblingKey = std::uint32_t;
@@ -41,6 +41,6 @@ private:
     DocumentFinder finder_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

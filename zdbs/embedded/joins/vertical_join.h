@@ -4,7 +4,7 @@
 
 #include "zdbs/embedded/paths/path_nodes.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** How far below: directly, or any number of levels. */
 enum class Depth { direct, any };
@@ -42,6 +42,6 @@ RowSetPtr childrenOf(const PathTable &table, PathId path, const RowSet &parents,
 /** The rows of the parents of `rows`, in the path above. Regular, below the top. */
 RowSet parentsOf(const PathTable &table, PathId path, const RowSet &rows);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,10 +4,11 @@
 #include <cassert>
 #include <numeric>
 
+#include "foundation/bit_count.h"
 #include "zdbs/embedded/paths/path_nodes.h"
 #include "zdbs/embedded/paths/row_reader.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using NodeIds = std::vector<NodeId>;
@@ -28,7 +29,7 @@ public:
     NodeIds numbers() const {
         std::size_t count = 0;
         for (std::uint64_t word : words_)
-            count += static_cast<std::size_t>(std::popcount(word));
+            count += bitCount(word);
         NodeIds result(count);
         auto out = result.begin();
         NodeId base = first_;
@@ -206,4 +207,4 @@ NodeId nodeAtPlace(const PathTable &table, const PathNodes &nodes, std::uint64_t
     return PlaceSearch(table, nodes).find(place);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,7 +5,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** What the column of nodes has for a number, or would have: 0 for what is before the run. */
@@ -80,4 +80,4 @@ void NodeReader::failAt(NodeId node) {
     throw Failure(Status::homeDamaged, {"", "the tree at node " + std::to_string(node)});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

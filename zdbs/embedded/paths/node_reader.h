@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/paths/path_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A place in the rows of one path. It remembers where it is: going forward costs the
@@ -106,6 +106,6 @@ private:
     std::deque<PathCursor> made_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,7 @@
 #include "zdbs/embedded/paths/row_reader.h"
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Nodes = std::span<const NodeId>;
@@ -88,4 +88,4 @@ PathNodes byPath(const PathTable &table, std::span<const NodeId> nodes) {
     return isPassCheaper(table, nodes) ? byPass(table, nodes) : byLookUps(table, nodes);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -4,7 +4,7 @@
 #include <cassert>
 #include <utility>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 bool isBefore(const PathPart &a, const PathPart &b) {
@@ -138,4 +138,4 @@ bool contains(const PathTable &table, const PathNodes &nodes, NodeId node) {
     return part != nullptr && part->rows->contains(place.row);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/paths/path_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The nodes of a set that are in one path. Never empty, never a row that is not live. */
 struct PathPart {
@@ -50,6 +50,6 @@ NodeId nodeAtPlace(const PathTable &table, const PathNodes &nodes, std::uint64_t
 /** Whether a node is in a set. REQUIRES that it is present. */
 bool contains(const PathTable &table, const PathNodes &nodes, NodeId node);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 std::vector<std::unique_ptr<PathNumbers::Table>> &PathNumbers::unused() {
     thread_local std::vector<std::unique_ptr<Table>> tables;
@@ -28,4 +28,4 @@ PathNumbers::~PathNumbers() {
     unused().push_back(std::move(table_));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/paths/path_summary.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Maps paths to numbers, 0 where none was set. The table behind it is kept by the thread
@@ -67,6 +67,6 @@ private:
     PathNumbers numbers_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

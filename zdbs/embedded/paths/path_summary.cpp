@@ -2,7 +2,7 @@
 
 #include <cassert>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 void PathSummary::add(const Path &path) {
     const auto id = static_cast<PathId>(paths_.size());
@@ -25,4 +25,4 @@ bool PathSummary::isBelow(PathId below, PathId above) const {
     return below == above;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -13,7 +13,7 @@
 
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Number of a path, from 0 without gaps, the parent's before its children's; never reused. */
 using PathId = std::uint32_t;
@@ -64,6 +64,6 @@ private:
     std::vector<PathId> irregular_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

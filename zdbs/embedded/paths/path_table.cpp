@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 const PathRun &PathTable::runOf(PathRow row) const {
     const auto all = runs(row.path);
@@ -35,4 +35,4 @@ RowId PathTable::lowerBound(PathId path, NodeId node) const {
     return run.firstRow + run.nodes.lowerBound(node - run.firstNode);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

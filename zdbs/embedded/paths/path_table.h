@@ -28,7 +28,7 @@
 #include "zdbs/embedded/columns/value_paths.h"
 #include "zdbs/embedded/paths/path_summary.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Row of a node among the nodes of its path. */
 using RowId = std::uint32_t;
@@ -130,6 +130,6 @@ public:
     RowId lowerBound(PathId path, NodeId node) const;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -1,6 +1,6 @@
 #include "zdbs/embedded/paths/reader_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 NodeId ReaderTable::parent(NodeId node) const {
     const PathId path = reader_.pathOf(node);
@@ -42,4 +42,4 @@ std::string_view ReaderTable::value(NodeId node) const {
     return reader_.at(path, node).value();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

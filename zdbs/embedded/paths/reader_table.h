@@ -4,7 +4,7 @@
 
 #include "zdbs/embedded/paths/node_reader.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The nodes of a table with paths, looked up where the last look-ups were: what goes over
@@ -34,6 +34,6 @@ private:
     mutable NodeReader reader_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

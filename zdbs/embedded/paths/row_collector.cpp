@@ -5,7 +5,9 @@
 #include <cassert>
 #include <cstring>
 
-namespace zdbs {
+#include "foundation/bit_count.h"
+
+namespace zdbs::embedded {
 namespace {
 
 /** Says that no chunk is stored as runs (the format's SERIAL_COOKIE_NO_RUNCONTAINER). */
@@ -85,7 +87,7 @@ void RowCollector::addBits(std::span<const std::uint64_t> words) {
         words = words.subspan(part.size());
         std::uint32_t count = 0;
         for (std::uint64_t word : part)
-            count += static_cast<std::uint32_t>(std::popcount(word));
+            count += bitCount(word);
         if (count == 0) continue;
         openChunk(chunk);
         if (count > largestArray) {
@@ -205,4 +207,4 @@ void RowCollector::closeChunk() {
     isBits_ = false;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/paths/path_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Collects ascending rows and makes the compressed bitmap of them at the end. Rows are
@@ -68,6 +68,6 @@ private:
     std::string chunks_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -4,11 +4,13 @@
 #include <bit>
 #include <numeric>
 
-namespace zdbs {
+#include "zdbs/base/stop.h"
+
+namespace zdbs::embedded {
 namespace {
 
 /** Rows that lie so far apart on average are looked up one by one. */
-constexpr std::size_t sparse = 4;
+constexpr std::size_t gathered = 4;
 
 }  // namespace
 
@@ -32,6 +34,7 @@ RowReader::RowReader(const PathTable &table, PathId path, std::span<const RowId>
 
 bool RowReader::next(RowBatch &batch) {
     if (left_.empty() && !fill()) return false;
+    heedStop();
     const RowId first = left_.front();
     if (runs_.front().endRow() <= first) {
         const auto run =
@@ -40,7 +43,7 @@ bool RowReader::next(RowBatch &batch) {
         runs_ = {run, runs_.end()};
     }
     batch.run = &runs_.front();
-    auto end = left_.begin() + std::min(left_.size(), batchSize);
+    auto end = left_.begin() + static_cast<std::ptrdiff_t>(std::min(left_.size(), batchSize));
     if (*(end - 1) >= runs_.front().endRow()) {
         end = std::lower_bound(left_.begin(), end, runs_.front().endRow());
     }
@@ -98,8 +101,8 @@ void gather(const PackedColumn &column, RowId base, std::span<const RowId> rows,
     const std::size_t width = rows.back() - first + 1;
     if (width == rows.size()) {
         column.read(first - base, out.first(width));
-    } else if (width <= sparse * rows.size()) {
-        std::array<std::uint32_t, sparse * RowReader::batchSize> all;
+    } else if (width <= gathered * rows.size()) {
+        std::array<std::uint32_t, gathered * RowReader::batchSize> all;
         column.read(first - base, std::span(all).first(width));
         std::transform(rows.begin(), rows.end(), out.begin(),
                        [&](RowId row) { return all[row - first]; });
@@ -124,4 +127,4 @@ void readParents(const RowBatch &batch, std::span<RowId> out) {
         out[i] = out[i] + run.parentBase - 1;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

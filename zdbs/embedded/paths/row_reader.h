@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/paths/row_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Some rows of one run, ascending; never none. */
 struct RowBatch {
@@ -71,6 +71,6 @@ void readNodes(const RowBatch &batch, std::span<NodeId> out);
 /** The rows of their parents in the parent's path. */
 void readParents(const RowBatch &batch, std::span<RowId> out);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

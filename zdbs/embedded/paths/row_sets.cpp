@@ -1,11 +1,11 @@
 #include "zdbs/embedded/paths/row_sets.h"
 
 #include <algorithm>
-#include <bit>
 
+#include "foundation/bit_count.h"
 #include "zdbs/embedded/paths/row_collector.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Sets with at least one row in so many are held as bits. */
@@ -79,7 +79,7 @@ RowBits::RowBits(RowId size, const RowSet &rows) : RowBits(size) {
 std::uint64_t RowBits::count() const {
     std::uint64_t count = 0;
     for (std::uint64_t word : words_)
-        count += static_cast<std::uint64_t>(std::popcount(word));
+        count += bitCount(word);
     return count;
 }
 
@@ -145,4 +145,4 @@ RowSet RowSum::rows() {
     return collector.finish();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/paths/path_nodes.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Rows first … end - 1. */
 struct RowRange {
@@ -103,6 +103,6 @@ private:
     std::optional<RowBits> bits_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -6,7 +6,7 @@
 
 #include "zdbs/embedded/joins/path_join.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Paths = std::vector<PathId>;
@@ -166,4 +166,4 @@ bool allAttributes(const NodeTable &table, const NodeListPtr &list) {
     });
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

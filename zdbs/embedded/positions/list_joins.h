@@ -7,7 +7,7 @@
 #include "zdbs/embedded/sets/node_list.h"
 #include "zdbs/embedded/sets/plan.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The members of `first` with some member of `second` on the axis. Of a side that is
@@ -23,6 +23,6 @@ NodeListPtr keepSecond(const NodeTable &table, Step step, const ContextList &fir
 /** Whether a list has nodes, all of them attributes; may answer so of an empty list by path. */
 bool allAttributes(const NodeTable &table, const NodeListPtr &list);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "zdbs/base/stop.h"
 #include "zdbs/embedded/tree/membership.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using NodeSpan = std::span<const NodeId>;
@@ -29,8 +30,11 @@ public:
     ParentGroups(const NodeTable &table, DocumentFinder &finder, NodeSpan nodes) {
         std::vector<std::pair<ParentKey, NodeId>> entries;
         entries.reserve(nodes.size());
-        for (NodeId node : nodes)
+        StopCounter stop;
+        for (NodeId node : nodes) {
+            stop.step();
             entries.emplace_back(parentKey(table, finder, node), node);
+        }
         std::sort(entries.begin(), entries.end());
         for (const auto &[key, node] : entries) {
             keys_.push_back(key);
@@ -313,4 +317,4 @@ std::unique_ptr<PairReader> openSiblingPairs(const NodeTable &table,
     return std::make_unique<SiblingReader>(table, nodes);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 #include "zdbs/embedded/positions/pairs.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A context: a node, or the root of a document. */
 struct Context {
@@ -63,6 +63,6 @@ std::unique_ptr<PairReader> openAxisPairs(const NodeTable &table, const PairStep
 /** Reads the pairs that count among siblings. `nodes` must outlive it. */
 std::unique_ptr<PairReader> openSiblingPairs(const NodeTable &table, std::span<const NodeId> nodes);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

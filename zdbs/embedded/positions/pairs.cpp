@@ -8,12 +8,14 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
+#include "zdbs/base/stop.h"
 #include "zdbs/embedded/positions/pair_reader.h"
 #include "zdbs/embedded/positions/path_positions.h"
 #include "zdbs/embedded/positions/position_walks.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 #include "zdbs/embedded/tree/membership.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 std::size_t checkedWeight(std::size_t weight) {
@@ -26,8 +28,11 @@ std::size_t checkedWeight(std::size_t weight) {
 /** Each context with each of `nodes` on the axis. */
 class AxisPairs : public PairSource {
 public:
-    AxisPairs(PairStep step, NodeListPtr nodes)
-        : PairSource(1), step_(std::move(step)), nodes_(std::move(nodes)) {}
+    AxisPairs(PairStep step, NodeListPtr nodes, NodeListPtr chosenFrom)
+        : PairSource(1),
+          step_(std::move(step)),
+          nodes_(std::move(nodes)),
+          chosenFrom_(std::move(chosenFrom)) {}
 
     std::unique_ptr<PairReader> open(const NodeTable &table) const override {
         return openAxisPairs(table, step_, nodes_->ids());
@@ -35,6 +40,7 @@ public:
 
     const PairStep *step() const override { return &step_; }
     bool isWholeStep() const override { return true; }
+    const NodeList *chosenFrom() const override { return chosenFrom_.get(); }
 
     /** Whether a node stands in one pair at most, so that pairs follow from nodes. */
     bool hasOneContextEach() const {
@@ -45,6 +51,7 @@ public:
 private:
     PairStep step_;
     NodeListPtr nodes_;
+    NodeListPtr chosenFrom_;
 };
 
 /** Keeps the pairs with a node from a list. */
@@ -182,8 +189,7 @@ public:
             NodeIds part = flattened(reader->nodesOf(context));
             nodes_.insert(nodes_.end(), part.begin(), part.end());
         }
-        std::sort(nodes_.begin(), nodes_.end());
-        nodes_.erase(std::unique(nodes_.begin(), nodes_.end()), nodes_.end());
+        sortUnique(nodes_);
         return {{nodes_, isReverse()}};
     }
 
@@ -292,6 +298,30 @@ bool countsAmongSiblings(const PairSource *source) {
     return axis.region == Region::below && axis.isDirect;
 }
 
+/** Whether a context reaches one node at most: its parent, or itself. */
+bool hasOneNodeEach(Axis axis) {
+    const AxisTraits &traits = traitsOf(axis);
+    return traits.region == Region::none || (traits.region == Region::above && traits.isDirect);
+}
+
+/**
+ * Null where positions of the step are not counted by path. Above a context there is no node
+ * of the list that was chosen from but those of the step.
+ */
+NodeListPtr selectByRows(const NodeTable &table, const PairSource &source, const NodeListPtr &nodes,
+                         PositionTest test) {
+    const PathTable *paths = table.paths();
+    const ContextList &list = source.step()->contexts;
+    const NodeList &contexts = *list.nodes;
+    const NodeList &members = source.chosenFrom() != nullptr ? *source.chosenFrom() : *nodes;
+    if (paths == nullptr || contexts.table() == nullptr || members.table() == nullptr) return {};
+    const PathOperand first{contexts.byPath(*paths),
+                            list.roots ? std::span(*list.roots) : std::span<const DocumentIndex>()};
+    auto byRows = selectAxisPositions(table, *paths,
+                                      {source.step()->axis, first, members.byPath(*paths)}, test);
+    return byRows ? makeList(*paths, std::move(*byRows)) : nullptr;
+}
+
 /** Context by context. */
 NodeIds selectInGeneral(const NodeTable &table, const PairSource *source,
                         std::span<const NodeId> nodes, PositionTest test) {
@@ -299,6 +329,7 @@ NodeIds selectInGeneral(const NodeTable &table, const PairSource *source,
         source != nullptr ? source->open(table) : openSiblingPairs(table, nodes);
     Collector collector(reader->arena(), nodes);
     for (Context context : reader->contexts()) {
+        heedStop();
         collector.add(cut(reader->nodesOf(context), test));
     }
     return collector.result();
@@ -312,14 +343,20 @@ Operand ContextList::operand() const {
     return result;
 }
 
-PairSourcePtr axisPairs(ContextList contexts, Axis axis, NodeListPtr nodes) {
-    return std::make_shared<AxisPairs>(PairStep{std::move(contexts), axis}, std::move(nodes));
+// Kept only where it is asked for, and costs nothing.
+PairSourcePtr axisPairs(ContextList contexts, Axis axis, NodeListPtr nodes,
+                        NodeListPtr chosenFrom) {
+    const bool isByPath = chosenFrom && chosenFrom->table() != nullptr && !chosenFrom->isPending();
+    const AxisTraits &traits = traitsOf(axis);
+    if (!isByPath || traits.region != Region::above || traits.isDirect) chosenFrom = nullptr;
+    return std::make_shared<AxisPairs>(PairStep{std::move(contexts), axis}, std::move(nodes),
+                                       std::move(chosenFrom));
 }
 
 PairSourcePtr restrictedPairs(const PairSourcePtr &source, const NodeListPtr &nodes) {
     if (!source) return nullptr;
     if (const AxisPairs *axis = asAxisPairs(source)) {
-        return std::make_shared<AxisPairs>(*axis->step(), nodes);
+        return std::make_shared<AxisPairs>(*axis->step(), nodes, nullptr);
     }
     if (const auto *restricted = dynamic_cast<const RestrictedPairs *>(source.get())) {
         return std::make_shared<RestrictedPairs>(restricted->inner(), nodes);
@@ -372,14 +409,25 @@ NodeListPtr selectByPosition(const NodeTable &table, const PairSource *source,
             return makeList(*paths, std::move(*byRows));
         }
     }
-    if (source != nullptr && source->isWholeStep() && isWalked(source->step()->axis)) {
-        note(plan, PlanStep::walkedPositions);
+    if (source != nullptr && source->isWholeStep()) {
+        if (hasOneNodeEach(source->step()->axis)) {
+            note(plan, PlanStep::siblingPositions);
+            return SatisfyingPositions(test).hold(1, 1) ? nodes : makeList(NodeIds());
+        }
+        if (NodeListPtr byRows = selectByRows(table, *source, nodes, test)) {
+            note(plan, PlanStep::positionsByRows);
+            return byRows;
+        }
         const PairStep &step = *source->step();
-        const auto contexts = step.contexts.nodes->ids();
-        return makeList(selectOnWalk(table, step.axis, contexts, nodes->ids(), test));
+        if (isWalked(step.axis)) {
+            note(plan, PlanStep::walkedPositions);
+            const SpannedNodes members = spannedNodes(table, step.axis, nodes->ids());
+            return makeList(
+                selectOnWalk(table, step.axis, step.contexts.nodes->ids(), members, test));
+        }
     }
     note(plan, PlanStep::generalPositions);
     return makeList(selectInGeneral(table, source, nodes->ids(), test));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

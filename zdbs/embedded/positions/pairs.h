@@ -23,7 +23,7 @@
 #include "zdbs/embedded/sets/node_list.h"
 #include "zdbs/embedded/sets/plan.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The first side of a step: nodes, and for set 0 the document roots. */
 struct ContextList {
@@ -73,6 +73,9 @@ public:
      */
     virtual bool isWholeStep() const { return false; }
 
+    /** What the nodes of a whole step were chosen from, where it was given; null otherwise. */
+    virtual const NodeList *chosenFrom() const { return nullptr; }
+
     /** Descriptions that one walk reads, which bounds the cost of a context. */
     std::size_t weight() const { return weight_; }
 
@@ -86,8 +89,13 @@ private:
 /** More descriptions than this are a failed condition: nestedTooDeep. */
 constexpr std::size_t maximalPairWeight = 1000;
 
-/** Pairs of an axis step: each context with each of `nodes` on its axis, in axis order. */
-PairSourcePtr axisPairs(ContextList contexts, Axis axis, NodeListPtr nodes);
+/**
+ * Pairs of an axis step: each context with each of `nodes` on its axis, in axis order.
+ * @param chosenFrom the list of which `nodes` are those on the axis of some context; null when
+ * that is not known
+ */
+PairSourcePtr axisPairs(ContextList contexts, Axis axis, NodeListPtr nodes,
+                        NodeListPtr chosenFrom = nullptr);
 
 /** The pairs of `source` whose node is in `nodes`. */
 PairSourcePtr restrictedPairs(const PairSourcePtr &source, const NodeListPtr &nodes);
@@ -114,6 +122,6 @@ PairSourcePtr unitedPairs(std::span<const PairSourcePtr> sources, const NodeList
 NodeListPtr selectByPosition(const NodeTable &table, const PairSource *source,
                              const NodeListPtr &nodes, PositionTest test, Plan *plan);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

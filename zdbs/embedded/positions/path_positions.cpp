@@ -2,297 +2,300 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <utility>
 
-#include "zdbs/embedded/joins/column_cursor.h"
-#include "zdbs/embedded/joins/join.h"
-#include "zdbs/embedded/joins/sibling_keys.h"
-#include "zdbs/embedded/paths/row_collector.h"
-#include "zdbs/embedded/paths/row_sets.h"
+#include "zdbs/embedded/positions/position_walks.h"
+#include "zdbs/embedded/positions/range_positions.h"
+#include "zdbs/embedded/positions/sibling_families.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
-/** Keys of which at least one in so many has a node are counted in an array. */
-constexpr std::uint64_t dense = 16;
+void sortByPath(PathNodes &nodes) {
+    std::sort(nodes.begin(), nodes.end(),
+              [](const PathPart &a, const PathPart &b) { return a.path < b.path; });
+}
 
-/** Slices of more rows than this are added as ranges. */
-constexpr std::uint64_t shortSlice = 16;
-
-/** Collects slices of an ascending list of rows, which may be a range. */
-class SliceCollector {
+/**
+ * The places that the contexts of one group select, each once. A later context selects none
+ * in front of what one before it does.
+ */
+class GroupPlaces {
 public:
-    explicit SliceCollector(const RowSet &rows) : first_(rows.minimum()) {
-        if (rows.cardinality() == rows.maximum() - first_ + 1) return;
-        forRows(rows, [this](std::span<const RowId> batch) {
-            list_.insert(list_.end(), batch.begin(), batch.end());
+    /** The places in the group that one context selects. */
+    void add(const std::array<PlaceRange, 2> &selected) {
+        for (std::size_t i = 0; i < selected.size(); ++i)
+            append(ranges_[i], selected[i]);
+    }
+
+    /** Hands them on, ascending, as places of the family; nothing is left. */
+    template <typename Collector>
+    void finish(std::uint64_t begin, Collector &kept) {
+        auto &[first, second] = ranges_;
+        if (!second.empty()) unite();
+        for (const PlaceRange &range : first)
+            kept.add(begin + range.first, begin + range.end);
+        first.clear();
+        second.clear();
+    }
+
+private:
+    using Ranges = std::vector<PlaceRange>;
+
+    static void append(Ranges &ranges, PlaceRange range) {
+        if (range.first >= range.end) return;
+        if (!ranges.empty() && range.first <= ranges.back().end)
+            ranges.back().end = std::max(ranges.back().end, range.end);
+        else
+            ranges.push_back(range);
+    }
+
+    void unite() {
+        Ranges both;
+        std::merge(ranges_[0].begin(), ranges_[0].end(), ranges_[1].begin(), ranges_[1].end(),
+                   std::back_inserter(both),
+                   [](const PlaceRange &a, const PlaceRange &b) { return a.first < b.first; });
+        ranges_[0].clear();
+        for (const PlaceRange &range : both)
+            append(ranges_[0], range);
+    }
+
+    std::array<Ranges, 2> ranges_;
+};
+
+/** Positions on a sibling axis, from the contexts below one path to the members below it. */
+class SiblingStep {
+public:
+    SiblingStep(const SiblingFamily &contexts, const SiblingFamily &members, bool isReverse,
+                PositionTest test)
+        : contexts_(contexts), members_(members), isReverse_(isReverse), satisfying_(test) {}
+
+    void select(PathNodes &result) {
+        members_.select(
+            [this](auto &kept) { areTheSame() ? chooseOfItself(kept) : chooseOfTwo(kept); },
+            result);
+    }
+
+private:
+    /** Whether each node of one path is a context and a member. */
+    bool areTheSame() const {
+        const PathNodes &a = contexts_.parts();
+        const PathNodes &b = members_.parts();
+        return a.size() == 1 && b.size() == 1 && a.front().path == b.front().path &&
+               a.front().rows == b.front().rows;
+    }
+
+    template <typename Collector>
+    void chooseOfItself(Collector &kept) {
+        members_.forGroups([&](std::uint64_t begin, std::uint64_t end) {
+            for (std::uint64_t place = 0; place < end - begin; ++place)
+                places_.add(selectedBy(place, place + 1, end - begin));
+            places_.finish(begin, kept);
         });
     }
 
-    /** Adds the rows at places first … end - 1. */
-    void add(std::uint64_t first, std::uint64_t end) {
-        if (end - first > shortSlice) return addLong(first, end);
-        if (count_ + shortSlice > buffer_.size()) flush();
-        for (std::uint64_t place = first; place < end; ++place)
-            buffer_[count_++] = rowAt(place);
-    }
-
-    RowSetPtr finish(const PathTable &table, const PathPart &part) {
-        flush();
-        return kept_.finishPart(table, part.path, part.rows);
-    }
-
-private:
-    RowId rowAt(std::uint64_t place) const {
-        return list_.empty() ? first_ + static_cast<RowId>(place) : list_[place];
-    }
-
-    void addLong(std::uint64_t first, std::uint64_t end) {
-        flush();
-        if (list_.empty()) {
-            kept_.addRange(rowAt(first), rowAt(end));
-        } else {
-            kept_.add(std::span(list_).subspan(first, end - first));
+    template <typename Collector>
+    void chooseOfTwo(Collector &kept) {
+        const NodeIds contexts = contexts_.numbers();
+        const NodeIds members = members_.numbers();
+        const std::vector<SiblingGroup> groups = contexts_.groups();
+        auto group = groups.begin();
+        auto context = contexts.begin();
+        std::uint64_t begin = 0;
+        for (const SiblingGroup &own : members_.groups()) {
+            for (; group != groups.end() && group->key < own.key; ++group)
+                context += group->length;
+            if (group == groups.end()) return;
+            if (group->key == own.key && own.length > 0) {
+                add({context, context + group->length},
+                    std::span(members).subspan(begin, own.length));
+                places_.finish(begin, kept);
+            }
+            begin += own.length;
         }
     }
 
-    void flush() {
-        kept_.add(std::span(buffer_).first(count_));
-        count_ = 0;
+    /** One group: both ascending. */
+    void add(std::span<const NodeId> contexts, std::span<const NodeId> members) {
+        std::uint64_t before = 0;
+        for (NodeId context : contexts) {
+            while (before < members.size() && members[before] < context)
+                ++before;
+            const bool isMember = before < members.size() && members[before] == context;
+            places_.add(selectedBy(before, before + (isMember ? 1 : 0), members.size()));
+        }
     }
 
-    RowId first_;
-    std::vector<RowId> list_;  ///< empty for a range
-    std::array<RowId, 1024> buffer_;
-    std::size_t count_ = 0;
-    RowCollector kept_;
+    /**
+     * The places that a context selects.
+     * @param before members in front of it
+     * @param behind place of the first one behind it
+     */
+    std::array<PlaceRange, 2> selectedBy(std::uint64_t before, std::uint64_t behind,
+                                         std::uint64_t length) const {
+        const auto positions = satisfying_.of(isReverse_ ? before : length - behind);
+        std::array<PlaceRange, 2> places{};
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            const auto [first, last] = positions[i];
+            if (first > last) continue;
+            places[i] = isReverse_ ? PlaceRange{before - last, before - first + 1}
+                                   : PlaceRange{behind + first - 1, behind + last};
+        }
+        return places;
+    }
+
+    const SiblingFamily &contexts_;
+    const SiblingFamily &members_;
+    const bool isReverse_;
+    const SatisfyingPositions satisfying_;
+    GroupPlaces places_;
 };
 
-/** Calls `take` with the keys of a part's rows, some at a time. */
-template <typename Take>
-void forKeys(const NodeTable &nodes, const PathTable &table, const PathPart &part, Take take) {
-    RowReader reader(table, part.path, *part.rows);
-    SiblingKeys keys(nodes, table, part.path);
-    std::array<SiblingKey, RowReader::batchSize> keyOf;
-    for (RowBatch batch; reader.next(batch);) {
-        const auto all = std::span(keyOf).first(batch.rows.size());
-        keys.read(batch, all);
-        take(std::span<const SiblingKey>(all));
-    }
-}
-
-/** From so many rows a parent on, a search for the next parent costs less than the way there. */
-constexpr std::uint64_t longGroup = 64;
-
-/** Whether groups are found by search: all rows there are, and many of each parent. */
-bool hasLongGroups(const PathTable &table, const PathPart &part) {
-    const PathId parent = table.summary()[part.path].parent;
-    const std::uint64_t rows = table.rowCount(part.path);
-    return parent != noPath && part.rows->cardinality() == rows &&
-           rows > longGroup * table.rowCount(parent);
-}
-
-/** Calls `take` with where the children of each parent begin and end. */
-template <typename Take>
-void forLongGroups(const PathTable &table, PathId path, Take take) {
-    ParentCursor cursor(table, path);
-    const RowId end = table.rowCount(path);
-    for (RowId row = 0; row < end;) {
-        const RowId parent = table.runOf({path, row}).parentAt(row);
-        const RowId next = cursor.find(parent + 1);
-        if (next <= row) return;  // in damaged files only
-        take(row, next);
-        row = next;
-    }
-}
-
-/** Calls `take` with the places where each group of equal keys begins and ends. */
-template <typename Take>
-void forGroups(const NodeTable &nodes, const PathTable &table, const PathPart &part, Take take) {
-    std::array<std::uint32_t, RowReader::batchSize> starts;
-    std::uint64_t base = 0;
-    std::uint64_t begin = 0;
-    SiblingKey last = 0;
-    forKeys(nodes, table, part, [&](std::span<const SiblingKey> keys) {
-        std::size_t count = 0;
-        for (std::uint32_t i = 0; i < keys.size(); ++i) {
-            starts[count] = i;
-            count += keys[i] != last ? 1 : 0;
-            last = keys[i];
-        }
-        for (std::uint32_t start : std::span(starts).first(count)) {
-            if (base + start != 0) take(begin, base + start);
-            begin = base + start;
-        }
-        base += keys.size();
+/** Attributes have no siblings and are nobody's. */
+PathNodes withoutAttributes(const PathTable &table, const PathNodes &nodes) {
+    PathNodes result = nodes;
+    std::erase_if(result, [&](const PathPart &part) {
+        return table.summary()[part.path].kind == NodeKind::attribute;
     });
-    take(begin, base);
+    return result;
 }
 
-/** One path below one: its groups follow each other in its rows. */
-RowSetPtr selectInPath(const NodeTable &nodes, const PathTable &table, const PathPart &part,
-                       const SatisfyingPositions &satisfying) {
-    SliceCollector kept(*part.rows);
-    const auto addOf = [&](std::uint64_t begin, std::uint64_t end) {
+std::optional<PathNodes> selectAmongSiblings(const NodeTable &nodes, const PathTable &table,
+                                             const PositionStep &step, PositionTest test) {
+    const auto contexts = familiesOf(nodes, table, withoutAttributes(table, step.contexts.nodes));
+    const auto members = familiesOf(nodes, table, withoutAttributes(table, step.members));
+    if (!contexts || !members) return std::nullopt;
+    PathNodes result;
+    for (const auto &[parent, family] : *members) {
+        const auto place = contexts->find(parent);
+        if (place == contexts->end()) continue;
+        SiblingStep(place->second, family, traitsOf(step.axis).isReverse(), test).select(result);
+    }
+    sortByPath(result);
+    return result;
+}
+
+/** The paths on the way up from a path that the members have whole, the nearest first. */
+std::optional<std::vector<PathId>> wholeAbove(const PathTable &table, PathId path,
+                                              const PositionStep &step) {
+    const PathSummary &summary = table.summary();
+    if (!summary[path].isRegular) return std::nullopt;
+    std::vector<PathId> whole;
+    PathId above = traitsOf(step.axis).withSelf ? path : summary[path].parent;
+    for (; above != noPath; above = summary[above].parent) {
+        const PathPart *part = partOf(step.members, above);
+        if (part == nullptr) continue;
+        if (!isWhole(table, *part)) return std::nullopt;
+        whole.push_back(above);
+    }
+    return whole;
+}
+
+/** Where members are whole paths, the path of a context says which of them each position is. */
+std::optional<PathNodes> selectAbove(const NodeTable &nodes, const PathTable &table,
+                                     const PositionStep &step, PositionTest test) {
+    const SatisfyingPositions satisfying(test);
+    std::map<PathId, PathNodes> contextsOf;  // by the path that is selected
+    for (const PathPart &part : step.contexts.nodes) {
+        const auto whole = wholeAbove(table, part.path, step);
+        if (!whole) return std::nullopt;
+        for (const Positions &positions : satisfying.of(whole->size())) {
+            for (std::uint64_t i = positions.first; i <= positions.last; ++i)
+                contextsOf[(*whole)[i - 1]].push_back(part);
+        }
+    }
+    PathNodes result;
+    for (const auto &[path, contexts] : contextsOf) {
+        const auto reached =
+            keepSecond(nodes, table, {step.axis}, {contexts, {}}, {*partOf(step.members, path)});
+        if (!reached) return std::nullopt;
+        result.insert(result.end(), reached->begin(), reached->end());
+    }
+    return result;
+}
+
+/** Of each group the node at a position, from its end when negative. */
+template <typename Collector>
+void keepOnly(const SiblingFamily &family, std::int64_t position, Collector &kept) {
+    const auto distance = static_cast<std::uint64_t>(position > 0 ? position : -position);
+    family.forGroups([&](std::uint64_t begin, std::uint64_t end) {
+        if (end - begin < distance) return;
+        kept.addOne(position > 0 ? begin + distance - 1 : end - distance);
+    });
+}
+
+template <typename Collector>
+void keepSatisfying(const SiblingFamily &family, const SatisfyingPositions &satisfying,
+                    Collector &kept) {
+    const std::int64_t only = satisfying.only();
+    if (only != 0) return keepOnly(family, only, kept);
+    family.forGroups([&](std::uint64_t begin, std::uint64_t end) {
         for (const Positions &positions : satisfying.of(end - begin)) {
-            if (positions.first <= positions.last) {
+            if (positions.first <= positions.last)
                 kept.add(begin + positions.first - 1, begin + positions.last);
-            }
         }
-    };
-    if (hasLongGroups(table, part)) {
-        forLongGroups(table, part.path, addOf);
-    } else {
-        forGroups(nodes, table, part, addOf);
-    }
-    return kept.finish(table, part);
+    });
 }
 
-/** "Is this node in that list?" The list must outlive it and is not empty. */
-class NodeMarks {
-public:
-    explicit NodeMarks(std::span<const NodeId> ascending)
-        : list_(ascending), first_(ascending.front()) {
-        const NodeId width = ascending.back() - first_ + 1;
-        if (width / thin > ascending.size()) return;
-        bits_.emplace(width);
-        for (NodeId node : ascending)
-            bits_->add(node - first_);
-    }
-
-    /** Numbers before the first wrap around, and are beyond the bits. */
-    bool contains(NodeId node) const {
-        return bits_ ? bits_->has(node - first_)
-                     : std::binary_search(list_.begin(), list_.end(), node);
-    }
-
-private:
-    static constexpr NodeId thin = 1024;  ///< numbers a node that are not worth their bits
-
-    std::span<const NodeId> list_;
-    NodeId first_;
-    std::optional<RowBits> bits_;
-};
-
-/** The paths of a set below one path, or at the top. */
-class Family {
-public:
-    Family(const NodeTable &nodes, const PathTable &table, PathId parent)
-        : nodes_(nodes), table_(table), parent_(parent) {}
-
-    void add(const PathPart &part) { parts_.push_back(part); }
-
-    void select(const SatisfyingPositions &satisfying, PathNodes &result) const {
-        if (parts_.size() == 1) {
-            add(parts_.front().path, selectInPath(nodes_, table_, parts_.front(), satisfying),
-                result);
-            return;
-        }
-        const NodeIds chosen = selectMerged(satisfying);
-        if (chosen.empty()) return;
-        const NodeMarks isChosen(chosen);
-        for (const PathPart &part : parts_)
-            add(part.path, rowsOf(part, isChosen), result);
-    }
-
-private:
-    static void add(PathId path, RowSetPtr rows, PathNodes &result) {
-        if (rows) result.push_back({path, std::move(rows)});
-    }
-
-    /** Siblings lie together among the nodes of all paths: only the lengths are needed. */
-    NodeIds selectMerged(const SatisfyingPositions &satisfying) const {
-        const NodeIds merged = nodeIdsOf(table_, parts_);
-        NodeIds chosen;
-        auto group = merged.begin();
-        for (std::uint32_t length : groupLengths()) {
-            for (const Positions &positions : satisfying.of(length)) {
-                if (positions.first > positions.last) continue;
-                chosen.insert(chosen.end(),
-                              group + static_cast<std::ptrdiff_t>(positions.first - 1),
-                              group + static_cast<std::ptrdiff_t>(positions.last));
-            }
-            group += length;
-        }
-        return chosen;
-    }
-
-    /** How many siblings there are for each key, ascending; keys without any may be 0. */
-    std::vector<std::uint32_t> groupLengths() const {
-        const std::uint32_t keys = SiblingKeys::count(nodes_, table_, parent_);
-        return sizeOf(parts_) * dense >= keys ? countKeys(keys) : sortKeys();
-    }
-
-    std::vector<std::uint32_t> countKeys(std::uint32_t count) const {
-        std::vector<std::uint32_t> lengths(count);
-        for (const PathPart &part : parts_) {
-            forKeys(nodes_, table_, part, [&](std::span<const SiblingKey> keys) {
-                for (SiblingKey key : keys)
-                    ++lengths[std::min(key, count - 1)];
-            });
-        }
-        return lengths;
-    }
-
-    std::vector<std::uint32_t> sortKeys() const {
-        std::vector<SiblingKey> all;
-        for (const PathPart &part : parts_) {
-            forKeys(nodes_, table_, part, [&](std::span<const SiblingKey> keys) {
-                all.insert(all.end(), keys.begin(), keys.end());
-            });
-        }
-        std::sort(all.begin(), all.end());
-        std::vector<std::uint32_t> lengths;
-        for (auto key = all.begin(); key != all.end();) {
-            const auto end = std::upper_bound(key, all.end(), *key);
-            lengths.push_back(static_cast<std::uint32_t>(end - key));
-            key = end;
-        }
-        return lengths;
-    }
-
-    RowSetPtr rowsOf(const PathPart &part, const NodeMarks &isChosen) const {
-        RowCollector kept;
-        RowReader reader(table_, part.path, *part.rows);
-        std::array<NodeId, RowReader::batchSize> numbers;
-        std::array<RowId, RowReader::batchSize> rows;
+/** The last node below each of them, in their order. */
+NodeIds lastBelowEach(const PathTable &table, const MergedParts &nodes) {
+    NodeIds result = nodes.numbers();
+    const NumberIndex places(nodes.numbers());
+    std::array<NodeId, RowReader::batchSize> numbers;
+    for (const PathPart &part : nodes.parts()) {
+        if (table.summary()[part.path].kind != NodeKind::element) continue;
+        RowReader reader(table, part.path, *part.rows);
         for (RowBatch batch; reader.next(batch);) {
             readNodes(batch, numbers);
-            std::size_t count = 0;
             for (std::size_t i = 0; i < batch.rows.size(); ++i) {
-                rows[count] = batch.rows[i];
-                count += isChosen.contains(numbers[i]) ? 1 : 0;
+                const std::size_t place = places.placeOf(numbers[i]);
+                if (place >= result.size()) continue;  // in damaged files only
+                result[place] = table.lastBelow({part.path, batch.rows[i]});
             }
-            kept.add(std::span(rows).first(count));
         }
-        return kept.finishPart(table_, part.path, part.rows);
     }
+    return result;
+}
 
-    const NodeTable &nodes_;
-    const PathTable &table_;
-    PathId parent_;
-    PathNodes parts_;
-};
+/** By one walk over the nodes, whose ends are read path by path. REQUIRES isWalked(axis). */
+PathNodes selectOnWalkByPath(const NodeTable &nodes, const PathTable &table,
+                             const PositionStep &step, PositionTest test) {
+    const bool isPreceding = traitsOf(step.axis).region == Region::before;
+    const MergedParts members(table,
+                              isPreceding ? withoutAttributes(table, step.members) : step.members);
+    if (members.parts().empty()) return {};
+    const SpannedNodes spanned{members.numbers(), lastBelowEach(table, members)};
+    const NodeIds contexts = nodeIdsOf(table, step.contexts.nodes);
+    PathNodes result;
+    members.addChosen(selectOnWalk(nodes, step.axis, contexts, spanned, test), result);
+    return result;
+}
 
 }  // namespace
 
 std::optional<PathNodes> selectSiblingPositions(const NodeTable &nodes, const PathTable &table,
                                                 const PathNodes &set, PositionTest test) {
-    const PathSummary &summary = table.summary();
-    std::map<PathId, Family> families;
-    for (const PathPart &part : set) {
-        const Path &path = summary[part.path];
-        if (!path.isRegular) return std::nullopt;
-        families.try_emplace(path.parent, nodes, table, path.parent).first->second.add(part);
-    }
+    const auto families = familiesOf(nodes, table, set);
+    if (!families) return std::nullopt;
     const SatisfyingPositions satisfying(test);
     PathNodes result;
-    for (const auto &[parent, family] : families)
-        family.select(satisfying, result);
-    std::sort(result.begin(), result.end(),
-              [](const PathPart &a, const PathPart &b) { return a.path < b.path; });
+    for (const auto &[parent, family] : *families) {
+        family.select([&](auto &kept) { keepSatisfying(family, satisfying, kept); }, result);
+    }
+    sortByPath(result);
     return result;
 }
 
-}  // namespace zdbs
+std::optional<PathNodes> selectAxisPositions(const NodeTable &nodes, const PathTable &table,
+                                             const PositionStep &step, PositionTest test) {
+    const AxisTraits &axis = traitsOf(step.axis);
+    if (axis.isSibling()) return selectAmongSiblings(nodes, table, step, test);
+    std::optional<PathNodes> result;
+    if (reachesRange(step.axis)) result = selectRangePositions(nodes, table, step, test);
+    if (axis.region == Region::above && !axis.isDirect)
+        result = selectAbove(nodes, table, step, test);
+    if (result || !isWalked(step.axis)) return result;
+    return selectOnWalkByPath(nodes, table, step, test);
+}
+
+}  // namespace zdbs::embedded

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Far enough out that a length added does not bring it back among the positions. */
@@ -46,4 +46,4 @@ SatisfyingPositions::SatisfyingPositions(PositionTest test) : fromEnd_(test.plac
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 
 #include "zdbs/base/relation.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** `position op place`; a negative place counts from the end, -1 is the last. */
 struct PositionTest {
@@ -40,6 +40,21 @@ public:
                 bounded(second_.first + shift, second_.last + shift)};
     }
 
+    /** Whether a position among `length` is one of them. */
+    bool hold(std::uint64_t position, std::uint64_t length) const {
+        const auto [first, second] = of(length);
+        return (first.first <= position && position <= first.last) ||
+               (second.first <= position && position <= second.last);
+    }
+
+    /** The position that is the only one of any length, counted from the end when negative; or 0.
+     */
+    std::int64_t only() const {
+        const bool isOne = first_.first == first_.last && second_.first > second_.last;
+        if (!isOne || (first_.first > 0) == fromEnd_) return 0;
+        return first_.first;
+    }
+
 private:
     struct Bounds {
         std::int64_t first;
@@ -53,6 +68,6 @@ private:
     Bounds second_{far, -far};
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

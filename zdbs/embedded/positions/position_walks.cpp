@@ -5,9 +5,10 @@
 #include <limits>
 #include <vector>
 
+#include "zdbs/base/stop.h"
 #include "zdbs/embedded/tree/documents.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using NodeSpan = std::span<const NodeId>;
@@ -28,11 +29,13 @@ bool satisfies(PositionTest test, std::size_t position, std::size_t length) {
  */
 class AncestorWalk {
 public:
-    AncestorWalk(const NodeTable &table, NodeSpan members, bool withSelf, PositionTest test)
-        : table_(table), members_(members), withSelf_(withSelf), satisfying_(test) {}
+    AncestorWalk(const SpannedNodes &members, bool withSelf, PositionTest test)
+        : members_(members), withSelf_(withSelf), satisfying_(test) {}
 
     NodeIds select(NodeSpan contexts) {
+        StopCounter stop;
         for (NodeId context : contexts) {
+            stop.step();
             goTo(context);
             noteSelected();
         }
@@ -51,11 +54,11 @@ private:
 
     /** Leaves on the stack the members that the context lies below. */
     void goTo(NodeId context) {
-        for (; next_ < members_.size(); ++next_) {
-            const NodeId member = members_[next_];
+        for (; next_ < members_.nodes.size(); ++next_) {
+            const NodeId member = members_.nodes[next_];
             if (withSelf_ ? member > context : member >= context) break;
             popBefore(member);
-            stack_.push_back({member, table_.lastBelow(member), none});
+            stack_.push_back({member, members_.last[next_], none});
         }
         popBefore(context);
     }
@@ -86,8 +89,7 @@ private:
         stack_[last].selectedFrom = std::min(stack_[last].selectedFrom, first);
     }
 
-    const NodeTable &table_;
-    NodeSpan members_;
+    const SpannedNodes &members_;
     const bool withSelf_;
     const SatisfyingPositions satisfying_;
     std::vector<Entry> stack_;
@@ -106,17 +108,20 @@ private:
  */
 class PrecedingWalk {
 public:
-    PrecedingWalk(const NodeTable &table, NodeSpan members, PositionTest test)
+    PrecedingWalk(const NodeTable &table, const SpannedNodes &members, PositionTest test)
         : table_(table),
-          members_(members),
+          members_(members.nodes),
+          last_(members.last),
           test_(test),
           satisfying_(test),
-          isSelected_(members.size()) {}
+          isSelected_(members.nodes.size()) {}
 
     NodeIds select(NodeSpan contexts) {
         DocumentFinder finder(table_);
         NodeId end = noNode;
+        StopCounter stop;
         for (NodeId context : contexts) {
+            stop.step();
             if (context > end) {
                 closeDocument();
                 const DocumentRange &document = finder.documentOf(context);
@@ -148,7 +153,7 @@ private:
         ended_.clear();
         for (; next_ < members_.size() && members_[next_] < context; ++next_) {
             popBefore(members_[next_]);
-            stack_.push_back({next_, table_.lastBelow(members_[next_])});
+            stack_.push_back({next_, last_[next_]});
         }
         popBefore(context);
         if (isEquality()) {
@@ -220,6 +225,7 @@ private:
 
     const NodeTable &table_;
     NodeSpan members_;
+    NodeSpan last_;
     const PositionTest test_;
     const SatisfyingPositions satisfying_;
     std::vector<bool> isSelected_;
@@ -229,26 +235,28 @@ private:
     std::size_t next_ = 0;            ///< first member that is not before the context
 };
 
-NodeIds withoutAttributes(const NodeTable &table, NodeSpan nodes) {
-    NodeIds result;
-    std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(result),
-                 [&](NodeId node) { return table.kind(node) != NodeKind::attribute; });
-    return result;
-}
-
 }  // namespace
 
 bool isWalked(Axis axis) {
     return traitsOf(axis).isReverse() && !traitsOf(axis).isSibling();
 }
 
-NodeIds selectOnWalk(const NodeTable &table, Axis axis, std::span<const NodeId> contexts,
-                     std::span<const NodeId> members, PositionTest test) {
-    if (traitsOf(axis).region == Region::before) {
-        const NodeIds tree = withoutAttributes(table, members);
-        return PrecedingWalk(table, tree, test).select(contexts);
+SpannedNodes spannedNodes(const NodeTable &table, Axis axis, std::span<const NodeId> list) {
+    const bool isPreceding = traitsOf(axis).region == Region::before;
+    SpannedNodes result;
+    for (const NodeId node : list) {
+        if (isPreceding && table.kind(node) == NodeKind::attribute) continue;
+        result.nodes.push_back(node);
+        result.last.push_back(table.lastBelow(node));
     }
-    return AncestorWalk(table, members, traitsOf(axis).withSelf, test).select(contexts);
+    return result;
 }
 
-}  // namespace zdbs
+NodeIds selectOnWalk(const NodeTable &table, Axis axis, std::span<const NodeId> contexts,
+                     const SpannedNodes &members, PositionTest test) {
+    if (traitsOf(axis).region == Region::before)
+        return PrecedingWalk(table, members, test).select(contexts);
+    return AncestorWalk(members, traitsOf(axis).withSelf, test).select(contexts);
+}
+
+}  // namespace zdbs::embedded

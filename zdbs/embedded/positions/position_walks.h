@@ -15,18 +15,28 @@
 #include "zdbs/embedded/positions/position_test.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Whether the functions below know an axis: ancestor, ancestor-or-self, preceding. */
 bool isWalked(Axis axis);
 
+/** Ascending nodes, and of each the last node below it. */
+struct SpannedNodes {
+    NodeIds nodes;
+    NodeIds last;
+};
+
+/** The nodes of a list that can be on an axis, looked up one by one. */
+SpannedNodes spannedNodes(const NodeTable &table, Axis axis, std::span<const NodeId> list);
+
 /**
  * The nodes of `members` whose position on the axis satisfies a test for one of the
- * contexts. Both lists ascending. REQUIRES isWalked(axis).
+ * contexts. Both lists ascending. REQUIRES isWalked(axis), and no attributes among what
+ * precedes.
  */
 NodeIds selectOnWalk(const NodeTable &table, Axis axis, std::span<const NodeId> contexts,
-                     std::span<const NodeId> members, PositionTest test);
+                     const SpannedNodes &members, PositionTest test);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

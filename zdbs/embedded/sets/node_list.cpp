@@ -6,7 +6,9 @@
 #include <numeric>
 #include <utility>
 
-namespace zdbs {
+#include "zdbs/embedded/tree/ascending_numbers.h"
+
+namespace zdbs::embedded {
 namespace {
 
 /** Somebody who looks up more places goes through all of them, most likely. */
@@ -54,8 +56,7 @@ NodeIds unitedNumbers(std::span<const NodeListPtr> lists) {
     NodeIds all;
     for (const NodeListPtr &list : lists)
         all.insert(all.end(), list->ids().begin(), list->ids().end());
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
+    sortUnique(all);
     return all;
 }
 
@@ -136,7 +137,7 @@ NodeIds NodeList::numbers() const {
 bool NodeList::contains(NodeId node) const {
     settle();
     if (ids_) return std::binary_search(ids_->begin(), ids_->end(), node);
-    if (runs_.empty() && parts_) return zdbs::contains(*table_, *parts_, node);
+    if (runs_.empty() && parts_) return embedded::contains(*table_, *parts_, node);
     auto after = std::upper_bound(runs_.begin(), runs_.end(), node,
                                   [](NodeId n, const NodeRun &run) { return n < run.first; });
     return after != runs_.begin() && node <= std::prev(after)->last;
@@ -159,7 +160,7 @@ NodeId NodeList::at(std::size_t place) const {
 
 const PathNodes &NodeList::byPath(const PathTable &table) const {
     settle();
-    if (!parts_) parts_ = zdbs::byPath(table, ids());
+    if (!parts_) parts_ = embedded::byPath(table, ids());
     return *parts_;
 }
 
@@ -236,30 +237,12 @@ NodeListPtr makeList(const PathTable &table, PathNodes nodes) {
     return std::make_shared<NodeList>(table, std::move(nodes));
 }
 
-NodeIds intersected(std::span<const NodeId> a, std::span<const NodeId> b) {
-    NodeIds result;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-NodeIds united(std::span<const NodeId> a, std::span<const NodeId> b) {
-    NodeIds result;
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
-NodeIds subtracted(std::span<const NodeId> a, std::span<const NodeId> b) {
-    NodeIds result;
-    std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
-    return result;
-}
-
 NodeListPtr intersected(const NodeListPtr &a, const NodeListPtr &b) {
     if (a == b) return a;
     const PathTable *table = tableOf(a, b);
-    if (table == nullptr) return makeList(intersected(a->ids(), b->ids()));
-    const std::vector<PathId> common = intersected(a->pathsIn(*table), b->pathsIn(*table));
-    return makeList(*table, intersected(a->nodesIn(*table, common), b->nodesIn(*table, common)));
+    if (table == nullptr) return makeList(common(a->ids(), b->ids()));
+    const std::vector<PathId> paths = common(a->pathsIn(*table), b->pathsIn(*table));
+    return makeList(*table, intersected(a->nodesIn(*table, paths), b->nodesIn(*table, paths)));
 }
 
 NodeListPtr united(std::span<const NodeListPtr> lists) {
@@ -275,9 +258,9 @@ NodeListPtr united(std::span<const NodeListPtr> lists) {
 
 NodeListPtr subtracted(const NodeListPtr &a, const NodeListPtr &b) {
     const PathTable *table = tableOf(a, b);
-    if (table == nullptr) return makeList(subtracted(a->ids(), b->ids()));
+    if (table == nullptr) return makeList(difference(a->ids(), b->ids()));
     const PathNodes removed = b->nodesIn(*table, a->pathsIn(*table));
     return makeList(*table, subtracted(a->byPath(*table), removed));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -12,7 +12,7 @@
 #include "zdbs/embedded/sets/pending_nodes.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Numbers `first` … `last`. */
 struct NodeRun {
@@ -114,15 +114,11 @@ private:
 NodeListPtr makeList(NodeIds ascending);
 NodeListPtr makeList(const PathTable &table, PathNodes nodes);
 
-NodeIds intersected(std::span<const NodeId> a, std::span<const NodeId> b);
-NodeIds united(std::span<const NodeId> a, std::span<const NodeId> b);
-NodeIds subtracted(std::span<const NodeId> a, std::span<const NodeId> b);
-
-/** The same of lists: by path where one of them is, without any numbers being made. */
+/** By path where one of them is, without any numbers being made. */
 NodeListPtr intersected(const NodeListPtr &a, const NodeListPtr &b);
 NodeListPtr united(std::span<const NodeListPtr> lists);
 NodeListPtr subtracted(const NodeListPtr &a, const NodeListPtr &b);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 bool allNegated(const ValueConditions &conditions) {
@@ -132,4 +132,4 @@ bool PendingNodes::isElement(const Entry &entry) const {
     return table_.summary()[entry.part.path].kind == NodeKind::element;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -12,7 +12,7 @@
 #include "zdbs/embedded/sets/plan.h"
 #include "zdbs/embedded/sets/row_search.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** The parts in some paths. `paths` ascending. */
 PathNodes partsIn(const PathNodes &nodes, std::span<const PathId> paths);
@@ -79,6 +79,6 @@ private:
     PlanPtr plan_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

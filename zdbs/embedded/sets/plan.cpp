@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 std::string_view wordsOf(PlanStep step) {
@@ -37,6 +37,8 @@ std::string_view wordsOf(PlanStep step) {
             return "join on ";
         case PlanStep::siblingPositions:
             return "positions among siblings";
+        case PlanStep::positionsByRows:
+            return "positions by rows";
         case PlanStep::walkedPositions:
             return "positions in one pass";
         case PlanStep::generalPositions:
@@ -66,4 +68,4 @@ std::string Plan::text() const {
     return text;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

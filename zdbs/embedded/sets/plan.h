@@ -9,7 +9,7 @@
 
 #include "zdbs/base/axis.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 enum class PlanStep : std::uint8_t {
     sets,              ///< sets that were there already
@@ -27,6 +27,7 @@ enum class PlanStep : std::uint8_t {
     joinByRows,        ///< on an axis
     generalJoin,       ///< on an axis
     siblingPositions,  ///< counted by rows below each parent
+    positionsByRows,   ///< on the axes of siblings and ancestors, path by path
     walkedPositions,   ///< counted in one pass over the document
     generalPositions,  ///< counted context by context
 };
@@ -61,6 +62,6 @@ inline void note(Plan *plan, PlanStep step, Axis axis = Axis::self) {
     if (plan != nullptr) plan->note(step, axis);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

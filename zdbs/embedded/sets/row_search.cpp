@@ -4,9 +4,10 @@
 #include <array>
 #include <utility>
 
+#include "zdbs/base/stop.h"
 #include "zdbs/embedded/paths/row_reader.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 PlanStep stepOf(ValueIndex index) {
@@ -61,6 +62,7 @@ std::optional<RowSearch::Count> RowSearch::count() {
     if (!hasAllRows_ || !isSingle()) return std::nullopt;
     Count sum;
     for (const PathRun &run : table_.runs(part_.path)) {
+        heedStop();
         const std::optional<Count> count = countIn(run);
         if (!count) return std::nullopt;
         sum.rows += count->rows;
@@ -81,8 +83,10 @@ std::optional<RowSearch::Count> RowSearch::countIn(const PathRun &run) const {
 }
 
 RowSearch::Found RowSearch::found() {
-    for (const PathRun &run : table_.runs(part_.path))
+    for (const PathRun &run : table_.runs(part_.path)) {
+        heedStop();
         search(run);
+    }
     Found found = hasAllRows_ ? Found{rows_.finishPart(table_, part_.path, part_.rows), hits_}
                               : amongCandidates();
     if (!countsHits_) found.hits = found.rows ? found.rows->cardinality() : 0;
@@ -212,7 +216,9 @@ void RowSearch::testEach(const PathRun &run) {
     note(plan_, PlanStep::valueScan);
     auto row = candidates_.begin();
     if (run.firstRow > 0) row.equalorlarger(run.firstRow);
+    StopCounter stop;
     for (; row != candidates_.end() && *row < run.endRow(); ++row) {
+        stop.step();
         if (!passes(run, *row)) continue;
         rows_.add(*row);
         if (countsHits_)
@@ -246,4 +252,4 @@ void RowSearch::add(const FoundRows &rows, RowId base) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 #include "zdbs/embedded/sets/plan.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A condition on the value of a node. An element has no value and passes no test. */
 struct ValueCondition {
@@ -78,6 +78,6 @@ private:
     std::uint64_t hits_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

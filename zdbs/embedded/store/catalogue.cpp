@@ -3,7 +3,7 @@
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/store/environment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 Catalogue::Catalogue(const Environment &environment, const ReadTransaction &transaction)
     : environment_(environment), transaction_(transaction) {
@@ -115,4 +115,4 @@ void Catalogue::failDamaged(std::string_view what) const {
     throw Failure(Status::homeDamaged, {environment_.directory().native(), what});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

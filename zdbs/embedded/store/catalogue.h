@@ -9,7 +9,7 @@
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Environment;
 class ReadTransaction;
@@ -55,6 +55,6 @@ private:
     StateRecord state_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 
+#include "zdbs/base/private_files.h"
+#include "zdbs/base/status.h"
 #include "zdbs/embedded/store/data_pages.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -322,33 +326,46 @@ private:
     std::uint64_t pages_ = 2;
 };
 
-bool isSameState(const std::optional<Meta> &a, const std::optional<Meta> &b) {
-    return a.has_value() == b.has_value() && (!a || a->transaction == b->transaction);
+// The pages of a state stay as they are until the commit after the next one has begun, so what
+// was found counts if the state is the same at the end. All of its meta page is compared: it may
+// have been read while it was written, with the new number in front of the old trees. Nothing when
+// it is another one.
+std::optional<DataFileReport> checkOneState(const std::filesystem::path &path, std::size_t most) {
+    const MappedFile file(path);
+    const Start start = startOf(file.bytes());
+    DataFileReport report;
+    if (start.meta) {
+        Walk walk(file.bytes(), start, most);
+        report = {walk.run(), walk.pages()};
+    } else {
+        report = {{start.fault}, 0};
+    }
+    if (report.findings.empty()) return report;
+    // A commit between the look at the length and the look at the state has pages behind it.
+    std::error_code ignored;
+    const bool isWhole = std::filesystem::file_size(path, ignored) == file.bytes().size();
+    if (isWhole && start.meta == startOf(file.bytes()).meta) return report;
+    return std::nullopt;
 }
 
 }  // namespace
 
-// The pages of a state stay as they are until the commit after the next one has begun, so what
-// was found counts if the state is the same at the end.
+// Where commits come faster than the file is read, the writers' lock keeps the next one away. Who
+// has it for long commits seldom, so that it is not waited for.
 DataFileReport checkDataFile(const std::filesystem::path &path, std::size_t most) {
-    constexpr int mostTurns = 20;
-    DataFileReport report;
+    constexpr int turnsWithoutLock = 20;
+    constexpr int mostTurns = 2000;
+    constexpr std::chrono::milliseconds pause{5};
     for (int turn = 0; turn < mostTurns; ++turn) {
-        const MappedFile file(path);
-        const Start start = startOf(file.bytes());
-        if (start.meta) {
-            Walk walk(file.bytes(), start, most);
-            report = {walk.run(), walk.pages()};
-        } else {
-            report = {{start.fault}, 0};
+        std::optional<FileLock> writers;
+        if (turn >= turnsWithoutLock) {
+            writers = FileLock::tryTake(path.parent_path() / writerLockName);
+            if (!writers) std::this_thread::sleep_for(pause);
         }
-        if (report.findings.empty()) break;
-        // A commit between the look at the length and the look at the state has pages behind it.
-        std::error_code ignored;
-        const bool isWhole = std::filesystem::file_size(path, ignored) == file.bytes().size();
-        if (isWhole && isSameState(start.meta, startOf(file.bytes()).meta)) break;
+        if (const auto report = checkOneState(path, most)) return *report;
     }
-    return report;
+    throw Failure(Status::storeFailed,
+                  {path.native() + ": it changes all the time and cannot be verified"});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
+
+/** Beside the data file; whoever changes or drops the database locks it. */
+inline constexpr const char *writerLockName = "writer.lock";
 
 /** What checkDataFile() found out. */
 struct DataFileReport {
@@ -24,13 +27,14 @@ struct DataFileReport {
  * nothing, LMDB reads that state within the file and comes to an end.
  *
  * Each page is looked at once, so that the work is bounded by the file's size. A writer
- * may commit meanwhile; then it begins again. `most` is how many findings are told.
+ * may commit meanwhile; then it begins again, some ten seconds long at most, and keeps writers
+ * away when it can. `most` is how many findings are told.
  *
  * The format is the one of LMDB 0.9 on a 64-bit system (data version 1). Throws
- * Failure: homeUnreadable, unknownDatabase (no such file).
+ * Failure: homeUnreadable, unknownDatabase (no such file), storeFailed (changed all the time).
  */
 DataFileReport checkDataFile(const std::filesystem::path &file, std::size_t most = 10);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -10,7 +10,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs::lmdb {
+namespace zdbs::embedded::lmdb {
 
 namespace {
 
@@ -37,11 +37,13 @@ MappedFile::MappedFile(const std::filesystem::path &file) {
     ::close(descriptor);
     if (error != 0) failReading(file, error);
     if (size > 0) bytes_ = {static_cast<const char *>(mapped), size};
+    watch_ = WatchedMap(bytes_);
 }
 
 MappedFile::~MappedFile() {
+    watch_ = WatchedMap();
     // munmap() takes pages through a pointer to non-const, and does not write to them.
     if (!bytes_.empty()) ::munmap(const_cast<char *>(bytes_.data()), bytes_.size());
 }
 
-}  // namespace zdbs::lmdb
+}  // namespace zdbs::embedded::lmdb

@@ -9,7 +9,9 @@
 #include <optional>
 #include <string_view>
 
-namespace zdbs::lmdb {
+#include "zdbs/embedded/store/watched_map.h"
+
+namespace zdbs::embedded::lmdb {
 
 using PageNumber = std::uint64_t;
 
@@ -50,6 +52,8 @@ struct Tree {
     std::uint64_t overflowPages;
     std::uint64_t entries;
     PageNumber root;
+
+    bool operator==(const Tree &) const = default;
 };
 
 /** Behind the header of the pages 0 and 1; the one with the higher transaction counts. */
@@ -62,6 +66,8 @@ struct Meta {
     Tree main;
     PageNumber lastPage;
     std::uint64_t transaction;
+
+    bool operator==(const Meta &) const = default;
 };
 
 constexpr std::uint32_t metaMagic = 0xBEEFC0DE;
@@ -91,8 +97,9 @@ public:
 
 private:
     std::string_view bytes_;
+    WatchedMap watch_;  ///< cut short, it has findings
 };
 
-}  // namespace zdbs::lmdb
+}  // namespace zdbs::embedded::lmdb
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 void DocumentBuilder::begin(NodeId first) {
     first_ = first;
@@ -72,4 +72,4 @@ void DocumentBuilder::finishSegment() {
     sink_(takeRows());
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -14,7 +14,7 @@
 #include "zdbs/embedded/store/segment_rows.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 constexpr std::size_t maxValueBytes = 2147483647;  ///< of one node
 
@@ -81,6 +81,6 @@ private:
     std::vector<LongElement> longElements_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -1,6 +1,7 @@
 #include "zdbs/embedded/store/environment.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -8,8 +9,10 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <map>
+#include <thread>
 #include <utility>
 
 #include "zdbs/base/private_files.h"
@@ -20,7 +23,7 @@
 #include "zdbs/embedded/store/reserve.h"
 #include "zdbs/embedded/store/segment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -28,6 +31,8 @@ constexpr mdb_mode_t fileMode = 0600;
 constexpr unsigned maxReaders = 2048;  // of all processes together
 constexpr std::uint64_t lockFileSize = 64 * std::uint64_t{maxReaders} + 4096;  // each has 64 bytes
 constexpr std::size_t smallestMap = std::size_t{1} << 26;
+constexpr int lockFileAttempts = 1000;  // to open it when others leave it
+constexpr std::chrono::milliseconds lockFilePause{1};
 
 constexpr std::array<const char *, tableCount> tableNames = {
     "meta", "documents", "documentNames", "names", "paths", "segments", "longElements"};
@@ -88,6 +93,28 @@ bool isDiskFull(const std::filesystem::path &directory) {
     return ::statvfs(directory.c_str(), &disk) == 0 && disk.f_bavail * disk.f_frsize < least;
 }
 
+/** As much of that as the system grants a map, found out before anyone can see an attempt. */
+std::size_t grantedMapSize(std::size_t size) {
+    for (; size > smallestMap; size /= 4) {
+        void *const map =
+            ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (map == MAP_FAILED) continue;
+        ::munmap(map, size);
+        break;
+    }
+    return size;
+}
+
+/** Where LMDB finds that a page cannot be: it goes no further after that. */
+void endWithMessage(MDB_env *env, const char * /*assertion*/) {
+    const char *directory = "";
+    ::mdb_env_get_path(env, &directory);
+    const std::string sentence =
+        Failure(Status::homeDamaged, {dataFile(directory).native(), "its pages"}).what();
+    std::fputs((sentence + '\n').c_str(), stderr);
+    ::_exit(1);
+}
+
 bool anyoneMayWrite(const std::filesystem::path &path) {
     struct stat file {};
     return ::stat(path.c_str(), &file) != 0 || (file.st_mode & 0222) != 0;
@@ -141,24 +168,31 @@ Environment::Environment(std::filesystem::path directory, std::size_t mapSize, b
     readOnly_ = (flags & MDB_RDONLY) != 0;
     if (!creating) requireSoundPages(directory_);
     if ((flags & MDB_NOLOCK) == 0) allocateLockFile(creating);
-    int error = openMap(mapSize, flags);
-    // Memory checkers say that so large a map is an invalid argument.
-    const auto isTooLarge = [](int code) { return code == ENOMEM || code == EINVAL; };
-    for (; isTooLarge(error) && mapSize > smallestMap; error = openMap(mapSize, flags))
-        mapSize /= 4;
-    if (error != MDB_SUCCESS) fail(error);
+    std::size_t granted = grantedMapSize(mapSize);
+    openMap(granted, flags);
     try {
+        for (int attempt = 1; !creating && !knowsACommit(); ++attempt) {
+            if (attempt == lockFileAttempts)
+                throw Failure(Status::storeFailed,
+                              {lockFile(directory_).native() + ": it names no commit"});
+            ::mdb_env_close(std::exchange(env_, nullptr));
+            std::this_thread::sleep_for(lockFilePause);
+            openMap(granted, flags);
+        }
         removeDeadReaders();
         if (creating) createTables();
         checkVersion();
         openTables();
+        watchMap();
+        soundCommit_ = lastCommit();
     } catch (...) {
-        ::mdb_env_close(env_);
+        if (env_ != nullptr) ::mdb_env_close(env_);
         throw;
     }
 }
 
 Environment::~Environment() {
+    watch_ = WatchedMap();
     ::mdb_env_close(env_);
 }
 
@@ -185,15 +219,53 @@ void Environment::allocateLockFile(bool creating) const {
     }
 }
 
-int Environment::openMap(std::size_t mapSize, unsigned flags) {
+int Environment::tryMap(std::size_t size, unsigned flags) {
     int error = ::mdb_env_create(&env_);
     if (error != MDB_SUCCESS) return error;
-    error = ::mdb_env_set_mapsize(env_, mapSize);
+    ::mdb_env_set_assert(env_, endWithMessage);
+    error = ::mdb_env_set_mapsize(env_, size);
     if (error == MDB_SUCCESS) error = ::mdb_env_set_maxdbs(env_, tableCount);
     if (error == MDB_SUCCESS) error = ::mdb_env_set_maxreaders(env_, maxReaders);
     if (error == MDB_SUCCESS) error = ::mdb_env_open(env_, directory_.c_str(), flags, fileMode);
     if (error != MDB_SUCCESS) ::mdb_env_close(std::exchange(env_, nullptr));
     return error;
+}
+
+// What the system granted a moment ago another thread may have taken since.
+void Environment::openMap(std::size_t &size, unsigned flags) {
+    int error = tryMap(size, flags);
+    while (error == ENOMEM && size > smallestMap)
+        error = tryMap(size /= 4, flags);
+    if (error != MDB_SUCCESS) fail(error);
+}
+
+// The first who opens the files notes the newest commit in the lock file last. Where it ended
+// before that, whoever waited for it finds none there, and would read an old state and write a
+// new one over the newest. It has to go, so that somebody becomes the first again.
+bool Environment::knowsACommit() {
+    MDB_txn *transaction = beginRead();
+    const bool knows = ::mdb_txn_id(transaction) != 0 || lastCommit() == 0;
+    endRead(transaction);
+    return knows;
+}
+
+// LMDB does not tell where it mapped the file, but where a record lies.
+void Environment::watchMap() {
+    MDB_txn *transaction = beginRead();
+    MDB_val key = toVal(versionKey);
+    MDB_val record{};
+    const int error = ::mdb_get(transaction, tables_[0], &key, &record);
+    endRead(transaction);
+    watch_ = WatchedMap(error == MDB_SUCCESS ? mapAround(record.mv_data) : std::string_view());
+}
+
+void Environment::requireSound() {
+    requireIntact();
+    const std::uint64_t commit = lastCommit();
+    requireIntact();
+    if (commit == soundCommit_) return;
+    requireSoundPages(directory_);
+    soundCommit_ = commit;
 }
 
 void Environment::createTables() {
@@ -202,7 +274,8 @@ void Environment::createTables() {
     if (error != MDB_SUCCESS) fail(error);
     for (std::size_t i = 0; i < tableCount && error == MDB_SUCCESS; ++i)
         error = ::mdb_dbi_open(transaction, tableNames[i], MDB_CREATE, &tables_[i]);
-    const std::string records[] = {encodeNumber(formatVersion), encodeState({})};
+    const std::string records[] = {encodeNumber(formatVersion),
+                                   sealed(Table::meta, stateKey, encodeState({}))};
     const std::string_view keys[] = {versionKey, stateKey};
     for (std::size_t i = 0; i < 2 && error == MDB_SUCCESS; ++i) {
         MDB_val key = toVal(keys[i]);
@@ -217,7 +290,7 @@ void Environment::createTables() {
     if (error != MDB_SUCCESS) fail(error);
 }
 
-// The version's place is the same in every format, past and future.
+// The version's place is the same in every format, past and future, and it has no checksum.
 void Environment::checkVersion() {
     MDB_txn *transaction = beginRead();
     MDB_dbi meta = 0;
@@ -233,6 +306,15 @@ void Environment::checkVersion() {
     throw Failure(Status::homeVersion,
                   {directory_.native(),
                    std::to_string(*version) + " instead of " + std::to_string(formatVersion)});
+}
+
+std::string_view Environment::recordOf(Table table, std::string_view key,
+                                       std::string_view bytes) const {
+    const auto record = unsealed(table, key, bytes);
+    if (record) return *record;
+    throw Failure(Status::homeDamaged,
+                  {dataFile_.native(), std::string("the checksum of a record of the table ") +
+                                           tableNames[static_cast<std::size_t>(table)]});
 }
 
 void Environment::openTables() {
@@ -277,6 +359,10 @@ bool Environment::isAtItsPlace() const {
            FileIdentity(file.st_dev, file.st_ino) == identity_;
 }
 
+void Environment::requirePlace() const {
+    if (!isAtItsPlace()) throw Failure(Status::unknownDatabase, {directory_.filename().native()});
+}
+
 // The newest of the meta pages in the map tells it, without a place among the readers.
 std::uint64_t Environment::lastCommit() const {
     MDB_envinfo info{};
@@ -309,7 +395,8 @@ MDB_txn *Environment::beginRead() {
         error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
     }
     if (error == MDB_MAP_RESIZED && readers_ == 0) {
-        // Another process made the file larger than the map: take its size.
+        // Another process made the file larger than the map: take its size. It is watched no more.
+        watch_ = WatchedMap();
         error = ::mdb_env_set_mapsize(env_, 0);
         if (error == MDB_SUCCESS) error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
     }
@@ -331,6 +418,7 @@ void Environment::grow() {
                       {directory_.native() + ": its map cannot grow while it is read"});
     MDB_envinfo info{};
     int error = ::mdb_env_info(env_, &info);
+    watch_ = WatchedMap();
     if (error == MDB_SUCCESS) error = ::mdb_env_set_mapsize(env_, info.me_mapsize * 2);
     if (error != MDB_SUCCESS) fail(error);
 }
@@ -361,4 +449,4 @@ void Environment::fail(int error) const {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

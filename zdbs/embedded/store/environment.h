@@ -22,21 +22,12 @@
 #include <string_view>
 #include <utility>
 
-namespace zdbs {
+#include "zdbs/embedded/store/records.h"
+#include "zdbs/embedded/store/watched_map.h"
+
+namespace zdbs::embedded {
 
 class Segment;
-
-enum class Table : std::size_t {
-    meta,
-    documents,
-    documentNames,
-    names,
-    paths,
-    segments,
-    longElements
-};
-
-constexpr std::size_t tableCount = 7;
 
 /**
  * Address space for the map of a database, and with it the most that it can
@@ -98,6 +89,17 @@ public:
     /** Whether the open data file is still the one at its place, and not dropped or replaced. */
     bool isAtItsPlace() const;
 
+    /** After reading: throws Failure(homeDamaged) when the file became shorter meanwhile. */
+    void requireIntact() const { watch_.requireIntact(dataFile_); }
+
+    /**
+     * Before a new state is read: verifies its pages as opening does. Throws Failure: homeDamaged.
+     */
+    void requireSound();
+
+    /** Throws Failure: unknownDatabase, where it is not. */
+    void requirePlace() const;
+
     /** Number of the newest commit, of any process; costs next to nothing. */
     std::uint64_t lastCommit() const;
 
@@ -115,11 +117,15 @@ private:
     static void closeShared(Environment *environment);
 
     void allocateLockFile(bool creating) const;
-    int openMap(std::size_t mapSize, unsigned flags);
+    int tryMap(std::size_t size, unsigned flags);
+    void openMap(std::size_t &size, unsigned flags);
+    bool knowsACommit();
     unsigned openFlags() const;
     void openTables();
+    void watchMap();
     void createTables();
     void checkVersion();
+    std::string_view recordOf(Table table, std::string_view key, std::string_view bytes) const;
     MDB_txn *beginRead();
     void endRead(MDB_txn *transaction);
     void grow();
@@ -131,6 +137,8 @@ private:
     bool readOnly_ = false;
     std::atomic<bool> broken_ = false;  ///< a write failed: this process writes no more
     MDB_env *env_ = nullptr;
+    WatchedMap watch_;                            ///< of LMDB's map
+    std::atomic<std::uint64_t> soundCommit_ = 0;  ///< the last one that was verified
     std::array<MDB_dbi, tableCount> tables_{};
     std::mutex segmentsMutex_;
     std::map<std::uint32_t, std::weak_ptr<const Segment>> segments_;  ///< that are open, by number
@@ -138,9 +146,14 @@ private:
     int readers_ = 0;
 };
 
-/** A consistent view; views of records live as long as it. Reading is for one thread at a time. */
+/**
+ * A consistent view; views of records live as long as it. Reading is for one thread at a time, and
+ * throws Failure: homeDamaged where a record is not what was stored.
+ */
 class ReadTransaction {
 public:
+    using Visitor = std::function<bool(std::string_view key, std::string_view record)>;
+
     /** Throws Failure: storeFailed. */
     explicit ReadTransaction(std::shared_ptr<Environment> environment);
     ~ReadTransaction();
@@ -150,12 +163,13 @@ public:
     std::optional<std::string_view> get(Table table, std::string_view key) const;
 
     /** Calls `visit` with each key and record in order of key until it answers false. */
-    void forEach(Table table,
-                 const std::function<bool(std::string_view, std::string_view)> &visit) const;
+    void forEach(Table table, const Visitor &visit) const;
 
     /** The same from the last record whose key is not greater than `first`, or the first one. */
-    void forEachFrom(Table table, std::string_view first,
-                     const std::function<bool(std::string_view, std::string_view)> &visit) const;
+    void forEachFrom(Table table, std::string_view first, const Visitor &visit) const;
+
+    /** The same with the bytes as they lie there; see unsealed(). */
+    void forEachStored(Table table, const Visitor &visit) const;
 
     TableSize size(Table table) const;
 
@@ -200,6 +214,6 @@ private:
     MDB_txn *transaction_ = nullptr;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 inline MDB_val toVal(std::string_view bytes) {
     // LMDB takes keys and records through pointers to non-const and leaves them alone.
@@ -17,6 +17,6 @@ inline std::string_view toView(const MDB_val &value) {
     return {static_cast<const char *>(value.mv_data), value.mv_size};
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

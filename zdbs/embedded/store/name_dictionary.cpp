@@ -2,7 +2,7 @@
 
 #include "zdbs/embedded/store/records.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 void NameDictionary::addStored(std::string_view record) {
     const auto number = static_cast<std::uint32_t>(records_.size());
@@ -25,4 +25,4 @@ void NameDictionary::truncate(std::size_t size) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

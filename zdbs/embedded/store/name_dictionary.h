@@ -11,7 +11,7 @@
 
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Numbers run from 0 without gaps in the order of first use. A namespace
@@ -39,6 +39,6 @@ private:
     std::string scratch_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 void PathDictionary::addStored(const Path &path) {
     const auto id = static_cast<PathId>(paths_.size());
@@ -55,4 +55,4 @@ void PathDictionary::rebuild(std::size_t slots) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

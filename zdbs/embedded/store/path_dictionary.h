@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/paths/path_summary.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** When nodes go to the irregular paths. */
 struct PathLimits {
@@ -73,6 +73,6 @@ private:
     std::size_t used_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

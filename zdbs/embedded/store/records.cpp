@@ -3,7 +3,9 @@
 #include <cstring>
 #include <type_traits>
 
-namespace zdbs {
+#include "zdbs/embedded/columns/checked_blocks.h"
+
+namespace zdbs::embedded {
 
 namespace {
 
@@ -29,7 +31,33 @@ std::string bigEndian(std::uint64_t number, std::size_t size) {
     return key;
 }
 
+std::uint32_t sealOf(Table table, std::string_view key, std::string_view record) {
+    const auto number = static_cast<char>(table);
+    return crc32Of(record, crc32Of(key, crc32Of({&number, 1})));
+}
+
+/** The version's record is the same in every format, those without checksums included. */
+bool isSealed(Table table, std::string_view key) {
+    return table != Table::meta || key != versionKey;
+}
+
 }  // namespace
+
+std::string sealed(Table table, std::string_view key, std::string_view record) {
+    std::string bytes(record);
+    if (isSealed(table, key)) append(bytes, sealOf(table, key, record));
+    return bytes;
+}
+
+std::optional<std::string_view> unsealed(Table table, std::string_view key,
+                                         std::string_view bytes) {
+    if (!isSealed(table, key)) return bytes;
+    if (bytes.size() < sizeof(std::uint32_t)) return std::nullopt;
+    const std::string_view record = bytes.substr(0, bytes.size() - sizeof(std::uint32_t));
+    std::string_view seal = bytes.substr(record.size());
+    if (take<std::uint32_t>(seal) != sealOf(table, key, record)) return std::nullopt;
+    return record;
+}
 
 std::string encodeKey(std::uint32_t number) {
     return bigEndian(number, sizeof number);
@@ -197,4 +225,4 @@ std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes) 
     return numbers;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

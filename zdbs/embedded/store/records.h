@@ -6,6 +6,7 @@
 #ifndef ZDBS_EMBEDDED_STORE_RECORDS_H
 #define ZDBS_EMBEDDED_STORE_RECORDS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,10 +16,22 @@
 #include "zdbs/embedded/paths/path_summary.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
+
+enum class Table : std::size_t {
+    meta,
+    documents,
+    documentNames,
+    names,
+    paths,
+    segments,
+    longElements
+};
+
+constexpr std::size_t tableCount = 7;
 
 /** The format that this code reads and writes; another one is refused. */
-constexpr std::uint32_t formatVersion = 3;
+constexpr std::uint32_t formatVersion = 4;
 
 constexpr std::string_view versionKey = "version";
 constexpr std::string_view stateKey = "state";
@@ -61,6 +74,15 @@ struct LongElement {
     NodeId last;
 };
 
+/**
+ * What is stored of a record: itself, and a checksum of it with its table and its key; of the
+ * version only itself.
+ */
+std::string sealed(Table table, std::string_view key, std::string_view record);
+
+/** The record in it; nothing when it is not what was stored under that key. */
+std::optional<std::string_view> unsealed(Table table, std::string_view key, std::string_view bytes);
+
 std::string encodeKey(std::uint32_t number);
 std::optional<std::uint32_t> decodeKey(std::string_view key);
 
@@ -86,6 +108,6 @@ std::optional<std::vector<LongElement>> decodeLongElements(std::string_view byte
 std::string encodeNumbers(const std::vector<std::uint32_t> &numbers);
 std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

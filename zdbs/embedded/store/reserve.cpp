@@ -12,7 +12,7 @@
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -91,4 +91,4 @@ void Reserve::use(const std::function<void()> &work) const {
     work();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

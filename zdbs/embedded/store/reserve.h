@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <functional>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * A file of a home that takes room and holds nothing. Changes that take something away need
@@ -37,6 +37,6 @@ private:
     std::filesystem::path path_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <cassert>
@@ -16,7 +15,7 @@
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -36,29 +35,23 @@ std::uint64_t bytesOf(const SegmentPath &path) {
 
 }  // namespace
 
-std::uint32_t crc32Of(std::string_view bytes, std::uint32_t checksum) {
-    return static_cast<std::uint32_t>(
-        ::crc32_z(checksum, reinterpret_cast<const Bytef *>(bytes.data()), bytes.size()));
-}
-
-bool SegmentPart::isSound() const {
-    return crc32Of(bytes) == checksum;
-}
-
 std::shared_ptr<const Segment> Segment::open(const std::filesystem::path &file) {
     std::shared_ptr<Segment> segment(new Segment(file));
     segment->map();
     segment->readHeader();
     segment->readStretches();
     segment->readDirectory();
+    segment->readChecksums();
     segment->readCommon();
     segment->readValuePaths();
+    segment->requireIntact();
     return segment;
 }
 
 Segment::Segment(std::filesystem::path file) : file_(std::move(file)) {}
 
 Segment::~Segment() {
+    watch_ = WatchedMap();
     // munmap() takes pages through a pointer to non-const, and does not write to them.
     if (!bytes_.empty()) ::munmap(const_cast<char *>(bytes_.data()), bytes_.size());
 }
@@ -79,6 +72,7 @@ void Segment::map() {
         throw Failure(Status::homeUnreadable,
                       {file_.native(), std::system_category().message(errno)});
     bytes_ = {static_cast<const char *>(mapped), size};
+    watch_ = WatchedMap(bytes_);
 }
 
 void Segment::readHeader() {
@@ -96,9 +90,16 @@ void Segment::readHeader() {
         failDamaged("the numbers of its nodes");
 }
 
+std::uint64_t Segment::directoryOffset() const {
+    return sizeof(SegmentHeader) + header_.stretchCount * std::uint64_t{sizeof(SegmentStretch)};
+}
+
+std::uint64_t Segment::checksumsOffset() const {
+    return directoryOffset() + header_.pathCount * std::uint64_t{sizeof(SegmentPath)};
+}
+
 std::uint64_t Segment::commonOffset() const {
-    return sizeof(SegmentHeader) + header_.stretchCount * std::uint64_t{sizeof(SegmentStretch)} +
-           header_.pathCount * std::uint64_t{sizeof(SegmentPath)};
+    return checksumsOffset() + header_.blockCount * std::uint64_t{sizeof(std::uint32_t)};
 }
 
 std::uint64_t Segment::valuePathsOffset() const {
@@ -128,8 +129,7 @@ void Segment::readStretches() {
 
 void Segment::readDirectory() {
     directory_.resize(header_.pathCount);
-    copyRecords(bytes_.substr(commonOffset() - directory_.size() * sizeof(SegmentPath)),
-                directory_);
+    copyRecords(bytes_.substr(directoryOffset()), directory_);
     std::uint64_t offset = valuePathsOffset() + header_.valuePathsBytes;
     std::uint64_t nodes = 0;
     offsets_.reserve(directory_.size());
@@ -144,6 +144,21 @@ void Segment::readDirectory() {
         failDamaged("the sizes in the directory");
 }
 
+void Segment::readChecksums() {
+    const std::string_view bytes = bytes_.substr(commonOffset());
+    if (header_.blockCount != CheckedBlocks::countFor(bytes.size()))
+        failDamaged("the number of checksums");
+    std::vector<std::uint32_t> checksums(header_.blockCount);
+    copyRecords(bytes_.substr(checksumsOffset()), checksums);
+    blocks_ = CheckedBlocks(bytes, std::move(checksums), file_.native());
+    common_.watch(blocks_, commonBytes());
+    valuePathsCheck_.watch(blocks_, valuePathsBytes());
+    valuesChecks_ = std::make_unique<PartCheck[]>(directory_.size());
+    for (std::uint32_t local = 0; local < directory_.size(); ++local)
+        valuesChecks_[local].watch(blocks_, columnBytes(local, SegmentColumn::values));
+}
+
+// What is taken from the bytes here is verified when somebody comes to use it.
 void Segment::readCommon() {
     std::string_view rest = bytes_.substr(commonOffset());
     const auto take = [&](std::uint32_t size, std::string_view what) {
@@ -159,6 +174,10 @@ void Segment::readCommon() {
         failDamaged("the namespace declarations");
 }
 
+std::string_view Segment::commonBytes() const {
+    return bytes_.substr(commonOffset(), valuePathsOffset() - commonOffset());
+}
+
 std::string_view Segment::valuePathsBytes() const {
     return bytes_.substr(valuePathsOffset(), header_.valuePathsBytes);
 }
@@ -167,7 +186,7 @@ void Segment::readValuePaths() {
     const std::string_view bytes = valuePathsBytes();
     if (bytes.empty()) return;
     if (!ValuePaths::isWhole(bytes)) failDamaged("the index of values");
-    valuePaths_ = ValuePaths(bytes);
+    valuePaths_ = ValuePaths(bytes, valuePathsCheck_);
 }
 
 PackedColumn Segment::wholeColumn(std::string_view bytes, std::string_view what) const {
@@ -203,7 +222,7 @@ NodeId Segment::nodeAtPlace(std::uint32_t place) const {
 }
 
 std::uint32_t Segment::localPathAt(std::uint32_t place) const {
-    const std::uint32_t local = pathOfNode_.at(place);
+    const std::uint32_t local = pathOfNode().at(place);
     if (local >= directory_.size()) failDamaged("the path of a node");
     return local;
 }
@@ -225,7 +244,7 @@ void Segment::readPaths(NodeId node, PathWindow &window) const {
         first / PackedColumn::frameSize * PackedColumn::frameSize + PackedColumn::frameSize,
         here.firstPlace + (last - here.firstNode) + 1);
     window.count = 0;  // until all of it is there
-    pathOfNode_.read(first, std::span(window.paths).first(end - first));
+    pathOfNode().read(first, std::span(window.paths).first(end - first));
     for (PathId &path : std::span(window.paths).first(end - first)) {
         if (path >= directory_.size()) failDamaged("the path of a node");
         path = directory_[path].path;
@@ -246,6 +265,7 @@ PackedColumn Segment::numbers(std::uint32_t local, SegmentColumn column) const {
     assert(column != SegmentColumn::values);
     const std::string_view bytes = columnBytes(local, column);
     if (bytes.empty()) return {};
+    blocks_.require(bytes);
     const bool isWhole = PackedColumn::isWhole(bytes);
     if (!isWhole || PackedColumn(bytes).size() != directory_[local].count)
         failDamaged("a column of path " + std::to_string(directory_[local].path));
@@ -258,7 +278,7 @@ ValueColumn Segment::values(std::uint32_t local) const {
     const bool isWhole = ValueColumn::isWhole(bytes);
     if (!isWhole || ValueColumn(bytes).size() != directory_[local].count)
         failDamaged("the values of path " + std::to_string(directory_[local].path));
-    return ValueColumn(bytes);
+    return ValueColumn(bytes, valuesChecks_[local]);
 }
 
 PathRun Segment::run(std::uint32_t local, const Path &path) const {
@@ -291,22 +311,26 @@ PathRun Segment::run(std::uint32_t local, const Path &path) const {
 
 std::vector<SegmentPart> Segment::parts() const {
     std::vector<SegmentPart> parts;
-    const auto add = [&](std::string name, std::uint64_t offset, std::uint64_t size,
-                         std::uint32_t checksum) {
-        parts.push_back({std::move(name), offset, bytes_.substr(offset, size), checksum});
+    const auto add = [&](std::string name, std::uint64_t offset, std::uint64_t size) {
+        parts.push_back({std::move(name), offset, bytes_.substr(offset, size)});
     };
-    add("front", frontChecksumBegin, commonOffset() - frontChecksumBegin, header_.frontChecksum);
-    add("common", commonOffset(), valuePathsOffset() - commonOffset(), header_.commonChecksum);
-    add("index of values", valuePathsOffset(), header_.valuePathsBytes, header_.valuePathsChecksum);
-    for (std::size_t local = 0; local < directory_.size(); ++local) {
-        const SegmentPath &entry = directory_[local];
-        add("path " + std::to_string(entry.path), offsets_[local], bytesOf(entry), entry.checksum);
-    }
+    add("front", frontChecksumBegin, commonOffset() - frontChecksumBegin);
+    add("common", commonOffset(), commonBytes().size());
+    add("index of values", valuePathsOffset(), header_.valuePathsBytes);
+    for (std::size_t local = 0; local < directory_.size(); ++local)
+        add("path " + std::to_string(directory_[local].path), offsets_[local],
+            bytesOf(directory_[local]));
     return parts;
+}
+
+SegmentPart Segment::block(std::uint32_t number) const {
+    const std::uint64_t offset = commonOffset() + std::uint64_t{number} * CheckedBlocks::blockSize;
+    return {"block " + std::to_string(number), offset,
+            bytes_.substr(offset, CheckedBlocks::blockSize)};
 }
 
 void Segment::failDamaged(std::string_view what) const {
     throw Failure(Status::homeDamaged, {file_.native(), what});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,6 +5,7 @@
  *   header         sizes of what follows
  *   stretches      which numbers its nodes have
  *   directory      an entry for each path that has nodes here
+ *   checksums      of the blocks of what follows
  *   path of node   by place of a node: which entry of the directory it belongs to
  *   declarations   namespace declarations: their elements, and the names that hold them
  *   value paths    which paths have a value: an index over the values of all of them
@@ -25,11 +26,13 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/columns/packed_column.h"
 #include "zdbs/embedded/columns/value_paths.h"
 #include "zdbs/embedded/paths/path_table.h"
+#include "zdbs/embedded/store/watched_map.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 static_assert(std::endian::native == std::endian::little, "the files are little-endian");
 
@@ -53,15 +56,13 @@ struct SegmentPath {
     PathId path;
     std::uint32_t count;                                  ///< nodes; at least one
     std::array<std::uint32_t, segmentColumnCount> sizes;  ///< bytes of each column
-    std::uint32_t checksum;                               ///< CRC-32 of the columns
 };
 
 /** What stands at the beginning of the file. */
 struct SegmentHeader {
     std::array<char, 8> magic;
     std::uint32_t version;
-    std::uint32_t
-        frontChecksum;  ///< CRC-32 of the rest of the header, the stretches, the directory
+    std::uint32_t frontChecksum;  ///< CRC-32 of what follows, the checksums of blocks included
     std::uint64_t fileBytes;
     NodeId firstNode;
     NodeId lastNode;
@@ -71,37 +72,29 @@ struct SegmentHeader {
     std::uint32_t pathOfNodeBytes;
     std::uint32_t declarationElementsBytes;
     std::uint32_t declarationNamesBytes;
-    std::uint32_t commonChecksum;  ///< CRC-32 of `path of node` and the declarations
     std::uint32_t valuePathsBytes;
-    std::uint32_t valuePathsChecksum;  ///< CRC-32 of `value paths`
-    std::uint32_t reserved;            ///< 0
+    std::uint32_t blockCount;
 };
 
 constexpr std::array<char, 8> segmentMagic = {'z', 'd', 'b', 's', 's', 'e', 'g', '\0'};
-constexpr std::uint32_t segmentVersion = 3;
+constexpr std::uint32_t segmentVersion = 4;
 constexpr std::size_t frontChecksumBegin = 16;  ///< the first byte that frontChecksum covers
 
-static_assert(sizeof(SegmentHeader) == 72 && sizeof(SegmentPath) == 36 &&
+static_assert(sizeof(SegmentHeader) == 64 && sizeof(SegmentPath) == 32 &&
               sizeof(SegmentStretch) == 8);
 
-/** A stretch of the file with a checksum of its own. */
+/** What a stretch of the file holds. */
 struct SegmentPart {
     std::string name;  ///< "front", "common", "index of values", "path 17"
     std::uint64_t offset;
-    std::string_view bytes;  ///< what the checksum is of
-    std::uint32_t checksum;  ///< as stored
-
-    bool isSound() const;
+    std::string_view bytes;
 };
 
-/** CRC-32 as zlib and Ethernet have it, of `bytes` after what has `checksum`. */
-std::uint32_t crc32Of(std::string_view bytes, std::uint32_t checksum = 0);
-
 /**
- * A segment, mapped for reading. Opening looks at the header, the stretches and the
- * directory and verifies their checksum; the rest is verified by nobody but `zdbs check`,
- * so what comes from columns may be wrong in a damaged file, but never leads outside of
- * it. Views live as long as the object. Any thread may read.
+ * A segment, mapped for reading. Opening looks at the front, all in front of the first block,
+ * and verifies its checksum. A block is verified when somebody comes to read it, once for each
+ * object: whatever leads to its bytes throws Failure(homeDamaged) where they are not what was
+ * written. Views live as long as the object. Any thread may read.
  */
 class Segment {
 public:
@@ -143,11 +136,11 @@ public:
      */
     void readPaths(NodeId node, PathWindow &window) const;
 
-    /** The columns of a path; checked: whole, and of `count` numbers or none. */
+    /** The columns of a path: whole, and of `count` numbers or none. Verified; values when read. */
     PackedColumn numbers(std::uint32_t local, SegmentColumn column) const;
     ValueColumn values(std::uint32_t local) const;
 
-    /** The bytes of a column, unchecked. */
+    /** The bytes of a column, not verified. */
     std::string_view columnBytes(std::uint32_t local, SegmentColumn column) const;
 
     /**
@@ -158,26 +151,40 @@ public:
     PathRun run(std::uint32_t local, const Path &path) const;
 
     /** By place of a node: local number of its path. */
-    const PackedColumn &pathOfNode() const { return pathOfNode_; }
+    const PackedColumn &pathOfNode() const {
+        common_.requireAll();
+        return pathOfNode_;
+    }
 
     /** Namespace declarations by element, ascending: node - firstNode(); and names for them. */
-    const PackedColumn &declarationElements() const { return declarationElements_; }
+    const PackedColumn &declarationElements() const {
+        if (header_.declarationElementsBytes != 0) common_.requireAll();
+        return declarationElements_;
+    }
     const PackedColumn &declarationNames() const { return declarationNames_; }
 
-    /**
-     * By key of a value: local numbers of paths; in a damaged file also some that there are not.
-     * Of no values when no path has any.
-     */
+    /** By key of a value: local numbers of paths. Of no values when no path has any. */
     const ValuePaths &valuePaths() const { return valuePaths_; }
     std::string_view valuePathsBytes() const;
 
+    /** Path of node, then the declarations; not verified. */
+    std::string_view commonBytes() const;
+
     /** Every byte of the file is in one of them, but those in front of frontChecksumBegin. */
     std::vector<SegmentPart> parts() const;
+
+    /** The bytes of a block with a checksum, and whether they are what was written. */
+    std::uint32_t blockCount() const { return header_.blockCount; }
+    SegmentPart block(std::uint32_t number) const;
+    bool isSound(std::string_view bytes) const { return blocks_.areSound(bytes); }
 
     std::uint64_t fileBytes() const { return bytes_.size(); }
 
     /** Bytes that the file takes on disk. */
     std::uint64_t diskBytes() const { return diskBytes_; }
+
+    /** After reading: throws Failure(homeDamaged) when the file became shorter meanwhile. */
+    void requireIntact() const { watch_.requireIntact(file_); }
 
     /** Throws Failure: homeDamaged. */
     [[noreturn]] void failDamaged(std::string_view what) const;
@@ -188,19 +195,27 @@ private:
     void readHeader();
     void readStretches();
     void readDirectory();
+    void readChecksums();
     void readCommon();
     void readValuePaths();
+    std::uint64_t directoryOffset() const;
+    std::uint64_t checksumsOffset() const;
     std::uint64_t commonOffset() const;
     std::uint64_t valuePathsOffset() const;
     PackedColumn wholeColumn(std::string_view bytes, std::string_view what) const;
 
     std::filesystem::path file_;
     std::string_view bytes_;
+    WatchedMap watch_;
     std::uint64_t diskBytes_ = 0;
     SegmentHeader header_{};
     std::vector<SegmentStretch> stretches_;
     std::vector<SegmentPath> directory_;
     std::vector<std::uint64_t> offsets_;  ///< of each path's columns
+    CheckedBlocks blocks_;
+    mutable PartCheck common_;
+    mutable PartCheck valuePathsCheck_;
+    std::unique_ptr<PartCheck[]> valuesChecks_;  ///< by local number of a path
     PackedColumn pathOfNode_;
     PackedColumn declarationElements_;
     PackedColumn declarationNames_;
@@ -212,6 +227,6 @@ struct SegmentMissing {
     std::filesystem::path file;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -10,7 +10,7 @@
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -97,7 +97,6 @@ void SegmentEncoding::encodePath(PathRows &rows, std::size_t place) {
     }
     if (rows.values) rows.values->finish(bytes, keys_[place]);
     noteSize(static_cast<std::size_t>(SegmentColumn::values));
-    entry.checksum = crc32Of(bytes);
 }
 
 void SegmentEncoding::encodeCommon() {
@@ -133,7 +132,6 @@ void SegmentEncoding::encodeValuePaths() {
     if (count > 0) packValuePaths(paths, ValuePaths::shapeFor(count, keys_.size()), valuePaths_);
     keys_ = {};
     header_.valuePathsBytes = checkedSize(valuePaths_.size());
-    header_.valuePathsChecksum = crc32Of(valuePaths_);
 }
 
 void SegmentEncoding::waitForAll() {
@@ -146,6 +144,22 @@ void SegmentEncoding::waitForAll() {
 SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
     waitForAll();
     encodeValuePaths();
+    completeHeader();
+    const std::string start = front();
+    std::vector<std::string_view> parts = blocks();
+    parts.insert(parts.begin(), start);
+    writePrivateFile(file, parts);
+    return {0, header_.lastNode, header_.nodeCount, header_.frontChecksum, header_.fileBytes};
+}
+
+/** What is behind the front. */
+std::vector<std::string_view> SegmentEncoding::blocks() const {
+    std::vector<std::string_view> parts = {common_, valuePaths_};
+    parts.insert(parts.end(), columns_.begin(), columns_.end());
+    return parts;
+}
+
+void SegmentEncoding::completeHeader() {
     header_.magic = segmentMagic;
     header_.version = segmentVersion;
     header_.firstNode = rows_.firstNode();
@@ -153,22 +167,23 @@ SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
     header_.nodeCount = rows_.nodeCount();
     header_.pathCount = static_cast<std::uint32_t>(directory_.size());
     header_.stretchCount = static_cast<std::uint32_t>(rows_.stretches().size());
-    header_.commonChecksum = crc32Of(common_);
-    header_.fileBytes = sizeof header_ + bytesOf(rows_.stretches()).size() +
-                        bytesOf(directory_).size() + common_.size() + valuePaths_.size();
-    for (const std::string &columns : columns_)
-        header_.fileBytes += columns.size();
+    BlockChecksums checksums;
+    std::uint64_t bytes = 0;
+    for (const std::string_view part : blocks()) {
+        checksums.add(part);
+        bytes += part.size();
+    }
+    checksums_ = checksums.checksums();
+    header_.blockCount = checkedSize(checksums_.size());
+    header_.fileBytes = front().size() + bytes;
     header_.frontChecksum = crc32Of(front().substr(frontChecksumBegin));
-    const std::string start = front() + common_;
-    std::vector<std::string_view> parts = {start, valuePaths_};
-    parts.insert(parts.end(), columns_.begin(), columns_.end());
-    writePrivateFile(file, parts);
-    return {0, header_.lastNode, header_.nodeCount, header_.frontChecksum, header_.fileBytes};
 }
 
 std::string SegmentEncoding::front() const {
     std::string bytes(bytesOf(header_));
-    return bytes.append(bytesOf(rows_.stretches())).append(bytesOf(directory_));
+    return bytes.append(bytesOf(rows_.stretches()))
+        .append(bytesOf(directory_))
+        .append(bytesOf(checksums_));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,13 +10,14 @@
 #include <filesystem>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/store/segment.h"
 #include "zdbs/embedded/store/segment_rows.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Encodes the paths of a segment one by one, in as many threads as call help(). The
@@ -43,6 +44,8 @@ private:
     void encodeCommon();
     void encodeValuePaths();
     void waitForAll();
+    std::vector<std::string_view> blocks() const;
+    void completeHeader();
     std::string front() const;
 
     SegmentRows rows_;
@@ -54,6 +57,7 @@ private:
     std::vector<std::vector<ValueKey>> keys_;  ///< the keys of its values
     std::string common_;
     std::string valuePaths_;
+    std::vector<std::uint32_t> checksums_;  ///< of the blocks
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;
     std::condition_variable allDone_;
@@ -61,6 +65,6 @@ private:
     std::exception_ptr failure_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -98,4 +98,4 @@ std::vector<SegmentGroup> groupsToCompact(std::span<const StoredSegment> segment
     return groups;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/store/segment_rows.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Neighbours: the places `begin` … `end` - 1 of a list of segments. */
 struct SegmentGroup {
@@ -36,6 +36,6 @@ std::vector<SegmentGroup> groupsToCompact(std::span<const StoredSegment> segment
                                           std::span<const std::uint32_t> present,
                                           const SegmentLimits &limits);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

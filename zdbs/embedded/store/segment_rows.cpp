@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -192,4 +192,4 @@ void SegmentRows::addParents(PathRows &rows, std::size_t firstRow) {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -12,7 +12,7 @@
 #include "zdbs/embedded/columns/value_column.h"
 #include "zdbs/embedded/store/segment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** When a segment is full. */
 struct SegmentLimits {
@@ -116,6 +116,6 @@ private:
     std::size_t valueBytes_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -6,13 +6,13 @@
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/store/environment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
 // Smaller ones are not worth a thread.
 constexpr std::uint32_t fewNodes = 2000;
-constexpr std::size_t fewBytes = 64 * 1024;
+constexpr std::size_t fewBytes = std::size_t{64} * 1024;
 
 }  // namespace
 
@@ -96,4 +96,4 @@ void SegmentWriter::removeFrom(NodeId first) noexcept {
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

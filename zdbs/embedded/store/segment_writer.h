@@ -11,7 +11,7 @@
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/store/segment_encoding.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Environment;
 
@@ -56,6 +56,6 @@ private:
     std::exception_ptr failure_;  ///< of a job; final
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -11,7 +11,7 @@
 #include "zdbs/embedded/store/catalogue.h"
 #include "zdbs/embedded/store/environment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -68,14 +68,16 @@ std::uint32_t findRow(const PathRun &run, std::uint32_t number) {
 Snapshot::Snapshot(std::shared_ptr<Environment> environment)
     : environment_(std::move(environment)), serial_(newSerial()) {
     // A commit may have removed files after this read which ones there are; then there is a
-    // newer state.
+    // newer state. Those of a database that was dropped are all gone.
     std::optional<std::uint64_t> missedState;
     while (!openNewest()) {
+        environment_->requirePlace();
         if (missedState == state_.state) failDamaged("the file of a segment is missing");
         missedState = state_.state;
     }
     numberRuns();
     checkDocuments();
+    requireIntact();
     pathStates_ = std::make_unique<PathState[]>(summary_.size());
 }
 
@@ -88,6 +90,7 @@ bool Snapshot::isNewest() const {
 /** False when the file of a segment was not there. */
 bool Snapshot::openNewest() {
     transaction_.reset();
+    environment_->requireSound();
     transaction_ = std::make_unique<ReadTransaction>(environment_);
     commit_ = transaction_->commit();
     const Catalogue catalogue(*environment_, *transaction_);
@@ -131,7 +134,15 @@ void Snapshot::readTables(const Catalogue &catalogue) {
     if (documents_.size() != state_.documents) failDamaged("the number of documents");
 }
 
+void Snapshot::requireIntact() const {
+    if (!WatchedMap::lostAny()) return;
+    environment_->requireIntact();
+    for (const OpenSegment &segment : segments_)
+        segment.file->requireIntact();
+}
+
 std::uint64_t Snapshot::newestState(const std::shared_ptr<Environment> &environment) {
+    environment->requireSound();
     const ReadTransaction transaction(environment);
     return Catalogue(*environment, transaction).state().state;
 }
@@ -323,4 +334,4 @@ void Snapshot::failDamaged(std::string_view what) const {
     throw Failure(Status::homeDamaged, {environment_->directory().native(), what});
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -17,7 +17,7 @@
 #include "zdbs/embedded/store/segment.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Catalogue;
 class Environment;
@@ -70,6 +70,7 @@ public:
     std::vector<NamespaceDeclaration> namespaces(NodeId node) const override;
     NodeId nextDeclaring(NodeId from) const override;
     const PathTable *paths() const override { return this; }
+    void requireIntact() const override;
 
     // The nodes by path.
     const PathSummary &summary() const override { return summary_; }
@@ -188,6 +189,6 @@ private:
     std::unique_ptr<PathState[]> pathStates_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

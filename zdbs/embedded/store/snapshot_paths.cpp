@@ -6,7 +6,7 @@
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/snapshot.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 std::span<const PathRun> Snapshot::runs(PathId path) const {
     PathState &state = pathStates_[path];
@@ -196,4 +196,4 @@ StoreSizes Snapshot::sizes() const {
     return sizes;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

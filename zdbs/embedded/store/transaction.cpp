@@ -7,7 +7,7 @@
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/lmdb_values.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -56,11 +56,16 @@ std::optional<std::string_view> ReadTransaction::get(Table table, std::string_vi
     const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
     if (error == MDB_NOTFOUND) return std::nullopt;
     if (error != MDB_SUCCESS) environment_->fail(error);
-    return toView(record);
+    return environment_->recordOf(table, key, toView(record));
 }
 
-void ReadTransaction::forEach(
-    Table table, const std::function<bool(std::string_view, std::string_view)> &visit) const {
+void ReadTransaction::forEach(Table table, const Visitor &visit) const {
+    forEachStored(table, [&](std::string_view key, std::string_view bytes) {
+        return visit(key, environment_->recordOf(table, key, bytes));
+    });
+}
+
+void ReadTransaction::forEachStored(Table table, const Visitor &visit) const {
     Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
     int error = cursor.move(MDB_FIRST);
     while (error == MDB_SUCCESS && visit(cursor.key(), cursor.record()))
@@ -68,16 +73,15 @@ void ReadTransaction::forEach(
     if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
 }
 
-void ReadTransaction::forEachFrom(
-    Table table, std::string_view first,
-    const std::function<bool(std::string_view, std::string_view)> &visit) const {
+void ReadTransaction::forEachFrom(Table table, std::string_view first, const Visitor &visit) const {
     Cursor cursor(transaction_, environment_->tables_[static_cast<std::size_t>(table)]);
     int error = cursor.move(MDB_SET_RANGE, first);
     if (error == MDB_NOTFOUND)
         error = cursor.move(MDB_LAST);
     else if (error == MDB_SUCCESS && cursor.key() != first && cursor.move(MDB_PREV) != MDB_SUCCESS)
         error = cursor.move(MDB_FIRST);
-    while (error == MDB_SUCCESS && visit(cursor.key(), cursor.record()))
+    while (error == MDB_SUCCESS &&
+           visit(cursor.key(), environment_->recordOf(table, cursor.key(), cursor.record())))
         error = cursor.move(MDB_NEXT);
     if (error != MDB_SUCCESS && error != MDB_NOTFOUND) environment_->fail(error);
 }
@@ -140,12 +144,13 @@ std::optional<std::string> WriteTransaction::get(Table table, std::string_view k
     const int error = ::mdb_get(transaction_, handle, &keyVal, &record);
     if (error == MDB_NOTFOUND) return std::nullopt;
     check(error);
-    return std::string(toView(record));
+    return std::string(environment_.recordOf(table, key, toView(record)));
 }
 
 void WriteTransaction::put(Table table, std::string_view key, std::string_view record) {
     MDB_val keyVal = toVal(key);
-    MDB_val recordVal = toVal(record);
+    const std::string bytes = sealed(table, key, record);
+    MDB_val recordVal = toVal(bytes);
     const MDB_dbi handle = environment_.tables_[static_cast<std::size_t>(table)];
     check(::mdb_put(transaction_, handle, &keyVal, &recordVal, 0));
 }
@@ -161,4 +166,4 @@ void WriteTransaction::clear(Table table) {
     check(::mdb_drop(transaction_, environment_.tables_[static_cast<std::size_t>(table)], 0));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

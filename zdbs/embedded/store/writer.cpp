@@ -4,7 +4,7 @@
 
 #include "zdbs/embedded/store/writer_run.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 Writer::Writer(std::shared_ptr<Environment> environment, const std::function<void()> &waiting,
                const SegmentLimits &segmentLimits, const PathLimits &pathLimits)
@@ -20,29 +20,25 @@ void Writer::beginDocument(std::string_view document) {
     run_->begin(document);
 }
 
-std::uint32_t Writer::nameNumber(const NodeName &name) {
-    return run_->names().numberOf(name);
+void Writer::startElement(const NumberedName &name) {
+    run_->builder().startElement(run_->nameNumber(name));
 }
 
-NodeId Writer::startElement(std::uint32_t name) {
-    return run_->builder().startElement(name);
+void Writer::attribute(const NumberedName &name, std::string_view value,
+                       std::span<const HitRange> /*hits*/) {
+    run_->builder().addLeaf(NodeKind::attribute, run_->nameNumber(name), value);
 }
 
-NodeId Writer::attribute(std::uint32_t name, std::string_view value) {
-    return run_->builder().addLeaf(NodeKind::attribute, name, value);
+void Writer::text(std::string_view value, std::span<const HitRange> /*hits*/) {
+    run_->builder().addLeaf(NodeKind::text, noName, value);
 }
 
-NodeId Writer::text(std::string_view value) {
-    return run_->builder().addLeaf(NodeKind::text, noName, value);
+void Writer::comment(std::string_view value) {
+    run_->builder().addLeaf(NodeKind::comment, noName, value);
 }
 
-NodeId Writer::comment(std::string_view value) {
-    return run_->builder().addLeaf(NodeKind::comment, noName, value);
-}
-
-NodeId Writer::processingInstruction(std::string_view target, std::string_view value) {
-    const std::uint32_t name = nameNumber({target, {}, {}});
-    return run_->builder().addLeaf(NodeKind::processingInstruction, name, value);
+void Writer::processingInstruction(std::string_view target, std::string_view value) {
+    run_->builder().addLeaf(NodeKind::processingInstruction, run_->nameNumber(target), value);
 }
 
 void Writer::namespaceDeclaration(std::string_view prefix, std::string_view uri) {
@@ -73,4 +69,4 @@ Compaction Writer::compact(const ProgressReport &report) {
     return run_->compact(report);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

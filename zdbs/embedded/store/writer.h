@@ -9,13 +9,14 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/embedded/store/data_file.h"
 #include "zdbs/embedded/store/path_dictionary.h"
 #include "zdbs/embedded/store/segment_rows.h"
 #include "zdbs/embedded/tree/node_table.h"
 #include "zdbs/engine/administration.h"
 #include "zdbs/engine/load.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class Environment;
 
@@ -29,7 +30,7 @@ class Environment;
 class Writer final : public Load {
 public:
     /** In the directory of the database; whoever changes or drops it locks this file. */
-    static constexpr const char *lockFileName = "writer.lock";
+    static constexpr const char *lockFileName = writerLockName;
 
     /**
      * Takes the database's writer lock; `waiting`, if given, is called once when
@@ -46,17 +47,14 @@ public:
     /** As it will be after commit(). */
     bool hasDocument(std::string_view document) const;
 
+    std::uint64_t maxNodes() const override { return lastNodeId; }
     void beginDocument(std::string_view document) override;
-    std::uint32_t nameNumber(const NodeName &name) override;
-    NodeId startElement(std::uint32_t name) override;
-    NodeId startElement(const NodeName &name) { return startElement(nameNumber(name)); }
-    NodeId attribute(std::uint32_t name, std::string_view value) override;
-    NodeId attribute(const NodeName &name, std::string_view value) {
-        return attribute(nameNumber(name), value);
-    }
-    NodeId text(std::string_view value) override;
-    NodeId comment(std::string_view value) override;
-    NodeId processingInstruction(std::string_view target, std::string_view value) override;
+    void startElement(const NumberedName &name) override;
+    void attribute(const NumberedName &name, std::string_view value,
+                   std::span<const HitRange> hits) override;
+    void text(std::string_view value, std::span<const HitRange> hits) override;
+    void comment(std::string_view value) override;
+    void processingInstruction(std::string_view target, std::string_view value) override;
     void namespaceDeclaration(std::string_view prefix, std::string_view uri) override;
     void endElement() override;
     void endDocument(std::uint64_t xmlBytes) override;
@@ -76,6 +74,6 @@ private:
     std::unique_ptr<Run> run_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,7 +8,7 @@
 #include "zdbs/embedded/store/reserve.h"
 #include "zdbs/embedded/store/writer_run.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -20,8 +20,10 @@ std::shared_ptr<const Segment> openSound(const Environment &environment,
         auto segment = Segment::open(file);
         if (segment->header().frontChecksum != stored.record.checksum)
             segment->failDamaged("it is another segment");
-        for (const SegmentPart &part : segment->parts()) {
-            if (!part.isSound()) segment->failDamaged("the checksum of its part " + part.name);
+        for (std::uint32_t i = 0; i < segment->blockCount(); ++i) {
+            const SegmentPart block = segment->block(i);
+            if (!segment->isSound(block.bytes))
+                segment->failDamaged("the checksum of " + block.name);
         }
         return segment;
     } catch (const SegmentMissing &) {
@@ -170,7 +172,9 @@ SegmentRows Writer::Run::rowsOf(std::span<const StoredSegment> segments) const {
     for (const StoredSegment &stored : segments) {
         const auto documents = documentsIn(stored.first, stored.record.last);
         if (documents.empty()) continue;
-        rows.addSegment(*openSound(*environment_, stored), paths_.all(), documents);
+        const auto segment = openSound(*environment_, stored);
+        rows.addSegment(*segment, paths_.all(), documents);
+        segment->requireIntact();
     }
     return rows;
 }
@@ -275,4 +279,4 @@ void Writer::Run::removeDocument(WriteTransaction &transaction, const std::strin
         transaction.put(Table::documentNames, key, encodeNumbers(*numbers));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,8 +8,9 @@
 #include "zdbs/base/document_name.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/store/catalogue.h"
+#include "zdbs/embedded/store/snapshot.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace fs = std::filesystem;
 
@@ -34,6 +35,8 @@ Writer::Run::~Run() {
 }
 
 void Writer::Run::readCommitted() {
+    // What readers refuse gets no newer state, which they would refuse as well.
+    Snapshot(environment_).requireIntact();
     const ReadTransaction transaction(environment_);
     const Catalogue catalogue(*environment_, transaction);
     committed_ = catalogue.state();
@@ -79,9 +82,16 @@ void Writer::Run::begin(std::string_view document) {
     if (!isValidDocumentName(document)) throw Failure(Status::badDocumentName, {document});
     if (hasDocument(document)) throw Failure(Status::documentExists, {document, databaseName()});
     document_ = document;
+    told_.clear();
     namesBefore_ = names_.size();
     pathsBefore_ = paths_.size();
     builder_.begin(static_cast<NodeId>(nextNode_));
+}
+
+std::uint32_t Writer::Run::learn(const NumberedName &name) {
+    const std::uint32_t number = names_.numberOf(name.name);
+    if (name.number >= told_.size()) told_.resize(name.number + std::size_t{1}, noName);
+    return told_[name.number] = number;
 }
 
 void Writer::Run::end(std::uint64_t xmlBytes) {
@@ -126,4 +136,4 @@ void Writer::Run::remove(std::string_view document) {
     removed_.emplace(name, *nodes);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -25,7 +25,7 @@
 #include "zdbs/embedded/store/segment_writer.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The state of a writer between its construction and its commit.
@@ -42,7 +42,14 @@ public:
     Run &operator=(const Run &) = delete;
 
     DocumentBuilder &builder() { return builder_; }
-    NameDictionary &names() { return names_; }
+
+    /** In the dictionary, of a name as whoever loads numbers it. */
+    std::uint32_t nameNumber(const NumberedName &name) {
+        const bool isKnown = name.number < told_.size() && told_[name.number] != noName;
+        return isKnown ? told_[name.number] : learn(name);
+    }
+    std::uint32_t nameNumber(std::string_view target) { return names_.numberOf({target, {}, {}}); }
+
     bool hasDocument(std::string_view document) const;
     void begin(std::string_view document);
     void end(std::uint64_t xmlBytes);
@@ -65,6 +72,7 @@ private:
     std::filesystem::path lockPath() const { return environment_->directory() / lockFileName; }
     std::string databaseName() const { return environment_->directory().filename().native(); }
 
+    std::uint32_t learn(const NumberedName &name);
     void readCommitted();
     void removeLeftovers() const;
     std::optional<NodeRange> findCommitted(std::string_view document) const;
@@ -99,7 +107,8 @@ private:
     std::unique_ptr<SegmentWriter> segmentWriter_;
     DocumentBuilder builder_;
     std::uint64_t nextNode_ = 0;
-    std::string document_;  ///< the one that is being written
+    std::string document_;             ///< the one that is being written
+    std::vector<std::uint32_t> told_;  ///< its names, by the numbers that they are told with
     std::size_t namesBefore_ = 0;
     std::size_t pathsBefore_ = 0;
     std::unordered_map<std::string, NewDocument> added_;
@@ -113,6 +122,6 @@ private:
     bool mayBeCommitted_ = false;  ///< the files may be named by the catalogue
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** The place of the last document that does not begin after `node`; documents.size() for none. */
@@ -33,4 +33,4 @@ ParentKey parentKey(const NodeTable &table, DocumentFinder &finder, NodeId node)
     return parent != noNode ? parent : rootKey(finder.indexOf(node));
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

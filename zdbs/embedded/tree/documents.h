@@ -7,7 +7,7 @@
 
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** Place of a document in NodeTable::documents(). */
 using DocumentIndex = std::uint32_t;
@@ -41,6 +41,6 @@ constexpr ParentKey rootKey(DocumentIndex document) {
 /** Key of the parent of `node`. */
 ParentKey parentKey(const NodeTable &table, DocumentFinder &finder, NodeId node);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

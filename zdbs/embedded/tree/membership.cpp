@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** A list is thin when its bits would take more memory than the list itself does. */
@@ -29,4 +29,4 @@ bool Membership::contains(NodeId node) const {
     return (bits_[bit / 64] >> (bit % 64) & 1U) != 0;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,7 +8,7 @@
 
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * Membership in an ascending list. A list that is not thin is held as one bit a
@@ -26,6 +26,6 @@ private:
     std::vector<std::uint64_t> bits_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "zdbs/base/node.h"
+#include "zdbs/embedded/tree/node_id.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 class PathTable;
 
@@ -64,8 +65,14 @@ public:
 
     /** The same nodes by path, where the table keeps them so; null where it does not. */
     virtual const PathTable *paths() const { return nullptr; }
+
+    /**
+     * Before what was read becomes an answer: throws Failure(homeDamaged) when files that it was
+     * read from became shorter meanwhile. Next to nothing.
+     */
+    virtual void requireIntact() const {}
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

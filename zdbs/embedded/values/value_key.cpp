@@ -7,7 +7,7 @@
 
 #include "zdbs/base/number.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "words are loaded as they stand");
@@ -57,4 +57,4 @@ ValueKey valueKeyOf(std::string_view value) {
     return static_cast<ValueKey>((number ? hashOf(*number) : hashOf(value)) >> 32U);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** A hash; it stands on disk, so that it is the same in every program of one format. */
 using ValueKey = std::uint32_t;
@@ -21,6 +21,6 @@ using ValueKey = std::uint32_t;
  */
 ValueKey valueKeyOf(std::string_view value);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -7,7 +7,7 @@
 #include "zdbs/base/number.h"
 #include "zdbs/base/utf8.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::string_view whiteSpace = " \t\n\r";
@@ -108,4 +108,4 @@ std::size_t WordCounter::at(std::size_t offset) {
     return std::max<std::size_t>(words_, 1);
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

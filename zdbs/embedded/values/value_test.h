@@ -12,7 +12,7 @@
 #include "zdbs/base/relation.h"
 #include "zdbs/embedded/values/value_key.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /** How a literal that is a canonical decimal compares. */
 enum class Comparing { asTexts, asNumbers };
@@ -90,6 +90,6 @@ private:
     std::size_t words_ = 0;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

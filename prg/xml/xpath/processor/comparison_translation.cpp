@@ -7,6 +7,7 @@
 #include "prg/xml/xpath/processor/buffer_text.h"
 #include "prg/xml/xpath/processor/context_wrap.h"
 #include "prg/xml/xpath/processor/leaf_search_sets.h"
+#include "prg/xml/xpath/processor/messages.h"
 #include "prg/xml/xpath/processor/raise_exception.h"
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 
@@ -29,14 +30,13 @@ Comparison ReadComparison(XPathExpressionPair *pair) {
         path = dynamic_cast<XPathPath *>(pair->GetRight());
     }
     if (!pair->IsComparison()) {
-        RaiseXPathException("Paired expressions are not yet fully implemented.");
+        RaiseXPathException(translation_message::noPair);
     }
     const Comparison straight{pair, path, ToAxisStep(left), dynamic_cast<XPathScalar *>(right)};
     if (straight.step != nullptr && straight.scalar != nullptr) return straight;
     const Comparison exchanged{pair, path, ToAxisStep(right), dynamic_cast<XPathScalar *>(left)};
     if (exchanged.step != nullptr && exchanged.scalar != nullptr) return exchanged;
-    RaiseXPathException(
-        "A ZARN XPath comparison predicate requires a location step and a scalar value.");
+    RaiseXPathException(translation_message::noComparison);
 }
 
 // Starts the condition with the field that the step's values are in; leaves it empty for the
@@ -51,7 +51,7 @@ EAxisType BeginCondition(const ZXProcessorMain &processor, XPathAxis &axis, cons
     } else if (axis.IsSelf()) {
         return AXIS_SELF;
     } else {
-        RaiseXPathException("Comparison using the \"%s\" axis is not supported.", axis.GetName());
+        RaiseXPathException(translation_message::comparedAxis, axis.GetName());
     }
     processor.BuildNameCondition(axis.GetNodeTest(), condition);
     condition.append(" AND.T N_TVALUE");
@@ -60,7 +60,7 @@ EAxisType BeginCondition(const ZXProcessorMain &processor, XPathAxis &axis, cons
 
 void AppendAnyValue(EPairOperator op, CStringBuffer &condition) {
     if (op != PAIRSEP_NE && op != PAIRSEP_GE) {
-        RaiseXPathException("Specified comparison operator is not supported for emptry strings.");
+        RaiseXPathException(translation_message::comparedEmptyText);
     }
     condition.append("=$");
 }

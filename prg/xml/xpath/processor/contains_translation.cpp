@@ -3,6 +3,7 @@
 #include "prg/xml/xpath/processor/combined_search_sets.h"
 #include "prg/xml/xpath/processor/comparison.h"
 #include "prg/xml/xpath/processor/context_wrap.h"
+#include "prg/xml/xpath/processor/messages.h"
 #include "prg/xml/xpath/processor/raise_exception.h"
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 
@@ -19,11 +20,11 @@ ContainsCall ReadCall(const XPathFunction &function) {
     if (!HasName(function, "contains")) {
         CStringBuffer name(256);
         function.GetName(name);
-        RaiseXPathException("ERROR: unknown or unsupported function \"%s\"", BufferView(name));
+        RaiseXPathException(translation_message::unknownFunction, BufferView(name));
     }
     const XPathExpressionList *arguments = function.GetArgs();
     if (arguments == nullptr || arguments->GetSize() != 2) {
-        RaiseXPathException("ERROR: Invalid number of arguments to contains function.");
+        RaiseXPathException(translation_message::argumentCount);
     }
     XPathExpression *first = arguments->Get(0);
     const ContainsCall call{
@@ -31,9 +32,7 @@ ContainsCall ReadCall(const XPathFunction &function) {
         dynamic_cast<XPathAxisLocationStep *>(ZXProcessorMain::ToLocationStep(first)),
         ZXProcessorMain::ToScalar(arguments->Get(1))};
     if (call.step == nullptr || call.step->GetAxis() == nullptr || call.scalar == nullptr) {
-        RaiseXPathException(
-            "A contains() function must have a location path as first argument and a scalar value "
-            "as second.");
+        RaiseXPathException(translation_message::argumentKinds);
     }
     return call;
 }
@@ -60,7 +59,7 @@ EAxisType BeginCondition(const ZXProcessorMain &processor, XPathAxis &axis, XPat
     } else if (axis.IsAttribute()) {
         condition.append("N_TYPE=ATTRIBUTE");
     } else {
-        RaiseXPathException("Unpexpected lvalue type in contains().");
+        RaiseXPathException(translation_message::searchedStep);
     }
     processor.BuildNameCondition(axis.GetNodeTest(), condition);
     condition.append(" AND.T N_TVALUE");

@@ -6,6 +6,7 @@
 #include "prg/xml/xpath/processor/buffer_text.h"
 #include "prg/xml/xpath/processor/comparison.h"
 #include "prg/xml/xpath/processor/context_wrap.h"
+#include "prg/xml/xpath/processor/messages.h"
 #include "prg/xml/xpath/processor/raise_exception.h"
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 
@@ -25,11 +26,11 @@ void ReadPosition(const Comparison &comparison, CStringBuffer &value) {
     if (!isLast && !HasName(function, "position")) {
         CStringBuffer name(256);
         function.GetName(name);
-        RaiseXPathException("Unsupported function \"%s\" in comparison.", BufferView(name));
+        RaiseXPathException(translation_message::comparedFunction, BufferView(name));
     }
     LiteralText(*comparison.scalar, value);
     if (value.length() == 0) {
-        RaiseXPathException("Cannot compare position() or last() to an empty string.");
+        RaiseXPathException(translation_message::emptyPosition);
     }
     if (isLast) CountFromEnd(value);
 }

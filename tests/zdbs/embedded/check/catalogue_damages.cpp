@@ -1,6 +1,6 @@
 #include "tests/zdbs/embedded/check/damage_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -288,4 +288,4 @@ std::vector<Damage> catalogueDamages() {
     return all;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

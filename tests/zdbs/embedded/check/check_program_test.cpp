@@ -10,7 +10,7 @@
 #include "tests/zdbs/admin/program_fixture.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 namespace fs = std::filesystem;
@@ -124,4 +124,4 @@ TEST_F(CheckProgram, CompactWaitsForAnotherWriter) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 
 #include "tests/zdbs/embedded/check/damaged_database.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 struct Damage {
     const char *name;
@@ -27,6 +27,6 @@ std::vector<Damage> catalogueDamages();
 /** All of these with checksums that are right. */
 std::vector<Damage> segmentDamages();
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <lmdb.h>
 
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 #include "zdbs/embedded/check/catalogue_tables.h"
@@ -9,7 +11,7 @@
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace fs = std::filesystem;
 
@@ -32,7 +34,7 @@ std::string textOf(const MDB_val &value) {
 /** One transaction on a table, past all that the store thinks about it. */
 class RawTable {
 public:
-    RawTable(const fs::path &directory, const char *table) {
+    RawTable(const fs::path &directory, const char *table) : table_(numberOf(table)) {
         require(::mdb_env_create(&env_));
         require(::mdb_env_set_maxdbs(env_, 10));
         require(::mdb_env_set_mapsize(env_, std::size_t{1} << 30));
@@ -47,16 +49,26 @@ public:
     RawTable(const RawTable &) = delete;
     RawTable &operator=(const RawTable &) = delete;
 
-    std::optional<std::string> get(const std::string &key) const {
+    std::optional<std::string> getStored(const std::string &key) const {
         MDB_val keyVal = valueOf(key);
         MDB_val record{};
         if (::mdb_get(transaction_, handle_, &keyVal, &record) != MDB_SUCCESS) return std::nullopt;
         return textOf(record);
     }
 
+    std::optional<std::string> get(const std::string &key) const {
+        const auto bytes = getStored(key);
+        if (!bytes) return std::nullopt;
+        return std::string(unsealed(table_, key, *bytes).value());
+    }
+
     void put(const std::string &key, const std::string &record) {
+        putStored(key, key == versionKey ? record : sealed(table_, key, record));
+    }
+
+    void putStored(const std::string &key, const std::string &bytes) {
         MDB_val keyVal = valueOf(key);
-        MDB_val recordVal = valueOf(record);
+        MDB_val recordVal = valueOf(bytes);
         require(::mdb_put(transaction_, handle_, &keyVal, &recordVal, 0));
     }
 
@@ -78,6 +90,14 @@ public:
     }
 
 private:
+    static Table numberOf(std::string_view table) {
+        constexpr std::string_view names[] = {"meta",  "documents", "documentNames", "names",
+                                              "paths", "segments",  "longElements"};
+        return static_cast<Table>(std::find(std::begin(names), std::end(names), table) -
+                                  std::begin(names));
+    }
+
+    Table table_;
     MDB_env *env_ = nullptr;
     MDB_txn *transaction_ = nullptr;
     MDB_dbi handle_ = 0;
@@ -216,6 +236,15 @@ void DamagedDatabase::put(const char *table, const std::string &key,
     RawTable(path(), table).put(key, record);
 }
 
+void DamagedDatabase::spoilRecord(const char *table) const {
+    RawTable raw(path(), table);
+    const auto keys = raw.keys();
+    const std::string &key = keys.at(keys.size() > 1 && keys[1] != versionKey ? 1 : 0);
+    const std::string bytes = raw.getStored(key).value_or("");
+    const char other = static_cast<char>(bytes.at(0) ^ 1);
+    raw.putStored(key, other + bytes.substr(1));
+}
+
 void DamagedDatabase::remove(const char *table, const std::string &key) const {
     RawTable(path(), table).remove(key);
 }
@@ -280,4 +309,4 @@ std::vector<NodeId> DamagedDatabase::documents() const {
     return all;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

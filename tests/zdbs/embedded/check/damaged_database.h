@@ -16,7 +16,7 @@
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/records.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * "items.xml" over several segments with values for every index, "deep.xml" with nodes of
@@ -49,10 +49,13 @@ public:
     /** The column of values of a path. */
     void changeValues(const std::string &path, const std::function<void(ValueParts &)> &work) const;
 
-    // Records of the catalogue by the name of their table.
+    // Records of the catalogue by the name of their table; their checksums are made to fit.
     std::optional<std::string> record(const char *table, const std::string &key) const;
     void put(const char *table, const std::string &key, const std::string &record) const;
     void remove(const char *table, const std::string &key) const;
+
+    /** Changes a byte of a table's first record but one, and leaves its checksum. */
+    void spoilRecord(const char *table) const;
     std::vector<std::string> keys(const char *table) const;
 
     void changeState(const std::function<void(StateRecord &)> &change) const;
@@ -73,6 +76,6 @@ private:
     support::TemporaryDirectory directory_;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

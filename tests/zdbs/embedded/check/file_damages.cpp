@@ -1,7 +1,7 @@
 #include "tests/support/temporary_directory.h"
 #include "tests/zdbs/embedded/check/damage_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace fs = std::filesystem;
 
@@ -15,7 +15,8 @@ void cut(const fs::path &file, std::uintmax_t bytes) {
 std::size_t commonOffset(const fs::path &file) {
     const SegmentImage image(file);
     return sizeof(SegmentHeader) + image.stretches.size() * sizeof(SegmentStretch) +
-           image.directory.size() * sizeof(SegmentPath);
+           image.directory.size() * sizeof(SegmentPath) +
+           image.header.blockCount * sizeof(std::uint32_t);
 }
 
 std::size_t indexOffset(const fs::path &file) {
@@ -79,19 +80,19 @@ std::vector<Damage> fileDamages() {
          "segments/00000001.seg: file: "},
         {"ByteOfThePathsOfNodes",
          [=](Db db) { DamagedDatabase::spoil(first(db), indexOffset(first(db)) - 200); },
-         "segments/00000001.seg: checksum of common"},
+         "segments/00000001.seg: checksum of block 0: "},
         {"ByteOfTheIndexOfValues",
          [=](Db db) { DamagedDatabase::spoil(first(db), columnsOffset(first(db)) - 100); },
-         "segments/00000001.seg: checksum of index of values"},
+         "segments/00000001.seg: checksum of block 0: "},
         {"FirstByteOfTheColumns",
          [=](Db db) { DamagedDatabase::spoil(first(db), columnsOffset(first(db))); },
-         "segments/00000001.seg: checksum of path 0"},
+         "segments/00000001.seg: checksum of block 0: "},
         {"ByteOfTheValues",
          [=](Db db) { DamagedDatabase::spoil(first(db), fs::file_size(first(db)) - 2000); },
-         "segments/00000001.seg: checksum of path "},
+         "segments/00000001.seg: checksum of block "},
         {"LastByte",
          [=](Db db) { DamagedDatabase::spoil(first(db), fs::file_size(first(db)) - 1); },
-         "segments/00000001.seg: checksum of path "},
+         "segments/00000001.seg: checksum of block "},
         {"CatalogueIsCut", [=](Db db) { cut(data(db), 3 * 4096); }, "data.mdb: pages: "},
         {"CatalogueIsEmpty", [=](Db db) { cut(data(db), 0); }, "data.mdb: pages: "},
         {"CatalogueIsText",
@@ -114,4 +115,4 @@ std::vector<Damage> fileDamages() {
     };
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -3,7 +3,7 @@
 
 #include "tests/zdbs/embedded/check/damage_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -371,4 +371,4 @@ std::vector<Damage> segmentDamages() {
     return all;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,7 +5,7 @@
 
 #include "tests/support/temporary_directory.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -42,6 +42,7 @@ SegmentImage::SegmentImage(const std::filesystem::path &file) {
         stretches.push_back(taken<SegmentStretch>(rest));
     for (std::uint32_t i = 0; i < header.pathCount; ++i)
         directory.push_back(taken<SegmentPath>(rest));
+    takenBytes(rest, header.blockCount * sizeof(std::uint32_t));
     pathOfNode = takenBytes(rest, header.pathOfNodeBytes);
     declarationElements = takenBytes(rest, header.declarationElementsBytes);
     declarationNames = takenBytes(rest, header.declarationNamesBytes);
@@ -62,15 +63,12 @@ std::string SegmentImage::bytes() {
             directory[local].sizes[i] = sizeOf(columns[local][i]);
             all += columns[local][i];
         }
-        directory[local].checksum = crc32Of(all);
         body += all;
     }
     header.pathOfNodeBytes = sizeOf(pathOfNode);
     header.declarationElementsBytes = sizeOf(declarationElements);
     header.declarationNamesBytes = sizeOf(declarationNames);
-    header.commonChecksum = crc32Of(common);
     header.valuePathsBytes = sizeOf(valuePaths);
-    header.valuePathsChecksum = crc32Of(valuePaths);
     header.stretchCount = static_cast<std::uint32_t>(stretches.size());
     header.pathCount = static_cast<std::uint32_t>(directory.size());
     std::string lists;
@@ -78,6 +76,11 @@ std::string SegmentImage::bytes() {
         append(lists, stretch);
     for (const SegmentPath &path : directory)
         append(lists, path);
+    BlockChecksums checksums;
+    checksums.add(body);
+    header.blockCount = static_cast<std::uint32_t>(checksums.checksums().size());
+    for (const std::uint32_t checksum : checksums.checksums())
+        append(lists, checksum);
     header.fileBytes = sizeof header + lists.size() + body.size();
     std::string front;
     append(front, header);
@@ -126,4 +129,4 @@ std::string ValueParts::bytes() const {
     return bytes;
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

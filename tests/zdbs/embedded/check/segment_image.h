@@ -12,7 +12,7 @@
 #include "zdbs/embedded/columns/packed_column.h"
 #include "zdbs/embedded/store/segment.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 struct SegmentImage {
     explicit SegmentImage(const std::filesystem::path &file);
@@ -49,6 +49,6 @@ struct ValueParts {
     std::array<std::string, 5> parts;
 };
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

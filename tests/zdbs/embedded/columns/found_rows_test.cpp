@@ -5,7 +5,7 @@
 #include <random>
 #include <utility>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
@@ -78,4 +78,4 @@ TEST(FoundRows, KeepWhatTheyAreGiven) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Width = TextSearch::Width;
@@ -129,4 +129,4 @@ TEST(FrameSearch, FindsBytesThatAreNoText) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

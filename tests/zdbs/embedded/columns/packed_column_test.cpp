@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Numbers = std::vector<std::uint32_t>;
@@ -208,4 +208,4 @@ TEST(PackedColumn, ReadsNothingOutsideDamagedBytes) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <random>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
@@ -43,4 +43,4 @@ TEST(RowList, AppendsRowsBehindOthers) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 std::string number(std::mt19937 &random) {
@@ -162,4 +162,4 @@ std::string describe(const ValueTest &test) {
            (test.number() ? " as numbers '" : " as texts '") + test.literal() + "'";
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/columns/value_column.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 using Texts = std::vector<std::string>;
 
@@ -44,6 +44,6 @@ std::vector<std::uint32_t> rowsOf(const ValueColumn &column, const ValueTest &te
 
 std::string describe(const ValueTest &test);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Width = TextSearch::Width;
@@ -78,4 +78,4 @@ TEST(TextSearch, GetsThroughTextsMadeToDefeatIt) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::size_t blockSize = TrigramBlocks::blockSize;
@@ -108,4 +108,4 @@ TEST(TrigramBlocks, AreFoundWrongWhereABitIsMissing) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

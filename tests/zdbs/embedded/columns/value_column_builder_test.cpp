@@ -9,7 +9,7 @@
 #include "sample_columns.h"
 #include "zdbs/embedded/columns/value_column.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 TEST(ValueColumnBuilder, CountsRowsAndBytes) {
@@ -110,4 +110,4 @@ TEST(ValueColumnBuilder, WritesTheSameBytesForTheSameValues) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,7 +8,7 @@
 #include "zdbs/embedded/columns/trigram_blocks.h"
 #include "zdbs/embedded/columns/value_column.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
@@ -225,4 +225,4 @@ TEST(ValueColumnDamage, CutShortIsNotWhole) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

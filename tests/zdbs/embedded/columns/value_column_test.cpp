@@ -7,7 +7,7 @@
 
 #include "sample_columns.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
@@ -258,4 +258,4 @@ TEST(ValueColumn, NeedsFewBytesForValuesThatAreAllTheSame) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

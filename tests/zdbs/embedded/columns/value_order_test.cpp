@@ -11,7 +11,7 @@
 #include "zdbs/base/number.h"
 #include "zdbs/embedded/columns/distinct_values.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Rows = std::vector<std::uint32_t>;
@@ -124,4 +124,4 @@ TEST(DistinctValues, AreGivenUpWhenMostAreDistinct) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

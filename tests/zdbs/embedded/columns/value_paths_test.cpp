@@ -10,7 +10,7 @@
 
 #include "zdbs/embedded/columns/value_column.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Keys = std::vector<ValueKey>;
@@ -212,4 +212,4 @@ TEST(ValuePaths, ThatAreDamagedAreReadWithoutHarm) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

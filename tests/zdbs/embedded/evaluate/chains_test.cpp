@@ -5,7 +5,7 @@
 
 #include "tests/zdbs/embedded/evaluate/desk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -172,4 +172,4 @@ TEST(AttributesAsChildren, HoldForAFirstStepOfAttributes) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

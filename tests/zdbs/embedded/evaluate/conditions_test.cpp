@@ -6,7 +6,7 @@
 #include "tests/zdbs/embedded/evaluate/desk.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -136,4 +136,4 @@ TEST(Plans, SayHowRecordsWereFound) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,7 +10,7 @@
 #include "tests/zdbs/support/memory_path_table.h"
 #include "zdbs/embedded/sets/node_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -185,4 +185,4 @@ TEST(CountedList, StaysPendingWhereAnIndexTellsTheNumber) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/zdbs/support/memory_path_table.h"
+#include "tests/zdbs/support/nodes_of.h"
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
 
 namespace zdbs::testing {
@@ -35,7 +36,7 @@ std::string shownNode(const NodeTable &table, NodeId node) {
 std::string contentOf(const OpenDatabase &database, const ResultSet &set) {
     std::string text = std::to_string(set.hits()) + " hits:";
     std::int64_t place = 0;
-    for (NodeId node : database.records(set)) {
+    for (NodeId node : nodesOf(database, set)) {
         text += " " + std::to_string(node);
         if (database.record(set, ++place) != node) text += " is not at its place";
         if (place > mostCompared) continue;
@@ -79,7 +80,7 @@ Desk &Desk::find(const std::vector<std::string> &conditions) {
 
 std::string Desk::ids(const std::string &condition) const {
     std::string text;
-    for (NodeId node : database().records(*evaluate(condition))) {
+    for (NodeId node : nodesOf(database(), *evaluate(condition))) {
         text += (text.empty() ? "" : " ") + std::to_string(node);
     }
     return text;
@@ -87,7 +88,7 @@ std::string Desk::ids(const std::string &condition) const {
 
 std::string Desk::shown(const std::string &condition) const {
     std::string text;
-    for (NodeId node : database().records(*evaluate(condition))) {
+    for (NodeId node : nodesOf(database(), *evaluate(condition))) {
         text += (text.empty() ? "" : " ") + shownNode(*table_, node);
     }
     return text;

@@ -5,7 +5,7 @@
 
 #include "tests/zdbs/embedded/evaluate/desk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -166,4 +166,4 @@ TEST(Fields, TakeHostileLiteralsAsTheyAre) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,18 +5,20 @@
 #include <string>
 
 #include "tests/zdbs/embedded/evaluate/desk.h"
+#include "tests/zdbs/support/told.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
+using testing::ToldHits;
 
 /** The hit words of a set: "record: part/field/word/length ...", record after record. */
 std::string hitWords(const Desk &desk, const std::string &condition) {
     ResultSetPtr set = desk.evaluate(condition);
     std::string text;
     for (std::int64_t i = 1; i <= set->size(); ++i) {
-        NodeId record = desk.database().record(*set, i);
+        RecordId record = desk.database().record(*set, i);
         text += (text.empty() ? "" : "; ") + std::to_string(record) + ":";
         for (const HitWord &word : desk.database().hitWords(*set, record)) {
             text += " " + std::to_string(word.part) + "/" + std::to_string(word.field) + "/" +
@@ -84,32 +86,22 @@ TEST(HitWords, AreThoseOfTheConditionThatTheNodeSatisfied) {
     EXPECT_EQ(hitWords(desk, "N_TYPE=TEXT NOT N_TVALUE=$row$"), "5: 1/1/1/0");
 }
 
-std::string ranges(const HitRanges &hits, NodeId node) {
-    std::string text;
-    for (HitRange range : hits.find(node)) {
-        text += std::to_string(range.offset) + "+" + std::to_string(range.length) + " ";
-    }
-    return text;
-}
-
 TEST(HitRanges, AreThoseOfAllTheSetsOfARequest) {
     Desk desk(song);
     desk.find({"N_TYPE=TEXT AND.T N_TVALUE=$row$", "N_TYPE=ELEMENT", "XPATH(child,2,1,1)",
                "N_TYPE=TEXT AND.T N_TVALUE=&boat&"});
-    std::vector<ResultSetPtr> sets{desk.set(1), desk.set(2), desk.set(3), desk.set(4)};
-    std::unique_ptr<HitRanges> hits = desk.database().hitRanges(sets);
-    EXPECT_EQ(ranges(*hits, 1), "");
-    EXPECT_EQ(ranges(*hits, 2), "") << "an attribute was not asked for";
-    EXPECT_EQ(ranges(*hits, 3), "0+3 4+3 8+3 ");
-    EXPECT_EQ(ranges(*hits, 5), "0+4 ");
+    const std::vector<ResultSetPtr> sets{desk.setByPath(1), desk.setByPath(2), desk.setByPath(3),
+                                         desk.setByPath(4)};
+    const std::map<RecordId, std::string> expected{{3, "0+3 4+3 8+3 "}, {5, "0+4 "}};
+    EXPECT_EQ(ToldHits::of(desk.databaseByPath(), sets), expected) << "of no attribute";
 }
 
 TEST(HitRanges, ThatOverlapAreOne) {
     Desk desk("<a>banana split</a>");
     desk.find({"N_TVALUE=$ana$", "N_TVALUE=$nan$", "N_TVALUE=$split$", "N_TVALUE=$a $",
                "S=1 AND.T S=2 AND.T S=3 AND.T S=4"});
-    std::vector<ResultSetPtr> sets{desk.set(5), desk.set(5)};
-    EXPECT_EQ(ranges(*desk.database().hitRanges(sets), 2), "1+4 5+2 7+5 ");
+    const std::vector<ResultSetPtr> sets{desk.setByPath(5), desk.setByPath(5)};
+    EXPECT_EQ(ToldHits::of(desk.databaseByPath(), sets).at(2), "1+4 5+2 7+5 ");
     EXPECT_EQ(hits(desk, "S=5"), 3);
 }
 
@@ -159,4 +151,4 @@ TEST(HitWords, AreAsManyHoweverNodesAreKept) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -8,10 +8,11 @@
 #include "tests/zdbs/support/hostile_texts.h"
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/memory_path_table.h"
-#include "zdbs/embedded/evaluate/embedded_database.h"
+#include "tests/zdbs/support/nodes_of.h"
+#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -59,8 +60,8 @@ protected:
     std::vector<NodeId> found(const std::string &condition) const {
         const Command command = parseCommand("FIND " + condition);
         const auto lookup = [this](SetReference) { return everything_; };
-        return database_->records(
-            *database_->evaluate(std::get<FindCommand>(command).condition, lookup));
+        return testing::nodesOf(
+            *database_, *database_->evaluate(std::get<FindCommand>(command).condition, lookup));
     }
 
     /** The attribute that has a value. */
@@ -109,4 +110,4 @@ INSTANTIATE_TEST_SUITE_P(, HostileValues, ::testing::Bool(),
                          [](const auto &test) { return test.param ? "ByPath" : "ByNumber"; });
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -6,7 +6,7 @@
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/evaluate/set_algebra.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -202,4 +202,4 @@ TEST(Universe, IsEveryNodeOrRootsAndEveryNodeButTheAttributes) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

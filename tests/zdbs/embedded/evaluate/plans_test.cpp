@@ -5,7 +5,7 @@
 
 #include "tests/zdbs/embedded/evaluate/desk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -21,7 +21,9 @@ protected:
 
     void SetUp() override {
         desk_.find({"N_TYPE=ELEMENT AND.T N_NAME=\"b\"", "N_TYPE=TEXT", "XPATH(child,1,2,2)",
-                    "XPATH(ancestor,2,0,2)", "XPATH(following,2,2,2)"});
+                    "XPATH(ancestor,2,0,2)", "XPATH(following,2,2,2)",
+                    "N_TYPE=ELEMENT AND.T N_ID>2", "XPATH(ancestor,2,6,2)",
+                    "XPATH(SELF,5,5,1,EQ,1)", "XPATH(parent,2,0,2)"});
     }
 
     Desk desk_{"<a><b n='1'>one</b><b n='2'>two<c/>three</b></a>"};
@@ -60,10 +62,13 @@ TEST_F(PlansByPath, OfJoinsAndPositionsTellTheWay) {
     EXPECT_EQ(plan("XPATH(child,0,2,2)"), "summary of paths");
     EXPECT_EQ(plan("XPATH(SELF,2,2,1,EQ,1)"), "positions among siblings");
     EXPECT_EQ(plan("XPATH(SELF,3,3,1,EQ,1)"), "positions among siblings");
-    EXPECT_EQ(plan("XPATH(SELF,4,4,1,EQ,1)"), "positions in one pass");
-    EXPECT_EQ(plan("XPATH(SELF,5,5,1,EQ,1)"), "general positions");
+    EXPECT_EQ(plan("XPATH(SELF,4,4,1,EQ,1)"), "positions by rows");
+    EXPECT_EQ(plan("XPATH(SELF,7,7,1,EQ,1)"), "positions by rows");
+    EXPECT_EQ(plan("XPATH(SELF,9,9,1,EQ,1)"), "positions among siblings");
+    EXPECT_EQ(plan("XPATH(SELF,5,5,1,EQ,1)"), "positions by rows");
+    EXPECT_EQ(plan("XPATH(SELF,8,8,1,EQ,1)"), "general positions");
     EXPECT_EQ(plan("S=1 AND.T S=2"), "sets");
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -5,7 +5,7 @@
 
 #include "tests/zdbs/embedded/evaluate/desk.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -220,4 +220,4 @@ TEST(Positions, OfAPathInAPredicateAnswerItsFirstStep) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 #include "tests/zdbs/embedded/evaluate/desk.h"
 #include "tests/zdbs/support/random_document.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::Desk;
@@ -132,4 +132,4 @@ TEST(RandomConditions, FindTheSameHoweverNodesAreKept) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

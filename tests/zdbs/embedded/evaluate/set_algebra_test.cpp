@@ -10,7 +10,7 @@
 #include "tests/zdbs/embedded/evaluate/naive_sets.h"
 #include "tests/zdbs/support/memory_path_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -39,7 +39,7 @@ public:
     void join(Axis axis, std::size_t a, std::size_t b, Direction direction) {
         log_ << "\nXPATH(" << nameOf(axis) << "," << a << "," << b << ","
              << static_cast<int>(direction) << ")";
-        keep(zdbs::join(table_, universe_, axis, sets_[a], sets_[b], direction),
+        keep(embedded::join(table_, universe_, axis, sets_[a], sets_[b], direction),
              naive_.join(axis, a, b, direction));
     }
 
@@ -51,18 +51,18 @@ public:
 
     void intersect(std::size_t a, std::size_t b) {
         log_ << "\n" << a << " and " << b;
-        keep(zdbs::intersect(sets_[a], sets_[b]), naive_.intersect(a, b));
+        keep(embedded::intersect(sets_[a], sets_[b]), naive_.intersect(a, b));
     }
 
     void subtract(std::size_t a, std::size_t b) {
         log_ << "\n" << a << " not " << b;
-        keep(zdbs::subtract(sets_[a], sets_[b]), naive_.subtract(a, b));
+        keep(embedded::subtract(sets_[a], sets_[b]), naive_.subtract(a, b));
     }
 
     void unite(std::size_t a, std::size_t b) {
         log_ << "\n" << a << " or " << b;
         std::vector<NodeSetPtr> members{sets_[a], sets_[b]};
-        keep(zdbs::unite(members), naive_.unite(a, b));
+        keep(embedded::unite(members), naive_.unite(a, b));
     }
 
     /** Whether all sets so far have the nodes that they should have. */
@@ -312,4 +312,4 @@ TEST(Positions, AreThoseOfTheDefinitionOnEveryAxis) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -17,8 +17,9 @@
 #include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/embedded/store/tree_text.h"
 #include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/engine/registry.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 namespace fs = std::filesystem;
@@ -77,7 +78,7 @@ TEST(HomeLocation, IsTheSettingOrTheUsersDataDirectory) {
         variables.set("ZDBS_HOME", row.home);
         variables.set("XDG_DATA_HOME", row.data);
         variables.set("HOME", row.user);
-        EXPECT_EQ(Home::locate(), row.expected);
+        EXPECT_EQ(configuredLocation(), row.expected);
     }
 }
 
@@ -85,7 +86,7 @@ TEST(HomeLocation, WithoutVariablesComesFromTheUserDatabase) {
     Variables variables;
     for (const char *name : {"ZDBS_HOME", "XDG_DATA_HOME", "HOME"})
         variables.set(name, std::nullopt);
-    EXPECT_THAT(Home::locate().native(), testing::EndsWith("/.local/share/zdbs"));
+    EXPECT_THAT(configuredLocation(), testing::EndsWith("/.local/share/zdbs"));
 }
 
 class HomeOfAnyUmask : public testing::TestWithParam<mode_t> {};
@@ -159,6 +160,25 @@ TEST(HomeOpening, TellsWhatIsWrong) {
     EXPECT_EQ(open(), Status::homeDamaged);
     directory.write("home/users", "zdbs-users 1\n");
     EXPECT_EQ(open(), Status::ok);
+}
+
+TEST(HomeOpening, RefusesWhatOtherUsersMayWriteTo) {
+    const support::TemporaryDirectory directory;
+    const fs::path path = directory.path() / "home";
+    Home::create(path);
+    std::string sentence;
+    for (const fs::path &place : {path, path / "users"}) {
+        const auto before = fs::status(place).permissions();
+        for (const auto bit : {fs::perms::group_write, fs::perms::others_write}) {
+            fs::permissions(place, before | bit);
+            EXPECT_EQ(statusOf([&] { Home::open(path); }, &sentence), Status::homeUnreadable);
+            EXPECT_THAT(sentence, HasSubstr(place.native() + " "));
+            EXPECT_THAT(sentence, HasSubstr("chmod go-w"));
+        }
+        fs::permissions(place, before | fs::perms::group_read | fs::perms::others_read);
+        EXPECT_EQ(statusOf([&] { Home::open(path); }), Status::ok);
+        fs::permissions(place, before);
+    }
 }
 
 TEST(HomeUsers, LogInWithTheirPasswordsUntilTheseChange) {
@@ -392,4 +412,4 @@ TEST(HomeSnapshots, OutliveTheirDatabaseAndTheirHome) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

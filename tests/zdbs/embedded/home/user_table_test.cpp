@@ -8,7 +8,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::ElementsAre;
@@ -195,4 +195,4 @@ TEST(UserTable, NamesTheLineThatIsDamaged) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

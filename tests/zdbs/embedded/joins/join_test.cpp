@@ -8,7 +8,7 @@
 
 #include "tests/zdbs/embedded/joins/naive_axes.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::forestsOf;
@@ -273,4 +273,4 @@ TEST(AllAttributes, WantsAttributesAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 #include "zdbs/embedded/tree/documents.h"
 #include "zdbs/embedded/tree/membership.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 TEST(AxisOf, KnowsTheThirteenNamesInAnyCase) {
@@ -103,4 +103,4 @@ TEST(ParentKey, TellsRootsFromElements) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

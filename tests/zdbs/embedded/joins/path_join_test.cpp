@@ -7,7 +7,7 @@
 
 #include "tests/zdbs/embedded/paths/sound_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::allNodes;
@@ -377,4 +377,4 @@ TEST(PathsOfSteps, AreNoMoreThanTheSummaryAllows) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

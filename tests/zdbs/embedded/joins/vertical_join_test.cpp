@@ -7,7 +7,7 @@
 #include "tests/zdbs/embedded/paths/sound_sets.h"
 #include "zdbs/embedded/joins/join.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::allNodes;
@@ -172,4 +172,4 @@ TEST(VerticalJoins, FindParentsAndChildrenOfRows) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 #include "tests/zdbs/support/namespaced_document.h"
 #include "zdbs/embedded/paths/reader_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -123,4 +123,4 @@ TEST(ReaderTable, AnswersWhatItsTableAnswersInAnyOrder) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -7,7 +7,7 @@
 
 #include "tests/zdbs/embedded/paths/sound_sets.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::allNodes;
@@ -150,4 +150,4 @@ TEST(PathNodes, OfNoPathsAreNone) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::ElementsAre;
@@ -53,4 +53,4 @@ TEST(PathMarks, SayWhetherAPathIsNew) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using Paths = std::vector<PathId>;
@@ -47,4 +47,4 @@ TEST(PathSummaries, KnowWhichPathIsBelowWhich) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

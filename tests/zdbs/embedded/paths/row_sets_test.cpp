@@ -9,7 +9,7 @@
 #include "zdbs/embedded/paths/row_collector.h"
 #include "zdbs/embedded/paths/row_reader.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -224,4 +224,4 @@ TEST(RowReaders, ReadSetsRangesBitsAndListsAlike) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 #include "zdbs/embedded/positions/list_joins.h"
 #include "zdbs/embedded/sets/node_list.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -190,4 +190,4 @@ TEST_F(PathList, IsAllAttributesByItsPaths) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

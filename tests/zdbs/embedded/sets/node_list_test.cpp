@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/zdbs/support/memory_node_table.h"
+#include "zdbs/embedded/tree/ascending_numbers.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::MemoryNodeTable;
@@ -54,16 +55,19 @@ TEST(NodeList, OfEverythingIsEveryNode) {
     EXPECT_TRUE(NodeList::everythingIn(MemoryNodeTable())->empty());
 }
 
-TEST(NodeListAlgebra, IsThatOfSets) {
-    NodeIds a{1, 3, 5, 7};
-    NodeIds b{3, 4, 7, 9};
-    EXPECT_EQ(intersected(a, b), (NodeIds{3, 7}));
-    EXPECT_EQ(united(a, b), (NodeIds{1, 3, 4, 5, 7, 9}));
-    EXPECT_EQ(subtracted(a, b), (NodeIds{1, 5}));
-    EXPECT_EQ(intersected(a, {}), NodeIds{});
-    EXPECT_EQ(united({}, b), b);
-    EXPECT_EQ(subtracted(a, {}), a);
+TEST(AscendingNumbers, ArePutTogetherAsSets) {
+    const NodeIds a{1, 3, 5, 7};
+    const NodeIds b{3, 4, 7, 9};
+    EXPECT_EQ(common(a, b), (NodeIds{3, 7}));
+    EXPECT_EQ(merged(a, b), (NodeIds{1, 3, 4, 5, 7, 9}));
+    EXPECT_EQ(difference(a, b), (NodeIds{1, 5}));
+    EXPECT_EQ(common(a, NodeIds()), NodeIds{});
+    EXPECT_EQ(merged(NodeIds(), b), b);
+    EXPECT_EQ(difference(a, NodeIds()), a);
+    NodeIds mixed{7, 1, 7, 3, 1};
+    sortUnique(mixed);
+    EXPECT_EQ(mixed, (NodeIds{1, 3, 7}));
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -10,15 +10,19 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <random>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/temporary_directory.h"
+#include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 namespace fs = std::filesystem;
@@ -225,6 +229,23 @@ TEST_F(DataFileTest, ThatWasCutAnywhereIsDamaged) {
     EXPECT_THAT(findings(), testing::Not(IsEmpty()));
 }
 
+TEST_F(DataFileTest, IsSoundWhileCommitsComeFasterThanItIsRead) {
+    std::ofstream(directory_.path() / writerLockName).close();
+    {
+        RawEnvironment environment(directory_.path());
+        environment.put(0, 100000, 100);
+    }
+    const std::jthread writer([&](const std::stop_token &stop) {
+        RawEnvironment environment(directory_.path(), MDB_NOSYNC);
+        for (int i = 0; !stop.stop_requested(); i = (i + 1) % 1000) {
+            const FileLock lock(directory_.path() / writerLockName);
+            environment.put(i * 90, i * 90 + 20, 100U + static_cast<std::size_t>(i % 3));
+        }
+    });
+    for (int turn = 0; turn < 10; ++turn)
+        EXPECT_THAT(checkDataFile(file()).findings, IsEmpty());
+}
+
 TEST_F(DataFileTest, NamesThePlace) {
     fill();
     std::string bytes = content();
@@ -287,4 +308,4 @@ TEST_F(DataFileTest, WithoutFindingsIsReadByLmdbWithoutHarmWhateverWasChanged) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

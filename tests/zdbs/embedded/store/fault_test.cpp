@@ -22,7 +22,7 @@
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::AllOf;
@@ -192,6 +192,81 @@ TEST_F(FaultTest, AnyFailedWriteOrSyncLeavesTheDatabaseAsItWas) {
     }
 }
 
+/** In a process of its own, in which that call fails: 0 when `work` gets through, 1 when it ends
+ *  with a Failure or for want of memory, another number or a signal when not. */
+int endOfFailingChild(faults::Call call, int n, int error, const std::function<void()> &work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        faults::failAt(call, n, error);
+        try {
+            work();
+        } catch (const Failure &) {
+            ::_exit(1);
+        } catch (const std::bad_alloc &) {
+            ::_exit(1);
+        } catch (...) {
+            ::_exit(2);
+        }
+        const bool isOver = faults::disarm() < n;
+        ::_exit(isOver ? 0 : 3);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+}
+
+struct CallCase {
+    const char *name;
+    faults::Call call;
+    int error;
+};
+
+class FailingCall : public FaultTest, public testing::WithParamInterface<CallCase> {};
+
+// Some are of no consequence, and what is done is done then; that many fail, and none does harm.
+TEST_P(FailingCall, IsAFailureOrOfNoConsequence) {
+    int failures = 0;
+    const auto work = [&] {
+        const auto home = Home::open(test_.home->path());
+        (void)home->snapshot("db");
+        change();
+    };
+    for (int n = 1;; ++n) {
+        ASSERT_EQ(state(), "before") << n;
+        const int end = endOfFailingChild(GetParam().call, n, GetParam().error, work);
+        ASSERT_TRUE(end == 0 || end == 1 || end == 3) << end << " at " << n;
+        const std::string left = state();
+        ASSERT_EQ(left, end == 1 ? "before" : "after") << n;
+        failures += end == 1 ? 1 : 0;
+        if (end == 0) break;
+        if (end == 1) continue;
+        const auto writer = test_.home->write("db");
+        writer->removeDocument("old");
+        writer->removeDocument("new");
+        write(*writer, "old", old_);
+        writer->commit();
+    }
+    // What is interrupted or comes half as far is done again; room was taken before.
+    const bool mayBeNone = GetParam().error == EINTR ||
+                           GetParam().call == faults::Call::shortWrite ||
+                           GetParam().call == faults::Call::allocate;
+    EXPECT_TRUE(mayBeNone || failures > 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, FailingCall,
+    testing::Values(CallCase{"OpenWithoutDescriptors", faults::Call::open, EMFILE},
+                    CallCase{"OpenForbidden", faults::Call::open, EACCES},
+                    CallCase{"OpenOfADamagedDisk", faults::Call::open, EIO},
+                    CallCase{"ReadOfADamagedDisk", faults::Call::read, EIO},
+                    CallCase{"ReadInterrupted", faults::Call::read, EINTR},
+                    CallCase{"MapWithoutMemory", faults::Call::map, ENOMEM},
+                    CallCase{"AllocationWithoutRoom", faults::Call::allocate, ENOSPC},
+                    CallCase{"AllocationInterrupted", faults::Call::allocate, EINTR},
+                    CallCase{"WriteInterrupted", faults::Call::write, EINTR},
+                    CallCase{"WriteOfAHalf", faults::Call::shortWrite, 0}),
+    [](const auto &test) { return test.param.name; });
+
 // Only where the very last write fails, the page that makes the commit true, nobody can tell.
 TEST_F(FaultTest, SegmentsOfAFailedLoadAreRemovedUnlessTheNextStartCouldSeeIt) {
     const auto leftBy = [&](faults::Call call) {
@@ -299,4 +374,4 @@ TEST_F(FaultTest, AFullDiskLeavesTheUsersAsTheyWere) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

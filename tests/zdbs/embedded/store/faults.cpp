@@ -1,5 +1,7 @@
 #include "tests/zdbs/embedded/store/faults.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
 #include <sys/uio.h>
@@ -7,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
 
 namespace zdbs::faults {
@@ -26,6 +29,7 @@ std::atomic<int> seen = 0;  // the store writes in several threads
 // Must this call fail? Counts it; may not return.
 bool strikes(Call call) {
     if (!order.armed) return false;
+    if (order.kills && call > Call::remove) return false;
     if (order.kills) {
         if (++seen == order.n) ::kill(::getpid(), SIGKILL);
         return false;
@@ -63,11 +67,13 @@ using zdbs::faults::strikes;
 
 ssize_t pwrite(int file, const void *bytes, size_t size, off_t offset) {
     if (strikes(Call::write)) return -1;
+    if (size > 1 && strikes(Call::shortWrite)) size /= 2;
     return ::syscall(SYS_pwrite64, file, bytes, size, offset);
 }
 
 ssize_t write(int file, const void *bytes, size_t size) {
     if (strikes(Call::write)) return -1;
+    if (size > 1 && strikes(Call::shortWrite)) size /= 2;
     return ::syscall(SYS_write, file, bytes, size);
 }
 
@@ -84,6 +90,41 @@ int fdatasync(int file) {
 int fsync(int file) {
     if (strikes(Call::sync)) return -1;
     return static_cast<int>(::syscall(SYS_fsync, file));
+}
+
+int open(const char *path, int flags, ...) {
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    if (strikes(Call::open)) return -1;
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+ssize_t read(int file, void *bytes, size_t size) {
+    if (strikes(Call::read)) return -1;
+    return ::syscall(SYS_read, file, bytes, size);
+}
+
+ssize_t pread(int file, void *bytes, size_t size, off_t offset) {
+    if (strikes(Call::read)) return -1;
+    return ::syscall(SYS_pread64, file, bytes, size, offset);
+}
+
+void *mmap(void *address, size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    if (file >= 0 && strikes(Call::map)) return MAP_FAILED;
+    return reinterpret_cast<void *>(
+        ::syscall(SYS_mmap, address, size, protection, flags, file, offset));
+}
+
+int posix_fallocate(int file, off_t offset, off_t size) {
+    if (strikes(Call::allocate)) return errno;
+    return ::syscall(SYS_fallocate, file, 0, offset, size) == 0 ? 0 : errno;
+}
+
+int ftruncate(int file, off_t size) noexcept {
+    if (strikes(Call::allocate)) return -1;
+    return static_cast<int>(::syscall(SYS_ftruncate, file, size));
 }
 
 int rename(const char *from, const char *to) noexcept {

@@ -1,8 +1,9 @@
 #include "tests/zdbs/embedded/store/model_document.h"
+#include "tests/zdbs/support/numbered.h"
 
 #include <algorithm>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -91,15 +92,15 @@ void writeNode(Writer &writer, const ModelNode &node) {
     const NodeName name{node.local, node.prefix, node.uri};
     switch (node.kind) {
         case NodeKind::element:
-            writer.startElement(name);
+            writer.startElement(numbered(name));
             for (const auto &[prefix, uri] : node.namespaces)
                 writer.namespaceDeclaration(prefix, uri);
             break;
         case NodeKind::attribute:
-            writer.attribute(name, node.value);
+            writer.attribute(numbered(name), node.value, unmarked);
             break;
         case NodeKind::text:
-            writer.text(node.value);
+            writer.text(node.value, unmarked);
             break;
         case NodeKind::comment:
             writer.comment(node.value);
@@ -162,4 +163,4 @@ std::string difference(const NodeTable &nodes, const DocumentRange &range,
     return "";
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -11,7 +11,7 @@
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 struct ModelNode {
     NodeKind kind;
@@ -44,6 +44,6 @@ void write(Writer &writer, const std::string &name, const ModelDocument &documen
 std::string difference(const NodeTable &nodes, const DocumentRange &range,
                        const ModelDocument &document);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

@@ -6,7 +6,7 @@
 #include <random>
 #include <tuple>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr auto element = NodeKind::element;
@@ -91,4 +91,4 @@ TEST(PathDictionary, AgreesWithAMap) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

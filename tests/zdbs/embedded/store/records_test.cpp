@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 TEST(Records, KeysSortAsTheirNumbers) {
@@ -95,4 +95,4 @@ TEST(Records, OfAnotherLengthAreNone) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

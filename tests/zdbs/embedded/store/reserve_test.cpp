@@ -15,7 +15,7 @@
 #include "tests/support/temporary_directory.h"
 #include "zdbs/base/private_files.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr std::uint64_t leastSize = std::uint64_t{1} << 20;
@@ -101,4 +101,4 @@ TEST_F(ReserveTest, IsLockedWhileItIsUsed) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

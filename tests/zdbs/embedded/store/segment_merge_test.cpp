@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 constexpr SegmentLimits limits{1000, 1000000};
@@ -106,4 +106,4 @@ TEST(SegmentMerge, ForACompactionTakesWhatFitsTogetherOrHasRemovedRows) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

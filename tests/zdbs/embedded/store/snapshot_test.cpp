@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -19,7 +20,7 @@
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/writer.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::HasSubstr;
@@ -380,6 +381,59 @@ TEST(Snapshot, IsOfANewerStateWhereACommitTookTheFilesAway) {
     EXPECT_EQ(test.home->snapshot("db")->state(), 61U);
 }
 
+/** Reads all that there is; what fails has failed. */
+void readEverything(const Snapshot &snapshot) {
+    for (const DocumentRange &document : snapshot.documents()) {
+        for (NodeId node = document.first; node <= document.last; ++node) {
+            (void)statusOf([&] { (void)snapshot.name(node); });
+            (void)statusOf([&] { (void)snapshot.value(node).size(); });
+            (void)statusOf([&] { (void)snapshot.parent(node); });
+        }
+    }
+}
+
+TEST(Snapshot, OfASegmentThatIsCutShortSaysSoAfterwards) {
+    std::mt19937 random(5);
+    TestHome test;
+    stored(*test.home, {randomDocument(random, {600, 9, 30, 5})});
+    const auto snapshot = test.home->snapshot("db");
+    readEverything(*snapshot);
+    snapshot->requireIntact();
+    std::filesystem::resize_file(snapshot->segment(0).file(), 0);
+    readEverything(*snapshot);
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { snapshot->requireIntact(); }, &sentence), Status::homeDamaged);
+    EXPECT_THAT(sentence, HasSubstr(snapshot->segment(0).file().native()));
+}
+
+TEST(Snapshot, OfACatalogueThatIsCutShortOrOverwrittenSaysSo) {
+    const ModelDocument document = {{NodeKind::element, noParent, 1, "e", "", "", "", {}}};
+    for (const bool isCut : {true, false}) {
+        TestHome test;
+        stored(*test.home, {document});
+        const auto snapshot = test.home->snapshot("db");
+        const auto file = test.home->databasePath("db") / Environment::dataFileName;
+        const auto size = std::filesystem::file_size(file);
+        if (isCut)
+            std::filesystem::resize_file(file, 0);
+        else
+            std::fstream(file, std::ios::binary | std::ios::in | std::ios::out)
+                << std::string(size, 'x');
+        readEverything(*snapshot);
+        EXPECT_EQ(statusOf([&] { (void)test.home->snapshot("db"); }), Status::homeDamaged) << isCut;
+    }
+}
+
+TEST(Snapshot, OfADatabaseThatWasDroppedMeanwhileIsOfNone) {
+    TestHome test;
+    stored(*test.home, {{{NodeKind::element, noParent, 1, "e", "", "", "", {}}}});
+    const auto environment = Environment::open(test.home->databasePath("db"));
+    test.home->dropDatabase("db");
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { Snapshot opened(environment); }, &sentence), Status::unknownDatabase)
+        << sentence;
+}
+
 TEST(Snapshot, KeepsTheFilesThatItHasOpen) {
     std::mt19937 random(10);
     const ModelDocument document = randomDocument(random, {500, 10, 30, 5});
@@ -443,4 +497,4 @@ TEST(Snapshot, HasItsNodesByPath) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

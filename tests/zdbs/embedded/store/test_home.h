@@ -10,7 +10,7 @@
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/home.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 struct TestHome {
     TestHome() { home->createDatabase("db"); }
@@ -30,6 +30,6 @@ inline Status statusOf(const std::function<void()> &work, std::string *sentence 
     }
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

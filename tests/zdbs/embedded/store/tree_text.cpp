@@ -3,7 +3,7 @@
 #include <sstream>
 #include <vector>
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 namespace {
 
@@ -115,4 +115,4 @@ std::string numberingFaults(const NodeTable &nodes) {
     return faults.str();
 }
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded

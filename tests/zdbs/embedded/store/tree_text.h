@@ -6,7 +6,7 @@
 
 #include "zdbs/embedded/tree/node_table.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 
 /**
  * The top-level nodes of a document with a blank between them:
@@ -32,6 +32,6 @@ std::string treeText(const NodeTable &nodes);
  */
 std::string numberingFaults(const NodeTable &nodes);
 
-}  // namespace zdbs
+}  // namespace zdbs::embedded
 
 #endif

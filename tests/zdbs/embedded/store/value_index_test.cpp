@@ -17,7 +17,7 @@
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 /** Values that repeat, numbers in several spellings, the empty one, and some of their own. */
@@ -180,4 +180,4 @@ TEST_F(ValueIndexOfStore, IsTheSameHoweverTheRowsCame) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -14,11 +14,12 @@
 #include "tests/zdbs/embedded/store/model_document.h"
 #include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/embedded/store/tree_text.h"
+#include "tests/zdbs/support/numbered.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/store/snapshot.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 using testing::HasSubstr;
@@ -28,8 +29,8 @@ using testing::IsEmpty;
 void writeSmall(Writer &writer, const std::string &name, const std::string &value,
                 const std::string &element = "e") {
     writer.beginDocument(name);
-    writer.startElement({element, "", ""});
-    writer.text(value);
+    writer.startElement(numbered({element, "", ""}));
+    writer.text(value, unmarked);
     writer.endElement();
     writer.endDocument(value.size());
 }
@@ -176,8 +177,8 @@ TEST_F(WriterTest, AbandonsADocumentWithoutATrace) {
     const auto writer = open();
     writeSmall(*writer, "a", "1");
     writer->beginDocument("bad");
-    writer->startElement({"neverSeenElsewhere", "", ""});
-    writer->text("half");
+    writer->startElement(numbered({"neverSeenElsewhere", "", ""}));
+    writer->text("half", unmarked);
     writer->abandonDocument();
     EXPECT_FALSE(writer->hasDocument("bad"));
     writeSmall(*writer, "b", "2");
@@ -193,7 +194,7 @@ TEST_F(WriterTest, CommitsNothingWhenItsOnlyDocumentIsAbandoned) {
     const auto before = test_.home->snapshot("db");
     const auto writer = open();
     writer->beginDocument("bad");
-    writer->startElement({"e", "", ""});
+    writer->startElement(numbered({"e", "", ""}));
     writer->abandonDocument();
     writer->commit();
     EXPECT_EQ(test_.home->snapshot("db"), before);
@@ -215,7 +216,7 @@ TEST_F(WriterTest, TellsPrefixesAndNamespacesOfOneLocalNameApart) {
     const NodeName names[] = {{"n", "", ""},   {"n", "p", "u"}, {"n", "", "u"}, {"n", "q", "u"},
                               {"n", "p", "v"}, {"np", "", "u"}, {"n", "pu", ""}};
     for (const NodeName &name : names)
-        writer->startElement(name);
+        writer->startElement(numbered(name));
     for (std::size_t i = 0; i < std::size(names); ++i)
         writer->endElement();
     writer->endDocument(0);
@@ -293,9 +294,9 @@ TEST_F(WriterTest, RemovesSegmentsOfAnAbandonedDocument) {
     write(*writer, "good", good);
     const auto before = files();
     writer->beginDocument("bad");
-    writer->startElement({"e", "", ""});
+    writer->startElement(numbered({"e", "", ""}));
     for (int i = 0; i < 100; ++i)
-        writer->text(std::string(100000, 'x'));
+        writer->text(std::string(100000, 'x'), unmarked);
     EXPECT_GT(files(), before + 5);
     writer->abandonDocument();
     EXPECT_LE(files(), before + 2) << "one was being written, and one is shared";
@@ -318,10 +319,10 @@ TEST_F(WriterTest, GoesOnAfterAnAbandonedDocumentWhereverSegmentsEnd) {
         for (const char *name : {"a", "b", "c"}) {
             writeSmall(writer, name, name, std::string("e") + name);
             writer.beginDocument("bad");
-            writer.startElement({"x", "", ""});
-            writer.startElement({std::string("y") + name, "", ""});
-            writer.text("1");
-            writer.attribute({"z", "", ""}, "2");
+            writer.startElement(numbered({"x", "", ""}));
+            writer.startElement(numbered({std::string("y") + name, "", ""}));
+            writer.text("1", unmarked);
+            writer.attribute(numbered({"z", "", ""}), "2", unmarked);
             writer.abandonDocument();
             expected.append(name).append(": e").append(name).append("('").append(name).append(
                 "')\n");
@@ -373,7 +374,7 @@ TEST_F(WriterTest, WritesNoSegmentToRemoveADocument) {
         const auto writer = open();
         writer->beginDocument(name);
         for (int i = 0; i < nodes; ++i)
-            writer->startElement({"e", "", ""});
+            writer->startElement(numbered({"e", "", ""}));
         for (int i = 0; i < nodes; ++i)
             writer->endElement();
         writer->endDocument(1);
@@ -478,8 +479,8 @@ TEST_F(WriterTest, EndsAtTheLastNumber) {
     });
     auto writer = open();
     writer->beginDocument("toolong");
-    EXPECT_EQ(writer->startElement({"e", "", ""}), lastNodeId - 1);
-    EXPECT_EQ(writer->text("t"), lastNodeId);
+    writer->startElement(numbered({"e", "", ""}));
+    writer->text("t", unmarked);
     std::string sentence;
     EXPECT_EQ(statusOf([&] { writer->comment("c"); }, &sentence), Status::tooManyNodes);
     EXPECT_THAT(sentence, HasSubstr("2147483647"));
@@ -491,7 +492,10 @@ TEST_F(WriterTest, EndsAtTheLastNumber) {
     EXPECT_EQ(numberingFaults(*test_.home->snapshot("db")), "");
     writer = open();
     writer->beginDocument("more");
-    EXPECT_EQ(statusOf([&] { writer->startElement({"e", "", ""}); }), Status::tooManyNodes);
+    EXPECT_EQ(statusOf([&] {
+                  writer->startElement(numbered({"e", "", ""}));
+              }),
+              Status::tooManyNodes);
 }
 
 // A long run of loads, removals and replacements against a plain map.
@@ -525,4 +529,4 @@ TEST_F(WriterTest, AgreesWithAModelOverManyCommits) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 
 #include "zdbs/embedded/values/value_test.h"
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 // They stand in files: whoever changes one of these makes a new format.
@@ -118,4 +118,4 @@ TEST(ValueKey, IsOfTestsForEqualityOnly) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

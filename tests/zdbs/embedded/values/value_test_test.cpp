@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace zdbs {
+namespace zdbs::embedded {
 namespace {
 
 struct Fact {
@@ -190,4 +190,4 @@ TEST(ValueTest, AppendsHitsToThoseThatAreThereAlready) {
 }
 
 }  // namespace
-}  // namespace zdbs
+}  // namespace zdbs::embedded

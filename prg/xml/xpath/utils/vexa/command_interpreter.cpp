@@ -8,6 +8,7 @@
 #include "foundation/keyword.h"
 #include "foundation/string_buffer.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
+#include "prg/xml/xpath/utils/vexa/note_output.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 
 namespace {
@@ -86,6 +87,7 @@ CommandInterpreter::Next CommandInterpreter::carryOut(std::string_view statement
         return (this->*command.carryOut)(trimmed(from(statement, command.argumentAt)));
     }
     std::puts("Invalid command.");
+    if (vexa_.talks()) showNoteOnCommand(statement);
     return Next::statement;
 }
 

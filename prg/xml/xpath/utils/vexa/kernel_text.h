@@ -3,6 +3,9 @@
 
 #include <cstdint>
 
+/** What the shell asks for with every export. */
+constexpr std::int32_t exportOptions = 4;
+
 /** Only bit 0 of a status of the kernel counts. */
 inline bool succeeded(int32_t status) {
     return (status & 1) != 0;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "foundation/process_limits.h"
 #include "foundation/standard_descriptors.h"
 #include "prg/xml/xpath/utils/vexa/command_interpreter.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
@@ -73,6 +74,8 @@ int runSession(const Options &options) {
         std::puts("Welcome to ZARNxml/Vexa.\nUse semicolon (;) to terminate each request.");
     }
     vexa->setEcho(options.echo);
+    if (vexa->isConnected() && !options.useInput && isEditedTerminal())
+        vexa->editLines(options.quiet);
     const bool ready = vexa->setUseInput(options.useInput, options.inputFile, false);
     if (ready) CommandInterpreter(*vexa, options.useInput).run();
     vexa->close();
@@ -100,6 +103,7 @@ int runProgram(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     occupyStandardDescriptors();
+    standUpToProcessLimits();
     std::setlocale(LC_CTYPE, "");  // the character set; nothing else is taken from the locale
     installSignalHandlers();
     const int status = runProgram(argc, argv);

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 
@@ -62,6 +63,19 @@ int32_t ucs2utf(char *out, int32_t capacity, const char16_t *text, int32_t lengt
     UErrorCode error = U_ZERO_ERROR;
     const int32_t told = ucnv_fromUChars(utf8Converter(), out, capacity, text, length, &error);
     return written(told, capacity, length);
+}
+
+std::string utf2nls(const std::string &text) {
+    UErrorCode error = U_ZERO_ERROR;
+    std::vector<char16_t> wide(text.size() + 1);
+    std::string result(4 * text.size() + 1, '\0');
+    const int32_t m = ucnv_toUChars(utf8Converter(), wide.data(), static_cast<int32_t>(wide.size()),
+                                    text.data(), static_cast<int32_t>(text.size()), &error);
+    const int32_t n = ucnv_fromUChars(defaultConverter(), result.data(),
+                                      static_cast<int32_t>(result.size()), wide.data(), m, &error);
+    if (U_FAILURE(error)) return "";
+    result.resize(static_cast<size_t>(n));
+    return result;
 }
 
 std::unique_ptr<char[]> Vexa::nls2utf(const char *text, int32_t length, int32_t * /*lengthOut*/) {

@@ -1,5 +1,8 @@
 #include "prg/xml/xpath/utils/vexa/options.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <string_view>
 
@@ -33,11 +36,18 @@ tagELogLevel logLevel(const char *text) {
     return level >= LL_OFF && level <= LL_DEBUG ? static_cast<tagELogLevel>(level) : LL_OFF;
 }
 
+/** A link that another user put there leads where that user wants the file to be emptied. */
+bool isForeignLink(const char *name) {
+    struct stat file {};
+    return ::lstat(name, &file) == 0 && S_ISLNK(file.st_mode) && file.st_uid != ::geteuid() &&
+           file.st_uid != 0;
+}
+
 /** Works at the level known so far: with the level off, no log file can be opened. */
 std::optional<int> openLogFile(const char *name, Options &options) {
     options.logger = std::make_unique<ZfxFileLogger>();
     options.logger->SetLogLevel(options.logLevel);
-    if (options.logger->SetFile(name, "w")) return std::nullopt;
+    if (!isForeignLink(name) && options.logger->SetFile(name, "w")) return std::nullopt;
     printError("ERROR: Cannot open log file \"%s\" for writing.\n", name);
     return 1;
 }

@@ -8,17 +8,22 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "foundation/keyword.h"
 #include "foundation/string_util.h"
 #include "prg/xml/xpath/utils/vexa/byte_input.h"
+#include "prg/xml/xpath/utils/vexa/completion.h"
 #include "prg/xml/xpath/utils/vexa/console.h"
+#include "prg/xml/xpath/utils/vexa/interrupts.h"
+#include "prg/xml/xpath/utils/vexa/line_editor.h"
 #include "prg/xml/xpath/utils/vexa/terminal.h"
 #include "prg/xml/xpath/utils/vexa/vexa.h"
 
 namespace {
 
 constexpr int lineSize = 1024;
+constexpr const char *promptFormat = "Vexa[%02d]> ";
 
 /** A directory can be opened but not read. */
 bool isDirectory(std::FILE *file) {
@@ -83,7 +88,37 @@ char *Vexa::getLine(char *buf, int size) {
     return readTerminalLine();
 }
 
+void Vexa::editLines(bool quiet) {
+    m_bTalks = !quiet;
+    holdInterrupts();
+    m_pEditor = std::make_unique<LineEditor>([this](const std::string &line) {
+        const char *begun = m_pBegun != nullptr ? m_pBegun->getBufferPointer() : "";
+        return completionsFor(begun + line, line);
+    });
+}
+
+/** The editor shows the prompt itself: it draws its line anew whenever it likes. */
+char *Vexa::readEditedLine() {
+    takeInterrupt();  // one that came too late for what it meant
+    char prompt[32];
+    std::snprintf(prompt, sizeof prompt, promptFormat, m_nScriptLine);
+    switch (m_pEditor->read(prompt, m_terminalLine)) {
+        case LineEditor::Outcome::line:
+            return m_terminalLine.data();
+        case LineEditor::Outcome::interrupted:
+            m_bInterrupted = true;
+            return nullptr;
+        case LineEditor::Outcome::atEnd:
+            return nullptr;
+        case LineEditor::Outcome::failed:
+            m_nInputError = m_pEditor->errorNumber();
+            return nullptr;
+    }
+    return nullptr;
+}
+
 char *Vexa::readTerminalLine() {
+    if (m_pEditor != nullptr) return readEditedLine();
     m_terminalLine.clear();
     int c = 0;
     while (c != '\n' && (c = readByte(stdin)) != EOF)
@@ -121,11 +156,13 @@ bool Vexa::readStatement(CStringBuffer &sb) {
 /** Reads to the end of a statement; false when there is none. */
 bool Vexa::readLines(CStringBuffer &sb) {
     char buffer[lineSize];
+    m_pBegun = &sb;
     while (true) {
         ++m_nScriptLine;
-        if (!m_bUseInput) std::printf("Vexa[%02d]> ", m_nScriptLine);
+        if (!m_bUseInput && m_pEditor == nullptr) std::printf(promptFormat, m_nScriptLine);
         if (!flushOutput()) return false;
         char *line = getLine(buffer, lineSize);
+        if (dropsStatement(sb)) continue;
         if (line == nullptr) {
             if (endsStatements(sb)) return false;
             continue;
@@ -135,9 +172,23 @@ bool Vexa::readLines(CStringBuffer &sb) {
     }
 }
 
+/** After the interrupt key, where it does not end the program: what was begun is over. */
+bool Vexa::dropsStatement(CStringBuffer &sb) {
+    if (!std::exchange(m_bInterrupted, false) && !(m_bUseInput && takeInterrupt())) return false;
+    if (m_bUseInput) resetInput();
+    sb.clear();
+    m_bSkips = false;
+    m_nScriptLine = 0;
+    return true;
+}
+
+bool Vexa::inputFailed() const {
+    return m_nInputError != 0 || std::ferror(m_pInput) != 0;
+}
+
 /** After a failure. Half a statement is none. */
 bool Vexa::givesUpInput(CStringBuffer &sb) {
-    const char *reason = std::strerror(errno);
+    const char *reason = std::strerror(m_nInputError != 0 ? m_nInputError : errno);
     const bool isScript = m_pInput != stdin;
     const std::string what = isScript ? "input file \"" + m_inputName + "\"" : "standard input";
     printError("ERROR: Cannot read %s: %s\n", what.c_str(), reason);
@@ -150,7 +201,7 @@ bool Vexa::givesUpInput(CStringBuffer &sb) {
 
 /** At the end of input: whether that is the end of all statements. If not, reading can go on. */
 bool Vexa::endsStatements(CStringBuffer &sb) {
-    if (std::ferror(m_pInput) != 0) return givesUpInput(sb);
+    if (inputFailed()) return givesUpInput(sb);
     std::clearerr(m_pInput);
     if (m_bContinueFromStdin) {
         resetInput();

@@ -5,7 +5,7 @@
  * The terminal on standard input: hiding what is typed, giving it back as it was found when a
  * signal ends the program, and waiting for more input.
  *
- * One thread; HiddenTyping objects do not overlap.
+ * One thread; HiddenTyping and EditedTerminal objects do not overlap.
  */
 
 /**
@@ -14,6 +14,37 @@
  * stay ignored where the parent process had them ignored.
  */
 void installSignalHandlers();
+
+/**
+ * Whether somebody sits at a terminal that lines can be edited on: standard input and output are
+ * one, and TERM says what it is.
+ */
+bool isEditedTerminal();
+
+/** Ends the program as an interrupt does. */
+[[noreturn]] void endByInterrupt();
+
+/**
+ * While it lives, the terminal may be changed: signals that end the program or stop it for a while
+ * give it back as it was when this object was made. The stop key is answered so with HiddenTyping,
+ * too.
+ */
+class EditedTerminal {
+public:
+    EditedTerminal();
+    ~EditedTerminal();
+    EditedTerminal(const EditedTerminal &) = delete;
+    EditedTerminal &operator=(const EditedTerminal &) = delete;
+};
+
+/** While it lives, the terminal of EditedTerminal is as it was: another program uses it. */
+class UneditedTerminal {
+public:
+    UneditedTerminal();
+    ~UneditedTerminal();
+    UneditedTerminal(const UneditedTerminal &) = delete;
+    UneditedTerminal &operator=(const UneditedTerminal &) = delete;
+};
 
 /** While it lives, the terminal does not show what is typed. Nothing happens without a terminal. */
 class HiddenTyping {

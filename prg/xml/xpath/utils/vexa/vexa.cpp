@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "prg/xml/xpath/utils/vexa/kernel_text.h"
+#include "prg/xml/xpath/utils/vexa/line_editor.h"
 
 namespace {
 

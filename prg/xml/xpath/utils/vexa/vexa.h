@@ -10,6 +10,7 @@
 #include "kernel/zdbs.h"
 
 class IZfxLogger;
+class LineEditor;
 
 /**
  * The application object: one kernel session, the reader of statements and the operations that
@@ -41,6 +42,12 @@ public:
     void setExecute(bool execute) { m_bExecute = execute; }
     /** XGET marks the hits. */
     void setHighlight(bool highlight) { m_bHighlight = highlight; }
+    /**
+     * Lines from the terminal are edited there, and the interrupt key stops requests and output.
+     * REQUIRES isEditedTerminal().
+     * @param quiet nothing is shown beside the fixed texts
+     */
+    void editLines(bool quiet);
     /** Number of the line read last: of the script, or of the statement on the terminal. */
     int32_t getScriptLine() const { return m_nScriptLine; }
 
@@ -97,6 +104,9 @@ public:
      */
     bool readStatement(CStringBuffer &sb);
 
+    /** Whether notes on what was typed are wanted: there is a terminal, and no script runs. */
+    bool talks() const { return m_bTalks && !m_bUseInput; }
+
     /** Prints the commands of the shell. */
     static void printHelp();
 
@@ -121,6 +131,11 @@ public:
     static std::unique_ptr<char[]> nls2utf(const char *text, int32_t length, int32_t *lengthOut);
 
 private:
+    struct FoundSet {
+        int32_t number;
+        int32_t records;
+    };
+
     void login(const char *user, const char *password);
 
     bool readLines(CStringBuffer &sb);
@@ -129,13 +144,20 @@ private:
     bool endsStatements(CStringBuffer &sb);
     bool givesUpInput(CStringBuffer &sb);
     char *readTerminalLine();
+    char *readEditedLine();
+    bool dropsStatement(CStringBuffer &sb);
+    bool inputFailed() const;
     void addByte(char c);
     void skipStatement();
 
-    int request(const char *text);
+    int requestOrReport(const char *text, std::string &error);
+    int request(const char *text, std::string &error);
+    void noteOn(const char *request, const std::string &error) const;
     void execute(const char *text);
-    int parseOnly(const char *text) const;
+    FoundSet search(const char *text);
+    int parseOnly(const char *text, std::string &shown) const;
     void discardSet(int32_t number) const;
+    void printDocument(const FilterData &data) const;
 
     bool m_bSession = false;
     char m_szXPath[2048] = "";
@@ -155,6 +177,11 @@ private:
     int m_nEndsOfInput = 0;  // met in a row
     bool m_bSkips = false;   // the statement that is read does not fit into memory
     bool m_bLostInput = false;
+    std::unique_ptr<LineEditor> m_pEditor;    // null: the terminal reads lines
+    const CStringBuffer *m_pBegun = nullptr;  // lines of the statement that is being typed
+    bool m_bTalks = false;                    // there is somebody to talk to beside the fixed texts
+    bool m_bInterrupted = false;              // the line that was typed last
+    int m_nInputError = 0;                    // errno of the editor's input
 };
 
 #endif

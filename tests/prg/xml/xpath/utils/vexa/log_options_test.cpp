@@ -1,4 +1,6 @@
 /** The options -l and -f. */
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
@@ -29,6 +31,20 @@ protected:
         "  ERROR] ZXProcessorMain::Query: XPath parsing error: syntax error\n";
     const std::string log_ = directory_ / "vexa.log";
 };
+
+TEST_F(LogOptions, logFileIsNotWhereALinkOfAnotherUserLeads) {
+    if (::geteuid() != 0) GTEST_SKIP() << "links cannot be given away";
+    const std::string target = directory_.write("target", "kept");
+    ASSERT_EQ(::symlink(target.c_str(), log_.c_str()), 0);
+    expectResult(runFailingRequest({"-l", "2", "-f", log_}), quietOutput_, message_);
+    EXPECT_THAT(readFile(target), HasSubstr(logged_));
+    ASSERT_EQ(::lchown(log_.c_str(), 65534, 65534), 0);
+    directory_.write("target", "kept");
+    const ProgramResult result = runFailingRequest({"-l", "2", "-f", log_});
+    EXPECT_EQ(result.err, cannotOpen(log_));
+    EXPECT_EQ(result.ending, exited(1));
+    EXPECT_EQ(readFile(target), "kept");
+}
 
 TEST_F(LogOptions, withoutThemNothingIsLogged) {
     expectResult(runFailingRequest({}), quietOutput_, message_);

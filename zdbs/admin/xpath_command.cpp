@@ -1,0 +1,193 @@
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zdbs/admin/commands.h"
+#include "zdbs/admin/interruption.h"
+#include "zdbs/admin/json.h"
+#include "zdbs/admin/output.h"
+#include "zdbs/admin/request_text.h"
+#include "zdbs/admin/visible_text.h"
+#include "zdbs/base/status.h"
+#include "zdbs/xpath/characters.h"
+#include "zdbs/xpath/evaluator.h"
+#include "zdbs/xpath/expression_text.h"
+#include "zdbs/xpath/grammar.h"
+#include "zdbs/xpath/request_error.h"
+
+namespace zdbs::admin {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Pairs = std::map<std::string, std::string, std::less<>>;
+
+/** "name=text", as options have it. */
+Pairs pairsOf(const std::vector<std::string> &arguments, std::string_view option) {
+    Pairs pairs;
+    for (const std::string &argument : arguments) {
+        const std::size_t sign = argument.find('=');
+        const std::string name = argument.substr(0, sign);
+        const bool isName = !name.empty() && xpath::nameLength(name) == name.size();
+        if (sign == std::string::npos || !isName)
+            throw UsageError(std::string(option) + " takes a name, = and a text, not " +
+                             visibleText(argument) + ".");
+        pairs[name] = argument.substr(sign + 1);
+    }
+    return pairs;
+}
+
+xpath::Surroundings surroundingsOf(const XPathRequest &request) {
+    xpath::Surroundings surroundings{pairsOf(request.namespaces, "--namespace"),
+                                     pairsOf(request.variables, "--variable")};
+    if (surroundings.namespaces.contains("xml"))
+        throw UsageError("The prefix xml has its namespace already.");
+    return surroundings;
+}
+
+std::string_view nameOf(xpath::ValueType type) {
+    switch (type) {
+        case xpath::ValueType::nodeSet:
+            return "nodes";
+        case xpath::ValueType::number:
+            return "number";
+        case xpath::ValueType::string:
+            return "string";
+        case xpath::ValueType::boolean:
+            break;
+    }
+    return "boolean";
+}
+
+std::string tableOf(std::string_view type, const std::string &expression,
+                    const std::vector<xpath::PartFound> &parts) {
+    std::string text = std::string(type) + ": " + visibleText(expression) + '\n';
+    if (parts.empty()) return text;
+    using Align = TextTable::Align;
+    TextTable table({Align::right, Align::right, Align::left, Align::left});
+    table.add({"NODES", "TIME", "FOUND BY", "PART"});
+    for (const xpath::PartFound &part : parts) {
+        std::array<char, 32> time{};
+        const auto taken = std::chrono::duration<double, std::milli>(part.time).count();
+        std::snprintf(time.data(), time.size(), "%.3f ms", taken);
+        table.add({std::to_string(part.nodes), time.data(), std::string(part.way),
+                   visibleText(part.part)});
+    }
+    return text + table.text();
+}
+
+std::string jsonOf(const std::string &request, std::string_view type, const std::string &expression,
+                   const std::vector<xpath::PartFound> &parts) {
+    JsonWriter json;
+    json.beginObject().key("request").value(request).key("type").value(type);
+    json.key("expression").value(expression).key("parts").beginArray();
+    for (const xpath::PartFound &part : parts) {
+        json.beginObject().key("part").value(part.part).key("way").value(part.way);
+        json.key("nodes").value(part.nodes).key("milliseconds").value(part.time).endObject();
+    }
+    return json.endArray().endObject().text() + '\n';
+}
+
+/** One run of `zdbs xpath`. */
+class XPathRun {
+public:
+    XPathRun(const OpenDatabase &database, const XPathRequest &request)
+        : database_(database),
+          collection_(database),
+          surroundings_(surroundingsOf(request)),
+          explains_(request.explains),
+          asJson_(request.forms.asJson),
+          output_(request.forms) {}
+
+    /** Hands its answer on before the next one, for those who wait at the other end of a pipe. */
+    void answer(const std::string &text) {
+        const Interruption interruption;
+        try {
+            answerOrThrow(text);
+        } catch (const xpath::RequestError &error) {
+            fail(text, error, error.excerpt());
+        } catch (const Failure &failure) {
+            Interruption::endIfRequested(text);
+            if (failure.status() == Status::writeFailed) throw;
+            fail(text, failure, {});
+        }
+        finishOutput();
+        Interruption::endIfRequested(text);
+    }
+
+    bool allRan() const { return allRan_; }
+
+private:
+    void answerOrThrow(const std::string &text) {
+        if (text.size() > longestRequest)
+            throw Failure(Status::requestFailed, {"it is longer than a request can be"});
+        const Clock::time_point begin = Clock::now();
+        const xpath::ExpressionPtr expression = xpath::parse(text, surroundings_);
+        if (explains_) return explain(text, *expression);
+        xpath::Evaluator evaluator(collection_);
+        const xpath::Value value = evaluator.evaluate(*expression);
+        if (value.type() == xpath::ValueType::nodeSet)
+            return writeNodes(text, value.nodes(), begin);
+        const xpath::Value printed = value.asTexts();
+        output_.writeValue(text, nameOf(value.type()), printed.text(0), Clock::now() - begin);
+    }
+
+    /** The expression as it is understood, and how its sets were found. */
+    void explain(const std::string &text, const xpath::Expression &expression) const {
+        std::vector<xpath::PartFound> parts;
+        xpath::Evaluator evaluator(collection_);
+        evaluator.observe([&](const xpath::PartFound &part) { parts.push_back(part); });
+        const xpath::Value value = evaluator.evaluate(expression);
+        if (value.type() == xpath::ValueType::nodeSet) value.nodes().count(0);
+        const std::string_view type = nameOf(value.type());
+        writeOutput(asJson_ ? jsonOf(text, type, textOf(expression), parts)
+                            : tableOf(type, textOf(expression), parts));
+    }
+
+    /** The root of a document is a node, but no record: only its count can be told. */
+    void writeNodes(const std::string &text, const xpath::NodeColumn &nodes,
+                    Clock::time_point begin) {
+        const xpath::NodeSet set =
+            nodes.set() ? *nodes.set() : collection_.setOf(nodes.groups()[0]);
+        if (!set.roots.empty()) {
+            if (!output_.listsCountsOnly())
+                throw Failure(Status::requestFailed,
+                              {"the answer has roots of documents, which have no number, path or "
+                               "fragment: only their count can be printed"});
+            const std::string count = std::to_string(collection_.sizeOf(set));
+            return output_.writeValue(text, "nodes", count, Clock::now() - begin);
+        }
+        set.nodes->size();  // found when it is asked for, and that belongs to the time
+        output_.write(text, {database_, set.nodes, {}}, Clock::now() - begin);
+    }
+
+    void fail(const std::string &text, const Failure &failure, std::string_view where) {
+        allRan_ = false;
+        output_.fail(text, failure, where);
+    }
+
+    const OpenDatabase &database_;
+    const xpath::Collection collection_;
+    const xpath::Surroundings surroundings_;
+    const bool explains_;
+    const bool asJson_;
+    AnswerOutput output_;
+    bool allRan_ = true;
+};
+
+}  // namespace
+
+bool answerXPath(const HomeChoice &home, const XPathRequest &request) {
+    checkForms(request.forms);
+    const auto database = home.open()->open(request.database);
+    XPathRun run(*database, request);
+    forEachRequest(request.requests, [&](const std::string &text) { run.answer(text); });
+    return run.allRan();
+}
+
+}  // namespace zdbs::admin

@@ -1,0 +1,32 @@
+/** The interrupt key as a stop. */
+#ifndef ZDBS_BOUNDARY_HELD_INTERRUPT_H
+#define ZDBS_BOUNDARY_HELD_INTERRUPT_H
+
+#include <optional>
+
+#include "zdbs/base/stop.h"
+
+namespace zdbs {
+
+/**
+ * While it lives, a SIGINT that waits because the calling thread holds it back stops what that
+ * thread does: the boundary has no call for stopping one. The signal goes on waiting; whoever holds
+ * it back takes it. A thread that does not is left alone.
+ */
+class HeldInterrupt {
+public:
+    HeldInterrupt();
+
+private:
+    class Waiting : public Stop {
+    public:
+        bool isRequested() const noexcept override;
+    };
+
+    Waiting stop_;
+    std::optional<StopScope> scope_;
+};
+
+}  // namespace zdbs
+
+#endif

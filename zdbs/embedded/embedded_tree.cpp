@@ -1,0 +1,196 @@
+#include "zdbs/embedded/embedded_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+#include <utility>
+
+#include "zdbs/base/stop.h"
+#include "zdbs/embedded/embedded_set.h"
+#include "zdbs/embedded/paths/row_collector.h"
+#include "zdbs/embedded/paths/row_reader.h"
+#include "zdbs/embedded/positions/list_joins.h"
+#include "zdbs/embedded/set_facts.h"
+
+namespace zdbs::embedded {
+namespace {
+
+ContextList contextsOf(const NodesAndRoots &side) {
+    ContextList list{nodesOf(*side.nodes)->nodes(), nullptr};
+    if (!side.roots.empty()) list.roots = std::make_shared<const DocumentIndexes>(side.roots);
+    return list;
+}
+
+bool holdsOf(const NodePattern &pattern, const NodeName &name) {
+    return (!pattern.local || *pattern.local == name.local) &&
+           (!pattern.uri || *pattern.uri == name.uri);
+}
+
+/** The rows of an irregular path whose names match. */
+RowSet irregularRows(const PathTable &table, PathId path, const NodePattern &pattern) {
+    std::unordered_map<std::uint32_t, bool> decided;  // by number of a name
+    auto kept = std::make_unique<RowCollector>();
+    RowReader reader(table, path, *table.liveRows(path));
+    for (RowBatch batch; reader.next(batch);) {
+        for (const RowId row : batch.rows) {
+            const auto name = batch.run->names.at(row - batch.run->firstRow);
+            const auto [entry, isNew] = decided.try_emplace(name, false);
+            if (isNew) entry->second = holdsOf(pattern, table.nameOf(name));
+            if (entry->second) kept->add(row);
+        }
+    }
+    return kept->finish();
+}
+
+class EmbeddedTree : public NodeTree {
+public:
+    EmbeddedTree(std::shared_ptr<const NodeTable> table, const DatabaseState &state)
+        : table_(std::move(table)), state_(state) {
+        for (const DocumentRange &document : table_->documents())
+            documents_.push_back({document.first, document.last});
+    }
+
+    std::span<const DocumentSpan> documents() const override { return documents_; }
+
+    ResultSetPtr listed(std::span<const RecordId> records) const override {
+        return made(makeList(NodeIds(records.begin(), records.end())));
+    }
+
+    ResultSetPtr matching(const NodePattern &pattern) const override {
+        heedStop();
+        if (!state_.summary) return made(makeList(matchingOneByOne(pattern)));
+        const bool hasName = pattern.local || pattern.uri;
+        if (!hasName) return made(state_.summary->nodesOfKind(pattern.kind));
+        const PathTable &paths = *table_->paths();
+        PathNodes nodes;
+        const auto candidates = pattern.local ? state_.summary->named(pattern.kind, *pattern.local)
+                                              : state_.summary->ofKind(pattern.kind);
+        for (const PathId path : candidates)
+            add(paths, path, pattern, nodes);
+        return made(makeList(paths, std::move(nodes)));
+    }
+
+    ResultSetPtr united(const ResultSet &a, const ResultSet &b) const override {
+        const std::array lists{listOf(a), listOf(b)};
+        return intact(*table_, [&] { return made(embedded::united(lists)); });
+    }
+
+    ResultSetPtr common(const ResultSet &a, const ResultSet &b) const override {
+        return intact(*table_, [&] { return made(intersected(listOf(a), listOf(b))); });
+    }
+
+    ResultSetPtr without(const ResultSet &a, const ResultSet &b) const override {
+        return intact(*table_, [&] { return made(subtracted(listOf(a), listOf(b))); });
+    }
+
+    ResultSetPtr reached(Axis axis, const NodesAndRoots &contexts,
+                         const ResultSet &among) const override {
+        heedStop();
+        return intact(*table_, [&] {
+            return made(keepSecond(*table_, Step{axis, false}, contextsOf(contexts), listOf(among),
+                                   nullptr));
+        });
+    }
+
+    NodesAndRoots leading(Axis axis, const NodesAndRoots &contexts,
+                          const NodesAndRoots &targets) const override {
+        heedStop();
+        const ContextList kept = intact(*table_, [&] {
+            return keepFirst(*table_, Step{axis, false}, contextsOf(contexts), contextsOf(targets),
+                             nullptr);
+        });
+        return {made(kept.nodes), kept.roots ? *kept.roots : DocumentIndexes()};
+    }
+
+    ResultSetPtr atPosition(const ResultSet &set, Relation relation, double place) const override {
+        heedStop();
+        return made(selectByPosition(*table_, nullptr, listOf(set), {relation, place}, nullptr));
+    }
+
+    ResultSetPtr withValue(const ResultSet &set, const ValuePattern &pattern) const override {
+        heedStop();
+        const Comparing comparing = pattern.asNumber ? Comparing::asNumbers : Comparing::asTexts;
+        ValueTest test(pattern.relation, pattern.literal, comparing);
+        const PathTable *const paths = table_->paths();
+        if (!paths) return made(makeList(passing(listOf(set)->numbers(), test)));
+        PathNodes candidates = listOf(set)->byPath(*paths);
+        std::erase_if(candidates, [paths](const PathPart &part) {
+            return paths->summary()[part.path].kind == NodeKind::element;
+        });
+        auto conditions = std::make_shared<const ValueConditions>(
+            ValueConditions{ValueCondition{std::move(test), false}});
+        return made(std::make_shared<const NodeList>(
+            *paths, PendingNodes(*paths, std::move(candidates), std::move(conditions), nullptr)));
+    }
+
+    std::vector<RecordId> numbers(const ResultSet &set) const override {
+        const NodeIds ids = intact(*table_, [&] { return listOf(set)->numbers(); });
+        return {ids.begin(), ids.end()};
+    }
+
+    std::vector<RecordId> parents(const ResultSet &set) const override {
+        return intact(*table_, [&] { return parentsOf(*table_, *listOf(set)); });
+    }
+
+    std::vector<RecordId> ends(const ResultSet &set) const override {
+        return intact(*table_, [&] { return endsOf(*table_, *listOf(set)); });
+    }
+
+    std::vector<std::string_view> values(const ResultSet &set) const override {
+        return intact(*table_, [&] { return valuesOf(*table_, *listOf(set)); });
+    }
+
+    NamesOfNodes names(const ResultSet &set) const override {
+        return intact(*table_, [&] { return namesOf(*table_, *listOf(set)); });
+    }
+
+    void requireIntact() const override { table_->requireIntact(); }
+
+private:
+    static const NodeListPtr &listOf(const ResultSet &set) { return nodesOf(set)->nodes(); }
+
+    ResultSetPtr made(NodeListPtr list) const {
+        return std::make_shared<EmbeddedSet>(
+            table_, makeSet({std::move(list), nullptr, nullptr, {}}), nullptr);
+    }
+
+    static void add(const PathTable &table, PathId path, const NodePattern &pattern,
+                    PathNodes &nodes) {
+        const Path &entry = table.summary()[path];
+        RowSetPtr rows;
+        if (!entry.isRegular)
+            rows = sharedRows(table, path, irregularRows(table, path, pattern));
+        else if (holdsOf(pattern, table.nameOf(entry.name)))
+            rows = table.liveRows(path);
+        if (rows && !rows->isEmpty()) nodes.push_back({path, std::move(rows)});
+    }
+
+    NodeIds matchingOneByOne(const NodePattern &pattern) const {
+        NodeIds nodes;
+        for (const NodeId node : state_.universe.set()->ids()) {
+            if (table_->kind(node) == pattern.kind && holdsOf(pattern, table_->name(node)))
+                nodes.push_back(node);
+        }
+        return nodes;
+    }
+
+    NodeIds passing(NodeIds nodes, const ValueTest &test) const {
+        std::erase_if(nodes, [&](NodeId node) {
+            return table_->kind(node) == NodeKind::element || !test.matches(table_->value(node));
+        });
+        return nodes;
+    }
+
+    std::shared_ptr<const NodeTable> table_;
+    const DatabaseState &state_;
+    std::vector<DocumentSpan> documents_;
+};
+
+}  // namespace
+
+std::unique_ptr<NodeTree> makeEmbeddedTree(std::shared_ptr<const NodeTable> table,
+                                           const DatabaseState &state) {
+    return std::make_unique<EmbeddedTree>(std::move(table), state);
+}
+
+}  // namespace zdbs::embedded

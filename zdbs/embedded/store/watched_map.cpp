@@ -1,0 +1,157 @@
+#include "zdbs/embedded/store/watched_map.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdint>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "zdbs/base/status.h"
+
+namespace zdbs::embedded {
+
+/** What the handler looks at: nothing but atomics, and never freed. */
+struct WatchedMap::Slot {
+    std::atomic<std::uintptr_t> begin = 0;  ///< 0: the slot is free
+    std::atomic<std::uintptr_t> end = 0;
+    std::atomic<bool> isLost = false;
+};
+
+struct WatchedMap::Slots {
+    static constexpr std::size_t count = 256;
+
+    std::array<Slot, count> slots;
+    std::atomic<Slots *> next = nullptr;
+
+    static Slots &first() {
+        static auto *const slots = new Slots;
+        return *slots;
+    }
+
+    /** A free one. REQUIRES the mutex. */
+    static Slot &take() {
+        for (Slots *part = &first();; part = part->next) {
+            for (Slot &slot : part->slots) {
+                if (slot.begin == 0) return slot;
+            }
+            if (part->next == nullptr) part->next = new Slots;
+        }
+    }
+};
+
+namespace {
+
+std::mutex &mutexOfSlots() {
+    static auto *const mutex = new std::mutex;
+    return *mutex;
+}
+
+struct sigaction before {};
+std::uintptr_t pageSize = 0;
+
+}  // namespace
+
+std::atomic<bool> WatchedMap::lostAny_ = false;
+
+WatchedMap::WatchedMap(std::string_view bytes) {
+    if (bytes.empty()) return;
+    const std::lock_guard lock(mutexOfSlots());
+    install();
+    Slot &slot = Slots::take();
+    const auto begin = reinterpret_cast<std::uintptr_t>(bytes.data());
+    slot.isLost = false;
+    slot.end = (begin + bytes.size() + pageSize - 1) / pageSize * pageSize;
+    slot.begin = begin;
+    slot_ = &slot;
+}
+
+WatchedMap::WatchedMap(WatchedMap &&other) noexcept : slot_(std::exchange(other.slot_, nullptr)) {}
+
+WatchedMap &WatchedMap::operator=(WatchedMap &&other) noexcept {
+    std::swap(slot_, other.slot_);
+    return *this;
+}
+
+void WatchedMap::end() {
+    if (slot_ == nullptr) return;
+    const std::lock_guard lock(mutexOfSlots());
+    slot_->begin = 0;
+    slot_ = nullptr;
+}
+
+bool WatchedMap::isLost() const {
+    return slot_ != nullptr && slot_->isLost;
+}
+
+void WatchedMap::failLost(const std::filesystem::path &file) {
+    throw Failure(Status::homeDamaged, {file.native(), "it was cut short while it was read"});
+}
+
+// Once. REQUIRES the mutex.
+void WatchedMap::install() {
+    if (pageSize != 0) return;
+    pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    Slots::first();
+    struct sigaction action {};
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
+    action.sa_sigaction = [](int signal, siginfo_t *information, void *context) {
+        handle(signal, information, context);
+    };
+    ::sigaction(SIGBUS, &action, &before);
+}
+
+// What happens here is a few system calls and atomics, as in a handler it may.
+void WatchedMap::handle(int signal, void *information, void *context) {
+    auto *const told = static_cast<siginfo_t *>(information);
+    if (told->si_code == BUS_ADRERR && takeOver(told->si_addr)) return;
+    if ((before.sa_flags & SA_SIGINFO) != 0) return before.sa_sigaction(signal, told, context);
+    if (before.sa_handler != SIG_DFL && before.sa_handler != SIG_IGN)
+        return before.sa_handler(signal);
+    ::sigaction(SIGBUS, &before, nullptr);  // it comes again at once, to whom it is due
+}
+
+/** Puts zeros in the place of what is behind the end of the file; false if that is none of ours. */
+bool WatchedMap::takeOver(const void *address) {
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    for (Slots *part = &Slots::first(); part != nullptr; part = part->next) {
+        for (Slot &slot : part->slots) {
+            const std::uintptr_t begin = slot.begin;
+            if (begin == 0 || at < begin || at >= slot.end) continue;
+            const int error = errno;
+            const std::uintptr_t page = at / pageSize * pageSize;
+            void *const zeros =
+                ::mmap(reinterpret_cast<void *>(page), slot.end - page, PROT_READ,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE, -1, 0);
+            errno = error;
+            if (zeros == MAP_FAILED) return false;
+            slot.isLost = true;
+            lostAny_ = true;
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string_view mapAround(const void *address) {
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        const char *const last = line.data() + line.size();
+        const auto first = std::from_chars(line.data(), last, begin, 16);
+        if (first.ptr == last || *first.ptr != '-') continue;
+        std::from_chars(first.ptr + 1, last, end, 16);
+        if (begin <= at && at < end) return {reinterpret_cast<const char *>(begin), end - begin};
+    }
+    return {};
+}
+
+}  // namespace zdbs::embedded

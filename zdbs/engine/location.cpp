@@ -1,0 +1,50 @@
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "foundation/run_control.h"
+#include "zdbs/base/status.h"
+#include "zdbs/engine/registry.h"
+
+namespace zdbs {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string setting(const char *name) {
+    char *value = ZfxReadRCS(name);
+    if (!value) return "";
+    std::string text = value;
+    ZfxFreeRCS(value);
+    return text;
+}
+
+std::string environmentVariable(const char *name) {
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::string userDirectory() {
+    std::string home = environmentVariable("HOME");
+    if (!home.empty()) return home;
+    const passwd *entry = ::getpwuid(::geteuid());
+    return entry && entry->pw_dir ? entry->pw_dir : "";
+}
+
+}  // namespace
+
+std::string configuredLocation() {
+    std::string configured = setting("ZDBS_HOME");
+    if (!configured.empty()) return configured;
+    const fs::path data = environmentVariable("XDG_DATA_HOME");
+    // The base directory rules: a path that is not absolute is ignored.
+    if (data.is_absolute()) return data / "zdbs";
+    const fs::path user = userDirectory();
+    if (user.empty()) throw Failure(Status::homeMissing);
+    return user / ".local" / "share" / "zdbs";
+}
+
+}  // namespace zdbs

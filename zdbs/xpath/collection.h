@@ -1,0 +1,139 @@
+/** The documents that an expression is asked of: sets of nodes related by steps, and their facts.
+ */
+#ifndef ZDBS_XPATH_COLLECTION_H
+#define ZDBS_XPATH_COLLECTION_H
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zdbs/engine/engine.h"
+#include "zdbs/xpath/expression.h"
+#include "zdbs/xpath/nodes.h"
+
+namespace zdbs::xpath {
+
+/** A set of nodes in whatever form the engine has it. A value. */
+using NodeSet = NodesAndRoots;
+
+/** String-values of nodes; views live as long as this and the collection. */
+struct StringValues {
+    std::vector<std::string_view> texts;
+    std::deque<std::string> made = {};  ///< those that are put together of several
+};
+
+/** One state of a database. One thread at a time. */
+class Collection {
+public:
+    /** The database must outlive it, and not be refreshed meanwhile. */
+    explicit Collection(const OpenDatabase &database);
+    Collection(const Collection &) = delete;
+    Collection &operator=(const Collection &) = delete;
+
+    const OpenDatabase &database() const { return database_; }
+    const NodeTree &tree() const { return *tree_; }
+
+    // Documents.
+    std::size_t documentCount() const { return tree_->documents().size(); }
+    std::size_t documentOf(Node node) const;
+    Node rootOf(Node node) const { return root(documentOf(node)); }
+    Node root(std::size_t document) const;
+    const NodeSet &roots() const { return roots_; }
+
+    // Sets.
+    const NodeSet &none() const { return none_; }
+    NodeSet setOf(std::span<const Node> ascending) const;
+    Nodes nodesOf(const NodeSet &set) const;
+
+    /** In document order. REQUIRES that it is not empty. */
+    Node firstOf(const NodeSet &set) const;
+    std::uint64_t sizeOf(const NodeSet &set) const;
+    bool isEmpty(const NodeSet &set) const { return sizeOf(set) == 0; }
+    NodeSet united(const NodeSet &a, const NodeSet &b) const;
+    NodeSet common(const NodeSet &a, const NodeSet &b) const;
+    NodeSet without(const NodeSet &a, const NodeSet &b) const;
+
+    /** Every node that a test lets pass behind an axis. */
+    NodeSet passing(Axis axis, const NodeTest &test) const;
+
+    /** The nodes that a step leads to, predicates aside. */
+    NodeSet reached(const NodeSet &contexts, Axis axis, const NodeTest &test) const;
+
+    /** Those of `contexts` from which an axis leads to one of `targets`. */
+    NodeSet leading(const NodeSet &contexts, Axis axis, const NodeSet &targets) const;
+
+    /** Those at places among the nodes of the set with the same parent; no roots. */
+    NodeSet atPosition(const NodeSet &set, Relation relation, double place) const;
+
+    /** Those whose kind is element, and the roots. */
+    NodeSet containers(const NodeSet &set) const;
+
+    // Facts of nodes. REQUIRES ascending ones. Where the set is at hand that they are of, the
+    // engine need not find out where each of them is.
+    /** Of a root: itself. */
+    Nodes parents(std::span<const Node> nodes) const { return parents(nodes, setOf(nodes)); }
+    Nodes parents(std::span<const Node> nodes, const NodeSet &set) const;
+
+    /** The last node below each, or itself. */
+    Nodes ends(std::span<const Node> nodes) const { return ends(nodes, setOf(nodes)); }
+    Nodes ends(std::span<const Node> nodes, const NodeSet &set) const;
+    StringValues strings(std::span<const Node> nodes) const { return strings(nodes, setOf(nodes)); }
+    StringValues strings(std::span<const Node> nodes, const NodeSet &set) const;
+    NamesOfNodes names(std::span<const Node> nodes) const { return names(nodes, setOf(nodes)); }
+    NamesOfNodes names(std::span<const Node> nodes, const NodeSet &set) const;
+
+private:
+    ResultSetPtr matching(const NodePattern &pattern) const;
+    std::vector<std::uint32_t> rootsReached(const NodeSet &contexts, Axis axis) const;
+    std::vector<std::uint32_t> documentsOf(const ResultSet &set) const;
+    ResultSetPtr atTop(const ResultSet &set) const;
+    void addContained(std::span<const Node> nodes, const NodeSet &all, StringValues &result) const;
+
+    const OpenDatabase &database_;
+    std::unique_ptr<NodeTree> tree_;
+    ResultSetPtr everything_;
+    NodeSet roots_;
+    NodeSet none_;
+    mutable std::map<std::string, ResultSetPtr> matching_;  ///< by kind and name
+};
+
+/** For each context the nodes of a step in document order, predicates aside. */
+class StepPairs {
+public:
+    /**
+     * REQUIRES ascending contexts.
+     * @param nearest how many nodes of a context are asked for, the nearest ones; 0: all. Of
+     * children and descendants there may be more.
+     */
+    StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
+              const NodeTest &test, std::size_t nearest = 0);
+
+    /** Nothing where there are more pairs than `most`; a single context has all of its. */
+    std::optional<Groups> within(std::size_t most) const;
+
+private:
+    Groups byParent() const;
+    std::optional<Groups> below(std::size_t most) const;
+    Groups single() const;
+    Groups above() const;
+    std::optional<Groups> besides(std::size_t most) const;
+    std::optional<Groups> outside(std::size_t most) const;
+    void addBehind(Node end, Groups &result) const;
+    void addBefore(Node node, const Nodes &ends, Groups &result) const;
+    const DocumentSpan &documentOf(Node node) const;
+
+    const Collection &collection_;
+    std::span<const Node> contexts_;
+    const AxisTraits &axis_;
+    std::size_t nearest_;
+    NodeSet foundSet_;
+    Nodes found_;  ///< of all contexts
+};
+
+}  // namespace zdbs::xpath
+
+#endif

@@ -1,0 +1,238 @@
+// Steps: from one context as sets, from many as pairs.
+#include <algorithm>
+#include <utility>
+
+#include "zdbs/base/status.h"
+#include "zdbs/base/stop.h"
+#include "zdbs/xpath/asked_place.h"
+#include "zdbs/xpath/evaluator.h"
+
+namespace zdbs::xpath {
+namespace {
+
+bool isEveryDescendantOrSelf(const Step &step) {
+    return step.axis == Axis::descendantOrSelf && step.test.kind == NodeTest::Kind::node &&
+           step.predicates.empty();
+}
+
+/** Whether the context of a node is its parent. */
+bool isOfParent(Axis axis) {
+    const AxisTraits &traits = traitsOf(axis);
+    return traits.region == Region::below && traits.isDirect;
+}
+
+/** Positions of nodes, and how many there are with them. */
+struct Places {
+    std::vector<std::uint32_t> positions;
+    std::vector<std::uint32_t> sizes;
+};
+
+/** Counts nodes, which come in document order, among those of the same parent. */
+Places countedByParent(const Nodes &parents) {
+    if (parents.empty()) return {};
+    const auto [least, greatest] = std::minmax_element(parents.begin(), parents.end());
+    const auto base = static_cast<std::uint64_t>(*least);
+    const std::uint64_t span = static_cast<std::uint64_t>(*greatest) - base + 1;
+    // A count for each number that a parent can have, unless these are few among many.
+    constexpr std::uint64_t thin = 64;
+    const bool isDense = span / thin <= parents.size();
+    Nodes distinct;
+    if (!isDense) {
+        distinct = parents;
+        std::sort(distinct.begin(), distinct.end());
+        distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    }
+    const auto family = [&](Node parent) -> std::size_t {
+        return isDense ? static_cast<std::uint64_t>(parent) - base : placeIn(distinct, parent);
+    };
+    std::vector<std::uint32_t> counts(isDense ? span : distinct.size());
+    Places places;
+    places.positions.reserve(parents.size());
+    places.sizes.reserve(parents.size());
+    for (const Node parent : parents)
+        places.positions.push_back(++counts[family(parent)]);
+    for (const Node parent : parents)
+        places.sizes.push_back(counts[family(parent)]);
+    return places;
+}
+
+void requireFewPairs(std::size_t pairs) {
+    if (pairs <= mostPairs) return;
+    throw Failure(Status::requestFailed, {"a step of the expression relates more than " +
+                                          std::to_string(mostPairs) + " pairs of nodes"});
+}
+
+/** How many of the nodes nearest to a context the first predicate of a step asks for; 0: all. */
+std::size_t nearestAsked(const Step &step) {
+    return step.predicates.empty() ? 0 : nearestAsked(*step.predicates.front());
+}
+
+}  // namespace
+
+NodeSet Evaluator::ofOne(const Path &path, NodeSet set) {
+    for (const ExpressionPtr &predicate : path.predicates) {
+        if (isPositional(*predicate)) {
+            const Groups counted = Groups::ofOne(collection_.nodesOf(set));
+            set = collection_.setOf(filteredByPosition(counted, *predicate, false).nodes());
+        } else {
+            set = filtered(set, *predicate);
+        }
+    }
+    for (std::size_t next = 0; next < path.steps.size(); ++next) {
+        const Step &step = path.steps[next];
+        const Clock::time_point begin = Clock::now();
+        const bool countsBelow = isEveryDescendantOrSelf(step) && next + 1 < path.steps.size() &&
+                                 path.steps[next + 1].axis == Axis::child;
+        if (countsBelow) {
+            // Whoever has a child x below a context or in its place has it as descendant::x.
+            const Step &child = path.steps[++next];
+            const NodeSet found = collection_.reached(set, Axis::descendant, child.test);
+            set = told(child, "step", countedAmongSiblings(found, child), begin);
+        } else {
+            set = told(step, "step", this->step(set, step), begin);
+        }
+    }
+    return set;
+}
+
+NodeSet Evaluator::step(const NodeSet &contexts, const Step &step) {
+    if (isPositional(step) && !isOfParent(step.axis)) return stepByPairs(contexts, step);
+    return countedAmongSiblings(collection_.reached(contexts, step.axis, step.test), step);
+}
+
+/** The predicates of a step whose nodes are found; positions count among those of one parent. */
+NodeSet Evaluator::countedAmongSiblings(const NodeSet &found, const Step &step) {
+    NodeSet set = found;
+    for (const ExpressionPtr &predicate : step.predicates) {
+        if (!isPositional(*predicate)) {
+            set = filtered(set, *predicate);
+            continue;
+        }
+        if (const auto asked = askedPlace(*predicate)) {
+            set = collection_.atPosition(set, asked->relation, asked->place);
+            continue;
+        }
+        const Nodes nodes = collection_.nodesOf(set);
+        const auto [positions, sizes] = countedByParent(collection_.parents(nodes, set));
+        const std::vector<char> keeps = kept(*predicate, {nodes, positions, sizes});
+        Nodes left;
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            if (keeps[i] != 0) left.push_back(nodes[i]);
+        }
+        set = collection_.setOf(left);
+    }
+    return set;
+}
+
+NodeSet Evaluator::stepByPairs(const NodeSet &contexts, const Step &step) {
+    const Nodes nodes = collection_.nodesOf(contexts);
+    NodeSet result = collection_.none();
+    const std::size_t batch = limits_.batch;
+    for (std::size_t first = 0; first < nodes.size(); first += batch) {
+        const auto some = std::span(nodes).subspan(first, std::min(batch, nodes.size() - first));
+        result = collection_.united(result, collection_.setOf(distinctNodes(pairs(some, step))));
+    }
+    return result;
+}
+
+Groups Evaluator::ofMany(const Path &path, Groups groups) {
+    for (const ExpressionPtr &predicate : path.predicates)
+        groups = filtered(groups, *predicate, false);
+    for (const Step &step : path.steps)
+        groups = this->step(groups, step);
+    return groups;
+}
+
+/** A step from each group: what it leads to from any node of the group. */
+Groups Evaluator::step(const Groups &groups, const Step &step) {
+    const Nodes distinct = distinctNodes(groups);
+    const Groups reached = pairs(distinct, step);
+    Groups result;
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        for (const Node node : groups[group])
+            result.add(reached[placeIn(distinct, node)]);
+        result.closeSorted();
+        requireFewPairs(result.nodes().size());
+    }
+    return result;
+}
+
+/** REQUIRES ascending contexts. Halves them until their pairs are not too many at once. */
+Groups Evaluator::pairs(std::span<const Node> contexts, const Step &step) {
+    if (contexts.empty()) return {};
+    heedStop();
+    std::optional<Groups> found =
+        StepPairs(collection_, contexts, step.axis, step.test, nearestAsked(step))
+            .within(limits_.pairs);
+    if (!found) {
+        const std::size_t half = contexts.size() / 2;
+        Groups result = pairs(contexts.first(half), step);
+        result.append(pairs(contexts.subspan(half), step));
+        requireFewPairs(result.nodes().size());
+        return result;
+    }
+    for (const ExpressionPtr &predicate : step.predicates)
+        found = filtered(*found, *predicate, isReverse(step.axis));
+    return std::move(*found);
+}
+
+Groups Evaluator::filtered(const Groups &groups, const Expression &predicate, bool isReverse) {
+    if (isPositional(predicate)) return filteredByPosition(groups, predicate, isReverse);
+    const Nodes left =
+        collection_.nodesOf(filtered(collection_.setOf(distinctNodes(groups)), predicate));
+    Groups result;
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        for (const Node node : groups[group]) {
+            if (std::binary_search(left.begin(), left.end(), node)) result.add(node);
+        }
+        result.close();
+    }
+    return result;
+}
+
+Groups Evaluator::filteredByPosition(const Groups &groups, const Expression &predicate,
+                                     bool isReverse) {
+    std::vector<std::uint32_t> positions;
+    std::vector<std::uint32_t> sizes;
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        const auto size = static_cast<std::uint32_t>(groups[group].size());
+        for (std::uint32_t place = 0; place < size; ++place) {
+            positions.push_back(isReverse ? size - place : place + 1);
+            sizes.push_back(size);
+        }
+    }
+    const std::vector<char> keeps = kept(predicate, {groups.nodes(), positions, sizes});
+    Groups result;
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        for (std::size_t place = groups.begin(group); place < groups.end(group); ++place) {
+            if (keeps[place] != 0) result.add(groups.nodes()[place]);
+        }
+        result.close();
+    }
+    return result;
+}
+
+/** Whether a predicate lets each context pass: a number is the position that it asks for. */
+std::vector<char> Evaluator::kept(const Expression &predicate, const Contexts &contexts) {
+    std::vector<char> keeps(contexts.size());
+    if (const auto asked = askedPlace(predicate)) {
+        for (std::size_t i = 0; i < keeps.size(); ++i)
+            keeps[i] = asked->lets(contexts.positions[i], contexts.sizes[i]) ? 1 : 0;
+        return keeps;
+    }
+    const std::size_t batch = limits_.batch;
+    for (std::size_t first = 0; first < keeps.size(); first += batch) {
+        const std::size_t count = std::min(batch, keeps.size() - first);
+        const Contexts some{contexts.nodes.subspan(first, count),
+                            contexts.positions.subspan(first, count),
+                            contexts.sizes.subspan(first, count)};
+        const Value value = evaluate(predicate, some);
+        const bool isNumber = value.type() == ValueType::number;
+        const Value found = isNumber ? value : value.asTruths();
+        for (std::size_t i = 0; i < count; ++i)
+            keeps[first + i] = isNumber ? found.number(i) == some.positions[i] : found.truth(i);
+    }
+    return keeps;
+}
+
+}  // namespace zdbs::xpath
