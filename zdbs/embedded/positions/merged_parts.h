@@ -147,6 +147,11 @@ public:
         addRows(parts_.front().path, kept.finish(table_, parts_.front()), result);
     }
 
+    /** Adds rows of a part to a set. */
+    void addRowsOf(const PathPart &part, RowCollector &rows, PathNodes &result) const {
+        addRows(part.path, rows.finishPart(table_, part.path, part.rows), result);
+    }
+
     /** Adds those of the nodes that are in a list, which is ascending. */
     void addChosen(const NodeIds &chosen, PathNodes &result) const;
 

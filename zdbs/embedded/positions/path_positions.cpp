@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "zdbs/embedded/positions/group_edges.h"
 #include "zdbs/embedded/positions/position_walks.h"
 #include "zdbs/embedded/positions/range_positions.h"
 #include "zdbs/embedded/positions/sibling_families.h"
@@ -280,7 +281,10 @@ std::optional<PathNodes> selectSiblingPositions(const NodeTable &nodes, const Pa
     const SatisfyingPositions satisfying(test);
     PathNodes result;
     for (const auto &[parent, family] : *families) {
-        family.select([&](auto &kept) { keepSatisfying(family, satisfying, kept); }, result);
+        if (hasEdge(family, satisfying.only()))
+            selectEdge(family, satisfying.only(), result);
+        else
+            family.select([&](auto &kept) { keepSatisfying(family, satisfying, kept); }, result);
     }
     sortByPath(result);
     return result;

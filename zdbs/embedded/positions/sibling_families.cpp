@@ -13,7 +13,6 @@ constexpr std::uint64_t longGroup = 64;
 
 }  // namespace
 
-/** Whether groups are found by search: all rows there are, and many of each parent. */
 bool SiblingFamily::hasLongGroups() const {
     const PathPart &part = parts().front();
     const std::uint64_t rows = table().rowCount(part.path);
@@ -22,7 +21,7 @@ bool SiblingFamily::hasLongGroups() const {
 }
 
 std::vector<SiblingGroup> SiblingFamily::groups() const {
-    const std::uint32_t keys = SiblingKeys::count(nodes_, table(), parent_);
+    const std::uint32_t keys = keyCount();
     return sizeOf(parts()) * dense >= keys ? countKeys(keys) : sortKeys();
 }
 
@@ -31,7 +30,7 @@ std::vector<SiblingGroup> SiblingFamily::countKeys(std::uint32_t count) const {
     for (SiblingKey key = 0; key < count; ++key)
         groups[key].key = key;
     for (const PathPart &part : parts()) {
-        forKeys(part, [&](std::span<const SiblingKey> keys) {
+        forKeys(part, [&](const RowBatch &, std::span<const SiblingKey> keys) {
             for (SiblingKey key : keys)
                 ++groups[std::min(key, count - 1)].length;
         });
@@ -42,7 +41,7 @@ std::vector<SiblingGroup> SiblingFamily::countKeys(std::uint32_t count) const {
 std::vector<SiblingGroup> SiblingFamily::sortKeys() const {
     std::vector<SiblingKey> all;
     for (const PathPart &part : parts()) {
-        forKeys(part, [&](std::span<const SiblingKey> keys) {
+        forKeys(part, [&](const RowBatch &, std::span<const SiblingKey> keys) {
             all.insert(all.end(), keys.begin(), keys.end());
         });
     }

@@ -45,6 +45,16 @@ public:
         forShortGroups(take);
     }
 
+    /** Whether groups are found by search: all rows there are, and many of each parent. */
+    bool hasLongGroups() const;
+
+    /** One more than the greatest key. */
+    std::uint32_t keyCount() const { return SiblingKeys::count(nodes_, table(), parent_); }
+
+    /** Calls `take` with rows of a part and their keys, some at a time. */
+    template <typename Take>
+    void forKeys(const PathPart &part, Take take) const;
+
 private:
     template <typename Take>
     void forMergedGroups(Take take) const {
@@ -61,10 +71,6 @@ private:
     template <typename Take>
     void forShortGroups(Take take) const;
 
-    template <typename Take>
-    void forKeys(const PathPart &part, Take take) const;
-
-    bool hasLongGroups() const;
     std::vector<SiblingGroup> countKeys(std::uint32_t count) const;
     std::vector<SiblingGroup> sortKeys() const;
 
@@ -79,7 +85,6 @@ using SiblingFamilies = std::map<PathId, SiblingFamily>;
 std::optional<SiblingFamilies> familiesOf(const NodeTable &nodes, const PathTable &table,
                                           const PathNodes &set);
 
-/** Calls `take` with the keys of a part's rows, some at a time. */
 template <typename Take>
 void SiblingFamily::forKeys(const PathPart &part, Take take) const {
     RowReader reader(table(), part.path, *part.rows);
@@ -89,7 +94,7 @@ void SiblingFamily::forKeys(const PathPart &part, Take take) const {
         heedStop();
         const auto all = std::span(keyOf).first(batch.rows.size());
         keys.read(batch, all);
-        take(std::span<const SiblingKey>(all));
+        take(batch, std::span<const SiblingKey>(all));
     }
 }
 
@@ -117,7 +122,7 @@ void SiblingFamily::forShortGroups(Take take) const {
     std::uint64_t base = 0;
     std::uint64_t begin = 0;
     SiblingKey last = 0;
-    forKeys(parts().front(), [&](std::span<const SiblingKey> keys) {
+    forKeys(parts().front(), [&](const RowBatch &, std::span<const SiblingKey> keys) {
         std::size_t count = 0;
         for (std::uint32_t i = 0; i < keys.size(); ++i) {
             starts[count] = i;
