@@ -1,6 +1,8 @@
 #include "zdbs/embedded/columns/checked_blocks.h"
 
 #include <libdeflate.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
@@ -9,6 +11,14 @@
 #include "zdbs/base/status.h"
 
 namespace zdbs::embedded {
+
+void readAhead(std::string_view bytes) {
+    static const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = reinterpret_cast<std::uintptr_t>(bytes.data());
+    const std::uintptr_t page = begin / pageSize * pageSize;
+    static_cast<void>(
+        ::madvise(reinterpret_cast<void *>(page), begin + bytes.size() - page, MADV_WILLNEED));
+}
 
 std::uint32_t crc32Of(std::string_view bytes, std::uint32_t checksum) {
     if (bytes.empty()) return checksum;
@@ -31,13 +41,27 @@ CheckedBlocks::Range CheckedBlocks::blocksOf(std::string_view part) const {
     return {offset / blockSize, (offset + part.size() - 1) / blockSize + 1};
 }
 
+/** The first block of a part that is not as it was written, or the end of its blocks. */
+std::size_t CheckedBlocks::firstDamaged(Range blocks) const {
+    std::size_t announced = blocks.first;
+    for (std::size_t block = blocks.first; block < blocks.end; ++block) {
+        if (isKnown(block)) continue;
+        if (announced < blocks.end && block + blocksAhead / 2 >= announced) {
+            const std::size_t from = std::max(block, announced);
+            announced = std::min(blocks.end, block + blocksAhead);
+            readAhead(bytes_.substr(from * blockSize, (announced - from) * blockSize));
+        }
+        if (!verify(block)) return block;
+    }
+    return blocks.end;
+}
+
 void CheckedBlocks::require(std::string_view part) const {
     const Range blocks = blocksOf(part);
-    for (std::size_t block = blocks.first; block < blocks.end; ++block) {
-        if (!isKnown(block) && !verify(block))
-            throw Failure(Status::homeDamaged,
-                          {file_, "the checksum of block " + std::to_string(block)});
-    }
+    const std::size_t damaged = firstDamaged(blocks);
+    if (damaged != blocks.end)
+        throw Failure(Status::homeDamaged,
+                      {file_, "the checksum of block " + std::to_string(damaged)});
 }
 
 bool CheckedBlocks::areKnown(std::string_view part) const {
@@ -50,10 +74,7 @@ bool CheckedBlocks::areKnown(std::string_view part) const {
 
 bool CheckedBlocks::areSound(std::string_view part) const {
     const Range blocks = blocksOf(part);
-    for (std::size_t block = blocks.first; block < blocks.end; ++block) {
-        if (!isKnown(block) && !verify(block)) return false;
-    }
-    return true;
+    return firstDamaged(blocks) == blocks.end;
 }
 
 bool CheckedBlocks::verify(std::size_t block) const {

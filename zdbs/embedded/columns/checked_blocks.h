@@ -15,6 +15,12 @@ namespace zdbs::embedded {
 /** CRC-32 as zlib and Ethernet have it, of `bytes` after what has `checksum`. */
 std::uint32_t crc32Of(std::string_view bytes, std::uint32_t checksum = 0);
 
+/**
+ * Has the system read bytes of a mapped file that are looked at next, in one piece and in the order
+ * of the file. Where it does not want to they are read when they are looked at, page by page.
+ */
+void readAhead(std::string_view bytes);
+
 /** Bytes with a checksum for each block of them, verified block by block and each only once. */
 class CheckedBlocks {
 public:
@@ -40,6 +46,7 @@ public:
 
 private:
     static constexpr std::size_t wordBits = 64;
+    static constexpr std::size_t blocksAhead = 64;  ///< that the system is told of at a time
 
     struct Range {
         std::size_t first;
@@ -47,6 +54,7 @@ private:
     };
 
     Range blocksOf(std::string_view part) const;
+    std::size_t firstDamaged(Range blocks) const;
     bool isKnown(std::size_t block) const {
         const std::uint64_t word = known_[block / wordBits].load(std::memory_order_relaxed);
         return (word >> block % wordBits & 1) != 0;

@@ -73,6 +73,8 @@ void Segment::map() {
                       {file_.native(), std::system_category().message(errno)});
     bytes_ = {static_cast<const char *>(mapped), size};
     watch_ = WatchedMap(bytes_);
+    // What is read is announced block by block; around it the system need not guess.
+    static_cast<void>(::madvise(mapped, size, MADV_RANDOM));
 }
 
 void Segment::readHeader() {
@@ -82,6 +84,7 @@ void Segment::readHeader() {
     if (header_.fileBytes != bytes_.size()) failDamaged("the length of the file");
     if (commonOffset() > bytes_.size()) failDamaged("the sizes in the header");
     const auto front = bytes_.substr(frontChecksumBegin, commonOffset() - frontChecksumBegin);
+    readAhead(front);
     if (crc32Of(front) != header_.frontChecksum)
         failDamaged("the checksum of the header and the directory");
     const bool isEmpty = header_.nodeCount == 0 || header_.pathCount == 0;
