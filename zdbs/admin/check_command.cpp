@@ -3,7 +3,7 @@
 #include <string>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/admin/json.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"

@@ -11,7 +11,7 @@
 #include "zdbs/admin/document_loads.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 #include "zdbs/admin/source_notes.h"
 #include "zdbs/admin/visible_text.h"
 

@@ -9,7 +9,7 @@
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
-#include "zdbs/admin/json.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"

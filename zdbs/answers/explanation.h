@@ -1,14 +1,13 @@
-/** What `zdbs explain` has to say about requests. */
-#ifndef ZDBS_ADMIN_EXPLANATION_H
-#define ZDBS_ADMIN_EXPLANATION_H
+/** How the sets of a request were found. */
+#ifndef ZDBS_ANSWERS_EXPLANATION_H
+#define ZDBS_ANSWERS_EXPLANATION_H
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace zdbs::admin {
+namespace zdbs {
 
 /** A set as it was found. */
 struct ExplainedSet {
@@ -47,15 +46,9 @@ struct Explanation {
 /** Takes up what comes behind: its sets, its times, its result. */
 void append(Explanation &explanation, const Explanation &next);
 
-/**
- * A table of the sets and the sums, without the error; nothing where there are no sets.
- * @param width of the terminal, for conditions to be wrapped; 0: they stand on one line
- */
-std::string textOf(const Explanation &explanation, std::size_t width);
-
 /** One JSON object on a line. */
 std::string jsonOf(const Explanation &explanation);
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
 
 #endif

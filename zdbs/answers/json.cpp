@@ -1,13 +1,13 @@
-#include "zdbs/admin/json.h"
+#include "zdbs/answers/json.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 #include "zdbs/base/utf8.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 namespace {
 
@@ -121,4 +121,4 @@ std::string jsonPiece(std::string_view piece) {
     return result;
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs

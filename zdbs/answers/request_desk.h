@@ -1,20 +1,20 @@
-/** Answers requests of the owner of a home. */
-#ifndef ZDBS_ADMIN_REQUEST_DESK_H
-#define ZDBS_ADMIN_REQUEST_DESK_H
+/** Answers requests in one state of a database. */
+#ifndef ZDBS_ANSWERS_REQUEST_DESK_H
+#define ZDBS_ANSWERS_REQUEST_DESK_H
 
-#include <memory>
+#include <cstdint>
 #include <string>
 
-#include "zdbs/admin/commands.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 /** Answers XPath requests and FIND commands, all of them in one state of a database. */
 class RequestDesk {
 public:
-    RequestDesk(const HomeChoice &home, const std::string &database);
+    /** The session must outlive it, and takes up the newest state. Throws Failure(noDatabase). */
+    explicit RequestDesk(Session &session);
 
     /**
      * The answer, as long as the desk is there. A FIND command can name the sets of those before
@@ -23,16 +23,16 @@ public:
      */
     RequestAnswer answer(const std::string &text);
 
-    const Session &session() const { return *session_; }
+    const OpenDatabase &database() const { return oneState_.database(); }
 
 private:
-    std::unique_ptr<Session> session_;
+    Session &session_;
     NestedScope oneState_;
 };
 
 /** The records of an answer from `offset` on, at most `limit` of them. */
 ResultSetPtr excerpt(const RequestAnswer &answer, std::uint64_t offset, std::uint64_t limit);
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
 
 #endif

@@ -1,12 +1,12 @@
 /** Numbers for people. */
-#ifndef ZDBS_ADMIN_SIZES_H
-#define ZDBS_ADMIN_SIZES_H
+#ifndef ZDBS_ANSWERS_SIZES_H
+#define ZDBS_ANSWERS_SIZES_H
 
 #include <chrono>
 #include <cstdint>
 #include <string>
 
-namespace zdbs::admin {
+namespace zdbs {
 
 /** "0 B", "999 B", "1.0 kB", "12.3 MB", "4.0 GB": powers of 1000, three to four digits. */
 std::string sizeText(std::uint64_t bytes);
@@ -26,6 +26,6 @@ std::string ratioText(std::uint64_t part, std::uint64_t whole);
 /** "0.021", "1234.567". */
 std::string millisecondsText(std::chrono::nanoseconds time);
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
 
 #endif

@@ -1,4 +1,4 @@
-#include "zdbs/admin/request_notes.h"
+#include "zdbs/answers/request_notes.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "zdbs/admin/request_text.h"
+#include "zdbs/answers/request_check.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 namespace {
 
@@ -78,4 +78,4 @@ void addNotes(JsonWriter &json, const std::vector<std::string> &notes) {
     json.endArray();
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs

@@ -1,6 +1,6 @@
 /** JSON, written piece by piece. */
-#ifndef ZDBS_ADMIN_JSON_H
-#define ZDBS_ADMIN_JSON_H
+#ifndef ZDBS_ANSWERS_JSON_H
+#define ZDBS_ANSWERS_JSON_H
 
 #include <chrono>
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace zdbs::admin {
+namespace zdbs {
 
 /**
  * Builds one JSON value; commas and escapes come by themselves. Objects take a
@@ -43,6 +43,6 @@ private:
  */
 std::string jsonPiece(std::string_view piece);
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
 
 #endif

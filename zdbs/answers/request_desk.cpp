@@ -1,10 +1,10 @@
-#include "zdbs/admin/request_desk.h"
+#include "zdbs/answers/request_desk.h"
 
 #include <algorithm>
 
-#include "zdbs/admin/request_text.h"
+#include "zdbs/answers/request_check.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 namespace {
 
@@ -14,20 +14,19 @@ ConjunctTerm idTerm(Relation relation, RecordId record) {
 
 }  // namespace
 
-RequestDesk::RequestDesk(const HomeChoice &home, const std::string &database)
-    : session_(Session::ofOwner(home.open()->open(database))), oneState_(*session_) {
+RequestDesk::RequestDesk(Session &session) : session_(session), oneState_(session) {
     // A command that finds nothing has an answer, as a request has.
-    session_->execute("DEFINE FIND MIN=0");
+    session_.execute("DEFINE FIND MIN=0");
 }
 
 RequestAnswer RequestDesk::answer(const std::string &text) {
     if (isFindCommand(text)) {
-        session_->execute(text);
-        const ResultSetPtr &found = oneState_.set(session_->lastSearch().number);
+        session_.execute(text);
+        const ResultSetPtr &found = oneState_.set(session_.lastSearch().number);
         return {oneState_.database(), found, oneState_.made()};
     }
     requireRequest(text);
-    return runNestedRequest(*session_, text);
+    return runNestedRequest(session_, text);
 }
 
 /** Numbers of records ascend in document order, so those of a stretch are a range. */
@@ -51,4 +50,4 @@ ResultSetPtr excerpt(const RequestAnswer &answer, std::uint64_t offset, std::uin
     return answer.database.evaluate(condition, [&](SetReference) { return answer.matches; });
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs

@@ -1,14 +1,13 @@
-#include "zdbs/admin/node_output.h"
+#include "zdbs/answers/node_output.h"
 
 #include <array>
 #include <optional>
 
-#include "zdbs/admin/json.h"
-#include "zdbs/admin/output.h"
-#include "zdbs/admin/usage_error.h"
-#include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
+#include "zdbs/base/escape.h"
+#include "zdbs/base/visible_text.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 namespace {
 
@@ -119,29 +118,14 @@ std::size_t NodeForms::columns() const {
     return count;
 }
 
-void checkForms(const NodeForms &forms, bool asJson, bool hasFragments) {
-    const bool isListed = forms.columns() > 0 || forms.asCsv;
-    if (forms.asCsv && (asJson || hasFragments))
-        throw UsageError("--csv goes neither with --json nor with --fragments.");
-    if (forms.columns() + (hasFragments ? 1 : 0) > 1 && !asJson && !forms.asCsv)
-        throw UsageError("Several of --ids, --documents, --paths, --values and --fragments need " +
-                         std::string(hasFragments ? "--json." : "--json or --csv."));
-    if (forms.endsInNul && (forms.columns() == 0 || asJson || forms.asCsv))
-        throw UsageError("--null is for --ids, --documents, --paths and --values as lines.");
-    if (forms.hasWindow() && !isListed && !hasFragments)
-        throw UsageError("--limit and --offset are for what lists nodes, such as --values.");
-}
-
 void NodeOutput::write(const OpenDatabase &database, const NodeSource &nodes) {
     if (forms_.asCsv) return writeCsv(database, *nodes());
     const char end = forms_.endsInNul ? '\0' : '\n';
-    // A terminal obeys what stands in values; whoever reads them elsewhere wants them as they are.
-    const bool isTerminal = outputWidth() > 0;
     for (const ColumnTraits &column : columnTable) {
         if (!(forms_.*column.isAsked)) continue;
         tell(column.column, database, *nodes(), [&](RecordId node, const RecordFacts &facts) {
             const std::string text = textOf(column.column, node, facts);
-            writeOutput((isTerminal ? visibleText(text) : text) + end);
+            write_((isTerminal_ ? visibleText(text) : text) + end);
         });
     }
 }
@@ -149,30 +133,65 @@ void NodeOutput::write(const OpenDatabase &database, const NodeSource &nodes) {
 void NodeOutput::writeMembers(const OpenDatabase &database, const NodeSource &nodes) const {
     for (const ColumnTraits &column : columnTable) {
         if (!(forms_.*column.isAsked)) continue;
-        writeOutput(",\"" + std::string(column.member) + "\":[");
+        write_(",\"" + std::string(column.member) + "\":[");
         std::string_view separator;
         tell(column.column, database, *nodes(), [&](RecordId node, const RecordFacts &facts) {
-            writeOutput(separator);
-            writeOutput(jsonOf(column.column, textOf(column.column, node, facts)));
+            write_(separator);
+            write_(jsonOf(column.column, textOf(column.column, node, facts)));
             separator = ",";
         });
-        writeOutput("]");
+        write_("]");
     }
 }
 
 void NodeOutput::writeCsv(const OpenDatabase &database, RecordCursor &nodes) {
     const NodeForms columns = csvColumns(forms_);
     if (!hasHeader_)
-        writeOutput(csvRow(columns, [](const auto &column) { return std::string(column.title); }));
+        write_(csvRow(columns, [](const auto &column) { return std::string(column.title); }));
     hasHeader_ = true;
+    tellRows(columns, database, nodes, [&](RecordId node, const RecordFacts &facts) {
+        write_(
+            csvRow(columns, [&](const auto &column) { return textOf(column.column, node, facts); }));
+    });
+}
+
+void NodeOutput::writeObjects(const OpenDatabase &database, const NodeSource &nodes) const {
+    std::string_view separator;
+    tellRows(forms_, database, *nodes(), [&](RecordId node, const RecordFacts &facts) {
+        std::string object(separator);
+        char before = '{';
+        for (const ColumnTraits &column : columnTable) {
+            if (!(forms_.*column.isAsked)) continue;
+            object += before;
+            object += '"' + std::string(column.title) + "\":";
+            object += jsonOf(column.column, textOf(column.column, node, facts));
+            before = ',';
+        }
+        write_(object + '}');
+        separator = ",";
+    });
+}
+
+void NodeOutput::writeElements(const OpenDatabase &database, const NodeSource &nodes) const {
+    tellRows(forms_, database, *nodes(), [&](RecordId node, const RecordFacts &facts) {
+        std::string element = "<node";
+        for (const ColumnTraits &column : columnTable) {
+            if (!(forms_.*column.isAsked) || column.column == NodeColumn::value) continue;
+            element += ' ' + std::string(column.title) + "=\"" +
+                       escapedAttribute(textOf(column.column, node, facts)) + '"';
+        }
+        const std::string value = forms_.values ? escapedText(facts.value) : "";
+        write_(element + (forms_.values ? '>' + value + "</node>\n" : "/>\n"));
+    });
+}
+
+void NodeOutput::tellRows(const NodeForms &columns, const OpenDatabase &database,
+                          RecordCursor &nodes, const Take &take) const {
     const auto describer = database.describer(factsFor(columns));
     Window window(forms_);
     forEach(nodes, [&](RecordId node) {
         if (window.isOver()) return false;
-        if (!window.takes()) return true;
-        const RecordFacts &facts = describer->of(node);
-        writeOutput(csvRow(columns,
-                           [&](const auto &column) { return textOf(column.column, node, facts); }));
+        if (window.takes()) take(node, describer->of(node));
         return true;
     });
 }
@@ -209,4 +228,4 @@ std::string csvField(std::string_view text) {
     return quoted + '"';
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs

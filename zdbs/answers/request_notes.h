@@ -1,16 +1,16 @@
 /** Notes on requests, for people and in JSON. */
-#ifndef ZDBS_ADMIN_REQUEST_NOTES_H
-#define ZDBS_ADMIN_REQUEST_NOTES_H
+#ifndef ZDBS_ANSWERS_REQUEST_NOTES_H
+#define ZDBS_ANSWERS_REQUEST_NOTES_H
 
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "prg/xml/xpath/notes/notes.h"
-#include "zdbs/admin/json.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/session/session.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 
 /**
  * What whoever typed a request may want to know beside its answer. In text they are lines on
@@ -39,6 +39,6 @@ private:
 /** As "notes", when there are some. */
 void addNotes(JsonWriter &json, const std::vector<std::string> &notes);
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
 
 #endif

@@ -1,10 +1,10 @@
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdio>
 
-namespace zdbs::admin {
+namespace zdbs {
 
 namespace {
 
@@ -63,4 +63,4 @@ std::string millisecondsText(std::chrono::nanoseconds time) {
     return text.data();
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
