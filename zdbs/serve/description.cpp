@@ -16,6 +16,12 @@ constexpr const char *problemSchema = R"({"type":"object",
 "kernel":{"type":"object","required":["number","name"],"properties":{
 "number":{"type":"integer"},"name":{"type":"string"}}}}})";
 
+/** Schemas are written on several lines. */
+std::string onOneLine(std::string text) {
+    std::erase(text, '\n');
+    return text;
+}
+
 std::string quoted(std::string_view text) {
     return JsonWriter().value(text).text();
 }
@@ -97,13 +103,14 @@ std::string describe(std::span<const Route> routes) {
         open = route.path;
         paths += quoted(open) + ":{" + operationOf(route);
     }
-    return R"({"openapi":"3.1.0","info":{"title":"zdbs serve","version":"1"},)"
+    const std::string text = R"({"openapi":"3.1.0","info":{"title":"zdbs serve","version":"1"},)"
            R"("security":[{"basic":[]}],"paths":{)" +
            paths +
            R"(}},"components":{"securitySchemes":{"basic":{"type":"http","scheme":"basic"}},)"
            R"("responses":{"problem":{"description":"What is wrong, as RFC 9457 has it","content":{)"
            R"("application/problem+json":{"schema":)" +
-           std::string(problemSchema) + "}}}}}}\n";
+           std::string(problemSchema) + "}}}}}}";
+    return onOneLine(text) + '\n';
 }
 
 }  // namespace zdbs::serve

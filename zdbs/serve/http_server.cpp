@@ -125,7 +125,7 @@ public:
             listener_.socket(), MHD_OPTION_CONNECTION_LIMIT, connections,
             MHD_OPTION_CONNECTION_MEMORY_LIMIT, memory, MHD_OPTION_URI_LOG_CALLBACK, requestBegins,
             &front, MHD_OPTION_NOTIFY_COMPLETED, requestEnds, &front, MHD_OPTION_NOTIFY_CONNECTION,
-            connectionChanges, &front, MHD_OPTION_STRICT_FOR_CLIENT, 1,
+            connectionChanges, &front, MHD_OPTION_STRICT_FOR_CLIENT, 0,
             MHD_OPTION_SIGPIPE_HANDLED_BY_APP, 1, MHD_OPTION_ARRAY, more.data(), MHD_OPTION_END);
         if (daemon_ == nullptr)
             throw Failure(Status::storeFailed,

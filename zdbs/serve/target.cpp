@@ -79,7 +79,8 @@ std::vector<std::string> Target::all(std::string_view name) const {
 }
 
 std::optional<Target> parseTarget(std::string_view text) {
-    if (!text.starts_with('/')) return std::nullopt;
+    const auto isOdd = [](char byte) { return static_cast<unsigned char>(byte) <= ' '; };
+    if (!text.starts_with('/') || std::any_of(text.begin(), text.end(), isOdd)) return std::nullopt;
     text.remove_prefix(1);
     Target target;
     const std::string_view path = cut(text, '?');
