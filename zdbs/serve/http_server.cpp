@@ -115,8 +115,8 @@ public:
         if (certificates != nullptr) {
             flags |= MHD_USE_TLS;
             shownCertificates = certificates;
-            certificate = {MHD_OPTION_HTTPS_CERT_CALLBACK,
-                           reinterpret_cast<std::intptr_t>(showCertificate), nullptr};
+            certificate = {MHD_OPTION_HTTPS_CERT_CALLBACK, 0,
+                           reinterpret_cast<void *>(showCertificate)};
         }
         std::array<MHD_OptionItem, 2> more = {certificate, {MHD_OPTION_END, 0, nullptr}};
         const std::size_t memory = front.limits()->header * kilobyte;

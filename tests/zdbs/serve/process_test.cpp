@@ -53,7 +53,7 @@ TEST(ServeProcess, TakesUpSettingsAtSighup) {
     EXPECT_EQ(server.send("PUT", "/v1/databases/plays/documents/a", text).status, 413U);
     home.file("limits", "nonsense\n");
     server.program().signal(SIGHUP);
-    EXPECT_TRUE(server.program().waitForError("Not taken up: The setting limits:1")) << file;
+    EXPECT_TRUE(server.program().waitForError("Not taken up: The setting " + file + ":1"));
     EXPECT_EQ(server.get("/healthz", "").status, 200U);
 }
 
@@ -108,7 +108,8 @@ TEST(ServeProcess, TakesSocketsThatItIsHanded) {
     const std::string script =
         "import os,socket,sys\n"
         "s=socket.socket(socket.AF_UNIX); s.bind(sys.argv[1]); s.listen()\n"
-        "os.dup2(s.fileno(),3,inheritable=True)\n"
+        "os.dup2(s.fileno(),3)\n"
+        "os.set_inheritable(3,True)\n"
         "os.environ.update(LISTEN_PID=str(os.getpid()),LISTEN_FDS='1')\n"
         "os.execv(sys.argv[2],[sys.argv[2],'serve'])\n";
     support::Command command = home.command({"-c", script, path, ZDBS_PROGRAM});
