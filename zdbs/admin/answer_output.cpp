@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "zdbs/answers/json.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/answers/request_desk.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/usage_error.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
+#include "zdbs/answers/request_desk.h"
 
 namespace zdbs::admin {
 

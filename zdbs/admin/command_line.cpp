@@ -470,8 +470,7 @@ private:
             serve_.given[row.name] = value;
         };
         command
-            .add_option_function<std::uint64_t>("--" + std::string(row.name), take,
-                                                row.description)
+            .add_option_function<std::uint64_t>("--" + std::string(row.name), take, row.description)
             ->check(CLI::Range(row.least, row.most).description(""))
             ->default_str(std::to_string(serve::Limits().*row.value))
             ->type_name("N");

@@ -2,11 +2,11 @@
 #include <vector>
 
 #include "zdbs/admin/commands.h"
+#include "zdbs/admin/output.h"
+#include "zdbs/admin/visible_text.h"
 #include "zdbs/answers/json.h"
 #include "zdbs/answers/listings.h"
-#include "zdbs/admin/output.h"
 #include "zdbs/answers/sizes.h"
-#include "zdbs/admin/visible_text.h"
 
 namespace zdbs::admin {
 

@@ -6,10 +6,10 @@
 #include "zdbs/admin/explanation_text.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/answers/explainer.h"
-#include "zdbs/answers/request_notes.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/explainer.h"
+#include "zdbs/answers/request_notes.h"
 #include "zdbs/base/status.h"
 #include "zdbs/session/session.h"
 

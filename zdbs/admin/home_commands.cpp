@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/answers/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/password_prompt.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
 #include "zdbs/engine/registry.h"

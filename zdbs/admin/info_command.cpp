@@ -3,8 +3,8 @@
 #include <string>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/answers/listings.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/answers/listings.h"
 #include "zdbs/answers/sizes.h"
 #include "zdbs/language/type_word.h"
 
@@ -40,7 +40,8 @@ std::string namesAsText(const DatabaseInfo &info) {
                      TextTable::Align::left});
     table.add({"COUNT", "TYPE", "NAME", "NAMESPACE"});
     for (const NameCount &row : info.names)
-        table.add({std::to_string(row.count), std::string(typeWord(row.kind)), writtenName(row), row.uri});
+        table.add({std::to_string(row.count), std::string(typeWord(row.kind)), writtenName(row),
+                   row.uri});
     return table.text();
 }
 

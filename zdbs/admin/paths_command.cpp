@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/answers/listings.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/answers/listings.h"
 
 namespace zdbs::admin {
 

@@ -4,9 +4,9 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/request_text.h"
 #include "zdbs/answers/request_desk.h"
 #include "zdbs/answers/request_notes.h"
-#include "zdbs/admin/request_text.h"
 #include "zdbs/base/status.h"
 
 namespace zdbs::admin {

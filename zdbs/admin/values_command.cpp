@@ -4,10 +4,10 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/answers/request_desk.h"
-#include "zdbs/answers/value_counts.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/request_desk.h"
+#include "zdbs/answers/value_counts.h"
 #include "zdbs/base/status.h"
 
 namespace zdbs::admin {

@@ -50,8 +50,7 @@ ExplainedResult Explainer::run(const std::string &request) {
 
 void Explainer::note(const ExecutedFind &find) {
     explanation_.hitsTime += find.hitsTime;
-    explanation_.sets.push_back({find.set, find.condition,
-                                 static_cast<std::uint64_t>(find.records),
+    explanation_.sets.push_back({find.set, find.condition, static_cast<std::uint64_t>(find.records),
                                  static_cast<std::uint64_t>(find.hits), find.time, find.plan});
 }
 

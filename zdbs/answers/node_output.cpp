@@ -150,8 +150,8 @@ void NodeOutput::writeCsv(const OpenDatabase &database, RecordCursor &nodes) {
         write_(csvRow(columns, [](const auto &column) { return std::string(column.title); }));
     hasHeader_ = true;
     tellRows(columns, database, nodes, [&](RecordId node, const RecordFacts &facts) {
-        write_(
-            csvRow(columns, [&](const auto &column) { return textOf(column.column, node, facts); }));
+        write_(csvRow(columns,
+                      [&](const auto &column) { return textOf(column.column, node, facts); }));
     });
 }
 

@@ -70,6 +70,12 @@ void Connections::stopAll(StopReason reason) {
     }
 }
 
+void Connections::closeAll() {
+    const std::lock_guard lock(mutex_);
+    for (const Connection *connection : open_)
+        ::shutdown(connection->socket_, SHUT_RDWR);
+}
+
 std::size_t Connections::size() const {
     const std::lock_guard lock(mutex_);
     return open_.size();

@@ -62,6 +62,9 @@ public:
     /** Stops every request that is worked on. */
     void stopAll(StopReason reason);
 
+    /** For their threads to see their ends. */
+    void closeAll();
+
     std::size_t size() const;
 
 private:

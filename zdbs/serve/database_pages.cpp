@@ -28,8 +28,7 @@ std::vector<Row> rowsFor(const Service &service, const std::string &user) {
     std::vector<Row> rows;
     for (const std::string &name : service.engine.databases(user)) {
         try {
-            rows.push_back(
-                {name, service.home.summary(name), service.engine.mayWrite(user, name)});
+            rows.push_back({name, service.home.summary(name), service.engine.mayWrite(user, name)});
         } catch (const Failure &failure) {
             if (failure.status() != Status::unknownDatabase) throw;
         }
@@ -127,8 +126,8 @@ void tellDatabase(const Call &call) {
     call.reply.send(std::move(head),
                     withMembers(infoAsJson(call.database, info),
                                 ",\"state\":" + std::to_string(state) + ",\"access\":\"" +
-                                    (mayWrite ? "write" : "read") + "\",\"paths\":" +
-                                    withoutLineEnd(pathsAsJson(paths))));
+                                    (mayWrite ? "write" : "read") +
+                                    "\",\"paths\":" + withoutLineEnd(pathsAsJson(paths))));
 }
 
 }  // namespace zdbs::serve

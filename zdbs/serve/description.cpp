@@ -46,8 +46,9 @@ std::string_view wordOf(Method method) {
 std::string parameterText(std::string_view name, std::string_view place, std::string_view type,
                           bool isRequired, std::string_view description) {
     return "{\"name\":" + quoted(name) + ",\"in\":" + quoted(place) +
-           ",\"required\":" + (isRequired ? "true" : "false") + ",\"schema\":{\"type\":" +
-           quoted(type) + "},\"description\":" + quoted(description) + '}';
+           ",\"required\":" + (isRequired ? "true" : "false") +
+           ",\"schema\":{\"type\":" + quoted(type) + "},\"description\":" + quoted(description) +
+           '}';
 }
 
 std::string parametersOf(const Route &route) {
@@ -72,8 +73,8 @@ std::string contentOf(const Route &route) {
         std::string_view type = mediaType(form);
         type = type.substr(0, type.find(';'));
         const bool hasSchema = form == Form::json && route.schema != nullptr;
-        list += (list.empty() ? "" : ",") + quoted(type) + ":{\"schema\":" +
-                (hasSchema ? route.schema : R"({"type":"string"})") + '}';
+        list += (list.empty() ? "" : ",") + quoted(type) +
+                ":{\"schema\":" + (hasSchema ? route.schema : R"({"type":"string"})") + '}';
     }
     return '{' + list + '}';
 }
@@ -103,13 +104,14 @@ std::string describe(std::span<const Route> routes) {
         open = route.path;
         paths += quoted(open) + ":{" + operationOf(route);
     }
-    const std::string text = R"({"openapi":"3.1.0","info":{"title":"zdbs serve","version":"1"},)"
-           R"("security":[{"basic":[]}],"paths":{)" +
-           paths +
-           R"(}},"components":{"securitySchemes":{"basic":{"type":"http","scheme":"basic"}},)"
-           R"("responses":{"problem":{"description":"What is wrong, as RFC 9457 has it","content":{)"
-           R"("application/problem+json":{"schema":)" +
-           std::string(problemSchema) + "}}}}}}";
+    const std::string text =
+        R"({"openapi":"3.1.0","info":{"title":"zdbs serve","version":"1"},)"
+        R"("security":[{"basic":[]}],"paths":{)" +
+        paths +
+        R"(}},"components":{"securitySchemes":{"basic":{"type":"http","scheme":"basic"}},)"
+        R"("responses":{"problem":{"description":"What is wrong, as RFC 9457 has it","content":{)"
+        R"("application/problem+json":{"schema":)" +
+        std::string(problemSchema) + "}}}}}}";
     return onOneLine(text) + '\n';
 }
 

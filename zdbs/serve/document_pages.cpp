@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,26 @@ std::optional<std::size_t> placeOf(const StoredDocuments &documents, std::string
     return static_cast<std::size_t>(found - list.begin());
 }
 
+/** What is unpacked from an archive is no larger than what may be sent. */
+class LimitedInput final : public Input {
+public:
+    /** Both must outlive it. @param left is counted down */
+    LimitedInput(Input &inner, std::uint64_t &left) : inner_(inner), left_(left) {}
+
+    std::size_t read(std::span<char> buffer) override {
+        const std::size_t count = inner_.read(buffer);
+        if (count > left_) throw Problem(413, "What is sent is larger than it may be, unpacked.");
+        left_ -= count;
+        return count;
+    }
+
+    std::uint64_t consumed() const override { return inner_.consumed(); }
+
+private:
+    Input &inner_;
+    std::uint64_t &left_;
+};
+
 /** One transaction on a database, and what is told of it. */
 class Change {
 public:
@@ -49,8 +70,7 @@ public:
 
     /** In the place of the one of its name, if there is one. */
     void put(Input &input, const std::string &document) {
-        const bool isGone =
-            std::find(removed_.begin(), removed_.end(), document) != removed_.end();
+        const bool isGone = std::find(removed_.begin(), removed_.end(), document) != removed_.end();
         if (has(document) && !isGone) load_->removeDocument(document);
         const DocumentSize size = loader_.load(input, document, document);
         stored_.push_back({document, 0, size.nodes, size.xmlBytes});
@@ -143,8 +163,12 @@ void changeDocuments(const Call &call) {
     Change change(call);
     for (const std::string &document : call.request.target.all("remove"))
         change.remove(document);
-    for (std::size_t i = 0; archive && i < archive->entries().size(); ++i)
-        change.put(*archive->open(i), archive->entries()[i].name);
+    std::uint64_t left = call.request.mostBody;
+    for (std::size_t i = 0; archive && i < archive->entries().size(); ++i) {
+        const std::unique_ptr<Input> packed = archive->open(i);
+        LimitedInput input(*packed, left);
+        change.put(input, archive->entries()[i].name);
+    }
     change.finish(200);
 }
 

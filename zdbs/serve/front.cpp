@@ -36,7 +36,6 @@ Problem problemOf(StopReason reason) {
     return {503, "Nobody waits for the answer.", Status::stopped};
 }
 
-
 }  // namespace
 
 class Front::Share {

@@ -53,8 +53,7 @@ void *requestBegins(void *front, const char *target, MHD_Connection *connection)
 }
 
 MHD_Result requestComes(void *, MHD_Connection *, const char *, const char *method,
-                        const char *version, const char *data, std::size_t *size,
-                        void **context) {
+                        const char *version, const char *data, std::size_t *size, void **context) {
     auto *visit = static_cast<Visit *>(*context);
     if (visit == nullptr) return MHD_NO;
     try {

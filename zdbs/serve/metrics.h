@@ -25,12 +25,12 @@ public:
 
     void count(unsigned status, std::uint64_t bytes, std::chrono::nanoseconds time);
 
-    Counter connections = 0;   ///< that were accepted
-    Counter droppedSlow = 0;   ///< connections that sent or took nothing for too long
-    Counter clientsGone = 0;   ///< requests that nobody waited for any more
-    Counter stoppedTime = 0;   ///< requests that were over their time
+    Counter connections = 0;  ///< that were accepted
+    Counter droppedSlow = 0;  ///< connections that sent or took nothing for too long
+    Counter clientsGone = 0;  ///< requests that nobody waited for any more
+    Counter stoppedTime = 0;  ///< requests that were over their time
     Counter stoppedMemory = 0;
-    Counter slowHashes = 0;    ///< of passwords
+    Counter slowHashes = 0;  ///< of passwords
 
     /** The text format of Prometheus. */
     std::string text(const Gauges &gauges) const;

@@ -34,7 +34,7 @@ NodeForms formsOf(const Call &call) {
          {"value", &NodeForms::values}}};
     NodeForms forms;
     const std::string *fields = call.parameter("fields");
-    std::string list = fields != nullptr              ? *fields
+    std::string list = fields != nullptr          ? *fields
                        : call.form == Form::plain ? "value"
                                                   : "id,document,path,value";
     for (std::string_view rest = list; !rest.empty();) {
@@ -61,8 +61,8 @@ bool wantsNotes(const Call &call) {
 }
 
 /** What somebody who typed the request may want to know. */
-std::vector<std::string> notesFor(const Call &call, const Session &session,
-                                  const std::string &text, const std::string &error) {
+std::vector<std::string> notesFor(const Call &call, const Session &session, const std::string &text,
+                                  const std::string &error) {
     return RequestNotes(session, true, !wantsNotes(call)).on(text, error);
 }
 
@@ -147,7 +147,8 @@ std::map<std::string, std::string, std::less<>> pairsOf(const Call &call, std::s
         const std::string left = pair.substr(0, sign);
         const bool isName = !left.empty() && xpath::nameLength(left) == left.size();
         if (sign == std::string::npos || !isName)
-            throw Problem(400, "The parameter " + std::string(name) + " takes a name, = and a text.",
+            throw Problem(400,
+                          "The parameter " + std::string(name) + " takes a name, = and a text.",
                           Status::badSetting);
         pairs[left] = pair.substr(sign + 1);
     }
@@ -267,8 +268,7 @@ void explainRequest(const Call &call) {
     Explainer explainer(lease.session(), notes);
     const std::uint64_t state = explainer.database().state();
     const Explanation explanation = explainer.explain(text);
-    if (!explanation.error.empty())
-        throw Problem(400, explanation.error, Status::requestFailed);
+    if (!explanation.error.empty()) throw Problem(400, explanation.error, Status::requestFailed);
     ReplyHead head = call.headFor(state);
     head.fields.front() = {"X-State", std::to_string(state)};  // times differ, so it has no ETag
     call.reply.send(std::move(head), jsonOf(explanation));

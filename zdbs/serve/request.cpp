@@ -100,12 +100,12 @@ std::string Body::asFile() {
 }
 
 Method methodOf(std::string_view word) {
-    constexpr std::array<std::pair<std::string_view, Method>, 5> words = {{{"GET", Method::get},
-                                                                           {"HEAD", Method::head},
-                                                                           {"PUT", Method::put},
-                                                                           {"POST", Method::post},
-                                                                           {"DELETE",
-                                                                            Method::remove}}};
+    constexpr std::array<std::pair<std::string_view, Method>, 5> words = {
+        {{"GET", Method::get},
+         {"HEAD", Method::head},
+         {"PUT", Method::put},
+         {"POST", Method::post},
+         {"DELETE", Method::remove}}};
     const auto found = std::find_if(words.begin(), words.end(),
                                     [&](const auto &each) { return each.first == word; });
     return found == words.end() ? Method::other : found->second;

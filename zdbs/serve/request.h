@@ -56,12 +56,13 @@ struct Fields {
 
 struct Request {
     Method method = Method::other;
-    std::string word;    ///< of the method
+    std::string word;  ///< of the method
     std::string rawTarget;
     Target target;
     Fields fields;
     std::string user;  ///< once it has proven who it is
     Body body;
+    std::uint64_t mostBody = UINT64_MAX;  ///< bytes that it may have, unpacked too
 };
 
 Method methodOf(std::string_view word);

@@ -82,8 +82,8 @@ const Parameter limitParameter = {"limit", "integer", false, "At most so many; o
 const Parameter offsetParameter = {"offset", "integer", false, "Without the first ones, so many"};
 const Parameter notesParameter = {"notes", "boolean", false,
                                   "Whether to tell what may have been meant otherwise"};
-const Parameter fieldsParameter = {
-    "fields", "string", false, "What is told of nodes: id, document, path, value, with commas"};
+const Parameter fieldsParameter = {"fields", "string", false,
+                                   "What is told of nodes: id, document, path, value, with commas"};
 
 /** Ends at the first route that fits a request. */
 const std::vector<Route> table = {

@@ -33,8 +33,8 @@ constexpr std::uint64_t otherDescriptors = 256;
 unsigned connectionsFor(const Limits &limits, RequestLog &log) {
     rlimit open{};
     ::getrlimit(RLIMIT_NOFILE, &open);
-    open.rlim_cur = std::max(open.rlim_cur, std::min<rlim_t>(open.rlim_max, limits.connections +
-                                                                                otherDescriptors));
+    open.rlim_cur = std::max(
+        open.rlim_cur, std::min<rlim_t>(open.rlim_max, limits.connections + otherDescriptors));
     ::setrlimit(RLIMIT_NOFILE, &open);
     ::getrlimit(RLIMIT_NOFILE, &open);
     const std::uint64_t room = open.rlim_cur > 2 * otherDescriptors
@@ -62,10 +62,10 @@ void requireSafe(const std::vector<Listener> &listeners, const Settings &setting
     if (!settings.certificate.empty() || settings.isInsecure) return;
     for (const Listener &listener : listeners) {
         if (listener.isBeyondLoopback())
-            throw Failure(Status::badSetting,
-                          {"listen", listener.name() +
-                                         " is reached by other machines; give --tls-cert and "
-                                         "--tls-key, or --insecure"});
+            throw Failure(
+                Status::badSetting,
+                {"listen", listener.name() + " is reached by other machines; give --tls-cert and "
+                                             "--tls-key, or --insecure"});
     }
 }
 
@@ -160,8 +160,12 @@ private:
             if (signals_.wait(std::chrono::milliseconds(20))) due = Clock::now();
             front_.look();
         }
+        // What is stopped has a moment to say so to its client.
+        due = Clock::now() + std::chrono::seconds(2);
         while (front_.isBusy()) {
             front_.stopAll();
+            front_.look();
+            if (Clock::now() > due) front_.connections.closeAll();
             signals_.wait(std::chrono::milliseconds(20));
         }
         servers_.clear();

@@ -75,7 +75,8 @@ struct Call {
     std::uint64_t number(std::string_view name, std::uint64_t otherwise) const;
     bool flag(std::string_view name) const;
 
-    /** The head of an answer from a state: its ETag, and that it may be kept and asked for again. */
+    /** The head of an answer from a state: its ETag, and that it may be kept and asked for again.
+     */
     ReplyHead headFor(std::uint64_t state) const;
 
     /** Throws Problem(412) where If-Match names another state. */

@@ -13,8 +13,7 @@ SessionPool::Lease::Lease(SessionPool &pool, std::string database)
       exceptions_(std::uncaught_exceptions()) {}
 
 SessionPool::Lease::~Lease() {
-    if (std::uncaught_exceptions() == exceptions_)
-        pool_.giveBack(database_, std::move(session_));
+    if (std::uncaught_exceptions() == exceptions_) pool_.giveBack(database_, std::move(session_));
 }
 
 std::unique_ptr<Session> SessionPool::take(const std::string &database) {

@@ -44,11 +44,11 @@ struct Settings {
     std::vector<std::string> listen;  ///< none: what systemd hands over, else 127.0.0.1:8080
     std::string certificate;          ///< a PEM file; empty: no TLS
     std::string key;
-    std::string file;                         ///< of limits, as "name = number" lines; or empty
+    std::string file;                            ///< of limits, as "name = number" lines; or empty
     std::map<std::string, std::uint64_t> given;  ///< limits from the command line, by name
-    std::string log;                          ///< a file; empty: standard error
-    bool isInsecure = false;                  ///< listens beyond loopback without TLS
-    bool logsRequests = false;                ///< with what was asked
+    std::string log;                             ///< a file; empty: standard error
+    bool isInsecure = false;                     ///< listens beyond loopback without TLS
+    bool logsRequests = false;                   ///< with what was asked
 };
 
 /**

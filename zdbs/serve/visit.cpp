@@ -83,6 +83,7 @@ MHD_Result takeHeader(void *framing, MHD_ValueKind, const char *name, std::size_
 Visit::Visit(Front &front, Connection &connection, MHD_Connection *library, std::string target)
     : front_(front), connection_(connection), library_(library), limits_(front.limits()) {
     exchange_->request.rawTarget = std::move(target);
+    exchange_->request.mostBody = limits_->body * megabyte;
     exchange_->attach({[library] { MHD_suspend_connection(library); },
                        [library] { MHD_resume_connection(library); }});
 }
@@ -163,7 +164,7 @@ bool Visit::proceed() {
         const bool takesBody = method == Method::put || method == Method::post;
         if (!takesBody && (isChunked_ || declared_ > 0))
             throw Problem(400, "Nothing can be sent with such a request.");
-        if (declared_ > limits_->body * megabyte)
+        if (declared_ > exchange_->request.mostBody)
             throw Problem(413, "What is sent is larger than it may be.");
         return true;
     } catch (const Problem &problem) {
@@ -178,7 +179,7 @@ bool Visit::receive(std::string_view piece) {
     if (isRefused_) return (passedOver_ += piece.size()) <= longestPassedOver;
     Body &body = exchange_->request.body;
     try {
-        if (body.size() + piece.size() > limits_->body * megabyte)
+        if (body.size() + piece.size() > exchange_->request.mostBody)
             throw Problem(413, "What is sent is larger than it may be.");
         body.append(piece);
         return true;
@@ -214,8 +215,8 @@ bool Visit::respond() {
     stage_ = Stage::answered;
     connection_.expect(std::chrono::seconds(limits_->stall));
     if (!exchange_->isWhole())
-        return queue(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, readerBlock, read, this,
-                                                       nullptr));
+        return queue(
+            MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, readerBlock, read, this, nullptr));
     std::string text(exchange_->written(), '\0');
     for (std::size_t done = 0; done < text.size();) {
         const Exchange::Taken taken = exchange_->take(text.data() + done, text.size() - done);
@@ -223,8 +224,7 @@ bool Visit::respond() {
         done += taken.size;
     }
     sent_ = text.size();
-    return queue(
-        MHD_create_response_from_buffer(text.size(), text.data(), MHD_RESPMEM_MUST_COPY));
+    return queue(MHD_create_response_from_buffer(text.size(), text.data(), MHD_RESPMEM_MUST_COPY));
 }
 
 bool Visit::queue(MHD_Response *response) {

@@ -147,7 +147,8 @@ public:
         requirePassword(password);
         const std::lock_guard lock(location_->mutex);
         const bool isNew =
-            location_->users.try_emplace(std::string(user), User{std::string(password), {}, {}}).second;
+            location_->users.try_emplace(std::string(user), User{std::string(password), {}, {}})
+                .second;
         if (!isNew) throw Failure(Status::userExists, {user});
     }
 

@@ -78,8 +78,7 @@ TEST_F(Answers, AreInTheFormThatIsAskedFor) {
         {"/documents/h.xml", "", nullptr},
     };
     for (const auto &[target, accept, body] : facts) {
-        const std::string field =
-            *accept == '\0' ? "" : "Accept: " + std::string(accept) + "\r\n";
+        const std::string field = *accept == '\0' ? "" : "Accept: " + std::string(accept) + "\r\n";
         const Response response =
             server().get("/v1/databases/plays" + std::string(target), "reader", field);
         EXPECT_EQ(response.status, 200U) << target << response.body;
@@ -129,8 +128,7 @@ TEST_F(Answers, ThatCannotBeGivenAreProblemsWithTheKernelsNumber) {
         {"/", 404, "nothing at this place"},
     };
     for (const auto &[target, status, detail, accept] : refusals) {
-        const std::string field =
-            *accept == '\0' ? "" : "Accept: " + std::string(accept) + "\r\n";
+        const std::string field = *accept == '\0' ? "" : "Accept: " + std::string(accept) + "\r\n";
         const Response response = server().get(target, "reader", field);
         EXPECT_EQ(response.status, status) << target << response.body;
         EXPECT_THAT(response.body, HasSubstr(detail)) << target;

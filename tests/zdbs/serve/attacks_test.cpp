@@ -95,12 +95,12 @@ TEST_F(Attacks, ByLongHeadersAndTargetsAreRefused) {
 }
 
 TEST_F(Attacks, BySlowSendersEndByThemselves) {
-    for (const std::string &part : {std::string(), std::string("GET /hea"),
-                                    std::string("GET /healthz HTTP/1.1\r\nHost: a\r\nX: "),
-                                    "PUT /v1/databases/plays/documents/a HTTP/1.1\r\nHost: a\r\n" +
-                                        loginOf("writer") +
-                                        "Content-Type: application/xml\r\n"
-                                        "Content-Length: 100\r\n\r\n<a>"}) {
+    for (const std::string &part :
+         {std::string(), std::string("GET /hea"),
+          std::string("GET /healthz HTTP/1.1\r\nHost: a\r\nX: "),
+          "PUT /v1/databases/plays/documents/a HTTP/1.1\r\nHost: a\r\n" + loginOf("writer") +
+              "Content-Type: application/xml\r\n"
+              "Content-Length: 100\r\n\r\n<a>"}) {
         HttpClient client(server.address());
         client.send(part);
         EXPECT_TRUE(client.readToEnd()) << part;
@@ -109,8 +109,8 @@ TEST_F(Attacks, BySlowSendersEndByThemselves) {
 }
 
 TEST_F(Attacks, BySlowReadersEndByThemselves) {
-    EXPECT_EQ(
-        server.send("PUT", "/v1/databases/plays/documents/a", manyElements(600000)).status, 201U);
+    EXPECT_EQ(server.send("PUT", "/v1/databases/plays/documents/a", manyElements(600000)).status,
+              201U);
     HttpClient client(server.address());
     client.send(requestText("GET", "/v1/databases/plays/documents/a", loginOf("reader")));
     EXPECT_TRUE(server.awaitMetric("zdbs_slow_connections_total", 1));
@@ -150,8 +150,8 @@ TEST_F(Attacks, OfAnotherLanguageEndTheConnection) {
 TEST_F(Attacks, ThroughDocumentsStayText) {
     server.send("PUT", "/v1/databases/plays/documents/a",
                 "<a>&lt;script&gt;alert(1)&lt;/script&gt;</a>");
-    const Response response =
-        server.get("/v1/databases/plays/query?q=//a&fields=value", "reader", "Accept: text/plain\r\n");
+    const Response response = server.get("/v1/databases/plays/query?q=//a&fields=value", "reader",
+                                         "Accept: text/plain\r\n");
     EXPECT_EQ(response.body, "<script>alert(1)</script>\n");
     EXPECT_EQ(response.fields.at("x-content-type-options"), "nosniff");
     EXPECT_THAT(response.fields.at("content-security-policy"), HasSubstr("default-src 'none'"));

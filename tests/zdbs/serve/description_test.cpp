@@ -15,7 +15,8 @@ bool isOfType(const JsonValue &value, const std::string &type) {
     if (type == "string") return value.type == Type::text;
     if (type == "boolean") return value.type == Type::boolean;
     return value.type == Type::number &&
-           (type == "number" || value.number == static_cast<double>(static_cast<long>(value.number)));
+           (type == "number" ||
+            value.number == static_cast<double>(static_cast<long>(value.number)));
 }
 
 /** What is wrong with a value, as JSON Schema has it; members that are not described are wrong. */
@@ -80,8 +81,8 @@ TEST(Description, HoldsForTheAnswersOfEveryRoute) {
         {"GET", "/v1/databases/{database}/explain", "/v1/databases/plays/explain?q=//a/@b"},
         {"GET", "/v1/databases/{database}/values", "/v1/databases/plays/values?q=//a"},
         {"GET", "/v1/databases/{database}/documents", "/v1/databases/plays/documents"},
-        {"POST", "/v1/databases/{database}/documents",
-         "/v1/databases/plays/documents?remove=a.xml", "", "application/x-tar"},
+        {"POST", "/v1/databases/{database}/documents", "/v1/databases/plays/documents?remove=a.xml",
+         "", "application/x-tar"},
         {"PUT", "/v1/databases/{database}/documents/{document}",
          "/v1/databases/plays/documents/a.xml", "<a/>"},
         {"DELETE", "/v1/databases/{database}/documents/{document}",

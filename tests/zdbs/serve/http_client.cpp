@@ -54,7 +54,8 @@ std::string base64(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); i += 3) {
         unsigned bits = 0;
         for (std::size_t j = 0; j < 3; ++j)
-            bits = (bits << 8U) | (i + j < text.size() ? static_cast<unsigned char>(text[i + j]) : 0U);
+            bits =
+                (bits << 8U) | (i + j < text.size() ? static_cast<unsigned char>(text[i + j]) : 0U);
         for (unsigned j = 0; j < 4; ++j)
             result += i + j > text.size() ? '=' : letters[(bits >> (18 - 6 * j)) & 63U];
     }
@@ -138,7 +139,8 @@ Response HttpClient::receive(bool isHead) {
     } else if (response.fields.contains("transfer-encoding")) {
         response.isWhole = readChunks(response.body);
     } else {
-        const std::size_t size = std::strtoul(response.fields["content-length"].c_str(), nullptr, 10);
+        const std::size_t size =
+            std::strtoul(response.fields["content-length"].c_str(), nullptr, 10);
         response.isWhole = readBytes(size);
         response.body = buffer_.substr(0, size);
         buffer_.erase(0, std::min(size, buffer_.size()));

@@ -109,6 +109,20 @@ TEST_F(Limited, BodiesAreLimitedWhetherTheyTellTheirSizeOrNot) {
     EXPECT_EQ(server.get("/v1/databases/plays/documents/a").status, 404U);
 }
 
+TEST_F(Limited, WhatIsUnpackedIsLimitedAsWhatIsSent) {
+    Server server(home, {"--body", "1"});
+    home.file("large.xml", manyElements(60000));
+    const support::Command pack = {
+        "tar", {"-C", home.path(""), "-czf", home.path("a.tgz"), "large.xml"}, {}, {}};
+    ASSERT_EQ(support::run(pack).ending, support::exited(0));
+    const std::string packed = support::readFile(home.path("a.tgz"));
+    ASSERT_LT(packed.size(), 1'000'000U);
+    const Response response =
+        server.send("POST", "/v1/databases/plays/documents", packed, "application/x-tar");
+    EXPECT_EQ(response.status, 413U) << response.body;
+    EXPECT_EQ(home.run({"list", "plays"}).find("large.xml"), std::string::npos);
+}
+
 TEST_F(Limited, HeadersAreLimited) {
     Server server(home, {"--header", "4"});
     const std::string more = "X: " + std::string(6000, 'x') + "\r\n";

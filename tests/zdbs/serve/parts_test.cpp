@@ -33,9 +33,9 @@ TEST(Target, IsDecodedOnceAndStrictly) {
 }
 
 TEST(Target, ThatIsNotWellFormedIsNone) {
-    for (const char *text : {"", "a", "*", "http://a/b", "/%", "/%4", "/%zz", "/%00", "/a?q=%00",
-                             "/%ff", "/a?q=%c3", "/..", "/a/../b", "/%2e%2e/a", "/.", "/a b",
-                             "/a\tb", "/a?b c"})
+    for (const char *text :
+         {"", "a", "*", "http://a/b", "/%", "/%4", "/%zz", "/%00", "/a?q=%00", "/%ff", "/a?q=%c3",
+          "/..", "/a/../b", "/%2e%2e/a", "/.", "/a b", "/a\tb", "/a?b c"})
         EXPECT_FALSE(parseTarget(text)) << text;
 }
 
@@ -135,8 +135,8 @@ TEST(Settings, ThatCannotBeAreToldWithTheirLine) {
 TEST(Limits, AreAllOnThePageWithWhatTheyAreByThemselves) {
     const std::string page = support::readFile(ZDBS_SERVING_PAGE);
     for (const LimitRow &row : limitTable()) {
-        const std::string line = "| `--" + std::string(row.name) + "` | " +
-                                 std::to_string(Limits().*row.value) + " | ";
+        const std::string line =
+            "| `--" + std::string(row.name) + "` | " + std::to_string(Limits().*row.value) + " | ";
         EXPECT_THAT(page, HasSubstr(line + row.description + " |"));
     }
 }
@@ -172,7 +172,10 @@ TEST(WorkQueue, RefusesWhatDoesNotFitInTheLine) {
     {
         WorkQueue queue(1, 1);
         gate.lock();
-        EXPECT_TRUE(queue.add([&] { const std::lock_guard lock(gate); ++done; }));
+        EXPECT_TRUE(queue.add([&] {
+            const std::lock_guard lock(gate);
+            ++done;
+        }));
         EXPECT_TRUE(queue.add([&] { ++done; }));
         while (queue.running() == 0)
             std::this_thread::yield();

@@ -41,6 +41,17 @@ TEST(ServeProcess, LetsWhatRunsEndWithinTheGrace) {
     EXPECT_EQ(server.program().finish().ending, support::exited(0));
 }
 
+TEST(ServeProcess, EndsWithoutClientsThatDoNotComeToAnEnd) {
+    const ServedHome home;
+    Server server(home, {"--grace", "0", "--stall", "1000"});
+    HttpClient sender(server.unixAddress());
+    sender.send("PUT /v1/databases/plays/documents/a HTTP/1.1\r\nHost: a\r\n" + loginOf("writer") +
+                "Content-Type: application/xml\r\nContent-Length: 9\r\n\r\n<a>");
+    EXPECT_TRUE(server.awaitMetric("zdbs_password_hashes_total", 2));
+    EXPECT_EQ(server.end().ending, support::exited(0));
+    EXPECT_TRUE(sender.readToEnd());
+}
+
 TEST(ServeProcess, TakesUpSettingsAtSighup) {
     const ServedHome home;
     const std::string file = home.file("limits", "body = 10\n");
@@ -74,9 +85,12 @@ TEST(ServeProcess, LetsNoOtherMachinesInWithoutTls) {
 TEST(ServeProcess, RefusesAddressesAndFilesThatAreNone) {
     const ServedHome home;
     const std::vector<std::vector<std::string>> wrong = {
-        {"--listen", "127.0.0.1"},       {"--listen", "127.0.0.1:99999"},
-        {"--listen", "unix:"},           {"--listen", "127.0.0.1:0", "--tls-cert", "x"},
-        {"--settings", "/nonexistent"},  {"--listen", "127.0.0.1:0", "--log", "/nonexistent/log"},
+        {"--listen", "127.0.0.1"},
+        {"--listen", "127.0.0.1:99999"},
+        {"--listen", "unix:"},
+        {"--listen", "127.0.0.1:0", "--tls-cert", "x"},
+        {"--settings", "/nonexistent"},
+        {"--listen", "127.0.0.1:0", "--log", "/nonexistent/log"},
         {"--listen", "127.0.0.1:0", "--tls-cert", "/nonexistent", "--tls-key", "/nonexistent"}};
     for (const auto &options : wrong) {
         std::vector<std::string> words = {"serve"};
@@ -127,13 +141,13 @@ TEST(ServeProcess, SpeaksTlsAndShowsANewCertificateAtSighup) {
     const std::string key = home.path("key.pem");
     const std::string certificate = home.path("cert.pem");
     const auto make = [&](const std::string &name) {
-        const auto made = support::run({"openssl",
-                                        {"req", "-x509", "-newkey", "ec", "-pkeyopt",
-                                         "ec_paramgen_curve:prime256v1", "-nodes", "-keyout", key,
-                                         "-out", certificate, "-days", "30", "-subj", "/CN=" + name,
-                                         "-addext", "subjectAltName=IP:127.0.0.1"},
-                                        {},
-                                        {}});
+        const auto made = support::run(
+            {"openssl",
+             {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+              "-keyout", key, "-out", certificate, "-days", "30", "-subj", "/CN=" + name, "-addext",
+              "subjectAltName=IP:127.0.0.1"},
+             {},
+             {}});
         ASSERT_EQ(made.ending, support::exited(0)) << made.err;
     };
     make("first");

@@ -24,8 +24,8 @@ TEST_F(Users, SayWhoTheyAre) {
 }
 
 TEST_F(Users, WhoAreUnknownCostAsMuchAsAWrongPassword) {
-    for (const auto &[user, password] : {std::pair{"reader", "wrong"}, {"nobody", "wrong"},
-                                         {"reader", ""}, {"", ""}}) {
+    for (const auto &[user, password] :
+         {std::pair{"reader", "wrong"}, {"nobody", "wrong"}, {"reader", ""}, {"", ""}}) {
         const double before = server.metric("zdbs_password_hashes_total");
         HttpClient client(server.address());
         const Response response =

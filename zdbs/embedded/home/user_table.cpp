@@ -164,8 +164,7 @@ void UserTable::revoke(std::string_view user, std::string_view database) {
 }
 
 void UserTable::revokeWriting(std::string_view user, std::string_view database) {
-    if (!erase(find(user).written, database))
-        throw Failure(Status::notGranted, {user, database});
+    if (!erase(find(user).written, database)) throw Failure(Status::notGranted, {user, database});
 }
 
 void UserTable::forgetDatabase(std::string_view database) {
