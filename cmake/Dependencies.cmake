@@ -18,6 +18,8 @@ if(NOT VEXA_KERNEL_LIBRARY)
   pkg_check_modules(LIBARCHIVE REQUIRED IMPORTED_TARGET libarchive)
   pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
   pkg_check_modules(CRYPT REQUIRED IMPORTED_TARGET libcrypt)
+  pkg_check_modules(MICROHTTPD REQUIRED IMPORTED_TARGET libmicrohttpd)
+  pkg_check_modules(GNUTLS REQUIRED IMPORTED_TARGET gnutls)
 endif()
 
 if(VEXA_BUILD_TESTS)

@@ -269,6 +269,17 @@ TEST_P(Refreshing, IsWhatMakesLaterLoadsSeen) {
     EXPECT_EQ(Finder(*database).placesOfEach("N_NAME=\"d\""), "6");
 }
 
+TEST_P(Refreshing, IsSeenByTheNumberOfTheState) {
+    const std::uint64_t before = database->state();
+    EXPECT_EQ(collection.administration().summary("db").state, before);
+    collection.load({{"three", "<d/>"}});
+    EXPECT_EQ(database->state(), before);
+    database->refresh({});
+    EXPECT_NE(database->state(), before);
+    EXPECT_EQ(collection.administration().summary("db").state, database->state());
+    EXPECT_EQ(collection.administration().documents("db")->state(), database->state());
+}
+
 TEST_P(Refreshing, KeepsAStateReadableThatIsOver) {
     Finder finder(*database);
     const ResultSetPtr set = finder.findEach("N_TVALUE=$x$");

@@ -108,6 +108,34 @@ TEST_P(Users, LoseWhatIsRevoked) {
     EXPECT_EQ(statusOf([&] { administration().revoke("reader", "db"); }), Status::notGranted);
 }
 
+TEST_P(Users, WriteWhatIsGrantedToThemForThat) {
+    EXPECT_FALSE(engine().mayWrite("reader", "db"));
+    administration().grantWriting("reader", "db");
+    EXPECT_TRUE(engine().mayWrite("reader", "db"));
+    EXPECT_FALSE(engine().mayWrite("reader", "none"));
+    EXPECT_FALSE(engine().mayWrite("nobody", "db"));
+    EXPECT_THAT(administration().writingGrants("reader"), ElementsAre("db"));
+    administration().revokeWriting("reader", "db");
+    EXPECT_FALSE(engine().mayWrite("reader", "db"));
+    EXPECT_TRUE(engine().hasDatabase("reader", "db"));
+    EXPECT_EQ(statusOf([&] { administration().revokeWriting("reader", "db"); }),
+              Status::notGranted);
+    administration().grantWriting("reader", "*");
+    EXPECT_TRUE(engine().mayWrite("reader", "db"));
+    administration().revoke("reader", "*");
+    EXPECT_FALSE(engine().mayWrite("reader", "db"));
+    EXPECT_EQ(statusOf([&] { administration().grantWriting("reader", "none"); }),
+              Status::unknownDatabase);
+}
+
+TEST_P(Users, ThatChangeAreAnotherStateOfThemWhereThatIsKnown) {
+    const std::uint64_t before = engine().usersState();
+    if (before == 0) return;
+    EXPECT_EQ(engine().usersState(), before);
+    administration().setPassword("reader", "other");
+    EXPECT_NE(engine().usersState(), before);
+}
+
 class Databases : public OfEngine {};
 
 TEST_P(Databases, AreListedInOrderOfName) {

@@ -35,6 +35,9 @@ public:
     void closeInput();
     void closeOutput();
     void signal(int number) const;
+
+    /** What has been read of standard output. */
+    const std::string &output() const { return outText_; }
     pid_t pid() const { return child_; }
 
     /** Reads until standard output as a whole contains the text; false at its end or too late. */

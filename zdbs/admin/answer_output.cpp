@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/request_desk.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/usage_error.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
+#include "zdbs/answers/request_desk.h"
 
 namespace zdbs::admin {
 
@@ -18,6 +18,19 @@ NodeSource nodesOf(const RequestAnswer &found) {
 }
 
 }  // namespace
+
+void checkForms(const NodeForms &forms, bool asJson, bool hasFragments) {
+    const bool isListed = forms.columns() > 0 || forms.asCsv;
+    if (forms.asCsv && (asJson || hasFragments))
+        throw UsageError("--csv goes neither with --json nor with --fragments.");
+    if (forms.columns() + (hasFragments ? 1 : 0) > 1 && !asJson && !forms.asCsv)
+        throw UsageError("Several of --ids, --documents, --paths, --values and --fragments need " +
+                         std::string(hasFragments ? "--json." : "--json or --csv."));
+    if (forms.endsInNul && (forms.columns() == 0 || asJson || forms.asCsv))
+        throw UsageError("--null is for --ids, --documents, --paths and --values as lines.");
+    if (forms.hasWindow() && !isListed && !hasFragments)
+        throw UsageError("--limit and --offset are for what lists nodes, such as --values.");
+}
 
 void checkForms(const AnswerForms &forms) {
     checkForms(forms.nodes, forms.asJson, !forms.fragments.empty());
@@ -33,7 +46,7 @@ void checkForms(const AnswerForms &forms) {
 }
 
 AnswerOutput::AnswerOutput(const AnswerForms &forms, RequestNotes *notes)
-    : forms_(forms), notes_(notes), nodes_(forms.nodes) {
+    : forms_(forms), notes_(notes), nodes_(forms.nodes, writeOutput, outputWidth() > 0) {
     for (const std::string &specs : forms.fragments)
         fragments_ += specs + ' ';
 }

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "zdbs/admin/node_output.h"
-#include "zdbs/admin/request_notes.h"
+#include "zdbs/answers/node_output.h"
+#include "zdbs/answers/request_notes.h"
 #include "zdbs/base/status.h"
 #include "zdbs/export/export_document.h"
 #include "zdbs/session/nested_request.h"
@@ -22,6 +22,12 @@ struct AnswerForms {
     NodeForms nodes;
     bool asJson = false;
 };
+
+/**
+ * Throws UsageError for what cannot be done together.
+ * @param hasFragments fragments are asked for, too
+ */
+void checkForms(const NodeForms &forms, bool asJson, bool hasFragments);
 
 /** Throws UsageError for what can be known to be wrong before anything is begun. */
 void checkForms(const AnswerForms &forms);

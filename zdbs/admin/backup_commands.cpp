@@ -16,7 +16,7 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/output_file.h"
 #include "zdbs/admin/progress.h"
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 #include "zdbs/base/status.h"
 #include "zdbs/base/stop.h"
 #include "zdbs/engine/registry.h"

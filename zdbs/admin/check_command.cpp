@@ -3,10 +3,10 @@
 #include <string>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
 
 namespace zdbs::admin {
 

@@ -58,6 +58,7 @@ public:
         defineXPathCommand();
         defineValuesCommand();
         defineExplainCommand();
+        defineServeCommand();
         finishHelp(app_);
         app_.footer("zdbs COMMAND --help tells about a command, man zdbs about everything.");
     }
@@ -168,7 +169,7 @@ private:
         addPasswordSource(change);
         addUserName(define(users, "remove", "Remove a user and what was granted to it",
                            [this] { return removeUser(home_, user_); }));
-        addJson(define(users, "list", "List the users and what they may read",
+        addJson(define(users, "list", "List the users and what they may read and write",
                        [this] { return listUsers(home_, asJson_); }));
         defineGrants();
     }
@@ -176,13 +177,15 @@ private:
     void defineGrants() {
         const char *what = "Name of the database, or * for all, future ones too";
         CLI::App &given = define(app_, "grant", "Let a user read a database",
-                                 [this] { return grant(home_, user_, database_); });
+                                 [this] { return grant(home_, user_, database_, writes_); });
         addUserName(given);
         given.add_option("DATABASE", database_, what)->required();
+        given.add_flag("--write", writes_, "And change its documents, through zdbs serve");
         CLI::App &taken = define(app_, "revoke", "Take a grant back",
-                                 [this] { return revoke(home_, user_, database_); });
+                                 [this] { return revoke(home_, user_, database_, writes_); });
         addUserName(taken);
         taken.add_option("DATABASE", database_, what)->required();
+        taken.add_flag("--write", writes_, "Only the right to change it; reading stays granted");
     }
 
     void defineDatabaseCommands() {
@@ -436,6 +439,43 @@ private:
         addNoNotes(command, explain_.withoutNotes);
     }
 
+    void defineServeCommand() {
+        CLI::App &command =
+            define(app_, "serve", "Answer requests over HTTP, for users with passwords",
+                   [this] { return serveHome(home_, serve_); });
+        command
+            .add_option("--listen", serve_.listen,
+                        "HOST:PORT or unix:PATH, several times for several; otherwise "
+                        "127.0.0.1:8080")
+            ->allow_extra_args(false)
+            ->type_name("ADDRESS");
+        addFile(command, "--tls-cert", serve_.certificate, "Certificates in PEM, its own first");
+        addFile(command, "--tls-key", serve_.key, "The key of the certificate");
+        command.add_flag("--insecure", serve_.isInsecure,
+                         "Let other machines in without TLS; passwords can be read on the way");
+        addFile(command, "--settings", serve_.file, "Limits as lines of a name, = and a number");
+        addFile(command, "--log", serve_.log, "Where lines are added; otherwise standard error");
+        command.add_flag("--log-values", serve_.logsRequests, "Log what was asked, too");
+        for (const serve::LimitRow &row : serve::limitTable())
+            addServeLimit(command, row);
+    }
+
+    static void addFile(CLI::App &command, const char *name, std::string &file,
+                        const char *description) {
+        command.add_option(name, file, description)->type_name("FILE");
+    }
+
+    void addServeLimit(CLI::App &command, const serve::LimitRow &row) {
+        const auto take = [this, &row](const std::uint64_t &value) {
+            serve_.given[row.name] = value;
+        };
+        command
+            .add_option_function<std::uint64_t>("--" + std::string(row.name), take, row.description)
+            ->check(CLI::Range(row.least, row.most).description(""))
+            ->default_str(std::to_string(serve::Limits().*row.value))
+            ->type_name("N");
+    }
+
     static void addNoNotes(CLI::App &command, bool &flag) {
         command.add_flag("--no-notes", flag, "Leave out what may have been meant otherwise");
     }
@@ -459,6 +499,7 @@ private:
     std::vector<std::string> documents_;
     bool passwordFromInput_ = false;
     bool asJson_ = false;
+    bool writes_ = false;
     bool stops_ = false;  // says only what happens anyway
     BackupRequest backup_;
     std::string into_;
@@ -469,6 +510,7 @@ private:
     XPathRequest xpath_;
     ValuesRequest values_;
     ExplainRequest explain_;
+    serve::Settings serve_;
 };
 
 int run(CommandLine &commandLine, int argc, char **argv) {

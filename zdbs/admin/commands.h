@@ -16,6 +16,7 @@
 #include "zdbs/admin/xml_sources.h"
 #include "zdbs/engine/administration.h"
 #include "zdbs/load/loader.h"
+#include "zdbs/serve/settings.h"
 
 namespace zdbs::admin {
 
@@ -33,8 +34,14 @@ bool addUser(const HomeChoice &home, const std::string &user, bool passwordFromI
 bool changePassword(const HomeChoice &home, const std::string &user, bool passwordFromInput);
 bool removeUser(const HomeChoice &home, const std::string &user);
 bool listUsers(const HomeChoice &home, bool asJson);
-bool grant(const HomeChoice &home, const std::string &user, const std::string &database);
-bool revoke(const HomeChoice &home, const std::string &user, const std::string &database);
+
+/** @param writes to write as well as to read */
+bool grant(const HomeChoice &home, const std::string &user, const std::string &database,
+           bool writes);
+
+/** @param writes takes only this right back */
+bool revoke(const HomeChoice &home, const std::string &user, const std::string &database,
+            bool writes);
 
 bool createDatabase(const HomeChoice &home, const std::string &database);
 bool dropDatabase(const HomeChoice &home, const std::string &database);
@@ -141,6 +148,9 @@ struct ExplainRequest {
 
 /** All requests share one session; the first that fails ends the command. */
 bool explain(const HomeChoice &home, const ExplainRequest &request);
+
+/** Answers requests over HTTP until it is told to end. */
+bool serveHome(const HomeChoice &home, const serve::Settings &settings);
 
 }  // namespace zdbs::admin
 

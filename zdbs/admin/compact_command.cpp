@@ -5,7 +5,7 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/progress.h"
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 
 namespace zdbs::admin {
 

@@ -2,10 +2,11 @@
 #include <vector>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/sizes.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
+#include "zdbs/answers/listings.h"
+#include "zdbs/answers/sizes.h"
 
 namespace zdbs::admin {
 
@@ -38,20 +39,6 @@ std::string databasesAsTable(const Administration &home) {
                    sizeText(summary.diskBytes)});
     }
     return table.text();
-}
-
-std::string documentsAsJson(const std::vector<DocumentSummary> &documents) {
-    JsonWriter json;
-    json.beginArray();
-    for (const DocumentSummary &document : documents) {
-        json.beginObject();
-        json.key("document").value(document.name);
-        json.key("nodes").value(document.nodes);
-        json.key("first").value(document.first);
-        json.key("xmlBytes").value(document.xmlBytes);
-        json.endObject();
-    }
-    return json.endArray().text() + '\n';
 }
 
 std::string documentsAsTable(const std::vector<DocumentSummary> &documents) {

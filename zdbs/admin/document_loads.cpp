@@ -1,6 +1,6 @@
 #include "zdbs/admin/document_loads.h"
 
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 #include "zdbs/base/stop.h"
 #include "zdbs/load/entity_definitions.h"
 

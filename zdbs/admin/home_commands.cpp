@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "zdbs/admin/commands.h"
-#include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/password_prompt.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
 #include "zdbs/engine/registry.h"
@@ -37,16 +37,30 @@ std::string usersAsJson(const Administration &home) {
         json.beginObject().key("user").value(user).key("databases").beginArray();
         for (const std::string &database : home.grants(user))
             json.value(database);
+        json.endArray().key("writes").beginArray();
+        for (const std::string &database : home.writingGrants(user))
+            json.value(database);
         json.endArray().endObject();
     }
     return json.endArray().text() + '\n';
+}
+
+/** ":write" is behind what the user may change, too. */
+std::vector<std::string> withRights(const Administration &home, const std::string &user) {
+    std::vector<std::string> databases = home.grants(user);
+    const std::vector<std::string> written = home.writingGrants(user);
+    for (std::string &database : databases) {
+        if (std::find(written.begin(), written.end(), database) != written.end())
+            database += ":write";
+    }
+    return databases;
 }
 
 std::string usersAsTable(const Administration &home) {
     TextTable table({TextTable::Align::left, TextTable::Align::left});
     table.add({"USER", "DATABASES"});
     for (const std::string &user : home.users())
-        table.add({user, joined(home.grants(user))});
+        table.add({user, joined(withRights(home, user))});
     return table.text();
 }
 
@@ -94,13 +108,17 @@ bool listUsers(const HomeChoice &home, bool asJson) {
     return true;
 }
 
-bool grant(const HomeChoice &home, const std::string &user, const std::string &database) {
-    home.open()->grant(user, database);
+bool grant(const HomeChoice &home, const std::string &user, const std::string &database,
+           bool writes) {
+    const auto opened = home.open();
+    writes ? opened->grantWriting(user, database) : opened->grant(user, database);
     return true;
 }
 
-bool revoke(const HomeChoice &home, const std::string &user, const std::string &database) {
-    home.open()->revoke(user, database);
+bool revoke(const HomeChoice &home, const std::string &user, const std::string &database,
+            bool writes) {
+    const auto opened = home.open();
+    writes ? opened->revokeWriting(user, database) : opened->revoke(user, database);
     return true;
 }
 

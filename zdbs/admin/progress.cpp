@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 
 namespace zdbs::admin {
 

@@ -4,9 +4,9 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/request_desk.h"
-#include "zdbs/admin/request_notes.h"
 #include "zdbs/admin/request_text.h"
+#include "zdbs/answers/request_desk.h"
+#include "zdbs/answers/request_notes.h"
 #include "zdbs/base/status.h"
 
 namespace zdbs::admin {
@@ -18,9 +18,9 @@ using Clock = std::chrono::steady_clock;
 /** One run of `zdbs query`. */
 class QueryRun {
 public:
-    QueryRun(RequestDesk &desk, const QueryRequest &request)
-        : desk_(desk),
-          notes_(desk.session(), request.forms.asJson, request.withoutNotes),
+    QueryRun(Session &session, const QueryRequest &request)
+        : desk_(session),
+          notes_(session, request.forms.asJson, request.withoutNotes),
           output_(request.forms, &notes_) {}
 
     /** Hands its answer on before the next one, for those who wait at the other end of a pipe. */
@@ -46,7 +46,7 @@ public:
     bool allRan() const { return allRan_; }
 
 private:
-    RequestDesk &desk_;
+    RequestDesk desk_;
     RequestNotes notes_;
     AnswerOutput output_;
     bool allRan_ = true;
@@ -56,8 +56,8 @@ private:
 
 bool query(const HomeChoice &home, const QueryRequest &request) {
     checkForms(request.forms);
-    RequestDesk desk(home, request.database);
-    QueryRun run(desk, request);
+    const auto session = Session::ofOwner(home.open()->open(request.database));
+    QueryRun run(*session, request);
     forEachRequest(request.requests, [&](const std::string &text) { run.answer(text); });
     return run.allRan();
 }

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "foundation/keyword.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
 
@@ -16,39 +15,11 @@ namespace {
 constexpr std::string_view blanks = " \t\r\n";
 constexpr std::size_t shownCharacters = 60;
 
-/** The first word when white space and something else follow it; otherwise nothing. */
-std::string_view leadingWord(std::string_view text) {
-    const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
-    const std::size_t end = text.find_first_of(blanks, begin);
-    const bool hasMore = text.find_first_not_of(blanks, end) != std::string_view::npos;
-    return end != std::string_view::npos && hasMore ? text.substr(begin, end - begin) : "";
-}
-
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(blanks) == std::string_view::npos;
 }
 
-[[noreturn]] void refuse(std::string_view why) {
-    throw Failure(Status::requestFailed, {why});
-}
-
 }  // namespace
-
-void requireRequest(std::string_view text) {
-    const std::string_view word = leadingWord(text);
-    if (equalsNoCase(word, "XFIND")) refuse("XFIND is a word of the shell; give the request alone");
-    if (equalsNoCase(word, "XGET"))
-        refuse("XGET is a word of the shell; give the request alone, and its specs to --fragments");
-    const std::size_t last = text.find_last_not_of(blanks);
-    if (last != std::string_view::npos && text[last] == ';')
-        refuse("a semicolon ends statements of the shell; leave it out");
-    if (text.size() > longestRequest)
-        refuse("it is longer than " + std::to_string(longestRequest) + " bytes");
-}
-
-bool isFindCommand(std::string_view text) {
-    return equalsNoCase(leadingWord(text), "FIND");
-}
 
 std::string nameOf(std::string_view request) {
     const std::size_t begin = std::min(request.find_first_not_of(blanks), request.size());

@@ -10,19 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "zdbs/answers/request_check.h"
+
 namespace zdbs::admin {
-
-/** Bytes of a request. */
-constexpr std::size_t longestRequest = std::size_t{64} * 1024 * 1024;
-
-/**
- * Throws Failure(requestFailed) for what somebody who knows the shell would type here: a
- * statement, a semicolon at the end; and for what is longer than a request can be.
- */
-void requireRequest(std::string_view text);
-
-/** Whether it is a FIND command and no request: that word, white space, and something. */
-bool isFindCommand(std::string_view text);
 
 /** The request as messages name it. */
 std::string nameOf(std::string_view request);

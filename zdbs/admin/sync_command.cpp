@@ -11,9 +11,9 @@
 #include "zdbs/admin/document_loads.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
-#include "zdbs/admin/sizes.h"
 #include "zdbs/admin/source_notes.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/sizes.h"
 
 namespace zdbs::admin {
 

@@ -9,10 +9,10 @@
 
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
-#include "zdbs/admin/json.h"
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/answers/json.h"
 #include "zdbs/base/status.h"
 #include "zdbs/xpath/characters.h"
 #include "zdbs/xpath/evaluator.h"

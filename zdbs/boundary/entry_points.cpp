@@ -6,6 +6,7 @@
 #include <limits>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -61,7 +62,8 @@ std::string received(const Process &process, const char *text) {
 
 /** Whether the texts of this call are UTF-8, whatever the process has. */
 bool isNested() {
-    return activeSession() != nullptr && activeSession()->isNested();
+    const Session *session = Process::instance().openSession();
+    return session != nullptr && session->isNested();
 }
 
 /** A text as the caller gets it, cut to `size` bytes. */
@@ -85,7 +87,7 @@ std::string_view symbolIn(const char *buffer, std::size_t capacity) {
 void startSession(Process &process, const char *user, const char *password) {
     require(user, "user");
     require(password, "password");
-    if (activeSession() != nullptr) throw Failure(Status::sessionOpen);
+    if (process.openSession() != nullptr) throw Failure(Status::sessionOpen);
     Charset charset = Charset::ofProcess();
     std::shared_ptr<const Engine> engine = openEngine(configuredLocation());
     process.open(std::make_unique<Session>(engine, charset.toUtf8(user), charset.toUtf8(password)));
@@ -224,7 +226,9 @@ std::int32_t ZdbExecuteCcl(const char *command, std::int32_t *out) {
     return guarded([&](Process &process) {
         require(command, "command");
         set(out, 0);
-        const HeldInterrupt stopsIt;
+        // Whoever runs a request inside the kernel has said what stops it.
+        std::optional<HeldInterrupt> stopsIt;
+        if (!isNested()) stopsIt.emplace();
         process.session().execute(received(process, command));
     });
 }

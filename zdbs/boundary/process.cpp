@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "zdbs/session/active_session.h"
+
 namespace zdbs {
 namespace {
 
@@ -14,22 +16,25 @@ std::uintptr_t numberOf(ZdbHandle handle) {
 
 Process &Process::instance() {
     static Process process;
-    return process;
+    static thread_local Process inside;
+    return activeSession() != nullptr ? inside : process;
 }
 
 void Process::open(std::unique_ptr<Session> session) {
     session_ = std::move(session);
-    active_.emplace(session_.get());
 }
 
 void Process::close() {
     controls_.clear();
-    active_.reset();
     session_.reset();
 }
 
+Session *Process::openSession() const {
+    return activeSession() != nullptr ? activeSession() : session_.get();
+}
+
 Session &Process::session() const {
-    Session *session = activeSession();
+    Session *session = openSession();
     if (session == nullptr) throw Failure(Status::noSession);
     return *session;
 }

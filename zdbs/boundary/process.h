@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +14,6 @@
 #include "kernel/zdbs.h"
 #include "zdbs/base/status.h"
 #include "zdbs/engine/engine.h"
-#include "zdbs/session/active_session.h"
 #include "zdbs/session/session.h"
 
 namespace zdbs {
@@ -30,9 +28,13 @@ struct RecordControl {
  * The state of the process at the boundary: its session, the last failure, the
  * record controls. Handles are numbers that are never given out twice, so that a
  * stale one is recognised and never followed.
+ *
+ * Requests inside the kernel call the boundary, too, for the session that their thread has made
+ * the active one: each thread has a state of its own for them, and none waits for another.
  */
 class Process {
 public:
+    /** That of the active session of this thread, or else that of the process. */
     static Process &instance();
 
     /** Taken by every entry point; the export enters again through the processor. */
@@ -41,7 +43,10 @@ public:
     void open(std::unique_ptr<Session> session);
     void close();
 
-    /** The session that calls act on; throws Failure(noSession). */
+    /** The session that calls act on; null when there is none. */
+    Session *openSession() const;
+
+    /** The same; throws Failure(noSession). */
     Session &session() const;
 
     /** Keeps what a failed call has to say; returns its status. Never throws. */
@@ -59,7 +64,6 @@ public:
 private:
     std::recursive_mutex mutex_;
     std::unique_ptr<Session> session_;
-    std::optional<ActiveSession> active_;
     Status lastStatus_ = Status::ok;
     std::string lastSentence_;
     std::map<std::uintptr_t, RecordControl> controls_;

@@ -29,6 +29,8 @@ public:
 
     const std::vector<DocumentSummary> &list() const override { return list_; }
 
+    std::uint64_t state() const override { return snapshot_->state(); }
+
     void tell(std::size_t place, NodeEvents &events) const override {
         NodeReader reader(*snapshot_);
         TreeTeller(*snapshot_, reader).tellDocument(snapshot_->documents()[place], events);
@@ -48,6 +50,9 @@ public:
     std::vector<std::string> grants(std::string_view user) const override {
         return home_->grants(user);
     }
+    std::vector<std::string> writingGrants(std::string_view user) const override {
+        return home_->writingGrants(user);
+    }
     void addUser(std::string_view user, std::string_view password) override {
         home_->addUser(user, password);
     }
@@ -58,8 +63,14 @@ public:
     void grant(std::string_view user, std::string_view database) override {
         home_->grant(user, database);
     }
+    void grantWriting(std::string_view user, std::string_view database) override {
+        home_->grantWriting(user, database);
+    }
     void revoke(std::string_view user, std::string_view database) override {
         home_->revoke(user, database);
+    }
+    void revokeWriting(std::string_view user, std::string_view database) override {
+        home_->revokeWriting(user, database);
     }
 
     std::vector<std::string> databases() const override { return home_->databases(); }
@@ -75,7 +86,8 @@ public:
 
     DatabaseSummary summary(std::string_view database) const override {
         const auto snapshot = home_->snapshot(database);
-        return {snapshot->documents().size(), snapshot->nodeCount(), snapshot->diskBytes()};
+        return {snapshot->documents().size(), snapshot->nodeCount(), snapshot->diskBytes(),
+                snapshot->state()};
     }
 
     std::unique_ptr<StoredDocuments> documents(std::string_view database) const override {

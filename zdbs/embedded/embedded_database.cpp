@@ -47,6 +47,8 @@ public:
 
     const std::string &name() const override { return name_; }
 
+    std::uint64_t state() const override { return table_->state(); }
+
     void refresh(std::span<ResultSetPtr> sets) override {
         std::shared_ptr<const NodeTable> newest = newest_();
         if (newest == table_) return;

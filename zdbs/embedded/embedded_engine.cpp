@@ -29,6 +29,12 @@ public:
         return home_->hasDatabase(database) && home_->mayRead(user, database);
     }
 
+    bool mayWrite(std::string_view user, std::string_view database) const override {
+        return home_->hasDatabase(database) && home_->mayWrite(user, database);
+    }
+
+    std::uint64_t usersState() const override { return home_->usersState(); }
+
     /** The grant is looked at again with each new state, so that a revoke takes hold. */
     std::unique_ptr<OpenDatabase> open(std::string_view user,
                                        std::string_view database) const override {

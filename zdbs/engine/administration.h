@@ -22,6 +22,7 @@ struct DatabaseSummary {
     std::uint64_t documents = 0;
     std::uint64_t nodes = 0;
     std::uint64_t diskBytes = 0;
+    std::uint64_t state = 0;  ///< as of OpenDatabase
 };
 
 /** One line of the list of documents. */
@@ -39,6 +40,9 @@ public:
 
     /** In the order in which they were loaded. */
     virtual const std::vector<DocumentSummary> &list() const = 0;
+
+    /** As of OpenDatabase. */
+    virtual std::uint64_t state() const = 0;
 
     /**
      * Tells the document at a place of the list; its nodes are those that were loaded. Throws
@@ -142,6 +146,9 @@ public:
     /** What a user may read; `*` is every database. Throws: unknownUser. */
     virtual std::vector<std::string> grants(std::string_view user) const = 0;
 
+    /** Which of them the user may change, too. Throws: unknownUser. */
+    virtual std::vector<std::string> writingGrants(std::string_view user) const = 0;
+
     /** Throws: badName, userExists, badPassword. */
     virtual void addUser(std::string_view user, std::string_view password) = 0;
 
@@ -151,11 +158,17 @@ public:
     /** With all grants. Throws: unknownUser. */
     virtual void removeUser(std::string_view user) = 0;
 
-    /** Granting twice changes nothing. Throws: unknownUser, unknownDatabase. */
+    /** To read. Granting twice changes nothing. Throws: unknownUser, unknownDatabase. */
     virtual void grant(std::string_view user, std::string_view database) = 0;
 
-    /** Throws: unknownUser, notGranted. */
+    /** To read and to write; likewise. */
+    virtual void grantWriting(std::string_view user, std::string_view database) = 0;
+
+    /** Both. Throws: unknownUser, notGranted. */
     virtual void revoke(std::string_view user, std::string_view database) = 0;
+
+    /** Leaves the right to read. Throws: unknownUser, notGranted where it may not write. */
+    virtual void revokeWriting(std::string_view user, std::string_view database) = 0;
 
     virtual std::vector<std::string> databases() const = 0;
 

@@ -111,6 +111,9 @@ public:
 
     virtual const std::string &name() const = 0;
 
+    /** Number of the state; each commit makes another one, and none has that of one before it. */
+    virtual std::uint64_t state() const = 0;
+
     /**
      * Takes up the newest committed state, and puts in the place of each of `sets` what it is
      * there: without nodes that are gone, and without how it was made; its numbers are known.
@@ -177,6 +180,17 @@ public:
 
     /** Whether there is such a database and the user may read it. */
     virtual bool hasDatabase(std::string_view user, std::string_view database) const = 0;
+
+    /** Whether the user may read the database and change its documents. */
+    virtual bool mayWrite(std::string_view /*user*/, std::string_view /*database*/) const {
+        return false;
+    }
+
+    /**
+     * Another number whenever users, passwords or grants have changed, so that what was found out
+     * about a password may be remembered; 0 where an engine does not know, or may not be read.
+     */
+    virtual std::uint64_t usersState() const { return 0; }
 
     /** Those for which it has, in order of name; none where an engine keeps no list. */
     virtual std::vector<std::string> databases(std::string_view /*user*/) const { return {}; }

@@ -3,7 +3,7 @@
 namespace zdbs {
 namespace {
 
-Session *active = nullptr;
+thread_local Session *active = nullptr;
 
 }  // namespace
 

@@ -6,10 +6,13 @@ namespace zdbs {
 
 class Session;
 
-/** The session of this process; null when there is none. */
+/** The session that this thread has made the active one; null when there is none. */
 Session *activeSession();
 
-/** Makes a session the active one as long as the object lives, then the one before. */
+/**
+ * Makes a session the active one of its thread as long as the object lives, then the one before:
+ * requests of several threads run beside each other, each in a session of its own.
+ */
 class ActiveSession {
 public:
     explicit ActiveSession(Session *session);

@@ -43,6 +43,11 @@ public:
         return location_->mayRead(user, database);
     }
 
+    bool mayWrite(std::string_view user, std::string_view database) const override {
+        const std::lock_guard lock(location_->mutex);
+        return location_->mayWrite(user, database);
+    }
+
     /** The grant is looked at again with each state. */
     std::unique_ptr<OpenDatabase> open(std::string_view user,
                                        std::string_view database) const override {
@@ -66,6 +71,8 @@ public:
     }
 
     const std::vector<DocumentSummary> &list() const override { return list_; }
+
+    std::uint64_t state() const override { return forest_->state(); }
 
     void tell(std::size_t place, NodeEvents &events) const override {
         tellDocument(*forest_, place, events);
@@ -129,12 +136,19 @@ public:
         return {databases.begin(), databases.end()};
     }
 
+    std::vector<std::string> writingGrants(std::string_view user) const override {
+        const std::lock_guard lock(location_->mutex);
+        const auto &databases = location_->user(user).written;
+        return {databases.begin(), databases.end()};
+    }
+
     void addUser(std::string_view user, std::string_view password) override {
         requireValidName(user);
         requirePassword(password);
         const std::lock_guard lock(location_->mutex);
         const bool isNew =
-            location_->users.try_emplace(std::string(user), User{std::string(password), {}}).second;
+            location_->users.try_emplace(std::string(user), User{std::string(password), {}, {}})
+                .second;
         if (!isNew) throw Failure(Status::userExists, {user});
     }
 
@@ -158,12 +172,25 @@ public:
         changed.databases.emplace(database);
     }
 
+    void grantWriting(std::string_view user, std::string_view database) override {
+        grant(user, database);
+        const std::lock_guard lock(location_->mutex);
+        location_->user(user).written.emplace(database);
+    }
+
     void revoke(std::string_view user, std::string_view database) override {
         const std::lock_guard lock(location_->mutex);
         auto &databases = location_->user(user).databases;
         const auto granted = databases.find(database);
         if (granted == databases.end()) throw Failure(Status::notGranted, {user, database});
         databases.erase(granted);
+        location_->user(user).written.erase(std::string(database));
+    }
+
+    void revokeWriting(std::string_view user, std::string_view database) override {
+        const std::lock_guard lock(location_->mutex);
+        if (location_->user(user).written.erase(std::string(database)) == 0)
+            throw Failure(Status::notGranted, {user, database});
     }
 
     std::vector<std::string> databases() const override {
@@ -184,8 +211,10 @@ public:
         const auto held = startLoad(location_, database, waiting);
         const std::lock_guard lock(location_->mutex);
         location_->databases.erase(location_->databases.find(database));
-        for (auto &[name, user] : location_->users)
+        for (auto &[name, user] : location_->users) {
             user.databases.erase(std::string(database));
+            user.written.erase(std::string(database));
+        }
     }
 
     std::unique_ptr<OpenDatabase> open(std::string_view database) const override {
@@ -198,7 +227,7 @@ public:
 
     DatabaseSummary summary(std::string_view database) const override {
         const DatabaseInfo counted = info(database);
-        return {counted.documents, counted.nodes, 0};
+        return {counted.documents, counted.nodes, 0, newest(database)->state()};
     }
 
     std::unique_ptr<StoredDocuments> documents(std::string_view database) const override {

@@ -139,6 +139,7 @@ public:
     }
 
     const std::string &name() const override { return name_; }
+    std::uint64_t state() const override { return setZero_->forest->state(); }
 
     void refresh(std::span<ResultSetPtr> sets) override {
         const ForestPtr newest = newest_();

@@ -2,6 +2,7 @@
 #ifndef TESTS_ENGINE_CONFORMANCE_NAIVE_FOREST_H
 #define TESTS_ENGINE_CONFORMANCE_NAIVE_FOREST_H
 
+#include <atomic>
 #include <cstddef>
 #include <limits>
 #include <memory>
@@ -57,6 +58,9 @@ public:
     explicit Forest(std::vector<DocumentPtr> documents);
 
     const std::vector<DocumentPtr> &documents() const { return documents_; }
+    /** No other one has this number. */
+    std::uint64_t state() const { return state_; }
+
     Place size() const { return points_.size(); }
     const Node &operator[](Place place) const { return *points_[place].node; }
 
@@ -89,6 +93,9 @@ private:
     bool isBelow(Place y, Place x) const { return x < y && y <= last(x); }
     bool areSiblings(Place x, Place y) const;
 
+    inline static std::atomic<std::uint64_t> lastState_ = 0;
+
+    std::uint64_t state_ = ++lastState_;
     std::vector<DocumentPtr> documents_;
     std::vector<Point> points_;
 };

@@ -72,6 +72,12 @@ bool Location::mayRead(std::string_view name, std::string_view database) const {
     return found->second.databases.contains(database) || found->second.databases.contains("*");
 }
 
+bool Location::mayWrite(std::string_view name, std::string_view database) const {
+    const auto found = users.find(name);
+    if (found == users.end() || !databases.contains(database)) return false;
+    return found->second.written.contains(database) || found->second.written.contains("*");
+}
+
 void makeLocation(const fs::path &directory, RecordId firstRecord) {
     if (fs::exists(directory) && !(fs::is_directory(directory) && fs::is_empty(directory)))
         throw Failure(Status::homeExists, {directory.native()});

@@ -20,6 +20,7 @@ namespace zdbs::naive {
 struct User {
     std::string password;
     std::set<std::string, std::less<>> databases;
+    std::set<std::string, std::less<>> written;  ///< some of these
 };
 
 /** What a database is between two loads. */
@@ -44,6 +45,7 @@ struct Location {
     const StoredPtr &database(std::string_view name);
 
     bool mayRead(std::string_view user, std::string_view database) const;
+    bool mayWrite(std::string_view user, std::string_view database) const;
 };
 
 using LocationPtr = std::shared_ptr<Location>;

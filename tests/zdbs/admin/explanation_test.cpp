@@ -1,4 +1,4 @@
-#include "zdbs/admin/explanation.h"
+#include "zdbs/admin/explanation_text.h"
 
 #include <gtest/gtest.h>
 

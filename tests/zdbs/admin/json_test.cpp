@@ -1,4 +1,4 @@
-#include "zdbs/admin/json.h"
+#include "zdbs/answers/json.h"
 
 #include <gtest/gtest.h>
 

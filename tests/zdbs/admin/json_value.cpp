@@ -31,6 +31,12 @@ private:
         return true;
     }
 
+    bool takeWord(std::string_view word) {
+        if (!text_.substr(at_).starts_with(word)) return false;
+        at_ += word.size();
+        return true;
+    }
+
     void expect(char expected) {
         if (!take(expected)) fail(std::string("no ") + expected);
     }
@@ -39,6 +45,10 @@ private:
         if (next() == '{') return object();
         if (next() == '[') return array();
         JsonValue result;
+        if (takeWord("true") || takeWord("false")) {
+            result.type = JsonValue::Type::boolean;
+            return result;
+        }
         if (next() != '"') {
             result.number = number();
             return result;

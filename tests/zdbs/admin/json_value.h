@@ -10,7 +10,7 @@
 namespace zdbs {
 
 struct JsonValue {
-    enum class Type { number, text, array, object };
+    enum class Type { number, text, array, object, boolean };
 
     Type type = Type::number;
     double number = 0;

@@ -1,7 +1,8 @@
-#include "zdbs/admin/node_output.h"
+#include "zdbs/answers/node_output.h"
 
 #include <gtest/gtest.h>
 
+#include "zdbs/admin/answer_output.h"
 #include "zdbs/admin/usage_error.h"
 
 namespace zdbs::admin {

@@ -1,4 +1,4 @@
-#include "zdbs/admin/sizes.h"
+#include "zdbs/answers/sizes.h"
 
 #include <gtest/gtest.h>
 

@@ -40,6 +40,7 @@ public:
     explicit ByNodeDatabase(const NodeTable &nodes, const HitRanges *hits = nullptr);
 
     const std::string &name() const override { return inner_->name(); }
+    std::uint64_t state() const override { return inner_->state(); }
     void refresh(std::span<ResultSetPtr> sets) override { inner_->refresh(sets); }
     ResultSetPtr everything() const override { return inner_->everything(); }
     std::unique_ptr<NodeTree> tree() const override { return inner_->tree(); }

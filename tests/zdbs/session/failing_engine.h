@@ -47,6 +47,7 @@ public:
         : name_(std::move(name)), failing_(failing) {}
 
     const std::string &name() const override { return name_; }
+    std::uint64_t state() const override { return 1; }
     void refresh(std::span<ResultSetPtr>) override { failIf(failing_ == Failing::refresh); }
     ResultSetPtr everything() const override { return newSet(); }
     std::unique_ptr<NodeTree> tree() const override { return nullptr; }

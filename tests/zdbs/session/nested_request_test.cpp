@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "kernel/zdbs.h"
 #include "tests/zdbs/session/fake_engine.h"
 #include "tests/zdbs/support/told.h"
@@ -182,6 +184,31 @@ TEST_F(NestedRequestTest, RunsWhileACallersSessionIsActive) {
     ActiveSession active(&other);
     EXPECT_EQ(matches("//b").size(), 2U);
     EXPECT_EQ(activeSession(), &other);
+}
+
+/** Each thread has a session of its own, and what fails in one is not told in another. */
+TEST_F(NestedRequestTest, RunsInSeveralThreadsAtOnce) {
+    const auto askOften = [this](const std::string &request, const std::string &unknown,
+                                 std::size_t count) {
+        Session session(engine_, "reader", "secret");
+        session.execute("BASE plays");
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(matches(runNestedRequest(session, request)).size(), count) << request;
+            try {
+                runNestedRequest(session, "//b[" + unknown + "(.)]");
+                ADD_FAILURE() << unknown;
+            } catch (const Failure &failure) {
+                const std::string sentence = failure.what();
+                EXPECT_NE(sentence.find('"' + unknown + '"'), std::string::npos) << sentence;
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    threads.emplace_back(askOften, "//b", "foo", 2);
+    threads.emplace_back(askOften, "//b[text()='boat']", "bar", 1);
+    threads.emplace_back(askOften, "/a", "baz", 1);
+    for (std::thread &thread : threads)
+        thread.join();
 }
 
 }  // namespace

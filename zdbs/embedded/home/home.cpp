@@ -97,12 +97,20 @@ bool Home::mayRead(std::string_view user, std::string_view database) const {
     return users_.table()->mayRead(user, database);
 }
 
+bool Home::mayWrite(std::string_view user, std::string_view database) const {
+    return users_.table()->mayWrite(user, database);
+}
+
 std::vector<std::string> Home::users() const {
     return users_.table()->users();
 }
 
 std::vector<std::string> Home::grants(std::string_view user) const {
     return users_.table()->grants(user);
+}
+
+std::vector<std::string> Home::writingGrants(std::string_view user) const {
+    return users_.table()->writingGrants(user);
 }
 
 void Home::addUser(std::string_view user, std::string_view password) {
@@ -120,14 +128,29 @@ void Home::removeUser(std::string_view user) {
 void Home::grant(std::string_view user, std::string_view database) {
     changeUsers([&](UserTable &table) {
         table.grant(user, database);
-        // A grant that waits for a database of that name would surprise whoever makes one.
-        if (database != everyDatabase && !hasDatabase(database))
-            throw Failure(Status::unknownDatabase, {database});
+        requireGrantable(database);
     });
+}
+
+void Home::grantWriting(std::string_view user, std::string_view database) {
+    changeUsers([&](UserTable &table) {
+        table.grantWriting(user, database);
+        requireGrantable(database);
+    });
+}
+
+// A grant that waits for a database of that name would surprise whoever makes one.
+void Home::requireGrantable(std::string_view database) const {
+    if (database != everyDatabase && !hasDatabase(database))
+        throw Failure(Status::unknownDatabase, {database});
 }
 
 void Home::revoke(std::string_view user, std::string_view database) {
     reduceUsers([&](UserTable &table) { table.revoke(user, database); });
+}
+
+void Home::revokeWriting(std::string_view user, std::string_view database) {
+    reduceUsers([&](UserTable &table) { table.revokeWriting(user, database); });
 }
 
 fs::path Home::databasePath(std::string_view database) const {

@@ -66,11 +66,20 @@ public:
     /** Is the database granted to the user, by name or by `*`? It need not exist. */
     bool mayRead(std::string_view user, std::string_view database) const;
 
+    /** Likewise: may the user change it? */
+    bool mayWrite(std::string_view user, std::string_view database) const;
+
+    /** Another number, from 1, each time that another users file was found. */
+    std::uint64_t usersState() const { return users_.state(); }
+
     /** All users, in order of name. */
     std::vector<std::string> users() const;
 
     /** What a user may read, in order of name; `*` is every database. Throws: unknownUser. */
     std::vector<std::string> grants(std::string_view user) const;
+
+    /** Which of these the user may change. Throws: unknownUser. */
+    std::vector<std::string> writingGrants(std::string_view user) const;
 
     /** Throws Failure: badName, userExists, badPassword (too long, or a NUL in it). */
     void addUser(std::string_view user, std::string_view password);
@@ -84,8 +93,14 @@ public:
     /** Granting twice changes nothing. Throws Failure: unknownUser, unknownDatabase. */
     void grant(std::string_view user, std::string_view database);
 
+    /** To write as well as to read; otherwise as grant(). */
+    void grantWriting(std::string_view user, std::string_view database);
+
     /** Throws Failure: unknownUser, notGranted. */
     void revoke(std::string_view user, std::string_view database);
+
+    /** The user may go on reading. Throws Failure: unknownUser, notGranted. */
+    void revokeWriting(std::string_view user, std::string_view database);
 
     /** False for names that are no valid names, too. */
     bool hasDatabase(std::string_view database) const;
@@ -131,6 +146,7 @@ public:
     std::filesystem::path databasePath(std::string_view database) const;
 
 private:
+    void requireGrantable(std::string_view database) const;
     explicit Home(std::filesystem::path path);
 
     void changeUsers(const std::function<void(UserTable &)> &change);

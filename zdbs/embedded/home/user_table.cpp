@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view title = "zdbs-users ";
 constexpr std::string_view version = "1";
+constexpr std::string_view versionWithWriters = "2";
 
 // Cuts the text up to `end` off the front; all of it when `end` is not there.
 std::string_view cut(std::string_view &text, char end) {
@@ -20,6 +21,14 @@ std::string_view cut(std::string_view &text, char end) {
     const std::string_view part = text.substr(0, length);
     text.remove_prefix(std::min(length + 1, text.size()));
     return part;
+}
+
+/** Whether it was there. */
+bool erase(std::set<std::string, std::less<>> &names, std::string_view name) {
+    const auto found = names.find(name);
+    if (found == names.end()) return false;
+    names.erase(found);
+    return true;
 }
 
 [[noreturn]] void failAtLine(std::string_view file, std::size_t line) {
@@ -32,37 +41,49 @@ UserTable UserTable::parse(std::string_view text, std::string_view file) {
     std::string_view first = cut(text, '\n');
     if (!first.starts_with(title)) failAtLine(file, 1);
     first.remove_prefix(title.size());
-    if (first != version)
+    if (first != version && first != versionWithWriters)
         throw Failure(Status::homeVersion,
-                      {file, std::string(first) + " instead of " + std::string(version)});
+                      {file, std::string(first) + " instead of " + std::string(version) + " or " +
+                                 std::string(versionWithWriters)});
 
     UserTable table;
     for (std::size_t line = 2; !text.empty(); ++line) {
-        if (!table.parseLine(cut(text, '\n'))) failAtLine(file, line);
+        if (!table.parseLine(cut(text, '\n'), first == versionWithWriters)) failAtLine(file, line);
     }
     return table;
 }
 
-bool UserTable::parseLine(std::string_view line) {
+bool UserTable::parseLine(std::string_view line, bool mayNameWriters) {
     const std::string_view what = cut(line, ' ');
     const std::string_view name = cut(line, ' ');
     if (!isValidName(name)) return false;
     if (what == "user") {
         return isPasswordHash(line) &&
-               users_.emplace(std::string(name), User{std::string(line), {}}).second;
+               users_.emplace(std::string(name), User{std::string(line), {}, {}}).second;
     }
     const auto user = users_.find(name);
-    if (what != "grant" || user == users_.end()) return false;
+    if (user == users_.end()) return false;
     if (line != everyDatabase && !isValidName(line)) return false;
-    return user->second.databases.emplace(line).second;
+    if (what == "grant") return user->second.databases.emplace(line).second;
+    return what == "write" && mayNameWriters && user->second.databases.contains(line) &&
+           user->second.written.emplace(line).second;
+}
+
+bool UserTable::hasWriters() const {
+    return std::any_of(users_.begin(), users_.end(),
+                       [](const auto &user) { return !user.second.written.empty(); });
 }
 
 std::string UserTable::serialize() const {
-    std::string text = std::string(title) + std::string(version) + '\n';
+    std::string text = std::string(title);
+    text += hasWriters() ? versionWithWriters : version;
+    text += '\n';
     for (const auto &[name, user] : users_) {
         text += "user " + name + ' ' + user.hash + '\n';
         for (const auto &database : user.databases)
             text += "grant " + name + ' ' + database + '\n';
+        for (const auto &database : user.written)
+            text += "write " + name + ' ' + database + '\n';
     }
     return text;
 }
@@ -83,6 +104,11 @@ std::vector<std::string> UserTable::grants(std::string_view user) const {
     return {databases.begin(), databases.end()};
 }
 
+std::vector<std::string> UserTable::writingGrants(std::string_view user) const {
+    const auto &databases = find(user).written;
+    return {databases.begin(), databases.end()};
+}
+
 bool UserTable::authenticate(std::string_view user, std::string_view password) const {
     const auto found = users_.find(user);
     if (found != users_.end()) return verifyPassword(password, found->second.hash);
@@ -92,15 +118,22 @@ bool UserTable::authenticate(std::string_view user, std::string_view password) c
 
 bool UserTable::mayRead(std::string_view user, std::string_view database) const {
     const auto found = users_.find(user);
-    if (found == users_.end()) return false;
-    const auto &databases = found->second.databases;
-    return databases.contains(database) || databases.contains(everyDatabase);
+    return found != users_.end() && covers(found->second.databases, database);
+}
+
+bool UserTable::mayWrite(std::string_view user, std::string_view database) const {
+    const auto found = users_.find(user);
+    return found != users_.end() && covers(found->second.written, database);
+}
+
+bool UserTable::covers(const Names &granted, std::string_view database) {
+    return granted.contains(database) || granted.contains(everyDatabase);
 }
 
 void UserTable::add(std::string_view user, std::string_view password) {
     requireValidName(user);
     if (contains(user)) throw Failure(Status::userExists, {user});
-    users_.emplace(std::string(user), User{hashPassword(password), {}});
+    users_.emplace(std::string(user), User{hashPassword(password), {}, {}});
 }
 
 void UserTable::setPassword(std::string_view user, std::string_view password) {
@@ -117,17 +150,27 @@ void UserTable::grant(std::string_view user, std::string_view database) {
     find(user).databases.emplace(database);
 }
 
+void UserTable::grantWriting(std::string_view user, std::string_view database) {
+    grant(user, database);
+    find(user).written.emplace(database);
+}
+
 void UserTable::revoke(std::string_view user, std::string_view database) {
-    auto &databases = find(user).databases;
+    auto &[hash, databases, written] = find(user);
     const auto granted = databases.find(database);
     if (granted == databases.end()) throw Failure(Status::notGranted, {user, database});
     databases.erase(granted);
+    erase(written, database);
+}
+
+void UserTable::revokeWriting(std::string_view user, std::string_view database) {
+    if (!erase(find(user).written, database)) throw Failure(Status::notGranted, {user, database});
 }
 
 void UserTable::forgetDatabase(std::string_view database) {
     for (auto &[name, user] : users_) {
-        const auto granted = user.databases.find(database);
-        if (granted != user.databases.end()) user.databases.erase(granted);
+        erase(user.databases, database);
+        erase(user.written, database);
     }
 }
 

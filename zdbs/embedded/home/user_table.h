@@ -1,4 +1,4 @@
-/** Users, the hashes of their passwords, and what they may read. */
+/** Users, the hashes of their passwords, and what they may read and write. */
 #ifndef ZDBS_EMBEDDED_HOME_USER_TABLE_H
 #define ZDBS_EMBEDDED_HOME_USER_TABLE_H
 
@@ -20,6 +20,10 @@ constexpr std::string_view everyDatabase = "*";
  *   zdbs-users 1
  *   user NAME HASH
  *   grant NAME DATABASE
+ *   write NAME DATABASE
+ *
+ * What may be written has been granted in front of it. Only a file with such a line is of
+ * version 2: programs that know none refuse it by number, and read all others.
  */
 class UserTable {
 public:
@@ -31,29 +35,38 @@ public:
     bool contains(std::string_view user) const;
     std::vector<std::string> users() const;
     std::vector<std::string> grants(std::string_view user) const;
+    std::vector<std::string> writingGrants(std::string_view user) const;
 
     /** As Home::authenticate(). */
     bool authenticate(std::string_view user, std::string_view password) const;
 
     bool mayRead(std::string_view user, std::string_view database) const;
+    bool mayWrite(std::string_view user, std::string_view database) const;
 
     /** Each throws Failure as the operation of Home of that name. */
     void add(std::string_view user, std::string_view password);
     void setPassword(std::string_view user, std::string_view password);
     void remove(std::string_view user);
     void grant(std::string_view user, std::string_view database);
+    void grantWriting(std::string_view user, std::string_view database);
     void revoke(std::string_view user, std::string_view database);
+    void revokeWriting(std::string_view user, std::string_view database);
 
     /** Removes the grants that name a database which is dropped; `*` stays. */
     void forgetDatabase(std::string_view database);
 
 private:
+    using Names = std::set<std::string, std::less<>>;
+
     struct User {
         std::string hash;
-        std::set<std::string, std::less<>> databases;
+        Names databases;
+        Names written;  ///< some of these
     };
 
-    bool parseLine(std::string_view line);
+    bool parseLine(std::string_view line, bool mayNameWriters);
+    bool hasWriters() const;
+    static bool covers(const Names &granted, std::string_view database);
     User &find(std::string_view user);
     const User &find(std::string_view user) const;
 

@@ -62,6 +62,16 @@ void UsersFile::requirePrivate(const struct stat &file) const {
 
 std::shared_ptr<const UserTable> UsersFile::table() const {
     const std::lock_guard lock(mutex_);
+    return tableLocked();
+}
+
+std::uint64_t UsersFile::state() const {
+    const std::lock_guard lock(mutex_);
+    tableLocked();
+    return state_;
+}
+
+std::shared_ptr<const UserTable> UsersFile::tableLocked() const {
     struct stat file {};
     if (::stat(path_.c_str(), &file) == 0 && isKnown(file)) return known_;
 
@@ -71,6 +81,7 @@ std::shared_ptr<const UserTable> UsersFile::table() const {
     requirePrivate(knownFile_);
     const auto [text, error] = contentOf(held_.get());
     if (error != 0) throwReadError(error, home_);
+    ++state_;
     known_ = std::make_shared<const UserTable>(UserTable::parse(text, path_.native()));
     return known_;
 }

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -27,7 +28,11 @@ public:
     /** Throws Failure: homeMissing, homeUnreadable, homeVersion, homeDamaged. */
     std::shared_ptr<const UserTable> table() const;
 
+    /** Counts the files that table() read, from 1. Reads the file if it has changed. */
+    std::uint64_t state() const;
+
 private:
+    std::shared_ptr<const UserTable> tableLocked() const;
     bool isKnown(const struct stat &file) const;
     void requirePrivate(const struct stat &file) const;
 
@@ -35,6 +40,7 @@ private:
     std::filesystem::path path_;
     mutable std::mutex mutex_;
     mutable std::shared_ptr<const UserTable> known_;
+    mutable std::uint64_t state_ = 0;
     mutable struct stat knownFile_ {};
     mutable FileDescriptor held_;  ///< as long as it is open no other file gets its number
 };

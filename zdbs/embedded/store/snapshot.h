@@ -86,7 +86,7 @@ public:
     NodeId lastBelow(PathRow row) const override;
 
     /** Number of the state: grows by one with every commit that changed the database. */
-    std::uint64_t state() const { return state_.state; }
+    std::uint64_t state() const override { return state_.state; }
 
     /** Whether nothing was committed since, and the database is still there; a microsecond. */
     bool isNewest() const;

@@ -5,6 +5,7 @@
 #ifndef ZDBS_EMBEDDED_TREE_NODE_TABLE_H
 #define ZDBS_EMBEDDED_TREE_NODE_TABLE_H
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -65,6 +66,9 @@ public:
 
     /** The same nodes by path, where the table keeps them so; null where it does not. */
     virtual const PathTable *paths() const { return nullptr; }
+
+    /** Number of the state that it is; 0 of tables that never change. */
+    virtual std::uint64_t state() const { return 0; }
 
     /**
      * Before what was read becomes an answer: throws Failure(homeDamaged) when files that it was

@@ -18,7 +18,7 @@ public:
     MemberExecution &operator=(const MemberExecution &) = delete;
 
 private:
-    inline static std::int32_t m_nDepth = 0;  // objects alive
+    inline static thread_local std::int32_t m_nDepth = 0;  // objects alive
 };
 
 #endif

@@ -98,7 +98,7 @@ private:
     CStringBuffer m_strCondition{256};
     bool m_bCrossConnect = true;
 
-    inline static std::int32_t m_nLastId = 0;
+    inline static thread_local std::int32_t m_nLastId = 0;
 };
 
 #endif

@@ -151,14 +151,49 @@ TEST(UserTable, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(table.serialize(), file(user("alice")));
 }
 
+TEST(UserTable, TellsWhoMayWriteWhat) {
+    UserTable table = parse(user("ann") + user("bob"));
+    table.grantWriting("ann", "plays");
+    table.grantWriting("bob", "*");
+    table.grant("ann", "other");
+    EXPECT_TRUE(table.mayRead("ann", "plays"));
+    EXPECT_TRUE(table.mayWrite("ann", "plays"));
+    EXPECT_FALSE(table.mayWrite("ann", "other"));
+    EXPECT_FALSE(table.mayWrite("nobody", "plays"));
+    EXPECT_TRUE(table.mayWrite("bob", "any"));
+    EXPECT_THAT(table.writingGrants("ann"), ElementsAre("plays"));
+    table.revokeWriting("ann", "plays");
+    EXPECT_TRUE(table.mayRead("ann", "plays"));
+    EXPECT_EQ(statusOf([&] { table.revokeWriting("ann", "plays"); }), Status::notGranted);
+    table.revoke("bob", "*");
+    EXPECT_FALSE(table.mayWrite("bob", "any")) << "who may not read does not write";
+    table.grantWriting("ann", "plays");
+    table.forgetDatabase("plays");
+    EXPECT_FALSE(table.mayWrite("ann", "plays"));
+}
+
+TEST(UserTable, IsOfTheSecondVersionOnlyWhereSomebodyMayWrite) {
+    const std::string lines = user("ann") + "grant ann plays\nwrite ann plays\n";
+    UserTable table = UserTable::parse("zdbs-users 2\n" + lines, "f");
+    EXPECT_EQ(table.serialize(), "zdbs-users 2\n" + lines);
+    table.revokeWriting("ann", "plays");
+    EXPECT_EQ(table.serialize(), file(user("ann") + "grant ann plays\n"));
+    const auto isDamaged = [](const std::string &text) {
+        return statusOf([&] { UserTable::parse(text, "f"); }) == Status::homeDamaged;
+    };
+    EXPECT_TRUE(isDamaged(file(lines))) << "the first version knows no such line";
+    EXPECT_TRUE(isDamaged("zdbs-users 2\n" + user("ann") + "write ann plays\n"));
+    EXPECT_TRUE(isDamaged("zdbs-users 2\n" + lines + "write ann plays\n"));
+}
+
 TEST(UserTable, RefusesOtherVersionsByNumber) {
     std::string sentence;
     const auto version = [&](const std::string &text) {
         return statusOf([&] { UserTable::parse(text, "HOME/users"); }, &sentence);
     };
-    EXPECT_EQ(version("zdbs-users 2\n"), Status::homeVersion);
+    EXPECT_EQ(version("zdbs-users 3\n"), Status::homeVersion);
     EXPECT_THAT(sentence, HasSubstr("HOME/users"));
-    EXPECT_THAT(sentence, HasSubstr("2 instead of 1"));
+    EXPECT_THAT(sentence, HasSubstr("3 instead of 1 or 2"));
     EXPECT_EQ(version("zdbs-users 10\nwhat the future brings\n"), Status::homeVersion);
     EXPECT_EQ(version("zdbs-users \n"), Status::homeVersion);
 }

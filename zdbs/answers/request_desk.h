@@ -1,0 +1,38 @@
+/** Answers requests in one state of a database. */
+#ifndef ZDBS_ANSWERS_REQUEST_DESK_H
+#define ZDBS_ANSWERS_REQUEST_DESK_H
+
+#include <cstdint>
+#include <string>
+
+#include "zdbs/session/nested_request.h"
+#include "zdbs/session/session.h"
+
+namespace zdbs {
+
+/** Answers XPath requests and FIND commands, all of them in one state of a database. */
+class RequestDesk {
+public:
+    /** The session must outlive it, and takes up the newest state. Throws Failure(noDatabase). */
+    explicit RequestDesk(Session &session);
+
+    /**
+     * The answer, as long as the desk is there. A FIND command can name the sets of those before
+     * it; an XPath request leaves none. Throws Failure: requestFailed, and of FIND commands those
+     * of the language.
+     */
+    RequestAnswer answer(const std::string &text);
+
+    const OpenDatabase &database() const { return oneState_.database(); }
+
+private:
+    Session &session_;
+    NestedScope oneState_;
+};
+
+/** The records of an answer from `offset` on, at most `limit` of them. */
+ResultSetPtr excerpt(const RequestAnswer &answer, std::uint64_t offset, std::uint64_t limit);
+
+}  // namespace zdbs
+
+#endif

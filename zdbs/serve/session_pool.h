@@ -1,0 +1,69 @@
+/** Sessions with a database open, kept for the next request. */
+#ifndef ZDBS_SERVE_SESSION_POOL_H
+#define ZDBS_SERVE_SESSION_POOL_H
+
+#include <chrono>
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "zdbs/engine/administration.h"
+#include "zdbs/session/session.h"
+
+namespace zdbs::serve {
+
+/**
+ * Opening a state takes longer than many a request; so sessions stay open for a while. They are
+ * the owner's: who asks for one has looked at the grants. Any thread may call.
+ */
+class SessionPool {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /** @param most of them that are kept */
+    SessionPool(const Administration &home, std::size_t most) : home_(home), most_(most) {}
+
+    /** A session for one request; kept afterwards, unless something was thrown. */
+    class Lease {
+    public:
+        Lease(SessionPool &pool, std::string database);
+        ~Lease();
+        Lease(const Lease &) = delete;
+        Lease &operator=(const Lease &) = delete;
+
+        Session &session() const { return *session_; }
+
+    private:
+        SessionPool &pool_;
+        std::string database_;
+        std::unique_ptr<Session> session_;
+        int exceptions_;
+    };
+
+    /** Closes what nobody asked for since then: an old state holds room on the disk. */
+    void closeIdleSince(Clock::time_point then);
+
+    std::size_t idle() const;
+
+private:
+    struct Idle {
+        std::string database;
+        std::unique_ptr<Session> session;
+        Clock::time_point since;
+    };
+
+    /** Throws Failure(unknownDatabase). */
+    std::unique_ptr<Session> take(const std::string &database);
+    void giveBack(const std::string &database, std::unique_ptr<Session> session);
+
+    const Administration &home_;
+    std::size_t most_;
+    mutable std::mutex mutex_;
+    std::list<Idle> idle_;  ///< the latest first
+};
+
+}  // namespace zdbs::serve
+
+#endif

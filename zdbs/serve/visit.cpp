@@ -1,0 +1,284 @@
+#include "zdbs/serve/visit.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <utility>
+
+#include "foundation/keyword.h"
+
+namespace zdbs::serve {
+
+namespace {
+
+constexpr std::size_t readerBlock = std::size_t{32} * 1024;
+constexpr std::uint64_t megabyte = 1'000'000;
+
+/** What headers have to be for their ends, and the body's, to be the same to everybody. */
+struct Framing {
+    unsigned lengths = 0;
+    unsigned hosts = 0;
+    unsigned encodings = 0;
+    bool isOdd = false;
+    std::string length;
+    std::string encoding;
+    Fields fields;
+};
+
+bool isToken(std::string_view name) {
+    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
+    return !name.empty() && std::all_of(name.begin(), name.end(), [&](char character) {
+        const bool isLetter = (character >= 'a' && character <= 'z') ||
+                              (character >= 'A' && character <= 'Z') ||
+                              (character >= '0' && character <= '9');
+        return isLetter || marks.find(character) != std::string_view::npos;
+    });
+}
+
+struct FieldName {
+    std::string_view name;
+    std::string Fields::*place;
+};
+
+constexpr std::array<FieldName, 7> fieldNames = {{{"Accept", &Fields::accept},
+                                                  {"Authorization", &Fields::authorization},
+                                                  {"Content-Type", &Fields::contentType},
+                                                  {"Host", &Fields::host},
+                                                  {"If-Match", &Fields::ifMatch},
+                                                  {"If-None-Match", &Fields::ifNoneMatch},
+                                                  {"Origin", &Fields::origin}}};
+
+void take(Framing &framing, std::string_view name, std::string_view value) {
+    framing.isOdd = framing.isOdd || !isToken(name);
+    if (equalsNoCase(name, "Content-Length")) {
+        ++framing.lengths;
+        framing.length = value;
+    } else if (equalsNoCase(name, "Transfer-Encoding")) {
+        ++framing.encodings;
+        framing.encoding = value;
+    }
+    if (equalsNoCase(name, "Host")) ++framing.hosts;
+    for (const FieldName &field : fieldNames) {
+        if (!equalsNoCase(name, field.name)) continue;
+        std::string &known = framing.fields.*field.place;
+        known += (known.empty() ? "" : ", ") + std::string(value);
+    }
+}
+
+MHD_Result takeHeader(void *framing, MHD_ValueKind, const char *name, std::size_t nameSize,
+                      const char *value, std::size_t valueSize) {
+    try {
+        take(*static_cast<Framing *>(framing), {name, nameSize},
+             {value == nullptr ? "" : value, value == nullptr ? 0 : valueSize});
+        return MHD_YES;
+    } catch (const std::exception &) {
+        static_cast<Framing *>(framing)->isOdd = true;
+        return MHD_NO;
+    }
+}
+
+}  // namespace
+
+Visit::Visit(Front &front, Connection &connection, MHD_Connection *library, std::string target)
+    : front_(front), connection_(connection), library_(library), limits_(front.limits()) {
+    exchange_->request.rawTarget = std::move(target);
+    exchange_->request.mostBody = limits_->body * megabyte;
+    exchange_->attach({[library] { MHD_suspend_connection(library); },
+                       [library] { MHD_resume_connection(library); }});
+}
+
+bool Visit::come(std::string_view method, std::string_view version, std::string_view piece) {
+    switch (stage_) {
+        case Stage::fresh:
+            return begin(method, version);
+        case Stage::proving:
+            stage_ = Stage::receiving;
+            if (exchange_->request.user.empty()) {
+                isRefused_ = true;
+                exchange_->finish();
+                return !hasLargeBody() || respond();
+            }
+            return proceed();
+        case Stage::receiving:
+            return piece.empty() ? finish() : receive(piece);
+        case Stage::working:
+            return respond();
+        case Stage::answered:
+            return true;
+    }
+    return false;
+}
+
+bool Visit::begin(std::string_view method, std::string_view version) {
+    Request &request = exchange_->request;
+    request.word = method;
+    request.method = methodOf(method);
+    connection_.expect(std::chrono::seconds(limits_->stall));
+    stage_ = Stage::receiving;
+    front_.requestBegins();
+    isCounted_ = true;
+    try {
+        readHeaders(version);
+        auto target = parseTarget(request.rawTarget);
+        if (!target) throw Problem(400, "The target of the request is not well formed.");
+        request.target = std::move(*target);
+        if (!front_.identify(exchange_)) {
+            stage_ = Stage::proving;
+            connection_.expectNothing();
+            front_.connections.watch(connection_, exchange_);
+            return true;
+        }
+        return proceed();
+    } catch (const Problem &problem) {
+        return refuse(problem, problem.http() == 400);
+    } catch (const Failure &failure) {
+        return refuse(Problem(failure), false);
+    }
+}
+
+/** Throws Problem for what proxies and servers have been known to read in different ways. */
+void Visit::readHeaders(std::string_view version) {
+    Framing framing;
+    MHD_get_connection_values_n(library_, MHD_HEADER_KIND, takeHeader, &framing);
+    const bool isEnd = framing.length.find_first_not_of("0123456789") == std::string::npos;
+    const bool hasBoth = framing.lengths > 0 && framing.encodings > 0;
+    const bool isKnown = framing.encodings == 0 || equalsNoCase(framing.encoding, "chunked");
+    if (framing.isOdd || framing.lengths > 1 || framing.encodings > 1 || framing.hosts > 1 ||
+        !isEnd || hasBoth || !isKnown || (version == "HTTP/1.1" && framing.hosts == 0))
+        throw Problem(400, "The headers do not say for certain where the request ends.");
+    isChunked_ = framing.encodings > 0;
+    const char *end = framing.length.data() + framing.length.size();
+    if (framing.lengths > 0 &&
+        std::from_chars(framing.length.data(), end, declared_).ec != std::errc())
+        throw Problem(413, "What is sent is larger than it may be.");
+    exchange_->request.fields = std::move(framing.fields);
+}
+
+/** The user is known; the body is next. */
+bool Visit::proceed() {
+    connection_.expect(std::chrono::seconds(limits_->stall));
+    try {
+        front_.admit(*exchange_);
+        const Method method = exchange_->request.method;
+        const bool takesBody = method == Method::put || method == Method::post;
+        if (!takesBody && (isChunked_ || declared_ > 0))
+            throw Problem(400, "Nothing can be sent with such a request.");
+        if (declared_ > exchange_->request.mostBody)
+            throw Problem(413, "What is sent is larger than it may be.");
+        return true;
+    } catch (const Problem &problem) {
+        return refuse(problem, hasLargeBody());
+    } catch (const Failure &failure) {
+        return refuse(Problem(failure), hasLargeBody());
+    }
+}
+
+bool Visit::receive(std::string_view piece) {
+    connection_.expect(std::chrono::seconds(limits_->stall));
+    if (isRefused_) return (passedOver_ += piece.size()) <= longestPassedOver;
+    Body &body = exchange_->request.body;
+    try {
+        if (body.size() + piece.size() > exchange_->request.mostBody)
+            throw Problem(413, "What is sent is larger than it may be.");
+        body.append(piece);
+        return true;
+    } catch (const Problem &problem) {
+        return refuse(problem, false);
+    } catch (const Failure &failure) {
+        return refuse(Problem(failure), false);
+    }
+}
+
+bool Visit::finish() {
+    if (isRefused_) return respond();
+    stage_ = Stage::working;
+    connection_.expectNothing();
+    front_.connections.watch(connection_, exchange_);
+    try {
+        front_.work(exchange_);
+        return true;
+    } catch (const Problem &problem) {
+        return refuse(problem, true);
+    }
+}
+
+/** @param atOnce without waiting for what else comes; the connection ends with it then */
+bool Visit::refuse(const Problem &problem, bool atOnce) {
+    isRefused_ = true;
+    exchange_->refuse(problem);
+    exchange_->finish();
+    return !atOnce || respond();
+}
+
+bool Visit::respond() {
+    stage_ = Stage::answered;
+    connection_.expect(std::chrono::seconds(limits_->stall));
+    if (!exchange_->isWhole())
+        return queue(
+            MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, readerBlock, read, this, nullptr));
+    std::string text(exchange_->written(), '\0');
+    for (std::size_t done = 0; done < text.size();) {
+        const Exchange::Taken taken = exchange_->take(text.data() + done, text.size() - done);
+        if (taken.kind != Exchange::Taken::Kind::bytes) return false;
+        done += taken.size;
+    }
+    sent_ = text.size();
+    return queue(MHD_create_response_from_buffer(text.size(), text.data(), MHD_RESPMEM_MUST_COPY));
+}
+
+bool Visit::queue(MHD_Response *response) {
+    if (response == nullptr) return false;
+    const ReplyHead &head = exchange_->head();
+    status_ = head.status;
+    if (!head.type.empty())
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, head.type.c_str());
+    MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
+    // Documents are anybody's, and a browser that is shown one must not do what it says.
+    MHD_add_response_header(response, "Content-Security-Policy",
+                            "default-src 'none'; frame-ancestors 'none'; sandbox");
+    for (const auto &[name, value] : head.fields)
+        MHD_add_response_header(response, name.c_str(), value.c_str());
+    const MHD_Result queued = MHD_queue_response(library_, head.status, response);
+    MHD_destroy_response(response);
+    return queued == MHD_YES;
+}
+
+ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std::size_t room) {
+    auto &visit = *static_cast<Visit *>(context);
+    const Exchange::Taken taken = visit.exchange_->take(buffer, room);
+    switch (taken.kind) {
+        case Exchange::Taken::Kind::bytes:
+            visit.sent_ += taken.size;
+            visit.connection_.expect(std::chrono::seconds(visit.limits_->stall));
+            return static_cast<ssize_t>(taken.size);
+        case Exchange::Taken::Kind::nothingYet:
+            visit.connection_.expectNothing();
+            return 0;
+        case Exchange::Taken::Kind::end:
+            return MHD_CONTENT_READER_END_OF_STREAM;
+        case Exchange::Taken::Kind::broken:
+            break;
+    }
+    return MHD_CONTENT_READER_END_WITH_ERROR;
+}
+
+std::string Visit::loggedPlace() const {
+    const Request &request = exchange_->request;
+    return front_.logsValues ? request.rawTarget : placeOf(request);
+}
+
+void Visit::end(bool isComplete) {
+    if (isCounted_) front_.requestEnds();
+    if (!isComplete) exchange_->abandon(StopReason::clientGone);
+    connection_.expect(std::chrono::seconds(limits_->idle));
+    const auto time = Exchange::Clock::now() - exchange_->begun;
+    front_.metrics.count(status_, sent_, time);
+    std::string remark;
+    if (status_ == 0) remark = "no request";
+    if (!isComplete && status_ != 0) remark = "broken off";
+    front_.log.add({connection_.client(), exchange_->request.user, exchange_->request.word,
+                    loggedPlace(), status_, sent_, time, remark});
+}
+
+}  // namespace zdbs::serve
