@@ -56,7 +56,7 @@ private:
 
 bool query(const HomeChoice &home, const QueryRequest &request) {
     checkForms(request.forms);
-    RequestDesk desk(home, request.database);
+    RequestDesk desk(home.open()->open(request.database));
     QueryRun run(desk, request);
     forEachRequest(request.requests, [&](const std::string &text) { run.answer(text); });
     return run.allRan();

@@ -1,6 +1,7 @@
 #include "zdbs/admin/request_desk.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "zdbs/admin/request_text.h"
 
@@ -14,8 +15,8 @@ ConjunctTerm idTerm(Relation relation, RecordId record) {
 
 }  // namespace
 
-RequestDesk::RequestDesk(const HomeChoice &home, const std::string &database)
-    : session_(Session::ofOwner(home.open()->open(database))), oneState_(*session_) {
+RequestDesk::RequestDesk(std::unique_ptr<OpenDatabase> database)
+    : session_(Session::ofOwner(std::move(database))), oneState_(*session_) {
     // A command that finds nothing has an answer, as a request has.
     session_->execute("DEFINE FIND MIN=0");
 }

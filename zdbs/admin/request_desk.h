@@ -1,11 +1,10 @@
-/** Answers requests of the owner of a home. */
+/** Answers requests about a database. */
 #ifndef ZDBS_ADMIN_REQUEST_DESK_H
 #define ZDBS_ADMIN_REQUEST_DESK_H
 
 #include <memory>
 #include <string>
 
-#include "zdbs/admin/commands.h"
 #include "zdbs/session/nested_request.h"
 #include "zdbs/session/session.h"
 
@@ -14,7 +13,7 @@ namespace zdbs::admin {
 /** Answers XPath requests and FIND commands, all of them in one state of a database. */
 class RequestDesk {
 public:
-    RequestDesk(const HomeChoice &home, const std::string &database);
+    explicit RequestDesk(std::unique_ptr<OpenDatabase> database);
 
     /**
      * The answer, as long as the desk is there. A FIND command can name the sets of those before
@@ -24,6 +23,7 @@ public:
     RequestAnswer answer(const std::string &text);
 
     const Session &session() const { return *session_; }
+    const OpenDatabase &database() const { return oneState_.database(); }
 
 private:
     std::unique_ptr<Session> session_;

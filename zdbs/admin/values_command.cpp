@@ -63,7 +63,7 @@ std::string asJsonText(const std::vector<ValueCount> &counts) {
 }  // namespace
 
 bool listValues(const HomeChoice &home, const ValuesRequest &request) {
-    RequestDesk desk(home, request.database);
+    RequestDesk desk(home.open()->open(request.database));
     const Interruption interruption;
     try {
         const auto counts = sortedCounts(desk.answer(request.request), request.byCount);
