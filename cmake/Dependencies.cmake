@@ -22,6 +22,13 @@ if(NOT VEXA_KERNEL_LIBRARY)
   pkg_check_modules(GNUTLS REQUIRED IMPORTED_TARGET gnutls)
 endif()
 
+if(VEXA_BUILD_PYTHON)
+  # The system's, into whose folder of modules is installed, and not what else stands in PATH.
+  set(Python3_EXECUTABLE /usr/bin/python3 CACHE FILEPATH "The interpreter that the module is for")
+  find_package(Python3 REQUIRED COMPONENTS Interpreter Development.Module)
+  find_package(pybind11 2.10 CONFIG REQUIRED)
+endif()
+
 if(VEXA_BUILD_TESTS)
   find_package(GTest 1.12 REQUIRED)
   include(GoogleTest)

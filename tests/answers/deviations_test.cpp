@@ -1,61 +1,18 @@
 /** The tables of docs/deviations.md: what they say about this system and about XPath 1.0. */
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <optional>
 #include <set>
 
 #include "prg/xml/xpath/notes/notes.h"
 #include "tests/answers/local_names.h"
+#include "tests/answers/page_tables.h"
 #include "tests/answers/sample_databases.h"
 #include "tests/answers/xpath_oracle.h"
 
 namespace answers {
 namespace {
 
-/** The cells of a table's line, without the white space and the backquotes around them. */
-std::vector<std::string> cellsOf(const std::string &line) {
-    std::vector<std::string> cells;
-    for (std::size_t at = line.find('|'); at != std::string::npos;) {
-        const std::size_t end = line.find('|', at + 1);
-        if (end == std::string::npos) break;
-        std::string cell = line.substr(at + 1, end - at - 1);
-        cell.erase(0, cell.find_first_not_of(" `"));
-        cell.erase(cell.find_last_not_of(" `") + 1);
-        cells.push_back(cell);
-        at = end;
-    }
-    return cells;
-}
-
-struct Table {
-    std::vector<std::string> head;
-    std::vector<std::vector<std::string>> rows;
-};
-
-/** All rows under heads that are alike, of all tables of the page. */
-Table tableOf(const std::vector<std::string> &head) {
-    Table table{head, {}};
-    std::ifstream page(VEXA_SOURCE_DIR "/docs/deviations.md");
-    bool inside = false;
-    for (std::string line; std::getline(page, line);) {
-        if (!line.starts_with('|')) {
-            inside = false;
-        } else if (const auto cells = cellsOf(line); cells == head) {
-            inside = true;
-        } else if (inside && !cells.front().starts_with("---")) {
-            table.rows.push_back(cells);
-        }
-    }
-    return table;
-}
-
-std::vector<std::string> requestsOf(const Table &table) {
-    std::vector<std::string> requests;
-    for (const std::vector<std::string> &row : table.rows)
-        requests.push_back(row.front());
-    return requests;
-}
+constexpr const char *page = "deviations.md";
 
 /** What XPath 1.0 counts, as the page writes it; a dash for what is no XPath. */
 std::string xpathCount(XPathOracle &oracle, const std::string &request) {
@@ -67,10 +24,10 @@ std::string xpathCount(XPathOracle &oracle, const std::string &request) {
 }
 
 TEST(Deviations, EveryRequestOfThePageCountsAsThePageSays) {
-    const Table table = tableOf({"request", "here", "XPath"});
+    const PageTable table = tableOf(page, {"request", "here", "XPath"});
     EXPECT_GE(table.rows.size(), 50U);
     const SampleDatabases databases({garden()});
-    const std::vector<Answer> answers = databases.find("garden", requestsOf(table));
+    const std::vector<Answer> answers = databases.find("garden", table.firsts());
     XPathOracle oracle(garden().file);
     for (std::size_t index = 0; index < table.rows.size(); ++index) {
         const std::vector<std::string> &row = table.rows[index];
@@ -96,7 +53,7 @@ TEST(Deviations, FormsThatNotesNameCountAsXPathDoes) {
                                           "..", "parent::node()"};
     std::vector<std::string> forms;
     std::vector<std::string> counts;
-    for (const std::vector<std::string> &row : tableOf({"request", "here", "XPath"}).rows) {
+    for (const std::vector<std::string> &row : tableOf(page, {"request", "here", "XPath"}).rows) {
         const std::string form = formFor(row[0]);
         if (form.empty() || others.contains(row[0])) continue;
         forms.push_back(form);
@@ -116,7 +73,7 @@ std::string setLine(const std::vector<std::string> &row) {
 }
 
 TEST(Deviations, RequestsOfOneSessionFindWhatThePageSaysOfThoseBefore) {
-    const Table table = tableOf({"next request", "set", "nodes"});
+    const PageTable table = tableOf(page, {"next request", "set", "nodes"});
     EXPECT_GE(table.rows.size(), 5U);
     std::string statements;
     std::string expected;
@@ -130,10 +87,10 @@ TEST(Deviations, RequestsOfOneSessionFindWhatThePageSaysOfThoseBefore) {
 }
 
 TEST(Deviations, EveryRefusedRequestOfThePageIsRefusedWithItsMessage) {
-    const Table table = tableOf({"request", "XPath", "message"});
+    const PageTable table = tableOf(page, {"request", "XPath", "message"});
     EXPECT_GE(table.rows.size(), 20U);
     const SampleDatabases databases({garden()});
-    const std::vector<Answer> answers = databases.find("garden", requestsOf(table));
+    const std::vector<Answer> answers = databases.find("garden", table.firsts());
     XPathOracle oracle(garden().file);
     for (std::size_t index = 0; index < table.rows.size(); ++index) {
         const std::vector<std::string> &row = table.rows[index];

@@ -114,6 +114,20 @@ support::ProgramResult SampleDatabases::run(const std::string &database,
     return vexa("BASE " + database + ";\n" + statements);
 }
 
+/** The last column of the table, up to the blank line behind it. */
+std::vector<std::string> SampleDatabases::conditions(const std::string &database,
+                                                     const std::string &request) const {
+    const auto explained = zdbs({"explain", "--no-notes", database, request});
+    require(explained, "explain " + request);
+    std::vector<std::string> lines = linesOf(explained.out);
+    const std::size_t column = lines.front().find("CONDITION");
+    lines.erase(lines.begin());
+    lines.erase(std::find(lines.begin(), lines.end(), ""), lines.end());
+    for (std::string &line : lines)
+        line.erase(0, column);
+    return lines;
+}
+
 std::string SampleDatabases::dump(const std::string &database) const {
     const support::ProgramResult result = zdbs({"dump", database});
     require(result, "dump " + database);

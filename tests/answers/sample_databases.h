@@ -58,6 +58,10 @@ public:
     /** What the shell prints for statements (each ends in ";\n"), prompts included. */
     support::ProgramResult run(const std::string &database, const std::string &statements) const;
 
+    /** The conditions that a request becomes, as `zdbs explain` shows them. */
+    std::vector<std::string> conditions(const std::string &database,
+                                        const std::string &request) const;
+
     /** The document of a database as `zdbs dump` writes it. */
     std::string dump(const std::string &database) const;
 

@@ -68,7 +68,7 @@ TEST_F(SettingsFiles, WithTheFirstTheSecondIsNotOpened) {
 }
 
 TEST_F(SettingsFiles, ThePageNamesBothInTheirOrder) {
-    const std::string page = support::readFile(SHELL_PAGE);
+    const std::string page = support::readFile(SETTINGS_PAGE);
     const std::size_t place = page.find(std::string(".I ") + first + "\n");
     ASSERT_NE(place, std::string::npos);
     EXPECT_NE(page.find(std::string(".I ") + second + "\n", place), std::string::npos);

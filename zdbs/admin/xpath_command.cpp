@@ -152,18 +152,14 @@ private:
     /** The root of a document is a node, but no record: only its count can be told. */
     void writeNodes(const std::string &text, const xpath::NodeColumn &nodes,
                     Clock::time_point begin) {
-        const xpath::NodeSet set =
-            nodes.set() ? *nodes.set() : collection_.setOf(nodes.groups()[0]);
-        if (!set.roots.empty()) {
-            if (!output_.listsCountsOnly())
-                throw Failure(Status::requestFailed,
-                              {"the answer has roots of documents, which have no number, path or "
-                               "fragment: only their count can be printed"});
+        const xpath::NodeSet set = nodes.whole();
+        if (!set.roots.empty() && output_.listsCountsOnly()) {
             const std::string count = std::to_string(collection_.sizeOf(set));
             return output_.writeValue(text, "nodes", count, Clock::now() - begin);
         }
-        set.nodes->size();  // found when it is asked for, and that belongs to the time
-        output_.write(text, {database_, set.nodes, {}}, Clock::now() - begin);
+        const ResultSetPtr &records = xpath::recordsOf(set);
+        records->size();  // found when it is asked for, and that belongs to the time
+        output_.write(text, {database_, records, {}}, Clock::now() - begin);
     }
 
     void fail(const std::string &text, const Failure &failure, std::string_view where) {

@@ -1,6 +1,7 @@
 #include "zdbs/answers/request_desk.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "zdbs/answers/request_check.h"
 

@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "zdbs/base/status.h"
+
 namespace zdbs::xpath {
 
 NodeTexts::NodeTexts(const Collection &collection, const Groups &groups) {
@@ -27,6 +29,14 @@ NodeColumn::NodeColumn(const Collection &collection, Groups groups)
 
 std::uint64_t NodeColumn::count(std::size_t entry) const {
     return set_ ? collection_.sizeOf(*set_) : groups_->end(entry) - groups_->begin(entry);
+}
+
+const ResultSetPtr &recordsOf(const NodeSet &set) {
+    if (set.roots.empty()) return set.nodes;
+    throw Failure(
+        Status::requestFailed,
+        {"the answer has roots of documents, which have no number, path or fragment: only "
+         "their count can be told"});
 }
 
 const Groups &NodeColumn::groups() const {

@@ -50,6 +50,9 @@ public:
     /** The one that there is, as the engine has it; null when there are groups. */
     const NodeSet *set() const { return set_ ? &*set_ : nullptr; }
 
+    /** The one entry as a set. REQUIRES size() is 1. */
+    NodeSet whole() const { return set_ ? *set_ : collection_.setOf((*groups_)[0]); }
+
     const Collection &collection() const { return collection_; }
     const Groups &groups() const;
     const NodeTexts &texts() const;
@@ -64,6 +67,12 @@ private:
     mutable std::vector<std::unique_ptr<const TextSet>> textSets_;
     mutable std::vector<std::optional<NumberRange>> ranges_;
 };
+
+/**
+ * The records of a set that is an answer. Throws Failure(requestFailed) where there are roots of
+ * documents among them, which are nodes and no records.
+ */
+const ResultSetPtr &recordsOf(const NodeSet &set);
 
 /** Of each entry the first node in document order, where there is one. */
 Groups firstsOf(const NodeColumn &nodes);

@@ -125,6 +125,73 @@ TEST_F(Documentation, OfTheManualNamesTheDefaultsOfTheLimits) {
     EXPECT_EQ(limits, 6);
 }
 
+/** What man makes of a page, in wide lines; it warns of nothing. */
+std::string formatted(const std::string &page) {
+    const auto result = support::run({"/usr/bin/man",
+                                      {"--warnings", "-l", page},
+                                      {{"MANWIDTH", "300"}, {"LC_ALL", "C.UTF-8"}},
+                                      {}});
+    EXPECT_EQ(result.ending, support::exited(0)) << page;
+    EXPECT_EQ(result.err, "") << page;
+    return result.out;
+}
+
+TEST_F(Documentation, HasAPageForEachCommandWithItsOptions) {
+    for (const auto &words : allCommands()) {
+        const std::string name = words.front();
+        const std::string page = formatted(ZDBS_MADE_PAGES "/zdbs-" + name + ".1.gz");
+        EXPECT_THAT(page, HasSubstr("zdbs-" + name + " - ")) << name;
+        EXPECT_THAT(page, HasSubstr("\n       " + joined(words))) << name;
+        for (const std::string &option : options(words))
+            EXPECT_THAT(page, HasSubstr(option)) << joined(words);
+    }
+}
+
+TEST_F(Documentation, OfThePagesThatAreWrittenIsFormattedWithoutAWarning) {
+    const auto folder = std::filesystem::path(ZDBS_MANUAL).parent_path();
+    for (const char *page : {"vexa.1", "zdbs.1", "zdbs.conf.5"})
+        EXPECT_THAT(formatted(folder / page), HasSubstr("SEE ALSO")) << page;
+}
+
+TEST_F(Documentation, OfTheBoundaryHasEveryCallOfTheHeader) {
+    const std::string page = formatted(ZDBS_BOUNDARY_PAGE);
+    std::istringstream header(support::readFile(ZDBS_HEADER));
+    int calls = 0;
+    for (std::string line; std::getline(header, line);) {
+        const std::string opening = "ZDBS_EXPORT int32_t ";
+        if (!line.starts_with(opening)) continue;
+        const std::string name = line.substr(opening.size(), line.find('(') - opening.size());
+        EXPECT_THAT(page, HasSubstr("   " + name + "\n")) << name;
+        ++calls;
+    }
+    EXPECT_EQ(calls, 14);
+}
+
+TEST_F(Documentation, OfTheManualHasExamplesThatRun) {
+    directory_.write("requests.txt", "//play\n");
+    std::filesystem::create_directory(directory_ / "shakespeare");
+    directory_.write("shakespeare/hamlet.xml", "<play><title>Hamlet</title></play>");
+    const std::string program = ZDBS_PROGRAM;
+    const std::map<std::string, std::string> environment = {
+        {"ZDBS_HOME", homePath_},
+        {"HOME", directory_.path()},
+        {"PATH", program.substr(0, program.rfind('/')) + ":/usr/bin:/bin"}};
+    const std::string manual = support::readFile(ZDBS_MANUAL);
+    const std::size_t begin = manual.find("\n", manual.find(".nf", manual.find(".SH EXAMPLES")));
+    std::istringstream examples(manual.substr(begin, manual.find(".fi", begin) - begin));
+    int ran = 0;
+    for (std::string command; std::getline(examples, command);) {
+        const bool asksForPassword = command.find("user add") != std::string::npos;
+        const std::string script = "cd ~ && " + (command.empty() ? ":" : command) +
+                                   (asksForPassword ? " --password-stdin" : "");
+        const auto result = support::run({"/bin/sh", {"-c", script}, environment, {}}, "x\n");
+        EXPECT_EQ(result.ending, support::exited(0)) << command << "\n" << result.err;
+        EXPECT_EQ(result.err, "") << command;
+        ++ran;
+    }
+    EXPECT_GE(ran, 18);
+}
+
 TEST_F(Documentation, OfTheManualNamesNoCommandThatIsNotThere) {
     const std::string opening = "zdbs ";
     int named = 0;

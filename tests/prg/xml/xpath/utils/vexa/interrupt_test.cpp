@@ -1,9 +1,11 @@
 /** The interrupt key while something runs, and how long it has been running. */
 #include <csignal>
 #include <string>
+#include <utility>
 
 #include "tests/prg/xml/xpath/utils/vexa/vexa_fixture.h"
 #include "tests/support/terminal_program.h"
+#include "tests/support/test_locale.h"
 
 namespace {
 
@@ -36,11 +38,16 @@ protected:
 
 TEST_F(Interrupt, stopsARequestAndComesBackToThePrompt) {
     kernelAnswers("command-waits FIND*slow* => It was stopped.\n");
-    TerminalProgram program(quietVexa());
-    send(program, "xfind //slow;");
-    program.type("\003");
-    ASSERT_TRUE(program.expect("EXCEPTION: It was stopped.\r\n"));
-    expectWorks(program);
+    const auto latin = support::makeLocale(directory_, "en_US", "ISO-8859-1");
+    for (const auto &[columns, locale] :
+         {std::pair{80, false}, std::pair{40, false}, std::pair{40, true}}) {
+        if (locale) environment_.insert(latin.begin(), latin.end());
+        TerminalProgram program(quietVexa(), static_cast<unsigned short>(columns));
+        send(program, locale ? "xfind //slow[b='\344'];" : "xfind //slow;");
+        program.type("\003");
+        ASSERT_TRUE(program.expect("EXCEPTION: It was stopped.\r\n"));
+        expectWorks(program);
+    }
 }
 
 TEST_F(Interrupt, leavesNoSetOfTheRequest) {

@@ -307,15 +307,42 @@ TEST_F(NoEditing, everyByteIsTheSameWhereOutputIsNoTerminal) {
                     "XFIND //bed[;\nEXCEPTION: syntax error\n" + prompt + "BYE;\n"));
 }
 
-TEST_F(NoEditing, everyByteIsTheSameWhereInputIsNoTerminal) {
-    const std::string input =
-        directory_.write("in.txt", "XFIND //bed[.='x'];\nquit;\nXFIND //bed[;\nBYE;\n");
-    TerminalProgram program(
-        support::throughShell(vexa({"-u", "ann", "-p", "secret"}), "<'" + input + "'"));
+/** One conversation, with files for what goes in and what comes out of it, errors in their place.
+ */
+class Golden : public NoEditing {
+protected:
+    const std::string statements_ = support::readFile(GOLDEN_DIR "/statements.txt");
+    const std::string session_ = support::readFile(GOLDEN_DIR "/session.txt");
+    const std::string in_ = directory_.write("in.txt", statements_);
+    const std::string out_ = directory_ / "out.txt";
+
+    support::Command talkingVexa(const std::string &redirections) const {
+        return support::throughShell(vexa({"-u", "ann", "-p", "secret"}), redirections);
+    }
+};
+
+TEST_F(Golden, sessionThroughPipes) {
+    EXPECT_EQ(support::run(talkingVexa("2>&1"), statements_).out, session_);
+}
+
+TEST_F(Golden, sessionFromAFileIntoAFile) {
+    support::run(talkingVexa("<'" + in_ + "' >'" + out_ + "' 2>&1"));
+    EXPECT_EQ(support::readFile(out_), session_);
+}
+
+TEST_F(Golden, sessionFromATerminalIntoAPipe) {
+    TerminalProgram program(talkingVexa("2>&1 | cat >'" + out_ + "'"));
+    program.type(statements_);
     EXPECT_EQ(program.finish(), exited(0));
-    EXPECT_EQ(program.screen(),
-              shown(banner + welcome + prompt + "<1>\t<1>\t//bed[.='x']\n" + prompt +
-                    "Invalid command.\n" + prompt + "EXCEPTION: syntax error\n" + prompt));
+    EXPECT_EQ(support::readFile(out_), session_);
+}
+
+TEST_F(Golden, sessionFromAFileOntoATerminal) {
+    for (const unsigned short columns : {80, 40}) {
+        TerminalProgram program(talkingVexa("<'" + in_ + "'"), columns);
+        EXPECT_EQ(program.finish(), exited(0));
+        EXPECT_EQ(program.screen(), shown(session_));
+    }
 }
 
 class StopKey : public LineEditing {
