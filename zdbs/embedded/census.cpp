@@ -26,6 +26,7 @@ constexpr SizePart sizeParts[] = {
     {"textOrder", "  order of texts", &StoreSizes::textOrder},
     {"numberOrder", "  order of numbers", &StoreSizes::numberOrder},
     {"trigrams", "  trigrams", &StoreSizes::trigrams},
+    {"words", "  words", &StoreSizes::words},
     {"valueIndex", "  index of values", &StoreSizes::valueIndex},
     {"documents", "  documents", &StoreSizes::documents},
     {"names", "  names", &StoreSizes::names},

@@ -143,7 +143,7 @@ TEST_F(Program, ShowsWhatIsInADatabase) {
          {"documents 1\n", "nodes 6\n", " elements 2\n", " attributes 1\n", " texts 1\n",
           " comments 1\n", " instructions 1\n", "COUNT TYPE NAME NAMESPACE\n",
           " 1 ELEMENT p:e urn:p\n", " 1 ATTRIBUTE b\n", " 1 PROCESSING_INSTRUCTION t\n",
-          "\n order of texts 0 B\n", "\n trigrams 0 B\n", "\n index of values "})
+          "\n order of texts 0 B\n", "\n trigrams 0 B\n", "\n words 0 B\n", "\n index of values "})
         EXPECT_THAT(info, HasSubstr(line));
     EXPECT_THAT(info, HasSubstr("XML " + std::to_string(std::string(smallXml).size()) + " B\n"));
     EXPECT_THAT(bad({"info", "none"}), HasSubstr("no such database: none"));
@@ -152,19 +152,19 @@ TEST_F(Program, ShowsWhatIsInADatabase) {
 TEST_F(Program, ShowsWhatIsInADatabaseAsJson) {
     makeDatabase();
     good({"load", "db", directory_.write("d.xml", "<a><b x='1'/><b/></a>")});
-    EXPECT_THAT(
-        good({"info", "db", "--json"}),
-        MatchesRegex(
-            "\\{\"database\":\"db\",\"documents\":1,\"nodes\":4,\"types\":\\{\"ELEMENT\":3,"
-            "\"ATTRIBUTE\":1,\"TEXT\":0,\"COMMENT\":0,\"PROCESSING_INSTRUCTION\":0\\},"
-            "\"names\":\\[\\{\"type\":\"ELEMENT\",\"name\":\"b\",\"prefix\":\"\","
-            "\"namespace\":\"\",\"count\":2\\},\\{\"type\":\"ELEMENT\",\"name\":\"a\","
-            "\"prefix\":\"\",\"namespace\":\"\",\"count\":1\\},\\{\"type\":\"ATTRIBUTE\","
-            "\"name\":\"x\",\"prefix\":\"\",\"namespace\":\"\",\"count\":1\\}\\],"
-            "\"xmlBytes\":21,\"diskBytes\":\\{\"all\":[0-9]+,\"structure\":[0-9]+,"
-            "\"pathOfNode\":[0-9]+,\"values\":[0-9]+,\"textOrder\":[0-9]+,"
-            "\"numberOrder\":[0-9]+,\"trigrams\":[0-9]+,\"valueIndex\":[0-9]+,"
-            "\"documents\":[0-9]+,\"names\":[0-9]+,\"paths\":[0-9]+,\"unused\":[0-9]+\\}\\}\n"));
+    EXPECT_THAT(good({"info", "db", "--json"}),
+                MatchesRegex(
+                    "\\{\"database\":\"db\",\"documents\":1,\"nodes\":4,\"types\":\\{\"ELEMENT\":3,"
+                    "\"ATTRIBUTE\":1,\"TEXT\":0,\"COMMENT\":0,\"PROCESSING_INSTRUCTION\":0\\},"
+                    "\"names\":\\[\\{\"type\":\"ELEMENT\",\"name\":\"b\",\"prefix\":\"\","
+                    "\"namespace\":\"\",\"count\":2\\},\\{\"type\":\"ELEMENT\",\"name\":\"a\","
+                    "\"prefix\":\"\",\"namespace\":\"\",\"count\":1\\},\\{\"type\":\"ATTRIBUTE\","
+                    "\"name\":\"x\",\"prefix\":\"\",\"namespace\":\"\",\"count\":1\\}\\],"
+                    "\"xmlBytes\":21,\"diskBytes\":\\{\"all\":[0-9]+,\"structure\":[0-9]+,"
+                    "\"pathOfNode\":[0-9]+,\"values\":[0-9]+,\"textOrder\":[0-9]+,"
+                    "\"numberOrder\":[0-9]+,\"trigrams\":[0-9]+,\"words\":[0-9]+,"
+                    "\"valueIndex\":[0-9]+,\"documents\":[0-9]+,\"names\":[0-9]+,\"paths\":[0-9]+,"
+                    "\"unused\":[0-9]+\\}\\}\n"));
 }
 
 TEST_F(Program, ListsTheDocumentsOfADatabase) {

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "zdbs/base/document_name.h"
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/columns/column_words.h"
+#include "zdbs/embedded/columns/word_index.h"
 
 namespace zdbs::embedded {
 
@@ -16,6 +19,7 @@ constexpr std::array<const char *, segmentColumnCount> columnNames = {
     "nodes", "parents", "below", "names", "parentDistances", "values"};
 
 constexpr const char *indexOfValues = "index of values";
+constexpr const char *indexOfWords = "index of words";
 
 std::vector<ValueKey> keysOf(const ValueColumn &values) {
     std::vector<ValueKey> keys;
@@ -23,6 +27,16 @@ std::vector<ValueKey> keysOf(const ValueColumn &values) {
     for (std::uint32_t row = 0; row < values.size(); ++row)
         keys.push_back(valueKeyOf(values.at(row)));
     return keys;
+}
+
+std::optional<ColumnWords> wordsIn(const ValueColumn &values) {
+    std::string bytes;
+    std::vector<std::uint32_t> ends;
+    for (std::uint32_t row = 0; row < values.size(); ++row) {
+        bytes.append(values.at(row));
+        ends.push_back(static_cast<std::uint32_t>(bytes.size()));
+    }
+    return wordsOf({bytes, ends});
 }
 
 }  // namespace
@@ -44,6 +58,7 @@ CheckedSegment SegmentCheck::run(const StoredSegment &stored, std::shared_ptr<co
         if (isPathSound(local)) checkPath(local);
     }
     if (segment_.file->isSound(segment_.file->valuePathsBytes())) checkValuePaths();
+    if (segment_.file->isSound(segment_.file->wordsBytes())) checkWords();
     return std::move(segment_);
 }
 
@@ -194,6 +209,29 @@ void SegmentCheck::checkValuePaths() {
     std::string expected;
     packValuePaths(paths, shape, expected);
     if (stored != expected) compareEntries(expected);
+}
+
+// The same.
+void SegmentCheck::checkWords() {
+    std::vector<std::optional<ColumnWords>> words;
+    for (const auto &run : segment_.runs) {
+        if (!run) return;  // a finding already
+        const bool hasWords = run->values.size() > 0 && run->values.hasWords();
+        words.push_back(hasWords ? wordsIn(run->values) : std::nullopt);
+        if (hasWords && !words.back())
+            tell(indexOfWords, "path " + std::to_string(words.size() - 1) + " is not to be in it");
+    }
+    std::vector<WordIndex::Column> columns;
+    for (std::uint32_t local = 0; local < words.size(); ++local)
+        if (words[local]) columns.push_back({local, &*words[local]});
+    std::string expected;
+    packWords(columns, expected);
+    const std::string_view stored = segment_.file->wordsBytes();
+    const auto [right, differing] =
+        std::mismatch(expected.begin(), expected.end(), stored.begin(), stored.end());
+    if (right == expected.end() && differing == stored.end()) return;
+    tell(indexOfWords, "it is not that of the values, from byte " +
+                           std::to_string(differing - stored.begin()) + " on");
 }
 
 void SegmentCheck::compareEntries(std::string_view expected) {

@@ -47,6 +47,7 @@ private:
     void checkNames(const PathRun &run, const std::string &path);
     void checkValues(const PathRun &run, const std::string &path);
     void checkValuePaths();
+    void checkWords();
     void compareEntries(std::string_view expected);
     void tellEntry(const ValuePaths::Entry &entry, const char *what);
     void tell(const std::string &structure, std::string text) {

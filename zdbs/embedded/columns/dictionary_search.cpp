@@ -85,6 +85,7 @@ std::optional<std::vector<Places>> stretchesOfCodes(const DictionaryValues &valu
         case ValueIndex::none:
         case ValueIndex::dictionary:
         case ValueIndex::numberOrder:
+        case ValueIndex::words:
         case ValueIndex::scan:
             break;
     }

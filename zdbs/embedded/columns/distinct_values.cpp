@@ -1,9 +1,6 @@
 #include "zdbs/embedded/columns/distinct_values.h"
 
-#include <bit>
-#include <cstddef>
-#include <functional>
-#include <string_view>
+#include "zdbs/embedded/columns/text_numbers.h"
 
 namespace zdbs::embedded {
 namespace {
@@ -11,70 +8,13 @@ namespace {
 /** Rows from one look at how it goes to the next. */
 constexpr std::uint32_t trialRows = 1024;
 
-/** Gives values numbers in the order in which they come. */
-class ValueNumbers {
-public:
-    explicit ValueNumbers(const RawValues &values) : values_(values), table_(1024) {}
-
-    std::uint32_t numberOf(std::uint32_t row) {
-        if ((firstRows_.size() + 1) * 2 > table_.size()) grow();
-        std::string_view value = values_.at(row);
-        auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(value));
-        Slot &slot = find(value, hash);
-        if (slot.number == 0) {
-            firstRows_.push_back(row);
-            hashes_.push_back(hash);
-            slot = {hash, static_cast<std::uint32_t>(firstRows_.size())};
-        }
-        return slot.number - 1;
-    }
-
-    const std::vector<std::uint32_t> &firstRows() const { return firstRows_; }
-
-    /** Steps from slot to slot so far: many when values were made to collide. */
-    std::uint64_t steps() const { return steps_; }
-
-private:
-    struct Slot {
-        std::uint32_t hash = 0;
-        std::uint32_t number = 0;  ///< from 1; 0 in a free slot
-    };
-
-    /** The slot that a value has or is to have. */
-    Slot &find(std::string_view value, std::uint32_t hash) {
-        std::size_t mask = table_.size() - 1;
-        for (std::size_t place = hash & mask;; place = (place + 1) & mask, ++steps_) {
-            Slot &slot = table_[place];
-            if (slot.number == 0) return slot;
-            if (slot.hash == hash && values_.at(firstRows_[slot.number - 1]) == value) return slot;
-        }
-    }
-
-    void grow() {
-        std::size_t size = table_.size() * 2;
-        table_.assign(size, {});
-        for (std::size_t i = 0; i < hashes_.size(); ++i) {
-            std::size_t place = hashes_[i] & (size - 1);
-            while (table_[place].number != 0)
-                place = (place + 1) & (size - 1);
-            table_[place] = {hashes_[i], static_cast<std::uint32_t>(i + 1)};
-        }
-    }
-
-    RawValues values_;
-    std::vector<Slot> table_;
-    std::vector<std::uint32_t> firstRows_;
-    std::vector<std::uint32_t> hashes_;
-    std::uint64_t steps_ = 0;
-};
-
 /**
  * Whether it shows after some rows that too many values are distinct. If half of all rows were, in
  * any order, r of them would have about r * r / rows repeats; so that with less than half as many
  * it is taken as settled.
  */
-bool isHopeless(const ValueNumbers &numbers, std::uint64_t done, std::uint64_t rows) {
-    std::uint64_t distinct = numbers.firstRows().size();
+bool isHopeless(const TextNumbers &numbers, std::uint64_t done, std::uint64_t rows) {
+    const std::uint64_t distinct = numbers.size();
     bool tooFewRepeats = (done - distinct) * 2 < done * done / rows;
     return distinct > rows / 2 || tooFewRepeats || numbers.steps() > 8 * done;
 }
@@ -82,21 +22,23 @@ bool isHopeless(const ValueNumbers &numbers, std::uint64_t done, std::uint64_t r
 }  // namespace
 
 std::optional<DistinctValues> distinctByHash(const RawValues &values) {
-    ValueNumbers numbers(values);
+    TextNumbers numbers;
+    std::vector<std::uint32_t> firstRows;
     DistinctValues result;
     result.codes.reserve(values.size());
     for (std::uint32_t row = 0; row < values.size(); ++row) {
         if (row > 0 && row % trialRows == 0 && isHopeless(numbers, row, values.size()))
             return std::nullopt;
-        result.codes.push_back(numbers.numberOf(row));
+        result.codes.push_back(numbers.numberOf(values.at(row)));
+        if (firstRows.size() < numbers.size()) firstRows.push_back(row);
     }
 
-    result.rows = orderTexts(values, numbers.firstRows()).rows;
+    result.rows = orderTexts(values, firstRows).rows;
     std::vector<std::uint32_t> codeOf(values.size());
     for (std::uint32_t code = 0; code < result.rows.size(); ++code)
         codeOf[result.rows[code]] = code;
     for (std::uint32_t &code : result.codes)
-        code = codeOf[numbers.firstRows()[code]];
+        code = codeOf[firstRows[code]];
     return result;
 }
 

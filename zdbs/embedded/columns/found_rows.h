@@ -15,6 +15,7 @@ enum class ValueIndex : std::uint8_t {
     dictionary,   ///< the distinct values, then the rows that have them
     textOrder,    ///< rows in order of text
     numberOrder,  ///< rows in order of number
+    words,        ///< words that have the literal, then the rows that they are in
     trigrams,     ///< blocks of values that can hold the literal, then a scan of those
     scan,         ///< a scan of all values
 };

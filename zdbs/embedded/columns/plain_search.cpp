@@ -191,6 +191,7 @@ FoundRows find(const PlainValues &values, const ValueTest &test) {
         case ValueIndex::none:
             return rowsAt(placesByNumber(values, test), &values.numberOrder(), size).foundBy(index);
         case ValueIndex::dictionary:
+        case ValueIndex::words:
         case ValueIndex::trigrams:
         case ValueIndex::scan:
             break;
@@ -221,6 +222,7 @@ std::uint32_t estimate(const PlainValues &values, const ValueTest &test) {
                 count += countOf(rows, values.size());
             return count;
         case ValueIndex::dictionary:
+        case ValueIndex::words:
         case ValueIndex::scan:
             break;
     }

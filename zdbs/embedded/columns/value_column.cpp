@@ -136,6 +136,17 @@ PartCheck *ValueColumn::requireIndexes() const {
     return check_;
 }
 
+bool ValueColumn::hasWords() const {
+    return encoding_ == ValueEncoding::plain && (ValueHeader(bytes_).flags & valuesHaveWords) != 0;
+}
+
+/** The words by which a test is to be searched; null where that is dearer than other ways. */
+std::shared_ptr<const FoundWords> ValueColumn::wordsFor(const ValueTest &test) const {
+    if (words_ == nullptr || test.relation() != Relation::contains) return nullptr;
+    auto found = words_->find(test.literal());
+    return words_->isCheap(*found, path_, bytes_.size()) ? found : nullptr;
+}
+
 bool ValueColumn::isWhole(std::string_view bytes) {
     switch (ValueHeader(bytes).encoding) {
         case ValueEncoding::shortValues:
@@ -174,6 +185,9 @@ std::optional<bool> ValueColumn::answerForAll(const ValueTest &test) const {
 FoundRows ValueColumn::find(const ValueTest &test) const {
     if (size() == 0) return FoundRows(0);
     if (std::optional<bool> all = answerForAll(test)) return FoundRows::range(0, 0, *all, size());
+    if (const auto words = wordsFor(test))
+        return findByWords(PlainValues(bytes_, requireIndexes()), test, *words,
+                           words_->rowsOf(*words, path_, size()));
     return visitValues(bytes_, encoding_, requireIndexes(),
                        [&test](const auto &values) { return embedded::find(values, test); });
 }
@@ -201,12 +215,15 @@ void ValueColumn::select(const ValueTest &test, std::uint32_t base,
 std::uint32_t ValueColumn::estimate(const ValueTest &test) const {
     if (size() == 0) return 0;
     if (std::optional<bool> all = answerForAll(test)) return *all ? size() : 0;
+    if (const auto words = wordsFor(test))
+        return static_cast<std::uint32_t>(std::min<std::uint64_t>(words->postings, size()));
     return visitValues(bytes_, encoding_, requireIndexes(),
                        [&test](const auto &values) { return embedded::estimate(values, test); });
 }
 
 ValueIndex ValueColumn::indexFor(const ValueTest &test) const {
     if (size() == 0 || answerForAll(test)) return ValueIndex::none;
+    if (wordsFor(test)) return ValueIndex::words;
     return visitValues(bytes_, encoding_, requireIndexes(),
                        [&test](const auto &values) { return embedded::indexFor(values, test); });
 }

@@ -19,6 +19,10 @@
 
 namespace zdbs::embedded {
 
+class WordIndex;
+struct ColumnWords;
+struct FoundWords;
+
 /**
  * A view of the values of consecutive rows, each a string of bytes. The bytes must
  * outlive the view and need no alignment. Damaged bytes give wrong values, but
@@ -39,6 +43,15 @@ public:
 
     /** Whether the bytes can be a column: its parts fit into it. Constant time. */
     static bool isWhole(std::string_view bytes);
+
+    /** Whether the index of words has the words of this column. */
+    bool hasWords() const;
+
+    /** Has words found in an index, which outlives this and knows the column by a path. */
+    void useWords(const WordIndex &words, std::uint32_t path) {
+        words_ = &words;
+        path_ = path;
+    }
 
     std::uint32_t size() const { return size_; }
 
@@ -83,6 +96,7 @@ private:
     void requireHeaders() const;
     void requireRow(std::uint32_t row) const;
     PartCheck *requireIndexes() const;
+    std::shared_ptr<const FoundWords> wordsFor(const ValueTest &test) const;
 
     std::string_view bytes_;
     PartCheck *check_ = nullptr;
@@ -91,6 +105,9 @@ private:
     std::uint32_t size_ = 0;
     ValueEncoding encoding_ = ValueEncoding::shortValues;
     bool mayHaveNumbers_ = false;
+
+    const WordIndex *words_ = nullptr;  ///< null: none has its words,
+    std::uint32_t path_ = 0;            ///< which are those of this path
 };
 
 /**
@@ -124,6 +141,10 @@ public:
 
     /** The same, and the keys of its values to `keys`: of each distinct value at least once. */
     void finish(std::string &bytes, std::vector<ValueKey> &keys);
+
+    /** The same, and its words, which the column says to be in the index of words; nothing for
+     *  one that is to be searched otherwise. */
+    void finish(std::string &bytes, std::vector<ValueKey> &keys, std::optional<ColumnWords> &words);
 
 private:
     struct Parts;

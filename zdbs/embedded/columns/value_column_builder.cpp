@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "zdbs/embedded/columns/byte_buffer.h"
+#include "zdbs/embedded/columns/column_words.h"
 #include "zdbs/embedded/columns/distinct_values.h"
 #include "zdbs/embedded/columns/raw_values.h"
 #include "zdbs/embedded/columns/trigram_blocks.h"
@@ -72,31 +73,24 @@ std::string packedNumberOrder(const RawValues &values) {
 
 /** Writes values plainly; their order of text is given, or packed to nothing when it is that of the
  *  rows. */
-void writePlain(const RawValues &values, bool inOrder, const std::string &textOrder,
+void writePlain(const RawValues &values, bool inOrder, const std::string &textOrder, bool hasWords,
                 std::string &bytes) {
     bool hasOrders = values.size() > ShortValues::maxRows;
     std::string numberOrder = hasOrders ? packedNumberOrder(values) : std::string();
     std::string signatures;
-    if (values.bytes.size() >= trigramsFrom) packTrigrams(values.bytes, signatures);
+    if (!hasWords && values.bytes.size() >= trigramsFrom) packTrigrams(values.bytes, signatures);
     std::string ends = packed(values.ends);
 
     reserveMore(PlainValues::headerSize + ends.size() + textOrder.size() + numberOrder.size() +
                     signatures.size() + values.bytes.size(),
                 bytes);
     auto flags = static_cast<std::uint8_t>((inOrder ? valuesInOrder : 0) |
-                                           (hasOrders ? valuesHaveOrders : 0));
+                                           (hasOrders ? valuesHaveOrders : 0) |
+                                           (hasWords ? valuesHaveWords : 0));
     appendHeader(values.size(), ValueEncoding::plain, flags, bytes);
     appendSizes({ends.size(), textOrder.size(), numberOrder.size(), signatures.size()}, bytes);
     bytes.append(ends).append(textOrder).append(numberOrder).append(signatures);
     bytes.append(values.bytes);
-}
-
-/** Values in order of text, short or plain. */
-void writeInOrder(const RawValues &values, std::string &bytes) {
-    if (isShort(values))
-        writeShort(values, bytes);
-    else
-        writePlain(values, true, {}, bytes);
 }
 
 using Keys = std::vector<ValueKey>;
@@ -118,7 +112,7 @@ std::string packedDistinct(const RawValues &values, const DistinctValues &distin
     }
     addKeys({text, ends}, keys);
     std::string bytes;
-    writeInOrder({text, ends}, bytes);
+    packInOrder({text, ends}, bytes);
     return bytes;
 }
 
@@ -185,34 +179,54 @@ void addKeys(const RawValues &values, const TextOrder &order, Keys &keys) {
         if (!repeats[row]) keys.push_back(valueKeyOf(values.at(row)));
 }
 
-void writeOrdered(const RawValues &values, std::string &bytes, Keys &keys) {
-    TextOrder order = orderTexts(values);
-    if (paysOff(values, distinctRows(order)))
-        return writeDictionary(values, distinctByOrder(order), bytes, keys);
-    addKeys(values, order, keys);
-    std::string packedOrder = packed(order.rows);
-    order = {};
-    writePlain(values, false, packedOrder, bytes);
+/** What is made beside a column, for the whole segment. */
+struct Extracts {
+    Keys &keys;
+    std::optional<ColumnWords> *words;  ///< null: they are not asked for
+};
+
+/** Answers whether the column has its words extracted. */
+bool extractWords(const RawValues &values, const Extracts &extracts) {
+    if (extracts.words == nullptr) return false;
+    *extracts.words = wordsOf(values);
+    return extracts.words->has_value();
 }
 
-void writeFew(const RawValues &values, std::string &bytes, Keys &keys) {
-    addKeys(values, keys);
+void writeOrdered(const RawValues &values, std::string &bytes, const Extracts &extracts) {
+    TextOrder order = orderTexts(values);
+    if (paysOff(values, distinctRows(order)))
+        return writeDictionary(values, distinctByOrder(order), bytes, extracts.keys);
+    addKeys(values, order, extracts.keys);
+    std::string packedOrder = packed(order.rows);
+    order = {};
+    writePlain(values, false, packedOrder, extractWords(values, extracts), bytes);
+}
+
+void writeFew(const RawValues &values, std::string &bytes, const Extracts &extracts) {
+    addKeys(values, extracts.keys);
     if (isShort(values))
         writeShort(values, bytes);
     else
-        writePlain(values, false, {}, bytes);
+        writePlain(values, false, {}, extractWords(values, extracts), bytes);
 }
 
-void write(const RawValues &values, std::string &bytes, Keys &keys) {
-    if (values.size() <= ShortValues::maxRows) return writeFew(values, bytes, keys);
+void write(const RawValues &values, std::string &bytes, const Extracts &extracts) {
+    if (values.size() <= ShortValues::maxRows) return writeFew(values, bytes, extracts);
     std::optional<DistinctValues> distinct = distinctByHash(values);
     if (distinct && paysOff(values, distinct->rows))
-        return writeDictionary(values, *distinct, bytes, keys);
+        return writeDictionary(values, *distinct, bytes, extracts.keys);
     distinct.reset();
-    writeOrdered(values, bytes, keys);
+    writeOrdered(values, bytes, extracts);
 }
 
 }  // namespace
+
+void packInOrder(const RawValues &values, std::string &bytes) {
+    if (isShort(values))
+        writeShort(values, bytes);
+    else
+        writePlain(values, true, {}, false, bytes);
+}
 
 struct ValueColumnBuilder::Parts {
     ByteBuffer values;
@@ -250,7 +264,13 @@ void ValueColumnBuilder::finish(std::string &bytes) {
 }
 
 void ValueColumnBuilder::finish(std::string &bytes, std::vector<ValueKey> &keys) {
-    write({parts_->values.view(), parts_->ends}, bytes, keys);
+    write({parts_->values.view(), parts_->ends}, bytes, {keys, nullptr});
+    *parts_ = Parts();
+}
+
+void ValueColumnBuilder::finish(std::string &bytes, std::vector<ValueKey> &keys,
+                                std::optional<ColumnWords> &words) {
+    write({parts_->values.view(), parts_->ends}, bytes, {keys, &words});
     *parts_ = Parts();
 }
 

@@ -141,7 +141,9 @@ void check(const DictionaryValues &values, std::string_view bytes, Findings &fin
 bool ordersFitFlags(const PlainValues &values) {
     auto [text, number, trigrams] = values.indexSizes();
     bool mayHaveText = values.hasOrders() && !values.isInOrder();
-    return (mayHaveText || text == 0) && (values.hasOrders() || number == 0);
+    bool mayHaveTrigrams = !values.hasWords();
+    return (mayHaveText || text == 0) && (values.hasOrders() || number == 0) &&
+           (mayHaveTrigrams || trigrams == 0);
 }
 
 /** Bits of the header that mean nothing, and must be 0. */
@@ -149,7 +151,7 @@ void checkHeader(std::string_view bytes, Findings &findings) {
     ValueHeader header(bytes);
     bool isShort = header.encoding == ValueEncoding::shortValues;
     bool isPlain = header.encoding == ValueEncoding::plain;
-    unsigned known = isPlain ? valuesInOrder | valuesHaveOrders : 0U;
+    unsigned known = isPlain ? valuesInOrder | valuesHaveOrders | valuesHaveWords : 0U;
     bool right = (header.flags & ~known) == 0;
     if (isPlain) right = right && ordersFitFlags(PlainValues(bytes));
     if (!isShort) right = right && bytes[6] == 0 && bytes[7] == 0;

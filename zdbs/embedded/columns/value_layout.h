@@ -12,6 +12,7 @@
 
 #include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/columns/packed_column.h"
+#include "zdbs/embedded/columns/raw_values.h"
 #include "zdbs/embedded/columns/trigram_blocks.h"
 #include "zdbs/embedded/columns/value_encoding.h"
 
@@ -23,7 +24,8 @@ namespace zdbs::embedded {
  *     0   4   count of rows, at most 2^27
  *     4   1   encoding: 0 short, 1 plain, 2 dictionary
  *     5   1   flags, of plain columns: bit 0 the values are in order of text,
- *             bit 1 the column has its orders; 0 in others
+ *             bit 1 the column has its orders, bit 2 its words are in the index of words
+ *             (WordIndex); 0 in others
  *
  * Short, of at most 64 rows and 65535 bytes of values; no index:
  *
@@ -63,6 +65,7 @@ namespace zdbs::embedded {
 
 constexpr std::uint8_t valuesInOrder = 1;
 constexpr std::uint8_t valuesHaveOrders = 2;
+constexpr std::uint8_t valuesHaveWords = 4;
 
 /** What every column begins with. */
 struct ValueHeader {
@@ -154,6 +157,7 @@ public:
 
     bool isInOrder() const { return (header_.flags & valuesInOrder) != 0; }
     bool hasOrders() const { return (header_.flags & valuesHaveOrders) != 0; }
+    bool hasWords() const { return (header_.flags & valuesHaveWords) != 0; }
     bool hasTextOrder() const { return isInOrder() || hasOrders(); }
     bool hasTrigrams() const { return !signatures_.empty(); }
 
@@ -187,6 +191,9 @@ private:
     std::string_view values_;
     std::array<std::size_t, 3> indexSizes_;
 };
+
+/** Appends a column of distinct values that come in order of text, short or plain. */
+void packInOrder(const RawValues &values, std::string &bytes);
 
 /** Values of the dictionary encoding. */
 class DictionaryValues {

@@ -10,6 +10,7 @@
 #include "zdbs/embedded/columns/contains_search.h"
 #include "zdbs/embedded/columns/found_rows.h"
 #include "zdbs/embedded/columns/value_layout.h"
+#include "zdbs/embedded/columns/word_index.h"
 #include "zdbs/embedded/values/value_test.h"
 
 namespace zdbs::embedded {
@@ -30,6 +31,10 @@ Places placesByText(const PlainValues &values, const ValueTest &test);
 
 /** The rows that can pass as far as signatures tell. REQUIRES that indexFor() is trigrams. */
 std::vector<Places> rowsThatMayContain(const PlainValues &values, const ValueTest &test);
+
+/** The rows with a text that is contained, given those with its words. */
+FoundRows findByWords(const PlainValues &values, const ValueTest &test, const FoundWords &found,
+                      WordRows rows);
 
 /** Marks the rows that are hit, and adds up the hits. Where there are none, costs nothing. */
 class MarkedRows : public HitSink {

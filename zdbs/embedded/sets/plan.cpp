@@ -28,6 +28,8 @@ std::string_view wordsOf(PlanStep step) {
             return "order of texts";
         case PlanStep::numberOrder:
             return "order of numbers";
+        case PlanStep::words:
+            return "index of words";
         case PlanStep::trigrams:
             return "trigrams";
         case PlanStep::valueScan:

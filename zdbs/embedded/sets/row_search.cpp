@@ -20,6 +20,8 @@ PlanStep stepOf(ValueIndex index) {
             return PlanStep::textOrder;
         case ValueIndex::numberOrder:
             return PlanStep::numberOrder;
+        case ValueIndex::words:
+            return PlanStep::words;
         case ValueIndex::trigrams:
             return PlanStep::trigrams;
         case ValueIndex::scan:

@@ -31,7 +31,7 @@ enum class Table : std::size_t {
 constexpr std::size_t tableCount = 7;
 
 /** The format that this code reads and writes; another one is refused. */
-constexpr std::uint32_t formatVersion = 4;
+constexpr std::uint32_t formatVersion = 5;
 
 constexpr std::string_view versionKey = "version";
 constexpr std::string_view stateKey = "state";

@@ -14,6 +14,7 @@
 
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/columns/word_index.h"
 
 namespace zdbs::embedded {
 
@@ -44,6 +45,7 @@ std::shared_ptr<const Segment> Segment::open(const std::filesystem::path &file) 
     segment->readChecksums();
     segment->readCommon();
     segment->readValuePaths();
+    segment->readWords();
     segment->requireIntact();
     return segment;
 }
@@ -110,6 +112,10 @@ std::uint64_t Segment::valuePathsOffset() const {
            header_.declarationNamesBytes;
 }
 
+std::uint64_t Segment::wordsOffset() const {
+    return valuePathsOffset() + header_.valuePathsBytes;
+}
+
 void Segment::readStretches() {
     stretches_.resize(header_.stretchCount);
     copyRecords(bytes_.substr(sizeof(SegmentHeader)), stretches_);
@@ -133,7 +139,8 @@ void Segment::readStretches() {
 void Segment::readDirectory() {
     directory_.resize(header_.pathCount);
     copyRecords(bytes_.substr(directoryOffset()), directory_);
-    std::uint64_t offset = valuePathsOffset() + header_.valuePathsBytes;
+    if (header_.wordsBytes > bytes_.size()) failDamaged("the sizes in the header");
+    std::uint64_t offset = wordsOffset() + header_.wordsBytes;
     std::uint64_t nodes = 0;
     offsets_.reserve(directory_.size());
     for (const SegmentPath &entry : directory_) {
@@ -156,6 +163,7 @@ void Segment::readChecksums() {
     blocks_ = CheckedBlocks(bytes, std::move(checksums), file_.native());
     common_.watch(blocks_, commonBytes());
     valuePathsCheck_.watch(blocks_, valuePathsBytes());
+    wordsCheck_.watch(blocks_, wordsBytes());
     valuesChecks_ = std::make_unique<PartCheck[]>(directory_.size());
     for (std::uint32_t local = 0; local < directory_.size(); ++local)
         valuesChecks_[local].watch(blocks_, columnBytes(local, SegmentColumn::values));
@@ -190,6 +198,15 @@ void Segment::readValuePaths() {
     if (bytes.empty()) return;
     if (!ValuePaths::isWhole(bytes)) failDamaged("the index of values");
     valuePaths_ = ValuePaths(bytes, valuePathsCheck_);
+}
+
+std::string_view Segment::wordsBytes() const {
+    return bytes_.substr(wordsOffset(), header_.wordsBytes);
+}
+
+void Segment::readWords() {
+    const std::string_view bytes = wordsBytes();
+    if (!bytes.empty()) words_ = std::make_unique<const WordIndex>(bytes, &wordsCheck_);
 }
 
 PackedColumn Segment::wholeColumn(std::string_view bytes, std::string_view what) const {
@@ -281,7 +298,9 @@ ValueColumn Segment::values(std::uint32_t local) const {
     const bool isWhole = ValueColumn::isWhole(bytes);
     if (!isWhole || ValueColumn(bytes).size() != directory_[local].count)
         failDamaged("the values of path " + std::to_string(directory_[local].path));
-    return ValueColumn(bytes, valuesChecks_[local]);
+    ValueColumn column(bytes, valuesChecks_[local]);
+    if (words_ && column.hasWords()) column.useWords(*words_, local);
+    return column;
 }
 
 PathRun Segment::run(std::uint32_t local, const Path &path) const {
@@ -320,6 +339,7 @@ std::vector<SegmentPart> Segment::parts() const {
     add("front", frontChecksumBegin, commonOffset() - frontChecksumBegin);
     add("common", commonOffset(), commonBytes().size());
     add("index of values", valuePathsOffset(), header_.valuePathsBytes);
+    add("index of words", wordsOffset(), header_.wordsBytes);
     for (std::size_t local = 0; local < directory_.size(); ++local)
         add("path " + std::to_string(directory_[local].path), offsets_[local],
             bytesOf(directory_[local]));

@@ -9,6 +9,7 @@
  *   path of node   by place of a node: which entry of the directory it belongs to
  *   declarations   namespace declarations: their elements, and the names that hold them
  *   value paths    which paths have a value: an index over the values of all of them
+ *   words          in which rows words are: an index over the long texts of all of them
  *   columns        of each path: nodes, parents, below, names, parentDistances, values
  */
 #ifndef ZDBS_EMBEDDED_STORE_SEGMENT_H
@@ -33,6 +34,8 @@
 #include "zdbs/embedded/store/watched_map.h"
 
 namespace zdbs::embedded {
+
+class WordIndex;
 
 static_assert(std::endian::native == std::endian::little, "the files are little-endian");
 
@@ -74,18 +77,19 @@ struct SegmentHeader {
     std::uint32_t declarationNamesBytes;
     std::uint32_t valuePathsBytes;
     std::uint32_t blockCount;
+    std::uint64_t wordsBytes;
 };
 
 constexpr std::array<char, 8> segmentMagic = {'z', 'd', 'b', 's', 's', 'e', 'g', '\0'};
-constexpr std::uint32_t segmentVersion = 4;
+constexpr std::uint32_t segmentVersion = 5;
 constexpr std::size_t frontChecksumBegin = 16;  ///< the first byte that frontChecksum covers
 
-static_assert(sizeof(SegmentHeader) == 64 && sizeof(SegmentPath) == 32 &&
+static_assert(sizeof(SegmentHeader) == 72 && sizeof(SegmentPath) == 32 &&
               sizeof(SegmentStretch) == 8);
 
 /** What a stretch of the file holds. */
 struct SegmentPart {
-    std::string name;  ///< "front", "common", "index of values", "path 17"
+    std::string name;  ///< "front", "common", "index of values", "index of words", "path 17"
     std::uint64_t offset;
     std::string_view bytes;
 };
@@ -167,6 +171,10 @@ public:
     const ValuePaths &valuePaths() const { return valuePaths_; }
     std::string_view valuePathsBytes() const;
 
+    /** By words: rows of columns, by local number of a path. Null when there are none. */
+    const WordIndex *words() const { return words_.get(); }
+    std::string_view wordsBytes() const;
+
     /** Path of node, then the declarations; not verified. */
     std::string_view commonBytes() const;
 
@@ -198,10 +206,12 @@ private:
     void readChecksums();
     void readCommon();
     void readValuePaths();
+    void readWords();
     std::uint64_t directoryOffset() const;
     std::uint64_t checksumsOffset() const;
     std::uint64_t commonOffset() const;
     std::uint64_t valuePathsOffset() const;
+    std::uint64_t wordsOffset() const;
     PackedColumn wholeColumn(std::string_view bytes, std::string_view what) const;
 
     std::filesystem::path file_;
@@ -215,11 +225,13 @@ private:
     CheckedBlocks blocks_;
     mutable PartCheck common_;
     mutable PartCheck valuePathsCheck_;
+    mutable PartCheck wordsCheck_;
     std::unique_ptr<PartCheck[]> valuesChecks_;  ///< by local number of a path
     PackedColumn pathOfNode_;
     PackedColumn declarationElements_;
     PackedColumn declarationNames_;
     ValuePaths valuePaths_;
+    std::unique_ptr<const WordIndex> words_;
 };
 
 /** The file is not there: removed by a newer commit, or lost. */

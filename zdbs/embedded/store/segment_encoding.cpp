@@ -9,6 +9,7 @@
 
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/columns/word_index.h"
 
 namespace zdbs::embedded {
 
@@ -42,6 +43,7 @@ SegmentEncoding::SegmentEncoding(SegmentRows rows) : rows_(std::move(rows)) {
     directory_.resize(order_.size());
     columns_.resize(order_.size());
     keys_.resize(order_.size());
+    columnWords_.resize(order_.size());
     turns_.resize(order_.size());
     std::iota(turns_.begin(), turns_.end(), std::size_t{0});
     const auto weight = [&](std::size_t place) {
@@ -95,7 +97,7 @@ void SegmentEncoding::encodePath(PathRows &rows, std::size_t place) {
         if (!columns[column]->empty()) pack(*columns[column], bytes);
         noteSize(column);
     }
-    if (rows.values) rows.values->finish(bytes, keys_[place]);
+    if (rows.values) rows.values->finish(bytes, keys_[place], columnWords_[place]);
     noteSize(static_cast<std::size_t>(SegmentColumn::values));
 }
 
@@ -134,6 +136,17 @@ void SegmentEncoding::encodeValuePaths() {
     header_.valuePathsBytes = checkedSize(valuePaths_.size());
 }
 
+// The same.
+void SegmentEncoding::encodeWords() {
+    std::vector<WordIndex::Column> columns;
+    for (std::uint32_t local = 0; local < columnWords_.size(); ++local) {
+        if (columnWords_[local]) columns.push_back({local, &*columnWords_[local]});
+    }
+    packWords(columns, words_);
+    columnWords_ = {};
+    header_.wordsBytes = words_.size();
+}
+
 void SegmentEncoding::waitForAll() {
     help();
     std::unique_lock lock(mutex_);
@@ -144,6 +157,7 @@ void SegmentEncoding::waitForAll() {
 SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
     waitForAll();
     encodeValuePaths();
+    encodeWords();
     completeHeader();
     const std::string start = front();
     std::vector<std::string_view> parts = blocks();
@@ -154,7 +168,7 @@ SegmentRecord SegmentEncoding::write(const std::filesystem::path &file) {
 
 /** What is behind the front. */
 std::vector<std::string_view> SegmentEncoding::blocks() const {
-    std::vector<std::string_view> parts = {common_, valuePaths_};
+    std::vector<std::string_view> parts = {common_, valuePaths_, words_};
     parts.insert(parts.end(), columns_.begin(), columns_.end());
     return parts;
 }

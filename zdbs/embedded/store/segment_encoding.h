@@ -9,10 +9,12 @@
 #include <exception>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "zdbs/embedded/columns/column_words.h"
 #include "zdbs/embedded/store/records.h"
 #include "zdbs/embedded/store/segment.h"
 #include "zdbs/embedded/store/segment_rows.h"
@@ -43,6 +45,7 @@ private:
     void encodePath(PathRows &rows, std::size_t place);
     void encodeCommon();
     void encodeValuePaths();
+    void encodeWords();
     void waitForAll();
     std::vector<std::string_view> blocks() const;
     void completeHeader();
@@ -54,9 +57,11 @@ private:
     std::vector<std::size_t> turns_;           ///< the large ones first, as places in order_
     std::vector<SegmentPath> directory_;       ///< in the order of order_, as are
     std::vector<std::string> columns_;         ///< the columns of each, and
-    std::vector<std::vector<ValueKey>> keys_;  ///< the keys of its values
+    std::vector<std::vector<ValueKey>> keys_;  ///< the keys of its values, and
+    std::vector<std::optional<ColumnWords>> columnWords_;  ///< its words
     std::string common_;
     std::string valuePaths_;
+    std::string words_;
     std::vector<std::uint32_t> checksums_;  ///< of the blocks
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;

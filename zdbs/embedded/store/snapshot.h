@@ -32,6 +32,7 @@ struct StoreSizes {
     std::uint64_t textOrder = 0;    ///< the indexes over values: order of text,
     std::uint64_t numberOrder = 0;  ///< order of number,
     std::uint64_t trigrams = 0;     ///< what they can contain,
+    std::uint64_t words = 0;        ///< which words they have,
     std::uint64_t valueIndex = 0;   ///< which paths have a value
     std::uint64_t documents = 0;    ///< the list of documents and the index of their names
     std::uint64_t names = 0;        ///< the dictionary of names

@@ -157,6 +157,7 @@ void measure(const Segment &segment, StoreSizes &sizes) {
     sizes.names +=
         segment.header().declarationElementsBytes + segment.header().declarationNamesBytes;
     sizes.valueIndex += segment.header().valuePathsBytes;
+    sizes.words += segment.header().wordsBytes;
     sizes.paths +=
         sizeof(SegmentHeader) + segment.stretches().size_bytes() + segment.directory().size_bytes();
     for (std::uint32_t local = 0; local < segment.directory().size(); ++local) {
@@ -190,7 +191,7 @@ StoreSizes Snapshot::sizes() const {
     }
     sizes.all = diskBytes();
     const std::uint64_t used = sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
-                               sizes.numberOrder + sizes.trigrams + sizes.valueIndex +
+                               sizes.numberOrder + sizes.trigrams + sizes.words + sizes.valueIndex +
                                sizes.documents + sizes.names + sizes.paths;
     sizes.unused = sizes.all - std::min(used, sizes.all);
     return sizes;

@@ -152,7 +152,7 @@ TEST(DamagedDatabase, IsSoundBeforeItIsDamaged) {
     EXPECT_EQ(textOf(report), "");
     EXPECT_EQ(report.found, 0U);
     EXPECT_THAT(report.notes, IsEmpty());
-    EXPECT_EQ(report.documents, 4U);
+    EXPECT_EQ(report.documents, 5U);
     EXPECT_EQ(report.segments, database.segmentCount());
     EXPECT_GE(report.segments, 3U);
     EXPECT_GT(report.nodes, 3000U);

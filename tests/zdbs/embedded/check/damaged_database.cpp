@@ -139,6 +139,18 @@ std::string longXml() {
     return xml + "</long>";
 }
 
+/** Texts that are searched by their words. */
+std::string proseXml() {
+    std::string xml = "<prose>";
+    for (int part = 0; part < 500; ++part) {
+        xml += "<part>";
+        for (int word = 0; word < 25; ++word)
+            xml += "word" + std::to_string((word * word * 31 + part * 7) % 300) + " ";
+        xml += std::to_string(part) + "</part>";
+    }
+    return xml + "</prose>";
+}
+
 void add(Writer &writer, const std::string &name, const std::string &xml) {
     Loader(writer).load(*openText(xml), name, name);
 }
@@ -166,6 +178,11 @@ void DamagedDatabase::load() const {
         add(writer, "gone.xml", itemsXml(20));
         add(writer, "other.xml", itemsXml(30));
         add(writer, "long.xml", longXml());
+        writer.commit();
+    }
+    {
+        Writer writer(environment, {}, limits, paths);
+        add(writer, "prose.xml", proseXml());
         writer.commit();
     }
     Writer writer(environment, {}, limits, paths);

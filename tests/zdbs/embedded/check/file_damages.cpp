@@ -26,7 +26,8 @@ std::size_t indexOffset(const fs::path &file) {
 }
 
 std::size_t columnsOffset(const fs::path &file) {
-    return indexOffset(file) + SegmentImage(file).valuePaths.size();
+    const SegmentImage image(file);
+    return indexOffset(file) + image.valuePaths.size() + image.words.size();
 }
 
 }  // namespace

@@ -362,11 +362,44 @@ std::vector<Damage> indexDamages() {
     };
 }
 
+/** Changes the index of words of the segment that has one. */
+std::function<void(Db)> words(const std::function<void(std::string &)> &change) {
+    return [=](Db db) {
+        db.changePath("/prose/part/text()",
+                      [&](SegmentImage &image, std::uint32_t) { change(image.words); });
+    };
+}
+
+std::vector<Damage> wordDamages() {
+    constexpr const char *found = "index of words: it is not that of the values, from byte ";
+    return {
+        {"NoIndexOfWords", words([](std::string &bytes) { bytes.clear(); }), found},
+        {"IndexOfWordsIsNone", words([](std::string &bytes) { bytes = "x"; }), found},
+        {"IndexOfWordsHasMoreBehindIt", words([](std::string &bytes) { bytes += "more"; }), found},
+        {"IndexOfWordsHasAnotherWord",
+         words([](std::string &bytes) { bytes.at(bytes.find("word") + 1) = 'a'; }), found},
+        {"IndexOfWordsHasAnotherRow", words([](std::string &bytes) { bytes.back() ^= 1; }), found},
+        {"IndexOfWordsHasFewerRows", words([](std::string &bytes) { --bytes.front(); }), found},
+        {"IndexOfWordsOfValuesThatSayToHaveNone",
+         [](Db db) {
+             db.changeValues("/prose/part/text()", [](ValueParts &parts) { parts.head[5] ^= 4; });
+         },
+         found},
+        {"IndexOfWordsLacksValuesThatSayToBeInIt",
+         [](Db db) {
+             db.changeValues("/items/item/name/text()",
+                             [](ValueParts &parts) { parts.head[5] ^= 4; });
+         },
+         "index of words: path "},
+    };
+}
+
 }  // namespace
 
 std::vector<Damage> segmentDamages() {
     std::vector<Damage> all;
-    for (const auto &some : {treeDamages(), shapeDamages(), valueDamages(), indexDamages()})
+    for (const auto &some :
+         {treeDamages(), shapeDamages(), valueDamages(), indexDamages(), wordDamages()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }

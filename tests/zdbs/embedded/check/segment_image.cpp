@@ -47,6 +47,7 @@ SegmentImage::SegmentImage(const std::filesystem::path &file) {
     declarationElements = takenBytes(rest, header.declarationElementsBytes);
     declarationNames = takenBytes(rest, header.declarationNamesBytes);
     valuePaths = takenBytes(rest, header.valuePathsBytes);
+    words = takenBytes(rest, header.wordsBytes);
     for (const SegmentPath &path : directory) {
         auto &here = columns.emplace_back();
         for (std::size_t i = 0; i < segmentColumnCount; ++i)
@@ -56,7 +57,7 @@ SegmentImage::SegmentImage(const std::filesystem::path &file) {
 
 std::string SegmentImage::bytes() {
     const std::string common = pathOfNode + declarationElements + declarationNames;
-    std::string body = common + valuePaths;
+    std::string body = common + valuePaths + words;
     for (std::size_t local = 0; local < directory.size(); ++local) {
         std::string all;
         for (std::size_t i = 0; i < segmentColumnCount; ++i) {
@@ -69,6 +70,7 @@ std::string SegmentImage::bytes() {
     header.declarationElementsBytes = sizeOf(declarationElements);
     header.declarationNamesBytes = sizeOf(declarationNames);
     header.valuePathsBytes = sizeOf(valuePaths);
+    header.wordsBytes = words.size();
     header.stretchCount = static_cast<std::uint32_t>(stretches.size());
     header.pathCount = static_cast<std::uint32_t>(directory.size());
     std::string lists;

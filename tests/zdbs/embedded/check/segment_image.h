@@ -31,6 +31,7 @@ struct SegmentImage {
     std::string declarationElements;
     std::string declarationNames;
     std::string valuePaths;
+    std::string words;
     std::vector<std::array<std::string, segmentColumnCount>> columns;
 };
 

@@ -243,7 +243,7 @@ TEST(Snapshot, MeasuresItsStructures) {
     EXPECT_GT(sizes.structure, 10000U);
     EXPECT_GT(sizes.pathOfNode, 10000U);
     EXPECT_GT(sizes.values, 100000U);
-    EXPECT_GT(sizes.textOrder + sizes.trigrams, 10000U);
+    EXPECT_GT(sizes.textOrder + sizes.trigrams + sizes.words, 10000U);
     EXPECT_GT(sizes.valueIndex, 1000U);
     EXPECT_GT(sizes.documents, 0U);
     EXPECT_GT(sizes.names, 0U);
@@ -251,7 +251,7 @@ TEST(Snapshot, MeasuresItsStructures) {
     EXPECT_EQ(sizes.storedNodes, snapshot->nodeCount());
     EXPECT_EQ(sizes.all, snapshot->diskBytes());
     EXPECT_EQ(sizes.all, sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
-                             sizes.numberOrder + sizes.trigrams + sizes.valueIndex +
+                             sizes.numberOrder + sizes.trigrams + sizes.words + sizes.valueIndex +
                              sizes.documents + sizes.names + sizes.paths + sizes.unused);
 }
 

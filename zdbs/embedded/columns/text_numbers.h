@@ -1,0 +1,45 @@
+/** Numbers for the distinct ones among texts. */
+#ifndef ZDBS_EMBEDDED_COLUMNS_TEXT_NUMBERS_H
+#define ZDBS_EMBEDDED_COLUMNS_TEXT_NUMBERS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace zdbs::embedded {
+
+/** Gives texts numbers in the order in which they first come. The texts must outlive it. */
+class TextNumbers {
+public:
+    TextNumbers() : table_(1024) {}
+
+    std::uint32_t numberOf(std::string_view text);
+
+    /** How many there are. */
+    std::uint32_t size() const { return static_cast<std::uint32_t>(texts_.size()); }
+
+    /** The texts by number. */
+    const std::vector<std::string_view> &texts() const { return texts_; }
+
+    /** Steps from slot to slot so far: many when texts were made to collide. */
+    std::uint64_t steps() const { return steps_; }
+
+private:
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t number = 0;  ///< from 1; 0 in a free slot
+    };
+
+    Slot &find(std::string_view text, std::uint32_t hash);
+    void grow();
+
+    std::vector<Slot> table_;
+    std::vector<std::string_view> texts_;
+    std::vector<std::uint32_t> hashes_;
+    std::uint64_t steps_ = 0;
+};
+
+}  // namespace zdbs::embedded
+
+#endif
