@@ -9,12 +9,6 @@
 
 namespace zdbs::python {
 
-namespace {
-
-std::timed_mutex languageOfRequests;
-
-}  // namespace
-
 std::unique_ptr<OpenDatabase> Place::open() const {
     const std::string location = home.empty() ? configuredLocation() : home;
     if (!user) return administer(location)->open(database);
@@ -34,7 +28,6 @@ const xpath::Collection &DatabaseState::collection() {
 }
 
 ResultSetPtr DatabaseState::find(const std::string &request) {
-    const Turn turn(languageOfRequests);
     ResultSetPtr found = desk_.answer(request).matches;
     found->size();
     return found;

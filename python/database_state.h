@@ -50,10 +50,7 @@ public:
     /** For whoever computes with its nodes; made when it is asked for. */
     const xpath::Collection &collection();
 
-    /**
-     * The answer of a request or a FIND command. The language of requests knows one session of a
-     * process at a time, so that those of all databases take turns.
-     */
+    /** The answer of a request or a FIND command. */
     ResultSetPtr find(const std::string &request);
 
     /** The value of an expression of XPath 1.0, one for the whole database. */
