@@ -38,6 +38,7 @@ bool needsPadding(std::size_t column, const std::vector<TextTable::Align> &colum
 }  // namespace
 
 void writeOutput(std::string_view text) {
+    if (text.empty()) return;
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) failOutput(errno);
 }
 
