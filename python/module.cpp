@@ -54,21 +54,18 @@ void translate(std::exception_ptr thrown) {
 /** vexa.Database. */
 class Database {
 public:
-    explicit Database(Place place) : place_(std::move(place)) { refresh(); }
+    explicit Database(Place place) : place_(std::move(place)), state_(newest()) {}
 
     const std::string &name() const { return place_.database; }
 
     void refresh() {
-        state_ = withoutGil([&] { return std::make_shared<DatabaseState>(place_.open()); });
-        isClosed_ = false;
+        state();
+        state_ = newest();
     }
 
-    void close() {
-        state_ = nullptr;
-        isClosed_ = true;
-    }
+    void close() { state_ = nullptr; }
 
-    bool isClosed() const { return isClosed_; }
+    bool isClosed() const { return state_ == nullptr; }
 
     FoundNodes find(const std::string &request) const {
         return withoutGil([&, state = state()] {
@@ -90,9 +87,13 @@ public:
     }
 
 private:
+    DatabaseStatePtr newest() const {
+        return withoutGil([&] { return std::make_shared<DatabaseState>(place_.open()); });
+    }
+
     /** Throws ValueError, as files do. */
     DatabaseStatePtr state() const {
-        if (isClosed_) throw py::value_error("The database is closed.");
+        if (isClosed()) throw py::value_error("The database is closed.");
         return state_;
     }
 
@@ -116,8 +117,7 @@ private:
     }
 
     Place place_;
-    DatabaseStatePtr state_;
-    bool isClosed_ = false;
+    DatabaseStatePtr state_;  ///< null when it is closed
 };
 
 Database open(const std::string &database, const std::optional<std::filesystem::path> &home,

@@ -59,6 +59,8 @@ def test_a_closed_database_answers_nothing_and_what_was_found_stays(home):
     for ask in (database.count, database.find, database.xpath):
         with pytest.raises(ValueError, match="closed"):
             ask("//title")
+    with pytest.raises(ValueError, match="closed"):
+        database.refresh()
     del database
     assert title.value == "Hamlet"
     assert [act.path for act in acts] == ["/play[1]/act[1]", "/play[1]/act[2]"]
