@@ -116,7 +116,7 @@ TEST_F(EnvironmentTest, OfAnotherVersionIsRefusedByNumber) {
     putRaw("meta", versionKey, encodeNumber(7));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("7 instead of 4"));
+    EXPECT_THAT(sentence, HasSubstr("7 instead of 5"));
     EXPECT_THAT(sentence, HasSubstr(directory_.path().native()));
     putRaw("meta", versionKey, encodeNumber(formatVersion));
     EXPECT_EQ(statusOf([&] { open(); }), Status::ok);
@@ -159,10 +159,10 @@ TEST_F(EnvironmentTest, LeavesNoTraceOfWorkThatThrows) {
 }
 
 TEST_F(EnvironmentTest, OfTheFormatBeforeIsRefusedByNumber) {
-    putRaw("meta", versionKey, encodeNumber(3));
+    putRaw("meta", versionKey, encodeNumber(4));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("3 instead of 4"));
+    EXPECT_THAT(sentence, HasSubstr("4 instead of 5"));
 }
 
 TEST_F(EnvironmentTest, RemovesRecords) {
