@@ -66,7 +66,8 @@ TEST_F(Program, AdministersUsers) {
     EXPECT_FALSE(home()->authenticate("zoe", "secret"));
     EXPECT_TRUE(home()->authenticate("zoe", " new \r"));
     good({"user", "remove", "zoe"});
-    EXPECT_EQ(good({"user", "list", "--json"}), "[{\"user\":\"adam\",\"databases\":[]}]\n");
+    EXPECT_EQ(good({"user", "list", "--json"}),
+              "[{\"user\":\"adam\",\"databases\":[],\"writes\":[]}]\n");
 }
 
 TEST_F(Program, TakesAnEmptyLineForAnEmptyPasswordAndNoLineForNone) {
