@@ -17,9 +17,10 @@ constexpr std::string_view everyDatabase = "*";
 /**
  * A value; the home reads it from its users file and writes it back:
  *
- *   zdbs-users 1
+ *   zdbs-users 2
  *   user NAME HASH
  *   grant NAME DATABASE
+ *   checksum 1a2b3c4d
  */
 class UserTable {
 public:

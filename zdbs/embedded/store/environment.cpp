@@ -193,7 +193,8 @@ Environment::Environment(std::filesystem::path directory, std::size_t mapSize, b
 
 Environment::~Environment() {
     watch_ = WatchedMap();
-    ::mdb_env_close(env_);
+    ::mdb_env_close(env_);  // which writes to the table of readers
+    readersWatch_ = WatchedMap();
 }
 
 // Without a writable data file nothing can change here, and reading does not need the lock file
@@ -257,6 +258,12 @@ void Environment::watchMap() {
     const int error = ::mdb_get(transaction, tables_[0], &key, &record);
     endRead(transaction);
     watch_ = WatchedMap(error == MDB_SUCCESS ? mapAround(record.mv_data) : std::string_view());
+    readersWatch_ = WatchedMap(mapOf(lockFile(directory_)), WatchedMap::Access::writing);
+}
+
+void Environment::requireIntact() const {
+    watch_.requireIntact(dataFile_);
+    readersWatch_.requireIntact(lockFile(directory_));
 }
 
 void Environment::requireSound() {
@@ -401,6 +408,10 @@ MDB_txn *Environment::beginRead() {
         if (error == MDB_SUCCESS) error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
     }
     if (error != MDB_SUCCESS) fail(error);
+    if (readersWatch_.isLost()) {
+        ::mdb_txn_abort(transaction);
+        requireIntact();
+    }
     ++readers_;
     return transaction;
 }
@@ -440,6 +451,9 @@ void Environment::fail(int error) const {
         case EACCES:
         case EPERM:
             throw Failure(Status::homeUnreadable, {place, text});
+        case MDB_READERS_FULL:
+            throw Failure(Status::storeFailed, {place + ": " + std::to_string(maxReaders) +
+                                                " sessions read it, and there can be no more"});
         case EIO:
             if (isDiskFull(directory_)) throwWriteError(ENOSPC, dataFile(directory_));
             throwWriteError(error, dataFile(directory_));

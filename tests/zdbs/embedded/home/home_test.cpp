@@ -154,7 +154,7 @@ TEST(HomeOpening, TellsWhatIsWrong) {
     EXPECT_THAT(sentence, HasSubstr((directory.path() / "home").native()));
     fs::create_directory(directory.path() / "home");
     EXPECT_EQ(open(), Status::homeMissing);
-    directory.write("home/users", "zdbs-users 2\n");
+    directory.write("home/users", "zdbs-users 3\n");
     EXPECT_EQ(open(), Status::homeVersion);
     directory.write("home/users", "something else\n");
     EXPECT_EQ(open(), Status::homeDamaged);

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -356,6 +357,19 @@ TEST_F(EnvironmentTest, IsNotOpenedWithALockFileThatNamesNoCommit) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(records(open()), 2U);
+}
+
+TEST_F(EnvironmentTest, IsReadBy2048AtOnceAndTheNextOneIsToldSo) {
+    const auto environment = open();
+    std::vector<std::unique_ptr<ReadTransaction>> readers;
+    for (int i = 0; i < 2048; ++i)
+        readers.push_back(std::make_unique<ReadTransaction>(environment));
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { const ReadTransaction oneMore(environment); }, &sentence),
+              Status::storeFailed);
+    EXPECT_THAT(sentence, HasSubstr("2048 sessions read it, and there can be no more"));
+    readers.pop_back();
+    EXPECT_NO_THROW(const ReadTransaction inItsPlace(environment));
 }
 
 TEST_F(EnvironmentTest, GivesThePlacesOfDeadReadersBack) {
