@@ -26,7 +26,7 @@ std::string ended(std::string_view entries) {
     return stream + digest.bytes();
 }
 
-ByteSource sourceOf(std::string_view &stream) {
+zdbs::ByteSource sourceOf(std::string_view &stream) {
     return [&stream](std::span<char> buffer) {
         const std::size_t size = stream.copy(buffer.data(), buffer.size());
         stream.remove_prefix(size);

@@ -64,14 +64,6 @@ TEST_F(ChangedFiles, OfTheCatalogueThatAreCutShortAreAMessage) {
     expectMessage([&] { fs::resize_file(data_, 0); });
 }
 
-TEST_F(ChangedFiles, OfReadersThatAreCutShortAreAMessage) {
-    for (const std::uintmax_t size : {0U, 64U, 4096U}) {
-        const fs::path readers = home_ / "databases" / "db" / "lock.mdb";
-        expectMessage([&] { fs::resize_file(readers, size); });
-        fs::remove(readers);
-    }
-}
-
 TEST_F(ChangedFiles, OfTheCatalogueThatAreOverwrittenAreAMessage) {
     expectMessage([&] {
         std::fstream(data_, std::ios::binary | std::ios::in | std::ios::out)

@@ -33,7 +33,7 @@ std::vector<CommandCase> writingCommands() {
         {"Sync", zdbs, {"sync", "db", "@folder"}, {}, true},
         {"Compact", zdbs, {"compact", "db"}, {}, true},
         {"Create", zdbs, {"create", "another"}, {}, true},
-        {"Drop", zdbs, {"drop", "spare"}, {}, true},
+        {"Drop", zdbs, {"drop", "idle"}, {}, true},
         {"AddUser", zdbs, {"user", "add", "ann", "--password-stdin"}, "other\n", true},
         {"RemoveUser", zdbs, {"user", "remove", "guest"}, {}, true},
         {"Grant", zdbs, {"grant", "guest", "*"}, {}, true},
@@ -82,6 +82,7 @@ CommandTest::CommandTest() {
                      "XGET //item[@price>900] /name /@id;\n");
     makeHome();
     zdbs(home_, {"create", "spare"});
+    zdbs(home_, {"create", "idle"});
     zdbs(home_, {"user", "add", "guest", "--password-stdin"}, "guest\n");
     zdbs(home_, {"grant", "guest", "spare"});
     zdbs(home_, {"load", "db", directory_ / "keep.xml", directory_ / "gone.xml"});

@@ -1,6 +1,6 @@
 // Changes of files that fail, one after the other, with whatever the system can say, or that come
-// half as far: the command has happened, or it says that it has not. VEXA_FAILURES says how many of
-// all commands together, VEXA_SEED which ones.
+// half as far: the command has happened, or it says that it has not, or what of it has.
+// VEXA_FAILURES says how many of all commands together, VEXA_SEED which ones.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__)
 constexpr long fewFailures = 24;
 #else
-constexpr long fewFailures = 240;
+constexpr long fewFailures = 168;
 #endif
 
 /** 0: it comes half as far. */
@@ -53,7 +53,10 @@ protected:
             << toString(result.ending) << " " << place;
         EXPECT_TRUE(isDone || !result.err.empty()) << place;
         const Content left = contentOf(home);
-        EXPECT_TRUE(left == (isDone ? new_ : old_)) << left.list << left.segments << place;
+        const bool isSaid = result.err.find("may not outlast") != std::string::npos ||
+                            result.err.find("The documents are loaded") != std::string::npos;
+        EXPECT_TRUE(left == (isDone || isSaid ? new_ : old_))
+            << left.list << left.segments << left.home << place;
         return !isDone;
     }
 

@@ -1,5 +1,7 @@
 #include "tests/robustness/home_fixture.h"
 
+#include <set>
+
 namespace robustness {
 
 namespace fs = std::filesystem;
@@ -26,8 +28,11 @@ namespace {
 /** Without the sizes of databases, which are told by their own lists. */
 std::string namesIn(const fs::path &home) {
     std::string names = zdbs(home, {"user", "list", "--json"});
+    std::set<std::string> databases;
     for (const auto &database : fs::directory_iterator(home / "databases"))
-        names += database.path().filename().native() + "\n";
+        databases.insert(database.path().filename().native());
+    for (const std::string &database : databases)
+        names += database.starts_with('.') ? "" : database + "\n";  // one that was being made
     return names;
 }
 

@@ -9,7 +9,7 @@
 namespace robustness {
 namespace {
 
-/** From the beginning of the program to its end. */
+/** From the beginning of main() to its end: what libraries do before it, nobody can catch. */
 class MemoryOrder {
 public:
     MemoryOrder() {
@@ -34,7 +34,18 @@ public:
     MemoryOrder &operator=(const MemoryOrder &) = delete;
 };
 
-const MemoryOrder memoryOrder;
-
 }  // namespace
 }  // namespace robustness
+
+// The linker puts it in the place of main().
+extern "C" {
+
+int __real_main(int argc, char **argv);
+int __wrap_main(int argc, char **argv);
+
+int __wrap_main(int argc, char **argv) {
+    const robustness::MemoryOrder order;
+    return __real_main(argc, argv);
+}
+
+}  // extern "C"

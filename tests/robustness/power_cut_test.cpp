@@ -19,7 +19,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__)
 constexpr long fewCuts = 24;
 #else
-constexpr long fewCuts = 240;
+constexpr long fewCuts = 120;
 #endif
 
 long cutsOfEach() {

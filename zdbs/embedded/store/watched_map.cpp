@@ -56,7 +56,7 @@ std::mutex &mutexOfSlots() {
     return *mutex;
 }
 
-struct sigaction before {};
+struct sigaction handlerBefore {};
 std::uintptr_t pageSize = 0;
 
 }  // namespace
@@ -108,17 +108,18 @@ void WatchedMap::install() {
     action.sa_sigaction = [](int signal, siginfo_t *information, void *context) {
         handle(signal, information, context);
     };
-    ::sigaction(SIGBUS, &action, &before);
+    ::sigaction(SIGBUS, &action, &handlerBefore);
 }
 
 // What happens here is a few system calls and atomics, as in a handler it may.
 void WatchedMap::handle(int signal, void *information, void *context) {
     auto *const told = static_cast<siginfo_t *>(information);
     if (told->si_code == BUS_ADRERR && takeOver(told->si_addr)) return;
-    if ((before.sa_flags & SA_SIGINFO) != 0) return before.sa_sigaction(signal, told, context);
-    if (before.sa_handler != SIG_DFL && before.sa_handler != SIG_IGN)
-        return before.sa_handler(signal);
-    ::sigaction(SIGBUS, &before, nullptr);  // it comes again at once, to whom it is due
+    if ((handlerBefore.sa_flags & SA_SIGINFO) != 0)
+        return handlerBefore.sa_sigaction(signal, told, context);
+    if (handlerBefore.sa_handler != SIG_DFL && handlerBefore.sa_handler != SIG_IGN)
+        return handlerBefore.sa_handler(signal);
+    ::sigaction(SIGBUS, &handlerBefore, nullptr);  // it comes again at once, to whom it is due
 }
 
 /** Puts zeros in the place of what is behind the end of the file; false if that is none of ours. */

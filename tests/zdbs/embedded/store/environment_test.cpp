@@ -372,6 +372,26 @@ TEST_F(EnvironmentTest, IsReadBy2048AtOnceAndTheNextOneIsToldSo) {
     EXPECT_NO_THROW(const ReadTransaction inItsPlace(environment));
 }
 
+TEST_F(EnvironmentTest, WhoseTableOfReadersIsCutShortIsDamagedAndCloses) {
+    for (const std::uintmax_t size : {0U, 64U, 4096U}) {
+        const fs::path readers = directory_.path() / "lock.mdb";
+        auto environment = open();
+        const ReadTransaction before(environment);
+        fs::resize_file(readers, size);
+        std::string sentence;
+        std::vector<std::unique_ptr<ReadTransaction>> more;  // the places of the first are there
+        const Status status = statusOf(
+            [&] {
+                for (int i = 0; i < 200; ++i)
+                    more.push_back(std::make_unique<ReadTransaction>(environment));
+            },
+            &sentence);
+        EXPECT_EQ(status, Status::homeDamaged) << size;
+        EXPECT_THAT(sentence, HasSubstr("lock.mdb is damaged: it was cut short"));
+        fs::remove(readers);
+    }
+}
+
 TEST_F(EnvironmentTest, GivesThePlacesOfDeadReadersBack) {
     expectInChild([&] {
         // Dies with its transaction open.
