@@ -1,13 +1,6 @@
 // Documents: whatever the bytes, they load or are refused, and the writer goes on.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <memory>
-#include <string>
-#include <string_view>
-
-#include "zdbs/base/status.h"
+#include "fuzz/fuzzing.h"
+#include "tests/support/temporary_directory.h"
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
@@ -18,34 +11,21 @@ namespace {
 /** A home of this run; nothing is ever committed to it. */
 class ScratchHome {
 public:
-    ScratchHome() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "fuzzXXXXXX").string();
-        path_ = ::mkdtemp(pattern.data());
-        home_ = zdbs::embedded::Home::create(path_ / "home");
-        home_->createDatabase("fuzz");
-    }
-    ~ScratchHome() {
-        home_.reset();
-        std::filesystem::remove_all(path_);
-    }
+    ScratchHome() { home_->createDatabase("fuzz"); }
 
     std::unique_ptr<zdbs::embedded::Writer> write() { return home_->write("fuzz"); }
 
 private:
-    std::filesystem::path path_;
-    std::shared_ptr<zdbs::embedded::Home> home_;
+    support::TemporaryDirectory directory_;
+    std::shared_ptr<zdbs::embedded::Home> home_ =
+        zdbs::embedded::Home::create(directory_.path() / "home");
 };
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+void fuzz(fuzzing::Bytes bytes) {
     static ScratchHome home;
     const auto writer = home.write();
-    const auto input = zdbs::openText({reinterpret_cast<const char *>(data), size});
-    try {
-        zdbs::Loader(*writer).load(*input, "input", "document");
-    } catch (const zdbs::Failure &) {
-        // A clear refusal.
-    }
-    return 0;
+    const auto input = zdbs::openText(fuzzing::textOf(bytes));
+    fuzzing::isRefused([&] { zdbs::Loader(*writer).load(*input, "input", "document"); });
 }

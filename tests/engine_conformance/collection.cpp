@@ -21,6 +21,12 @@ void Collection::load(const std::vector<NamedDocument> &documents, const std::st
     load->commit();
 }
 
+void Collection::startOver() {
+    administration_->dropDatabase("db", {});
+    administration_->createDatabase("db");
+    administration_->grant("reader", "db");
+}
+
 void Collection::remove(const std::vector<std::string> &documents) {
     const auto load = administration_->load("db", {});
     for (const std::string &document : documents)

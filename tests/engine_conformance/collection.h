@@ -28,6 +28,9 @@ public:
     /** Loads documents as one transaction. */
     void load(const std::vector<NamedDocument> &documents, const std::string &database = "db");
 
+    /** Puts an empty database in the place of the one that there is. */
+    void startOver();
+
     /** Removes documents as one transaction. */
     void remove(const std::vector<std::string> &documents);
 

@@ -1,13 +1,10 @@
 /** Two engines over the same documents find and tell the same, whatever is asked. */
 #include <array>
-#include <optional>
 #include <ostream>
 #include <random>
 
-#include "tests/engine_conformance/collection.h"
-#include "tests/engine_conformance/event_text.h"
-#include "tests/engine_conformance/finder.h"
 #include "tests/engine_conformance/random_requests.h"
+#include "tests/engine_conformance/side.h"
 #include "tests/zdbs/support/namespaced_document.h"
 #include "tests/zdbs/support/random_document.h"
 
@@ -59,59 +56,6 @@ std::string wrapped(const std::string &xml, std::size_t wrappings) {
     }
     return before + xml + behind;
 }
-
-/** One of the two engines, and what was found in it. */
-class Side {
-public:
-    explicit Side(const EngineUnderTest &engine)
-        : collection(engine), database(collection.open()) {}
-
-    std::uint64_t nodes() { return collection.administration().summary("db").nodes; }
-
-    void startAgain() { finder.emplace(*database); }
-
-    /** All that can be asked of a set. */
-    std::string described(const ResultSet &set) const {
-        std::string text =
-            std::to_string(set.size()) + " records, " + std::to_string(set.hits()) + " hits:";
-        for (const RecordId record : recordsOf(*database, set)) {
-            text += " " + std::to_string(finder->placeOf(record));
-            for (const HitWord &word : database->hitWords(set, record))
-                text += "," + std::to_string(word.part) + "." + std::to_string(word.field) + "." +
-                        std::to_string(word.word) + "." + std::to_string(word.length);
-        }
-        return text;
-    }
-
-    std::string found(unsigned seed) {
-        const Condition condition = RandomRequests(seed, *finder).condition();
-        return described(*finder->find(condition));
-    }
-
-    std::string told(unsigned seed) {
-        RandomRequests requests(seed, *finder);
-        const std::vector<FragmentSpec> specs = requests.specs();
-        const std::vector<ResultSetPtr> marked = requests.marked();
-        EventText text([this](RecordId record) { return finder->placeOf(record); });
-        database->fragments(*finder->sets().back(), specs, marked, text);
-        return text.text();
-    }
-
-    /** The sets as a later state has them. */
-    std::string carriedOver() {
-        std::vector<ResultSetPtr> sets = finder->sets();
-        database->refresh(sets);
-        startAgain();
-        std::string text;
-        for (const ResultSetPtr &set : sets)
-            text += described(*set) + "\n";
-        return text;
-    }
-
-    Collection collection;
-    std::unique_ptr<OpenDatabase> database;
-    std::optional<Finder> finder;
-};
 
 class Engines : public ::testing::TestWithParam<Case> {
 protected:

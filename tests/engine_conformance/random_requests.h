@@ -3,11 +3,11 @@
 #define TESTS_ENGINE_CONFORMANCE_RANDOM_REQUESTS_H
 
 #include <array>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "tests/engine_conformance/finder.h"
+#include "tests/support/choices.h"
 #include "zdbs/engine/fragments.h"
 #include "zdbs/language/command.h"
 
@@ -19,7 +19,8 @@ namespace zdbs::conformance {
  */
 class RandomRequests {
 public:
-    RandomRequests(unsigned seed, const Finder &finder) : random_(seed), finder_(finder) {}
+    RandomRequests(support::Choices choices, const Finder &finder)
+        : random_(choices), finder_(finder) {}
 
     Condition condition();
     std::vector<FragmentSpec> specs();
@@ -47,7 +48,7 @@ private:
     NodeTest nodeTest();
     FragmentFilter filter(int depth);
 
-    std::mt19937 random_;
+    support::Choices random_;
     const Finder &finder_;
 };
 

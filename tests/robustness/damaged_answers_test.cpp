@@ -12,18 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "tests/robustness/home_fixture.h"
+#include "tests/robustness/commands.h"
 #include "tests/robustness/sample_xml.h"
 
 namespace robustness {
 namespace {
-
-namespace fs = std::filesystem;
-
-std::uint32_t numberIn(const char *variable, std::uint32_t otherwise) {
-    const char *text = std::getenv(variable);
-    return text ? static_cast<std::uint32_t>(std::stoul(text)) : otherwise;
-}
 
 /** One way to spoil bytes. */
 enum class Kind { flipBit, randomBytes, zeroBlock, swapBlocks, truncate };
@@ -159,8 +152,8 @@ protected:
 };
 
 TEST_F(DamagedAnswersTest, AreThoseOfBeforeOrFail) {
-    const std::uint32_t damages = numberIn("VEXA_DAMAGES", 200);
-    const std::uint32_t first = numberIn("VEXA_SEED", 1);
+    const auto damages = static_cast<std::uint32_t>(numberIn("VEXA_DAMAGES", 200));
+    const auto first = static_cast<std::uint32_t>(numberIn("VEXA_SEED", 1));
     std::size_t wrong = 0;
     for (std::uint32_t seed = first; seed < first + damages; ++seed) {
         std::mt19937 random(seed);

@@ -14,18 +14,19 @@
 
 namespace robustness {
 
-/** What a database holds. */
+/** What a home holds: its database "db", and the names of all else. */
 struct Content {
     std::map<std::string, std::string> documents;  ///< the XML of each by name
     std::string list;                              ///< names, numbers of nodes, sizes
     std::string segments;                          ///< and other counts, as check has them
+    std::string home;                              ///< databases, users and grants
 
     bool operator==(const Content &) const = default;
 };
 
 using Words = std::vector<std::string>;
 
-/** Reads a database through `zdbs dump`, so that nothing is opened in the test itself. */
+/** Reads it through `zdbs dump` and lists, so that nothing is opened in the test itself. */
 Content contentOf(const std::filesystem::path &home);
 
 /** A command of `zdbs` on that home. */

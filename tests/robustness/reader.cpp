@@ -4,11 +4,17 @@
  *   reader follow LAST    reads in a loop until it meets generation LAST; every answer has to
  *                         be one of a committed state, see generations.h. Tells "at N" when
  *                         it meets a generation for the first time
+ *   reader stay SECONDS   the same for a while, whatever comes; then tells "ROUNDS P50 P99 MOST
+ *                         BEFORE AFTER": how many rounds, their times in microseconds, and the
+ *                         resident kilobytes after a tenth of the time and at the end
  *   reader hold           opens the database, says "ready", keeps it open until its input ends
  *   reader ask COMMAND…   executes each; writes its records or its message, a line each
  */
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -84,6 +90,8 @@ std::int32_t numberBehind(const std::string &text, std::string_view label) {
 /** Reads one state after the other and compares what belongs together. */
 class Follower {
 public:
+    explicit Follower(bool tells) : tells_(tells) {}
+
     std::int32_t generation() const { return generation_; }
 
     void round() {
@@ -126,12 +134,16 @@ private:
               std::int32_t number) {
         if (!generation)
             throw std::runtime_error(what + ": " + std::to_string(number) + " are of no state");
-        if (*generation < generation_)
+        // They begin anew behind the last one.
+        constexpr std::int32_t limit = robustness::generationLimit;
+        const bool isOlder =
+            generation_ >= 0 && (*generation - generation_ + limit) % limit > limit / 2;
+        if (isOlder)
             throw std::runtime_error("generation " + std::to_string(*generation) + " after " +
                                      std::to_string(generation_));
         if (*generation == generation_) return;
         generation_ = *generation;
-        std::cout << "at " << generation_ << std::endl;
+        if (tells_) std::cout << "at " << generation_ << std::endl;
     }
 
     // An export takes the newest state by itself.
@@ -145,6 +157,7 @@ private:
             throw std::runtime_error("an export of several states: " + text);
     }
 
+    bool tells_;
     std::int32_t generation_ = -1;
     bool hasSets_ = false;
 };
@@ -152,11 +165,42 @@ private:
 void follow(std::int32_t last) {
     constexpr int mostRounds = 1000000;
     logIn();
-    Follower follower;
+    Follower follower(true);
     for (int round = 0; round < mostRounds && follower.generation() < last; ++round)
         follower.round();
     require(ZdbStopZarn(0), "end of the session");
     if (follower.generation() != last) throw std::runtime_error("the last state did not come");
+}
+
+std::uint64_t residentKilobytes() {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        std::uint64_t size = 0;
+        if (word == "VmRSS:" && status >> size) return size;
+    }
+    throw std::runtime_error("the resident size is not told");
+}
+
+void stay(double seconds) {
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    const auto passed = [&] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
+    logIn();
+    Follower follower(false);
+    std::vector<std::int64_t> times;
+    std::uint64_t before = 0;
+    while (passed() < seconds) {
+        const auto start = Clock::now();
+        follower.round();
+        times.push_back(
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+        if (before == 0 && passed() > seconds / 10) before = residentKilobytes();
+    }
+    require(ZdbStopZarn(0), "end of the session");
+    std::sort(times.begin(), times.end());
+    std::cout << "rounds " << times.size() << " " << times[times.size() / 2] << " "
+              << times[times.size() * 99 / 100] << " " << times.back() << " " << before << " "
+              << residentKilobytes() << std::endl;
 }
 
 void hold() {
@@ -193,6 +237,8 @@ int main(int count, char **arguments) {
     try {
         if (words.size() == 2 && words[0] == "follow")
             follow(std::stoi(words[1]));
+        else if (words.size() == 2 && words[0] == "stay")
+            stay(std::stod(words[1]));
         else if (words.size() == 1 && words[0] == "hold")
             hold();
         else if (words.size() > 1 && words[0] == "ask")

@@ -536,9 +536,8 @@ int run(CommandLine &commandLine, int argc, char **argv) {
     }
 }
 
-}  // namespace
-
-int runCommandLine(int argc, char **argv) {
+/** Throws std::bad_alloc, also for want of memory for a message. */
+int runOrTell(int argc, char **argv) {
     try {
         CommandLine commandLine;
         return run(commandLine, argc, argv);
@@ -546,11 +545,22 @@ int runCommandLine(int argc, char **argv) {
         writeMessage(what.what());
         return interrupted;
     } catch (const std::bad_alloc &) {
-        writeMessage(Failure(Status::outOfMemory).what());
+        throw;
     } catch (const std::exception &error) {
         writeMessage(visibleText(error.what()));
     }
     return notDone;
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char **argv) {
+    try {
+        return runOrTell(argc, argv);
+    } catch (const std::bad_alloc &) {
+        writeOutOfMemory();
+        return notDone;
+    }
 }
 
 }  // namespace zdbs::admin

@@ -59,6 +59,15 @@ void writeMessage(std::string_view message) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+void writeOutOfMemory() noexcept {
+    for (const StatusRow &row : statusTable()) {
+        if (row.status != Status::outOfMemory) continue;
+        std::fputs("zdbs: ", stderr);
+        std::fwrite(row.sentence.data(), 1, row.sentence.size(), stderr);
+        std::fputc('\n', stderr);
+    }
+}
+
 void tellWaiting(std::string_view database) {
     writeMessage("waiting for another one that changes " + std::string(database) + " ...");
 }

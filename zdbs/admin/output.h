@@ -22,6 +22,9 @@ std::size_t outputWidth();
 /** "zdbs: " and the message, as a line on standard error. */
 void writeMessage(std::string_view message);
 
+/** The message of memory that ran out; needs none itself. */
+void writeOutOfMemory() noexcept;
+
 /** Says that somebody else is changing the database. */
 void tellWaiting(std::string_view database);
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -116,7 +117,17 @@ private:
                 notes.insert(*old);
             }
         }
-        if (notes != notes_) home_.keepNotes(request_.database, textOf(notes));
+        if (notes != notes_) keep(textOf(notes));
+    }
+
+    void keep(const std::string &notes) {
+        try {
+            home_.keepNotes(request_.database, notes);
+        } catch (const Failure &failure) {
+            throw std::runtime_error(std::string(failure.what()) +
+                                     " The documents are loaded; only the notes of them are not "
+                                     "kept, so that the next sync loads them again.");
+        }
     }
 
     Administration &home_;

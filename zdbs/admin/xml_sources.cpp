@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zdbs/base/directory.h"
 #include "zdbs/base/status.h"
 
 namespace zdbs::admin {
@@ -89,12 +90,13 @@ public:
 private:
     void search(const fs::path &folder) {
         std::error_code error;
-        fs::directory_iterator entry(folder, error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-            if (isFolderItself(*entry))
-                folders_.push_back(entry->path());
-            else if (choice_.takes(entry->path().lexically_relative(top_)) && canBeFile(*entry))
-                add(entry->path());
+        for (const std::string &name : namesIn(folder, error)) {
+            std::error_code ignored;
+            const fs::directory_entry entry(folder / name, ignored);
+            if (isFolderItself(entry))
+                folders_.push_back(entry.path());
+            else if (choice_.takes(entry.path().lexically_relative(top_)) && canBeFile(entry))
+                add(entry.path());
         }
         if (!error) return;
         if (folder == top_)

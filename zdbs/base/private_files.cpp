@@ -150,12 +150,19 @@ DirectorySync::DirectorySync(std::filesystem::path directory)
     if (!opened_) throwWriteError(errno, directory_);
 }
 
+bool DirectorySync::isSynced() const {
+    return ::fsync(opened_.get()) == 0;
+}
+
 void DirectorySync::sync() const {
-    if (::fsync(opened_.get()) != 0) throwWriteError(errno, directory_);
+    if (isSynced()) return;
+    throw Failure(Status::storeFailed,
+                  {directory_.native() + ": " + std::system_category().message(errno),
+                   "what was changed is there, but may not outlast a power cut"});
 }
 
 void syncDirectory(const std::filesystem::path &directory) {
-    DirectorySync(directory).sync();
+    if (!DirectorySync(directory).isSynced()) throwWriteError(errno, directory);
 }
 
 }  // namespace zdbs

@@ -99,20 +99,24 @@ void writePrivateFile(const std::filesystem::path &path, std::span<const std::st
 
 /**
  * Makes new and renamed entries of a directory last. Who holds one before it changes them has no
- * more to open afterwards. Throws as throwWriteError().
+ * more to open afterwards. Throws as throwWriteError() when it is made.
  */
 class DirectorySync {
 public:
     explicit DirectorySync(std::filesystem::path directory);
 
+    /** After the last change. Throws Failure(storeFailed), which says that the change is there. */
     void sync() const;
+
+    /** False, and errno says why. */
+    bool isSynced() const;
 
 private:
     std::filesystem::path directory_;
     FileDescriptor opened_;
 };
 
-/** The same of entries that were changed already. */
+/** The same of entries that were changed already, and count later. Throws as throwWriteError(). */
 void syncDirectory(const std::filesystem::path &directory);
 
 }  // namespace zdbs

@@ -49,19 +49,24 @@ bool goesThrough(const char *name) {
 Charset::Charset(const char *name) : name_(name), isTransparent_(goesThrough(name)) {}
 
 // Asked at every call, for a program may set another locale; opening a converter each time would
-// cost more than most calls do.
+// cost more than most calls do. What is known stays for good, as calls come from one thread: the C
+// library ends a process that has no memory for a thread's destructors.
 const Charset &Charset::ofProcess() {
-    thread_local std::string knownDefault;
-    thread_local std::string knownCodeset;
-    thread_local Charset charset("UTF-8");
+    struct Known {
+        std::string name;
+        std::string codeset;
+        Charset charset{"UTF-8"};
+    };
+    static thread_local Known *known = nullptr;
+    if (known == nullptr) known = new Known;
     const char *name = ucnv_getDefaultName();
     const char *codeset = nl_langinfo(CODESET);
-    if (knownDefault == name && knownCodeset == codeset) return charset;
+    if (known->name == name && known->codeset == codeset) return known->charset;
     bool asksLocale = ucnv_compareNames(name, "UTF-8") == 0 && codeset != plainCodeset;
-    charset = Charset(asksLocale ? codeset : name);
-    knownDefault = name;
-    knownCodeset = codeset;
-    return charset;
+    known->charset = Charset(asksLocale ? codeset : name);
+    known->name = name;
+    known->codeset = codeset;
+    return known->charset;
 }
 
 std::string Charset::toUtf8(std::string_view text) const {

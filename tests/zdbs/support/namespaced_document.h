@@ -5,17 +5,19 @@
 #include <random>
 #include <string>
 
+#include "tests/support/choices.h"
+
 namespace zdbs::testing {
 
 /**
  * Elements with and without prefixes that are bound to two namespaces in turn, so that
  * siblings are written alike and named differently; default namespaces that come and go;
  * comments and instructions of several targets, on top of the document too; values with all
- * that must be escaped. The same seed makes the same document.
+ * that must be escaped. The same choices make the same document.
  */
 class NamespacedDocument {
 public:
-    explicit NamespacedDocument(unsigned seed) : random_(seed) {}
+    explicit NamespacedDocument(support::Choices choices) : random_(choices) {}
 
     std::string make() {
         aside();
@@ -69,7 +71,7 @@ private:
     static constexpr const char *values[] = {"1", "v1", "&quot;&#9;&#10;&#13;&lt;&gt;&amp;'",
                                              "longer than sixteen bytes &amp; v1"};
 
-    std::mt19937 random_;
+    support::Choices random_;
     std::string text_;
     int elements_ = 0;
 };

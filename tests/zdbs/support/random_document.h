@@ -5,15 +5,17 @@
 #include <random>
 #include <string>
 
+#include "tests/support/choices.h"
+
 namespace zdbs::testing {
 
 /**
  * Documents of three names, two attributes and four values, so that much repeats,
- * with texts, comments and instructions between. The same seed makes the same document.
+ * with texts, comments and instructions between. The same choices make the same document.
  */
 class RandomDocument {
 public:
-    explicit RandomDocument(unsigned seed) : random_(seed) {}
+    explicit RandomDocument(support::Choices choices) : random_(choices) {}
 
     std::string make() {
         text_ = "<a>";
@@ -51,7 +53,7 @@ private:
     static constexpr const char *names[] = {"a", "b", "c"};
     static constexpr const char *values[] = {"1", "2", "v1", "3v"};
 
-    std::mt19937 random_;
+    support::Choices random_;
     std::string text_;
     int elements_ = 0;
 };

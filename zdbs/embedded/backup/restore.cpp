@@ -204,12 +204,13 @@ void restoreBackup(const fs::path &path, const ByteSource &source) {
     const Workplace workplace(home);
     HomeFiller(workplace.homePath()).fill(reader);
     syncDirectory(workplace.homePath());
+    const DirectorySync parent(home.parent_path());
     if (::rename(workplace.homePath().c_str(), home.c_str()) != 0) {
         if (errno == EEXIST || errno == ENOTEMPTY || errno == ENOTDIR)
             throw Failure(Status::homeExists, {home.native()});
         throwWriteError(errno, home);
     }
-    syncDirectory(home.parent_path());
+    parent.sync();
 }
 
 }  // namespace zdbs::embedded

@@ -1,4 +1,5 @@
 #include "zdbs/embedded/check/check.h"
+#include "zdbs/base/directory.h"
 
 #include <algorithm>
 #include <exception>
@@ -154,9 +155,8 @@ private:
     static std::set<std::string> namesIn(const fs::path &directory) {
         std::set<std::string> names;
         std::error_code error;
-        for (fs::directory_iterator entry(directory, error);
-             !error && entry != fs::directory_iterator(); entry.increment(error))
-            names.insert(entry->path().filename().native());
+        for (std::string &name : zdbs::namesIn(directory, error))
+            names.insert(std::move(name));
         return names;
     }
 

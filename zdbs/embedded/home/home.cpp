@@ -1,4 +1,5 @@
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/base/directory.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -166,10 +167,8 @@ bool Home::hasDatabase(std::string_view database) const {
 std::vector<std::string> Home::databases() const {
     std::vector<std::string> names;
     std::error_code error;
-    fs::directory_iterator entry(path_ / databasesName, error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename().native();
-        if (hasDatabase(name)) names.push_back(name);
+    for (std::string &name : namesIn(path_ / databasesName, error)) {
+        if (hasDatabase(name)) names.push_back(std::move(name));
     }
     if (error) throwReadError(error.value(), path_);
     std::sort(names.begin(), names.end());
@@ -228,8 +227,8 @@ void Home::dropDatabase(std::string_view database, const std::function<void()> &
 // What a killed creation or drop left. REQUIRES the lock of the home.
 void Home::removeLeftovers() const {
     std::error_code error;
-    for (const auto &entry : fs::directory_iterator(path_ / databasesName, error)) {
-        if (entry.path().filename().native().front() == '.') fs::remove_all(entry.path(), error);
+    for (const std::string &name : namesIn(path_ / databasesName, error)) {
+        if (name.front() == '.' && !error) fs::remove_all(path_ / databasesName / name, error);
     }
     if (error) throwWriteError(error.value(), path_ / databasesName);
 }

@@ -1,10 +1,13 @@
 #include "zdbs/embedded/home/user_table.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdio>
 
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
+#include "zdbs/embedded/columns/checked_blocks.h"
 #include "zdbs/embedded/home/password.h"
 
 namespace zdbs::embedded {
@@ -12,8 +15,9 @@ namespace zdbs::embedded {
 namespace {
 
 constexpr std::string_view title = "zdbs-users ";
-constexpr std::string_view version = "1";
-constexpr std::string_view versionWithWriters = "2";
+constexpr std::string_view version = "2";
+constexpr std::string_view versionWithoutChecksum = "1";
+constexpr std::string_view checksumWord = "checksum ";
 
 // Cuts the text up to `end` off the front; all of it when `end` is not there.
 std::string_view cut(std::string_view &text, char end) {
@@ -31,6 +35,21 @@ bool erase(std::set<std::string, std::less<>> &names, std::string_view name) {
     return true;
 }
 
+/** The last line, about all lines in front of it. */
+std::string checksumLine(std::string_view lines) {
+    std::array<char, 10> digits{};
+    std::snprintf(digits.data(), digits.size(), "%08x\n", static_cast<unsigned>(crc32Of(lines)));
+    return std::string(checksumWord) + digits.data();
+}
+
+/** The text without its last line; throws Failure(homeDamaged) unless that is the right one. */
+std::string_view verified(std::string_view text, std::string_view file) {
+    const std::size_t length = std::min(text.size(), checksumLine("").size());
+    const std::string_view lines = text.substr(0, text.size() - length);
+    if (text.substr(lines.size()) == checksumLine(lines)) return lines;
+    throw Failure(Status::homeDamaged, {file, "its checksum is wrong"});
+}
+
 [[noreturn]] void failAtLine(std::string_view file, std::size_t line) {
     throw Failure(Status::homeDamaged, {file, "line " + std::to_string(line)});
 }
@@ -38,17 +57,20 @@ bool erase(std::set<std::string, std::less<>> &names, std::string_view name) {
 }  // namespace
 
 UserTable UserTable::parse(std::string_view text, std::string_view file) {
+    const std::string_view whole = text;
     std::string_view first = cut(text, '\n');
     if (!first.starts_with(title)) failAtLine(file, 1);
     first.remove_prefix(title.size());
-    if (first != version && first != versionWithWriters)
+    if (first == version) {
+        text.remove_suffix(whole.size() - verified(whole, file).size());
+    } else if (first != versionWithoutChecksum) {
         throw Failure(Status::homeVersion,
-                      {file, std::string(first) + " instead of " + std::string(version) + " or " +
-                                 std::string(versionWithWriters)});
+                      {file, std::string(first) + " instead of " + std::string(version)});
+    }
 
     UserTable table;
     for (std::size_t line = 2; !text.empty(); ++line) {
-        if (!table.parseLine(cut(text, '\n'), first == versionWithWriters)) failAtLine(file, line);
+        if (!table.parseLine(cut(text, '\n'), first == version)) failAtLine(file, line);
     }
     return table;
 }
@@ -69,15 +91,8 @@ bool UserTable::parseLine(std::string_view line, bool mayNameWriters) {
            user->second.written.emplace(line).second;
 }
 
-bool UserTable::hasWriters() const {
-    return std::any_of(users_.begin(), users_.end(),
-                       [](const auto &user) { return !user.second.written.empty(); });
-}
-
 std::string UserTable::serialize() const {
-    std::string text = std::string(title);
-    text += hasWriters() ? versionWithWriters : version;
-    text += '\n';
+    std::string text = std::string(title).append(version) + '\n';
     for (const auto &[name, user] : users_) {
         text += "user " + name + ' ' + user.hash + '\n';
         for (const auto &database : user.databases)
@@ -85,7 +100,7 @@ std::string UserTable::serialize() const {
         for (const auto &database : user.written)
             text += "write " + name + ' ' + database + '\n';
     }
-    return text;
+    return text + checksumLine(text);
 }
 
 bool UserTable::contains(std::string_view user) const {

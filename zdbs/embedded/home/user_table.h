@@ -17,13 +17,14 @@ constexpr std::string_view everyDatabase = "*";
 /**
  * A value; the home reads it from its users file and writes it back:
  *
- *   zdbs-users 1
+ *   zdbs-users 2
  *   user NAME HASH
  *   grant NAME DATABASE
  *   write NAME DATABASE
+ *   checksum 1a2b3c4d
  *
- * What may be written has been granted in front of it. Only a file with such a line is of
- * version 2: programs that know none refuse it by number, and read all others.
+ * What may be written has been granted in front of it. Version 1 had no checksum and no writers; it
+ * is read, and written as version 2.
  */
 class UserTable {
 public:
@@ -65,7 +66,6 @@ private:
     };
 
     bool parseLine(std::string_view line, bool mayNameWriters);
-    bool hasWriters() const;
     static bool covers(const Names &granted, std::string_view database);
     User &find(std::string_view user);
     const User &find(std::string_view user) const;

@@ -280,7 +280,8 @@ std::optional<PathNodes> selectSiblingPositions(const NodeTable &nodes, const Pa
     if (!families) return std::nullopt;
     const SatisfyingPositions satisfying(test);
     PathNodes result;
-    for (const auto &[parent, family] : *families) {
+    for (const auto &each : *families) {
+        const auto &family = each.second;  // clang 14 cannot capture a part of a pair
         if (hasEdge(family, satisfying.only()))
             selectEdge(family, satisfying.only(), result);
         else

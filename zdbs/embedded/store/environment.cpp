@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <cerrno>
 #include <chrono>
@@ -45,6 +46,20 @@ struct Registry {
     std::condition_variable closed;
     std::map<FileIdentity, std::weak_ptr<Environment>> open;
     std::map<const Environment *, FileIdentity> identities;
+    std::atomic<std::thread::id> opener{};  ///< who has the mutex to open one, and closes it at
+                                            ///< once where memory ends before others can have it
+};
+
+/** The time in which a thread opens one. REQUIRES the mutex. */
+class Opening {
+public:
+    explicit Opening(Registry &all) : all_(all) { all_.opener = std::this_thread::get_id(); }
+    ~Opening() { all_.opener = std::thread::id(); }
+    Opening(const Opening &) = delete;
+    Opening &operator=(const Opening &) = delete;
+
+private:
+    Registry &all_;
 };
 
 // Never destroyed: environments that live until the end of the process still close through it.
@@ -134,15 +149,17 @@ std::shared_ptr<Environment> Environment::open(const std::filesystem::path &dire
         // Its last user is about to close it, which has to be over before it is opened again.
         all.closed.wait(lock);
     }
+    const Opening opening(all);
     std::shared_ptr<Environment> shared(new Environment(directory, mapSize, false), closeShared);
-    all.open.emplace(identity, shared);
     all.identities.emplace(shared.get(), identity);
+    all.open.emplace(identity, shared);
     return shared;
 }
 
 void Environment::closeShared(Environment *environment) {
     Registry &all = registry();
-    const std::lock_guard lock(all.mutex);
+    std::unique_lock lock(all.mutex, std::defer_lock);
+    if (all.opener != std::this_thread::get_id()) lock.lock();
     const auto identity = all.identities.find(environment);
     if (identity != all.identities.end()) {
         all.open.erase(identity->second);
@@ -193,7 +210,8 @@ Environment::Environment(std::filesystem::path directory, std::size_t mapSize, b
 
 Environment::~Environment() {
     watch_ = WatchedMap();
-    ::mdb_env_close(env_);
+    ::mdb_env_close(env_);  // which writes to the table of readers
+    readersWatch_ = WatchedMap();
 }
 
 // Without a writable data file nothing can change here, and reading does not need the lock file
@@ -257,6 +275,12 @@ void Environment::watchMap() {
     const int error = ::mdb_get(transaction, tables_[0], &key, &record);
     endRead(transaction);
     watch_ = WatchedMap(error == MDB_SUCCESS ? mapAround(record.mv_data) : std::string_view());
+    readersWatch_ = WatchedMap(mapOf(lockFile(directory_)), WatchedMap::Access::writing);
+}
+
+void Environment::requireIntact() const {
+    watch_.requireIntact(dataFile_);
+    readersWatch_.requireIntact(lockFile(directory_));
 }
 
 void Environment::requireSound() {
@@ -401,6 +425,10 @@ MDB_txn *Environment::beginRead() {
         if (error == MDB_SUCCESS) error = ::mdb_txn_begin(env_, nullptr, MDB_RDONLY, &transaction);
     }
     if (error != MDB_SUCCESS) fail(error);
+    if (readersWatch_.isLost()) {
+        ::mdb_txn_abort(transaction);
+        requireIntact();
+    }
     ++readers_;
     return transaction;
 }
@@ -440,6 +468,9 @@ void Environment::fail(int error) const {
         case EACCES:
         case EPERM:
             throw Failure(Status::homeUnreadable, {place, text});
+        case MDB_READERS_FULL:
+            throw Failure(Status::storeFailed, {place + ": " + std::to_string(maxReaders) +
+                                                " sessions read it, and there can be no more"});
         case EIO:
             if (isDiskFull(directory_)) throwWriteError(ENOSPC, dataFile(directory_));
             throwWriteError(error, dataFile(directory_));

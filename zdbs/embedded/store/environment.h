@@ -89,8 +89,8 @@ public:
     /** Whether the open data file is still the one at its place, and not dropped or replaced. */
     bool isAtItsPlace() const;
 
-    /** After reading: throws Failure(homeDamaged) when the file became shorter meanwhile. */
-    void requireIntact() const { watch_.requireIntact(dataFile_); }
+    /** After reading: throws Failure(homeDamaged) when a file became shorter meanwhile. */
+    void requireIntact() const;
 
     /**
      * Before a new state is read: verifies its pages as opening does. Throws Failure: homeDamaged.
@@ -138,6 +138,7 @@ private:
     std::atomic<bool> broken_ = false;  ///< a write failed: this process writes no more
     MDB_env *env_ = nullptr;
     WatchedMap watch_;                            ///< of LMDB's map
+    WatchedMap readersWatch_;                     ///< of its table of readers
     std::atomic<std::uint64_t> soundCommit_ = 0;  ///< the last one that was verified
     std::array<MDB_dbi, tableCount> tables_{};
     std::mutex segmentsMutex_;

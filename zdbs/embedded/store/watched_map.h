@@ -23,9 +23,11 @@ public:
     /** Watches nothing. */
     WatchedMap() = default;
 
-    /** REQUIRES that the bytes are mapped for reading only, from a page on, as long as this lives.
-     */
-    explicit WatchedMap(std::string_view bytes);
+    /** What may be done to the bytes, also to those that take the place of lost ones. */
+    enum class Access { reading, writing };
+
+    /** REQUIRES that the bytes are mapped for that, from a page on, as long as this lives. */
+    explicit WatchedMap(std::string_view bytes, Access access = Access::reading);
 
     ~WatchedMap() { end(); }
     WatchedMap(WatchedMap &&other) noexcept;
@@ -54,6 +56,9 @@ private:
     static std::atomic<bool> lostAny_;
     Slot *slot_ = nullptr;
 };
+
+/** The bytes of the first map of a file; nothing when it has none, or the system does not tell. */
+std::string_view mapOf(const std::filesystem::path &file);
 
 /** The bytes of the map that an address is in; nothing when the system does not tell. */
 std::string_view mapAround(const void *address);

@@ -1,4 +1,5 @@
 #include "zdbs/embedded/store/writer_run.h"
+#include "zdbs/base/directory.h"
 
 #include <cassert>
 #include <cerrno>
@@ -54,12 +55,10 @@ void Writer::Run::removeLeftovers() const {
     for (const StoredSegment &segment : segments_)
         named.insert(environment_->segmentFile(segment.record.file).filename().native());
     std::error_code error;
-    fs::directory_iterator entry(environment_->segmentsDirectory(), error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        const fs::path &path = entry->path();
+    for (const std::string &name : namesIn(environment_->segmentsDirectory(), error)) {
         std::error_code ignored;
-        if (path.extension() == ".seg" && !named.contains(path.filename().native()))
-            fs::remove(path, ignored);
+        if (name.ends_with(".seg") && !named.contains(name))
+            fs::remove(environment_->segmentsDirectory() / name, ignored);
     }
     // Backed up and restored by hand, an empty database may have lost it.
     if (error) makePrivateDirectory(environment_->segmentsDirectory());

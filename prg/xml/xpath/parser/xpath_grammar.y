@@ -3,7 +3,9 @@
 
    Ownership: builders take over the nodes they are given. On failure the parser's stack is
    cleaned through the %destructor below; the values of the rule whose action fails are not on it
-   any more, so that such an action deletes them itself. Token texts belong to the driver. */
+   any more, so that such an action deletes them itself. Token texts belong to the driver. A builder
+   that throws leaves the parser by the shortest way: the driver's roster has the nodes then, and
+   the driver itself the parser's stack. */
 
 %define api.pure full
 %define api.prefix {xpath_}
@@ -24,6 +26,8 @@
 %code {
 #include "prg/xml/xpath/parser/zx_grammar.h"
 
+#define YYMALLOC(size) StackBlock(scanner, size)
+#define YYFREE(block) static_cast<void>(block)
 #define YYINITDEPTH 200
 #define YYMAXDEPTH 10000
 

@@ -18,6 +18,10 @@ void Error(void *scanner, const char *pszFormat, ...) {
     va_end(args);
 }
 
+void *StackBlock(void *scanner, size_t nSize) {
+    return xpath_get_extra(scanner)->Alloc(nSize);
+}
+
 namespace Scalar {
 
 XPathScalar *StringLiteral(const char *pszText) {

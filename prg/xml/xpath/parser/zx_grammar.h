@@ -12,6 +12,9 @@ namespace ZXGrammar {
 /// Reports to the scanner's parser driver; without a driver nothing is recorded.
 void Error(void *scanner, const char *pszFormat, ...) __attribute__((format(printf, 2, 3)));
 
+/// A block that the scanner's parser driver owns.
+void *StackBlock(void *scanner, size_t nSize);
+
 /// Expressions in predicates, and lists of them.
 namespace Expr {
 

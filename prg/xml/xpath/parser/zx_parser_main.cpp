@@ -41,7 +41,9 @@ XPathStatement *ZXParserMain::Parse(const char *pszText, CStringBuffer *pError) 
     if (pszText == nullptr) pszText = "";
     ParserSetup(pszText);
     XPathStatement *tree = nullptr;
+    XPathRoster roster;
     const int result = xpath_parse(&tree, m_scanner);
+    roster.keepNodes();
     if (result == 0) return tree;
 
     delete tree;  // complete, but followed by something that does not belong there
@@ -65,9 +67,10 @@ ZXSymbol *ZXParserMain::Lookup(const char *pszName) const {
 }
 
 void *ZXParserMain::Alloc(size_t nSize) {
-    void *block = std::calloc(nSize > 0 ? nSize : 1, 1);
+    m_memory.append(nullptr);  // a place for it first, so that it cannot be lost
+    void *const block = std::calloc(nSize > 0 ? nSize : 1, 1);
     if (block == nullptr) ZfxOutOfMemory();
-    m_memory.append(block);
+    m_memory.m_ppList[m_memory.size() - 1] = block;
     return block;
 }
 

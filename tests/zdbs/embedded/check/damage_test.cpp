@@ -6,24 +6,17 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <functional>
-#include <random>
 #include <string>
 
 #include "tests/zdbs/embedded/check/damage_list.h"
 #include "tests/zdbs/embedded/check/damaged_database.h"
-#include "zdbs/base/sink.h"
+#include "tests/zdbs/embedded/check/damaged_use.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/embedded_administration.h"
-#include "zdbs/embedded/fragments/tree_teller.h"
-#include "zdbs/embedded/paths/path_nodes.h"
 #include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
-#include "zdbs/export/xml_writer.h"
 #include "zdbs/load/loader.h"
-#include "zdbs/session/session.h"
 
 namespace zdbs::embedded {
 namespace {
@@ -39,15 +32,6 @@ std::string textOf(const CheckReport &report) {
     for (const Finding &finding : report.findings)
         text += finding.toString() + "\n";
     return text;
-}
-
-/** Failures are answers. */
-void attempt(const std::function<void()> &work) {
-    try {
-        work();
-    } catch (const Failure &) {
-        return;
-    }
 }
 
 /** Does the work in a process of its own; true when that ends by itself. */
@@ -72,78 +56,6 @@ bool succeeds(const std::function<void()> &work) {
             ::_exit(1);
         }
     });
-}
-
-std::size_t readNode(const NodeTable &nodes, NodeId node) {
-    std::size_t sum = 0;
-    attempt([&] { sum += static_cast<std::size_t>(nodes.kind(node)); });
-    attempt([&] { sum += nodes.parent(node); });
-    attempt([&] { sum += nodes.lastBelow(node); });
-    attempt([&] { sum += nodes.name(node).local.size(); });
-    attempt([&] { sum += nodes.value(node).size(); });
-    attempt([&] { sum += nodes.namespaces(node).size(); });
-    return sum;
-}
-
-void readPaths(const PathTable &table) {
-    for (PathId path = 0; path < table.summary().size(); ++path) {
-        attempt([&] {
-            const PathNodes nodes = wholePaths(table, std::span(&path, 1));
-            nodeIdsOf(table, nodes);
-        });
-    }
-}
-
-void readAll(const DamagedDatabase &database) {
-    const auto home = Home::open(database.home());
-    const auto snapshot = home->snapshot("db");
-    std::size_t sum = 0;
-    for (const DocumentRange &document : snapshot->documents()) {
-        for (std::uint64_t node = document.first; node <= document.last; ++node)
-            sum += readNode(*snapshot, static_cast<NodeId>(node));
-        attempt([&] {
-            ChunkSink sink([&](std::string_view text) { sum += text.size(); });
-            XmlWriter writer(sink);
-            NodeReader reader(*snapshot);
-            TreeTeller(*snapshot, reader).tellDocument(document, writer);
-            sink.flush();
-        });
-    }
-    EXPECT_GT(sum, 0U);
-    readPaths(*snapshot);
-}
-
-/** Of a set that was made: what cannot be counted fails when it is found. */
-void requireTold(const Session &session) {
-    try {
-        session.lastSearch();
-    } catch (const Failure &failure) {
-        if (failure.status() != Status::noSet) std::abort();
-    }
-}
-
-void query(const DamagedDatabase &database) {
-    const auto session = Session::ofOwner(administerHome(database.home())->open("db"));
-    for (const char *command :
-         {"DEFINE FIND MIN=0", "BASE db", "FIND N_NAME=item", "FIND N_NAME=n AND N_TVALUE<&500&",
-          "FIND N_TYPE=TEXT AND N_TVALUE=$words that$", "FIND N_TVALUE=$word699 $",
-          "FIND N_TVALUE=&kind3&", "FIND XPATH(child,2,0,1)", "FIND XPATH(descendant,0,2,2)",
-          "FIND XPATH(parent,5,2,2)", "FIND XPATH(following,2,4,1)", "FIND XPATH(ancestor,4,0,2)",
-          "FIND XPATH(SELF,2,2,1,EQ,3)", "FIND N_NAME=level AND N_ID>3000"}) {
-        attempt([&] { session->execute(command); });
-        requireTold(*session);
-    }
-}
-
-void change(const DamagedDatabase &database) {
-    const auto home = Home::open(database.home());
-    attempt([&] {
-        const auto writer = home->write("db");
-        Loader(*writer).load(*openText("<items><item n='1'>new</item></items>"), "new", "new");
-        writer->removeDocument("other.xml");
-        writer->commit();
-    });
-    attempt([&] { home->write("db")->compact(); });
 }
 
 TEST(DamagedDatabase, IsSoundBeforeItIsDamaged) {
@@ -267,25 +179,10 @@ INSTANTIATE_TEST_SUITE_P(Files, DamageTest, testing::ValuesIn(fileDamages()), na
 INSTANTIATE_TEST_SUITE_P(Catalogue, DamageTest, testing::ValuesIn(catalogueDamages()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Segments, DamageTest, testing::ValuesIn(segmentDamages()), nameOf);
 
-/** Changes bytes of columns at random and makes the checksums fit. */
-void scramble(SegmentImage &image, std::mt19937 &random) {
-    for (std::uint32_t changes = 1 + random() % 4; changes > 0; --changes) {
-        std::string *bytes = &image.pathOfNode;
-        if (random() % 4 != 0) {
-            const auto local = random() % image.columns.size();
-            bytes = &image.columns[local][random() % segmentColumnCount];
-        }
-        if (bytes->empty()) continue;
-        const std::size_t near =
-            random() % 2 == 0 ? std::min<std::size_t>(32, bytes->size()) : bytes->size();
-        (*bytes)[random() % near] = static_cast<char>(random());
-    }
-}
-
 class ScrambledTest : public testing::TestWithParam<std::uint32_t> {};
 
 TEST_P(ScrambledTest, ColumnsDoNoHarm) {
-    std::mt19937 random(GetParam());
+    support::Choices random(GetParam());
     for (int turn = 0; turn < 8; ++turn) {
         const DamagedDatabase database;
         database.change(random() % database.segmentCount(),

@@ -17,8 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t items = 420;
-
 void require(int error) {
     if (error != MDB_SUCCESS) throw std::runtime_error(::mdb_strerror(error));
 }
@@ -157,11 +155,11 @@ void add(Writer &writer, const std::string &name, const std::string &xml) {
 
 }  // namespace
 
-DamagedDatabase::DamagedDatabase() {
-    load();
+DamagedDatabase::DamagedDatabase(std::size_t items) {
+    load(items);
 }
 
-void DamagedDatabase::load() const {
+void DamagedDatabase::load(std::size_t items) const {
     const auto created = Home::create(home());
     created->createDatabase("db");
     const auto environment = Environment::open(path());

@@ -25,7 +25,8 @@ namespace zdbs::embedded {
  */
 class DamagedDatabase {
 public:
-    DamagedDatabase();
+    /** @param items how many "items.xml" has; with a few there is one segment for each load */
+    explicit DamagedDatabase(std::size_t items = 420);
 
     std::filesystem::path home() const { return directory_.path() / "home"; }
     std::filesystem::path path() const { return home() / "databases" / "db"; }
@@ -71,7 +72,7 @@ public:
     std::vector<NodeId> documents() const;
 
 private:
-    void load() const;
+    void load(std::size_t items) const;
 
     support::TemporaryDirectory directory_;
 };

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -356,6 +357,39 @@ TEST_F(EnvironmentTest, IsNotOpenedWithALockFileThatNamesNoCommit) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(records(open()), 2U);
+}
+
+TEST_F(EnvironmentTest, IsReadBy2048AtOnceAndTheNextOneIsToldSo) {
+    const auto environment = open();
+    std::vector<std::unique_ptr<ReadTransaction>> readers;
+    for (int i = 0; i < 2048; ++i)
+        readers.push_back(std::make_unique<ReadTransaction>(environment));
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { const ReadTransaction oneMore(environment); }, &sentence),
+              Status::storeFailed);
+    EXPECT_THAT(sentence, HasSubstr("2048 sessions read it, and there can be no more"));
+    readers.pop_back();
+    EXPECT_NO_THROW(const ReadTransaction inItsPlace(environment));
+}
+
+TEST_F(EnvironmentTest, WhoseTableOfReadersIsCutShortIsDamagedAndCloses) {
+    for (const std::uintmax_t size : {0U, 64U, 4096U}) {
+        const fs::path readers = directory_.path() / "lock.mdb";
+        auto environment = open();
+        const ReadTransaction before(environment);
+        fs::resize_file(readers, size);
+        std::string sentence;
+        std::vector<std::unique_ptr<ReadTransaction>> more;  // the places of the first are there
+        const Status status = statusOf(
+            [&] {
+                for (int i = 0; i < 200; ++i)
+                    more.push_back(std::make_unique<ReadTransaction>(environment));
+            },
+            &sentence);
+        EXPECT_EQ(status, Status::homeDamaged) << size;
+        EXPECT_THAT(sentence, HasSubstr("lock.mdb is damaged: it was cut short"));
+        fs::remove(readers);
+    }
 }
 
 TEST_F(EnvironmentTest, GivesThePlacesOfDeadReadersBack) {

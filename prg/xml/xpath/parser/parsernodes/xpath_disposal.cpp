@@ -22,7 +22,7 @@ void queueNode(XPathExpression *pNode) noexcept {
 }  // namespace
 
 void disposeNode(XPathExpression *pNode) noexcept {
-    if (pNode == nullptr) return;
+    if (pNode == nullptr || XPathRoster::isDeleting()) return;
     if (pendingNodes != nullptr) {
         queueNode(pNode);
         return;

@@ -6,8 +6,10 @@
 #include "prg/xml/xpath/parser/parsernodes/xpath_print.h"
 #include "prg/xml/xpath/parser/xpath_exception.h"
 
+XPathExpression::XPathExpression() : m_entry(*this) {}
+
 XPathExpression::XPathExpression(const XPathExpression &source)
-    : m_bIsParenthesized(source.m_bIsParenthesized) {}
+    : m_bIsParenthesized(source.m_bIsParenthesized), m_entry(*this) {}
 
 XPathExpression::~XPathExpression() = default;
 

@@ -2,6 +2,7 @@
 #define PRG_XML_XPATH_PARSER_PARSERNODES_XPATH_EXPRESSION_H
 
 #include "foundation/string_buffer.h"
+#include "prg/xml/xpath/parser/parsernodes/xpath_roster.h"
 
 /// Root of the expression tree: what every node can do.
 ///
@@ -16,7 +17,7 @@
 /// no form of its own for them; the catcher deletes it. A tree belongs to one thread.
 class XPathExpression {
 public:
-    XPathExpression() = default;
+    XPathExpression();
     /// Takes over the round-bracket mark and nothing else.
     XPathExpression(const XPathExpression &source);
     XPathExpression &operator=(const XPathExpression &) = delete;
@@ -55,6 +56,7 @@ protected:
 
 private:
     bool m_bIsParenthesized = false;
+    XPathRoster::Entry m_entry;
 };
 
 #endif

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "foundation/process_limits.h"
 #include "foundation/standard_descriptors.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int usageError = 1;
 constexpr int lostInput = 1;
+constexpr int noMemory = 1;
 constexpr int unreadableScript = 2;
 
 void printBanner() {
@@ -99,6 +101,14 @@ int runProgram(int argc, char **argv) {
     return runSession(options);
 }
 
+/** Where there is no memory to begin with. The session itself goes on without some. */
+int runInMemory(int argc, char **argv) try {
+    return runProgram(argc, argv);
+} catch (const std::bad_alloc &) {
+    std::fputs("ERROR: Not enough memory.\n", stderr);
+    return noMemory;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -106,6 +116,6 @@ int main(int argc, char **argv) {
     standUpToProcessLimits();
     std::setlocale(LC_CTYPE, "");  // the character set; nothing else is taken from the locale
     installSignalHandlers();
-    const int status = runProgram(argc, argv);
+    const int status = runInMemory(argc, argv);
     return flushOutput() ? status : 1;
 }
