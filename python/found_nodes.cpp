@@ -115,7 +115,7 @@ FoundNode FoundNodes::at(std::uint64_t place) const {
 FoundNodes FoundNodes::part(std::uint64_t from, std::uint64_t count) const {
     const Turn turn = state_->turn();
     const RequestAnswer whole{state_->database(), set_, {}};
-    ResultSetPtr part = admin::excerpt(whole, from, count);
+    ResultSetPtr part = excerpt(whole, from, count);
     part->size();
     return {state_, std::move(part)};
 }

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "tests/prg/xml/xpath/utils/vexa/vexa_fixture.h"
@@ -42,6 +43,18 @@ protected:
     }
     std::string historyFile() const { return directory_ / "state/vexa/history"; }
     std::string history() const { return support::readFile(historyFile()); }
+
+    /** On a wide terminal, on a narrow one, and on a narrow one under a Latin locale. */
+    void onEveryScreen(const std::function<void(TerminalProgram &)> &converse) {
+        for (const unsigned short columns : {80, 40}) {
+            TerminalProgram program(quietVexa(), columns);
+            converse(program);
+        }
+        for (const auto &[name, value] : support::makeLocale(directory_, "en_US", "ISO-8859-1"))
+            environment_[name] = value;
+        TerminalProgram latin(quietVexa(), 40);
+        converse(latin);
+    }
 
     /** Types what is to become a request, with Enter, and expects its result line. */
     void expectRequest(TerminalProgram &program, const std::string &typed,
@@ -105,10 +118,11 @@ TEST_F(LineEditing, windowMayBecomeNarrowerWhileALineIsTyped) {
 
 TEST_F(LineEditing, pasteOfAMegabyteGivesOneResultLine) {
     const std::string request = "a[b='" + std::string(1 << 20, 'x') + "']";
-    TerminalProgram program(quietVexa());
-    expectRequest(program, pasted("XFIND " + request + ";"), request);
-    leave(program);
-    EXPECT_EQ(countOf(program.screen(), result), 1U);
+    onEveryScreen([&](TerminalProgram &program) {
+        expectRequest(program, pasted("XFIND " + request + ";"), request);
+        leave(program);
+        EXPECT_EQ(countOf(program.screen(), result), 1U);
+    });
 }
 
 TEST_F(LineEditing, lineThatIsLongerThanWhatATerminalReadsIsWholeWithoutPasteBrackets) {
@@ -120,16 +134,17 @@ TEST_F(LineEditing, lineThatIsLongerThanWhatATerminalReadsIsWholeWithoutPasteBra
 }
 
 TEST_F(LineEditing, linesOfAPasteAreStatementsOnlyWhenTheyAreSentOff) {
-    TerminalProgram program(quietVexa());
-    ASSERT_TRUE(program.expect(prompt));
-    program.type(pasted("xfind //bed;\rxfind\r//em\r;"));
-    ASSERT_TRUE(program.expect("//em"));
-    EXPECT_THAT(program.screen(), Not(HasSubstr(result)));
-    program.type("\r");
-    ASSERT_TRUE(program.expect("<1>\t<1>\t//bed\r\n"));
-    ASSERT_TRUE(program.expect("Vexa[01]> xfind\r\nVexa[02]> //em\r\nVexa[03]> ;\r\n"));
-    ASSERT_TRUE(program.expect("//em\r\n"));
-    leave(program);
+    onEveryScreen([&](TerminalProgram &program) {
+        ASSERT_TRUE(program.expect(prompt));
+        program.type(pasted("xfind //bed;\rxfind\r//em\r;"));
+        ASSERT_TRUE(program.expect("//em"));
+        EXPECT_THAT(program.screen(), Not(HasSubstr(result)));
+        program.type("\r");
+        ASSERT_TRUE(program.expect("<1>\t<1>\t//bed\r\n"));
+        ASSERT_TRUE(program.expect("Vexa[01]> xfind\r\nVexa[02]> //em\r\nVexa[03]> ;\r\n"));
+        ASSERT_TRUE(program.expect("//em\r\n"));
+        leave(program);
+    });
 }
 
 TEST_F(LineEditing, controlCharactersOfAPasteAreText) {
@@ -206,22 +221,24 @@ TEST_F(LineEditing, sessionGoesOnWhereNoHistoryCanBeKept) {
 }
 
 TEST_F(LineEditing, interruptKeyDropsWhatWasTyped) {
-    TerminalProgram program(quietVexa());
-    ASSERT_TRUE(program.expect(prompt));
-    program.type("xfind //bed\r");
-    ASSERT_TRUE(program.expect("Vexa[02]> "));
-    program.type("nonsense\003");
-    ASSERT_TRUE(program.expect("^C\r\n"));
-    expectRequest(program, "xfind //em;", "//em");
-    leave(program);
+    onEveryScreen([&](TerminalProgram &program) {
+        ASSERT_TRUE(program.expect(prompt));
+        program.type("xfind //bed\r");
+        ASSERT_TRUE(program.expect("Vexa[02]> "));
+        program.type("nonsense\003");
+        ASSERT_TRUE(program.expect("^C\r\n"));
+        expectRequest(program, "xfind //em;", "//em");
+        leave(program);
+    });
 }
 
 TEST_F(LineEditing, endOfInputKeyOnAnEmptyLineEndsTheProgram) {
-    TerminalProgram program(quietVexa());
-    ASSERT_TRUE(program.expect(prompt));
-    program.type("\004");
-    EXPECT_EQ(program.finish(), exited(0));
-    EXPECT_TRUE(program.echoes());
+    onEveryScreen([](TerminalProgram &program) {
+        ASSERT_TRUE(program.expect(prompt));
+        program.type("\004");
+        EXPECT_EQ(program.finish(), exited(0));
+        EXPECT_TRUE(program.echoes());
+    });
 }
 
 TEST_F(LineEditing, endingSignalsGiveTheTerminalBack) {
