@@ -79,7 +79,7 @@ long support::liveBlocks() {
     return live;
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(OPERATOR_NEW_ONLY)
 
 void *operator new(std::size_t size) {
     void *block =

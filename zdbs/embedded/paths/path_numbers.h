@@ -12,7 +12,7 @@
 namespace zdbs::embedded {
 
 /**
- * Maps paths to numbers, 0 where none was set. The table behind it is kept by the thread
+ * Maps paths to numbers, 0 where none was set. The table behind it is kept by the process
  * and cleared where it was used, so that a map of few paths costs as much as they are, and
  * not as many as there are in the summary. For local use in one thread.
  */
@@ -42,7 +42,7 @@ private:
         std::vector<PathId> used;
     };
 
-    /** Tables of this thread that nobody uses now. */
+    /** Tables that nobody uses now. REQUIRES the mutex. */
     static std::vector<std::unique_ptr<Table>> &unused();
 
     std::unique_ptr<Table> table_;

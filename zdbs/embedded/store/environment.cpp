@@ -468,9 +468,12 @@ void Environment::fail(int error) const {
         case EACCES:
         case EPERM:
             throw Failure(Status::homeUnreadable, {place, text});
-        case MDB_READERS_FULL:
-            throw Failure(Status::storeFailed, {place + ": " + std::to_string(maxReaders) +
+        case MDB_READERS_FULL: {
+            unsigned count = maxReaders;  // some more where the file has room for them
+            ::mdb_env_get_maxreaders(env_, &count);
+            throw Failure(Status::storeFailed, {place + ": " + std::to_string(count) +
                                                 " sessions read it, and there can be no more"});
+        }
         case EIO:
             if (isDiskFull(directory_)) throwWriteError(ENOSPC, dataFile(directory_));
             throwWriteError(error, dataFile(directory_));

@@ -21,8 +21,8 @@ void queueNode(XPathExpression *pNode) noexcept {
 
 }  // namespace
 
-void disposeNode(XPathExpression *pNode) noexcept {
-    if (pNode == nullptr || XPathRoster::isDeleting()) return;
+void disposeExpression(XPathExpression *pNode) noexcept {
+    if (pNode == nullptr) return;
     if (pendingNodes != nullptr) {
         queueNode(pNode);
         return;
