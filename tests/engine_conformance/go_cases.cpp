@@ -33,9 +33,9 @@ Texts textsIn(const std::string &value) {
     return texts;
 }
 
-/** What an expected node has as its string-value: it is written as markup, attributes as x="y". */
+/** What an expected node has as its string-value: it is written as markup. */
 std::string stringValueOf(const std::string &markup) {
-    static const std::regex attribute("^[\\w:]+=\"(.*)\"$");
+    static const std::regex attribute("^<\\?attribute \\S+=\"([^\"]*)\".*\\?>$");
     static const std::regex comment("^<!--([^]*)-->$");
     static const std::regex instruction("^<\\?\\S+\\s*([^]*)\\?>$");
     for (const std::regex &form : {attribute, comment, instruction}) {
