@@ -121,6 +121,21 @@ std::string XPathOracle::answer(const std::string &expression) {
     return text;
 }
 
+std::optional<std::string> XPathOracle::answerWithin(unsigned long operations,
+                                                     const std::string &expression) {
+    constexpr int tooManyOperations =
+        static_cast<int>(XML_XPATH_EXPRESSION_OK) + static_cast<int>(XPATH_OP_LIMIT_EXCEEDED);
+    context_->opLimit = operations;
+    context_->opCount = 0;
+    xmlResetError(&context_->lastError);
+    try {
+        return answer(expression);
+    } catch (const std::runtime_error &) {
+        if (context_->lastError.code != tooManyOperations) throw;
+        return std::nullopt;
+    }
+}
+
 XPathOracle::Selection XPathOracle::select(const std::string &expression) {
     Selection found = evaluate(expression);
     if (!found || found->type != XPATH_NODESET)

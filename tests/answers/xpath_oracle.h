@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,13 @@ public:
      * many digits as it has; "string …"; "boolean true". Throws when it is no expression.
      */
     std::string answer(const std::string &expression);
+
+    /**
+     * The same; nothing where the engine takes more than so many operations, a node on the way
+     * being one.
+     */
+    std::optional<std::string> answerWithin(unsigned long operations,
+                                            const std::string &expression);
 
     /** From now on no node is in a namespace: a name without prefix asks for the local part. */
     void forgetNamespaces();

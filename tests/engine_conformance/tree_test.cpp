@@ -123,6 +123,19 @@ TEST_P(Tree, ComparesValuesAsTextsAndAsNumbers) {
     EXPECT_EQ(found({Relation::greaterEqual, "t"}), "3 7 ");
 }
 
+TEST_P(Tree, TellsElementsWithOneTextAtMost) {
+    Collection own(GetParam());
+    own.load({{"other",
+               "<a><b>x</b><b/><b y='1'>z<!--c--></b><d>p<!--q-->r</d>"
+               "<e><b>u<f/></b>v</e></a>"}});
+    const auto database = own.open();
+    const TreeText text(*database);
+    const NodeTree &tree = text.tree();
+    const ResultSetPtr elements = tree.matching({NodeKind::element});
+    EXPECT_EQ(text.of(*tree.withOneText(*elements)), "2 4 5 16 ");
+    EXPECT_EQ(text.of(*tree.withOneText(*tree.listed({}))), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, Tree, ::testing::ValuesIn(allEngines()), nameOfEngine);
 
 /** Everything that can be asked of two sets and the roots. */

@@ -70,6 +70,7 @@ void AnswerOutput::writeValue(const std::string &text, std::string_view type,
         json.beginObject().key("request").value(text);
         json.key("type").value(type).key("value").value(value);
         json.key("milliseconds").value(time);
+        addNotesOn(text, {}, json);
         return writeOutput(json.endObject().text() + '\n');
     }
     const std::string shown = outputWidth() > 0 ? visibleText(value) : std::string(value);

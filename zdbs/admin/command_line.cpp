@@ -369,11 +369,12 @@ private:
                            "Expressions; - or none: the lines of standard input");
         addPairs(command, "--namespace", xpath_.namespaces, "PREFIX=URI",
                  "A prefix of the expressions");
-        addPairs(command, "--variable", xpath_.variables, "NAME=TEXT",
-                 "A variable of the expressions, a string");
+        addPairs(command, "--variable", xpath_.variables, "NAME[:TYPE]=VALUE",
+                 "A variable of the expressions: a string, or of the type number or boolean");
         command.add_flag("--explain", xpath_.explains,
                          "Print how the expressions are understood and found, not their values");
         addAnswerForms(command, xpath_.forms);
+        addNoNotes(command, xpath_.withoutNotes);
     }
 
     static void addPairs(CLI::App &command, const char *name, std::vector<std::string> &pairs,

@@ -117,9 +117,10 @@ struct XPathRequest {
     std::string database;
     std::vector<std::string> requests;  ///< expressions; "-", or none: the lines of standard input
     std::vector<std::string> namespaces;  ///< "prefix=URI"
-    std::vector<std::string> variables;   ///< "name=text"
+    std::vector<std::string> variables;   ///< "name=text" or "name:type=value"
     bool explains = false;                ///< how they are understood and found; no answers
     AnswerForms forms;
+    bool withoutNotes = false;
 };
 
 /** As query(), in the language of XPath 1.0. */

@@ -1,10 +1,12 @@
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <functional>
-#include <map>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "zdbs/admin/commands.h"
@@ -12,7 +14,9 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
+#include "zdbs/admin/xpath_notes.h"
 #include "zdbs/answers/json.h"
+#include "zdbs/answers/request_notes.h"
 #include "zdbs/base/status.h"
 #include "zdbs/xpath/characters.h"
 #include "zdbs/xpath/evaluator.h"
@@ -25,28 +29,58 @@ namespace zdbs::admin {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Pairs = std::map<std::string, std::string, std::less<>>;
+struct Pair {
+    std::string name;
+    std::string text;
+};
 
 /** "name=text", as options have it. */
-Pairs pairsOf(const std::vector<std::string> &arguments, std::string_view option) {
-    Pairs pairs;
-    for (const std::string &argument : arguments) {
-        const std::size_t sign = argument.find('=');
-        const std::string name = argument.substr(0, sign);
-        const bool isName = !name.empty() && xpath::nameLength(name) == name.size();
-        if (sign == std::string::npos || !isName)
-            throw UsageError(std::string(option) + " takes a name, = and a text, not " +
-                             visibleText(argument) + ".");
-        pairs[name] = argument.substr(sign + 1);
+Pair pairOf(const std::string &argument, std::string_view option, std::string_view form) {
+    const std::size_t sign = argument.find('=');
+    Pair pair{argument.substr(0, sign), {}};
+    if (sign != std::string::npos) pair.text = argument.substr(sign + 1);
+    // Only the name of a variable can have a type behind it.
+    const std::string bare =
+        pair.name.substr(0, option == "--variable" ? pair.name.find(':') : std::string::npos);
+    const bool isName = !bare.empty() && xpath::nameLength(bare) == bare.size();
+    if (sign == std::string::npos || !isName)
+        throw UsageError(std::string(option) + " takes " + std::string(form) + ", not " +
+                         visibleText(argument) + ".");
+    return pair;
+}
+
+/** The text of a variable as the type that stands behind its name. */
+xpath::Scalar valueOf(const Pair &pair, std::string_view type) {
+    if (type.empty() || type == "string") return pair.text;
+    if (type == "number") {
+        const double number = xpath::toNumber(std::string_view(pair.text));
+        if (!std::isnan(number) || pair.text == "NaN") return number;
+        throw UsageError("The variable " + pair.name + " is no number: " + visibleText(pair.text) +
+                         ".");
     }
-    return pairs;
+    if (type == "boolean") {
+        if (pair.text == "true" || pair.text == "false") return pair.text == "true";
+        throw UsageError("The variable " + pair.name + " is true or false, not " +
+                         visibleText(pair.text) + ".");
+    }
+    throw UsageError("A variable is a string, a number or a boolean, not " + visibleText(type) +
+                     ".");
 }
 
 xpath::Surroundings surroundingsOf(const XPathRequest &request) {
-    xpath::Surroundings surroundings{pairsOf(request.namespaces, "--namespace"),
-                                     pairsOf(request.variables, "--variable")};
-    if (surroundings.namespaces.contains("xml"))
-        throw UsageError("The prefix xml has its namespace already.");
+    xpath::Surroundings surroundings;
+    for (const std::string &argument : request.namespaces) {
+        Pair pair = pairOf(argument, "--namespace", "a prefix, = and a URI");
+        if (pair.name == "xml") throw UsageError("The prefix xml has its namespace already.");
+        surroundings.namespaces[pair.name] = std::move(pair.text);
+    }
+    for (const std::string &argument : request.variables) {
+        const Pair pair =
+            pairOf(argument, "--variable", "a name, perhaps with : and a type, = and a value");
+        const std::size_t colon = pair.name.find(':');
+        const std::string type = colon == std::string::npos ? "" : pair.name.substr(colon + 1);
+        surroundings.variables[pair.name.substr(0, colon)] = valueOf(pair, type);
+    }
     return surroundings;
 }
 
@@ -102,27 +136,43 @@ public:
           surroundings_(surroundingsOf(request)),
           explains_(request.explains),
           asJson_(request.forms.asJson),
-          output_(request.forms) {}
+          notes_([this](const auto &text, const auto &error) { return notesOn(text, error); },
+                 request.forms.asJson, request.withoutNotes),
+          output_(request.forms, &notes_) {}
 
     /** Hands its answer on before the next one, for those who wait at the other end of a pipe. */
     void answer(const std::string &text) {
         const Interruption interruption;
+        std::string error;
         try {
             answerOrThrow(text);
-        } catch (const xpath::RequestError &error) {
-            fail(text, error, error.excerpt());
+        } catch (const xpath::RequestError &wrong) {
+            error = wrong.what();
+            fail(text, wrong, wrong.excerpt());
         } catch (const Failure &failure) {
             Interruption::endIfRequested(text);
             if (failure.status() == Status::writeFailed) throw;
+            error = failure.what();
+            fail(text, failure, {});
+        } catch (const std::bad_alloc &) {
+            // What the expression held is free again; the next one may need less.
+            const Failure failure(Status::outOfMemory);
+            error = failure.what();
             fail(text, failure, {});
         }
         finishOutput();
+        notes_.show(text, error);
         Interruption::endIfRequested(text);
     }
 
     bool allRan() const { return allRan_; }
 
 private:
+    std::vector<notes::Note> notesOn(const std::string &text, const std::string &error) const {
+        if (!error.empty()) return {};
+        return notesOnNames(*xpath::parse(text, surroundings_), collection_);
+    }
+
     void answerOrThrow(const std::string &text) {
         if (text.size() > longestRequest)
             throw Failure(Status::requestFailed, {"it is longer than a request can be"});
@@ -172,6 +222,7 @@ private:
     const xpath::Surroundings surroundings_;
     const bool explains_;
     const bool asJson_;
+    RequestNotes notes_;
     AnswerOutput output_;
     bool allRan_ = true;
 };

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <utility>
 
 #include "zdbs/answers/request_check.h"
 
@@ -23,6 +25,18 @@ std::vector<notes::KnownName> namesOf(const Session &session) {
     return known;
 }
 
+/** The names of the database are looked up once. */
+RequestNotes::Finder finderOf(const Session &session) {
+    return [&session, names = std::optional<std::vector<notes::KnownName>>()](
+               const std::string &request, const std::string &error) mutable {
+        if (isFindCommand(request)) return std::vector<notes::Note>();
+        return notes::notesOn(request, error, [&] {
+            if (!names) names = namesOf(session);
+            return *names;
+        });
+    };
+}
+
 std::size_t errorWidth() {
     constexpr std::size_t usual = 80;
     constexpr std::size_t least = 20;
@@ -38,30 +52,25 @@ void showLine(const std::string &line) {
 
 }  // namespace
 
-RequestNotes::RequestNotes(const Session &session, bool asJson, bool withoutNotes)
-    : session_(session),
+RequestNotes::RequestNotes(Finder find, bool asJson, bool withoutNotes)
+    : find_(std::move(find)),
       areListed_(asJson && !withoutNotes),
       areShown_(!asJson && !withoutNotes && ::isatty(STDERR_FILENO) == 1) {}
 
-std::vector<notes::Note> RequestNotes::find(const std::string &request, const std::string &error) {
-    if (isFindCommand(request)) return {};
-    return notes::notesOn(request, error, [this] {
-        if (!names_) names_ = namesOf(session_);
-        return *names_;
-    });
-}
+RequestNotes::RequestNotes(const Session &session, bool asJson, bool withoutNotes)
+    : RequestNotes(finderOf(session), asJson, withoutNotes) {}
 
 std::vector<std::string> RequestNotes::on(const std::string &request, const std::string &error) {
     std::vector<std::string> sentences;
     if (!areListed_) return sentences;
-    for (const notes::Note &note : find(request, error))
+    for (const notes::Note &note : find_(request, error))
         sentences.push_back(notes::sentenceOf(note, request));
     return sentences;
 }
 
 void RequestNotes::show(const std::string &request, const std::string &error) {
     if (!areShown_) return;
-    for (const notes::Note &note : find(request, error)) {
+    for (const notes::Note &note : find_(request, error)) {
         const std::string lines = notes::linesOf(note, request, errorWidth());
         for (std::size_t begin = 0, end = 0; begin < lines.size(); begin = end + 1) {
             end = lines.find('\n', begin);

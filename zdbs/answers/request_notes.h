@@ -2,7 +2,7 @@
 #ifndef ZDBS_ANSWERS_REQUEST_NOTES_H
 #define ZDBS_ANSWERS_REQUEST_NOTES_H
 
-#include <optional>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,11 +14,18 @@ namespace zdbs {
 
 /**
  * What whoever typed a request may want to know beside its answer. In text they are lines on
- * standard error, and only where that is a terminal. The names of the database are looked up once.
+ * standard error, and only where that is a terminal.
  */
 class RequestNotes {
 public:
-    /** The session must outlive it, and stay with one state. */
+    /** What can be said of a request, and of the message that it was answered with, or none. */
+    using Finder = std::function<std::vector<notes::Note>(const std::string &request,
+                                                          const std::string &error)>;
+
+    RequestNotes(Finder find, bool asJson, bool withoutNotes);
+
+    /** On requests of the shell's language. The session must outlive it, and stay with one state.
+     */
     RequestNotes(const Session &session, bool asJson, bool withoutNotes);
 
     /** For JSON; none otherwise. @param error the message of a failure, or empty */
@@ -28,12 +35,9 @@ public:
     void show(const std::string &request, const std::string &error);
 
 private:
-    std::vector<notes::Note> find(const std::string &request, const std::string &error);
-
-    const Session &session_;
+    Finder find_;
     bool areListed_;
     bool areShown_;
-    std::optional<std::vector<notes::KnownName>> names_;
 };
 
 /** As "notes", when there are some. */

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -123,6 +124,18 @@ public:
             *paths, PendingNodes(*paths, std::move(candidates), std::move(conditions), nullptr)));
     }
 
+    ResultSetPtr withOneText(const ResultSet &elements) const override {
+        heedStop();
+        const PathTable *const paths = table_->paths();
+        if (!paths || !paths->summary().irregular().empty()) return listed({});
+        return intact(*table_, [&] {
+            PathNodes nodes = listOf(elements)->byPath(*paths);
+            std::erase_if(nodes,
+                          [&](const PathPart &part) { return !hasOneText(*paths, part.path); });
+            return made(makeList(*paths, std::move(nodes)));
+        });
+    }
+
     std::vector<RecordId> numbers(const ResultSet &set) const override {
         const NodeIds ids = intact(*table_, [&] { return listOf(set)->numbers(); });
         return {ids.begin(), ids.end()};
@@ -165,6 +178,41 @@ private:
         if (rows && !rows->isEmpty()) nodes.push_back({path, std::move(rows)});
     }
 
+    /** Whether elements of a path have nothing but one text at most; found out once. */
+    bool hasOneText(const PathTable &table, PathId path) const {
+        const auto known = oneText_.find(path);
+        if (known != oneText_.end()) return known->second;
+        return oneText_[path] = findsOneText(table, path);
+    }
+
+    static bool findsOneText(const PathTable &table, PathId path) {
+        const PathSummary &summary = table.summary();
+        std::size_t texts = 0;
+        bool hasOne = summary[path].kind == NodeKind::element;
+        for (const PathId below : summary.children(path)) {
+            const NodeKind kind = summary[below].kind;
+            if (kind == NodeKind::text) ++texts;
+            hasOne = hasOne && texts <= 1 && kind != NodeKind::element &&
+                     (kind != NodeKind::text || isOneOfEach(table, below));
+        }
+        return hasOne;
+    }
+
+    /** Whether no parent has two nodes of a path. */
+    static bool isOneOfEach(const PathTable &table, PathId path) {
+        std::optional<RowId> last;
+        std::array<RowId, RowReader::batchSize> parents;
+        RowReader reader(table, path, *table.liveRows(path));
+        for (RowBatch batch; reader.next(batch);) {
+            readParents(batch, parents);
+            for (std::size_t i = 0; i < batch.rows.size(); ++i) {
+                if (last == parents[i]) return false;
+                last = parents[i];
+            }
+        }
+        return true;
+    }
+
     NodeIds matchingOneByOne(const NodePattern &pattern) const {
         NodeIds nodes;
         for (const NodeId node : state_.universe.set()->ids()) {
@@ -184,6 +232,7 @@ private:
     std::shared_ptr<const NodeTable> table_;
     const DatabaseState &state_;
     std::vector<DocumentSpan> documents_;
+    mutable std::unordered_map<PathId, bool> oneText_;
 };
 
 }  // namespace

@@ -104,6 +104,12 @@ public:
 
     /** Before what was told becomes an answer: throws Failure when it was lost meanwhile. */
     virtual void requireIntact() const {}
+
+    /**
+     * Elements of a set that have no element in them and one text at most, whose value is that of
+     * the element. An engine tells those that it knows without a look at each; others are missing.
+     */
+    virtual ResultSetPtr withOneText(const ResultSet &elements) const = 0;
 };
 
 }  // namespace zdbs

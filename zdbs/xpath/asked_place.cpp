@@ -47,14 +47,15 @@ std::optional<AskedPlace> askedPlace(const Expression &predicate) {
     return AskedPlace{isTurned ? turned(relation) : relation, *place};
 }
 
-std::size_t nearestAsked(const Expression &predicate) {
+Reach reachOf(const Expression &predicate) {
     const auto asked = askedPlace(predicate);
-    if (!asked || asked->place < 0) return 0;
-    switch (asked->relation) {
+    if (!asked) return {};
+    const bool isFromTheFar = asked->place < 0;
+    switch (isFromTheFar ? turned(asked->relation) : asked->relation) {
         case Relation::equal:
         case Relation::less:
         case Relation::lessEqual:
-            return static_cast<std::size_t>(asked->place);
+            return {static_cast<std::size_t>(std::abs(asked->place)), isFromTheFar};
         case Relation::notEqual:
         case Relation::greater:
         case Relation::greaterEqual:
@@ -63,7 +64,7 @@ std::size_t nearestAsked(const Expression &predicate) {
         case Relation::any:
             break;
     }
-    return 0;
+    return {};
 }
 
 }  // namespace zdbs::xpath

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "zdbs/base/relation.h"
-#include "zdbs/xpath/expression.h"
+#include "zdbs/xpath/collection.h"
 
 namespace zdbs::xpath {
 
@@ -25,8 +25,8 @@ struct AskedPlace {
  */
 std::optional<AskedPlace> askedPlace(const Expression &predicate);
 
-/** The nodes nearest to the context that a predicate may let pass, how many; 0: not known. */
-std::size_t nearestAsked(const Expression &predicate);
+/** The nodes at one end of an axis that a predicate may let pass, and none beside them. */
+Reach reachOf(const Expression &predicate);
 
 }  // namespace zdbs::xpath
 

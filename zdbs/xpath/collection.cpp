@@ -96,6 +96,14 @@ Node Collection::firstOf(const NodeSet &set) const {
     return set.roots.empty() ? first : std::min(first, root(set.roots.front()));
 }
 
+NodeSet Collection::nodeAt(const NodeSet &set, double place) const {
+    if (place < 1 || place > static_cast<double>(sizeOf(set))) return none_;
+    const auto index = static_cast<std::int64_t>(place);
+    const Node found = set.roots.empty() ? nodeOf(database_.record(*set.nodes, index))
+                                         : nodesOf(set)[static_cast<std::size_t>(index) - 1];
+    return setOf({&found, 1});
+}
+
 std::uint64_t Collection::sizeOf(const NodeSet &set) const {
     return static_cast<std::uint64_t>(set.nodes->size()) + set.roots.size();
 }
@@ -188,6 +196,10 @@ NodeSet Collection::containers(const NodeSet &set) const {
     return {tree_->common(*set.nodes, *matching({NodeKind::element})), set.roots};
 }
 
+NodeSet Collection::attributesAmong(const NodeSet &set) const {
+    return {tree_->common(*set.nodes, *matching({NodeKind::attribute})), {}};
+}
+
 Nodes Collection::parents(std::span<const Node> nodes, const NodeSet &set) const {
     const std::vector<RecordId> told = tree_->parents(*set.nodes);
     Nodes result;
@@ -201,9 +213,8 @@ Nodes Collection::parents(std::span<const Node> nodes, const NodeSet &set) const
 }
 
 Nodes Collection::ends(std::span<const Node> nodes, const NodeSet &set) const {
-    return withRoots(nodes, tree_->ends(*set.nodes), [this](Node root) {
-        return nodeOf(tree_->documents()[documentOf(root)].last);
-    });
+    return withRoots(nodes, tree_->ends(*set.nodes),
+                     [this](Node root) { return lastOf(documentOf(root)); });
 }
 
 StringValues Collection::strings(std::span<const Node> nodes, const NodeSet &set) const {

@@ -42,6 +42,7 @@ public:
     std::size_t documentOf(Node node) const;
     Node rootOf(Node node) const { return root(documentOf(node)); }
     Node root(std::size_t document) const;
+    Node lastOf(std::size_t document) const { return nodeOf(tree_->documents()[document].last); }
     const NodeSet &roots() const { return roots_; }
 
     // Sets.
@@ -51,6 +52,9 @@ public:
 
     /** In document order. REQUIRES that it is not empty. */
     Node firstOf(const NodeSet &set) const;
+
+    /** The node at a place in document order, from 1 on; none where there are fewer. */
+    NodeSet nodeAt(const NodeSet &set, double place) const;
     std::uint64_t sizeOf(const NodeSet &set) const;
     bool isEmpty(const NodeSet &set) const { return sizeOf(set) == 0; }
     NodeSet united(const NodeSet &a, const NodeSet &b) const;
@@ -71,6 +75,13 @@ public:
 
     /** Those whose kind is element, and the roots. */
     NodeSet containers(const NodeSet &set) const;
+
+    NodeSet attributesAmong(const NodeSet &set) const;
+
+    /** Elements that the engine knows to have the value of their only text, or of none. */
+    NodeSet withOneText(const NodeSet &containers) const {
+        return {tree_->withOneText(*containers.nodes), {}};
+    }
 
     // Facts of nodes. REQUIRES ascending ones. Where the set is at hand that they are of, the
     // engine need not find out where each of them is.
@@ -101,16 +112,18 @@ private:
     mutable std::map<std::string, ResultSetPtr> matching_;  ///< by kind and name
 };
 
+/** How many nodes of a step are asked for of each context, from one end of the axis on. */
+struct Reach {
+    std::size_t most = 0;       ///< 0: all
+    bool isFromTheFar = false;  ///< the furthest ones, not the nearest
+};
+
 /** For each context the nodes of a step in document order, predicates aside. */
 class StepPairs {
 public:
-    /**
-     * REQUIRES ascending contexts.
-     * @param nearest how many nodes of a context are asked for, the nearest ones; 0: all. Of
-     * children and descendants there may be more.
-     */
+    /** REQUIRES ascending contexts. Of children and descendants there may be more than asked. */
     StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
-              const NodeTest &test, std::size_t nearest = 0);
+              const NodeTest &test, Reach reach = {});
 
     /** Nothing where there are more pairs than `most`; a single context has all of its. */
     std::optional<Groups> within(std::size_t most) const;
@@ -124,12 +137,12 @@ private:
     std::optional<Groups> outside(std::size_t most) const;
     void addBehind(Node end, Groups &result) const;
     void addBefore(Node node, const Nodes &ends, Groups &result) const;
-    const DocumentSpan &documentOf(Node node) const;
+    std::span<const Node> asked(std::span<const Node> inOrder) const;
 
     const Collection &collection_;
     std::span<const Node> contexts_;
     const AxisTraits &axis_;
-    std::size_t nearest_;
+    Reach reach_;
     NodeSet foundSet_;
     Nodes found_;  ///< of all contexts
 };

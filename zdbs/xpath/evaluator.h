@@ -5,12 +5,16 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "zdbs/xpath/expression_text.h"
+#include "zdbs/xpath/step_counts.h"
 #include "zdbs/xpath/values.h"
 
 namespace zdbs::xpath {
@@ -27,6 +31,8 @@ struct Contexts {
 
 /** Picks the nodes of a set that pass a comparison. */
 using NodeTrial = std::function<NodeSet(const NodeSet &)>;
+
+using CountTrial = std::function<bool(std::uint64_t)>;
 
 /** Most pairs of a context and a node of a step that are kept at a time. */
 constexpr std::size_t mostPairs = std::size_t{1} << 27U;
@@ -48,6 +54,9 @@ struct PartFound {
 
 /** The path of an expression that can be asked for from its last step on, or null. */
 const Path *pathThatCanBeGoneBack(const Expression &expression);
+
+/** The path of an expression whose last step may be counted, not listed, or null. */
+const Path *countablePath(const Expression &expression);
 
 /**
  * Evaluates expressions over one state of a database.
@@ -104,6 +113,7 @@ private:
     Value ofNodes(const Call &call, const Contexts &contexts);
     Value position(const Call &call, const Contexts &contexts);
     Value names(Function function, const Value &nodes);
+    Value count(const Expression &nodes, const Contexts &contexts);
     Value sum(const Value &nodes);
     Value language(const Value &wanted, const Contexts &contexts);
     Value identified(const Value &wanted, const Contexts &contexts);
@@ -127,6 +137,9 @@ private:
     NodeSet ofOne(const Path &path, NodeSet start);
     NodeSet step(const NodeSet &contexts, const Step &step);
     NodeSet countedAmongSiblings(const NodeSet &found, const Step &step);
+    NodeSet placed(const NodeSet &set, const Expression &predicate);
+    NodeSet placedInOrder(const NodeSet &set, const Expression &predicate);
+    NodeSet placedOneByOne(const NodeSet &set, const Expression &predicate);
     NodeSet stepByPairs(const NodeSet &contexts, const Step &step);
     Groups ofMany(const Path &path, Groups start);
     Groups step(const Groups &groups, const Step &step);
@@ -153,7 +166,14 @@ private:
 
     // set_counts.cpp
     std::optional<NodeSet> byCount(const NodeSet &set, const Operation &operation);
-    NodeSet counted(const NodeSet &set, const Path &path, Relation relation, double number);
+    NodeSet counted(const NodeSet &set, const Path &path, const CountTrial &passes);
+    std::optional<NodeSet> countedOneByOne(const NodeSet &set, const Path &path,
+                                           const CountTrial &passes);
+
+    // axis_counts.cpp
+    std::optional<std::vector<std::uint64_t>> countsOf(const Path &path,
+                                                       std::span<const Node> contexts);
+    std::shared_ptr<const StepCounts> countsOf(const Step &step, std::span<const Node> contexts);
 
     // name_predicates.cpp
     std::optional<NodeSet> byNames(const NodeSet &set, const Expression &predicate);
@@ -162,6 +182,7 @@ private:
     const Limits limits_;
     std::function<void(const PartFound &)> observer_;
     std::map<const Expression *, OfDocuments> ofDocuments_;
+    std::map<const Step *, std::shared_ptr<const StepCounts>> ofAllContexts_;
     std::optional<std::map<std::string, Nodes, std::less<>>> identifiers_;
 };
 

@@ -104,6 +104,17 @@ bool isPositional(const Step &step) {
                        [](const ExpressionPtr &one) { return isPositional(*one); });
 }
 
+bool isContextNode(const Step &step) {
+    return step.axis == Axis::self && step.test.kind == NodeTest::Kind::node &&
+           step.predicates.empty();
+}
+
+bool isContextNode(const Expression &expression) {
+    const auto *path = expression.as<Path>();
+    return path && path->start == Path::Start::context && path->steps.size() == 1 &&
+           isContextNode(path->steps.front());
+}
+
 std::string_view nameOf(Operator sign) {
     constexpr std::array<std::string_view, 15> names{
         "or", "and", "=", "!=", "<", "<=", ">", ">=", "+", "-", "*", "div", "mod", "-", "|"};

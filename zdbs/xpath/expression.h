@@ -33,6 +33,7 @@ struct Step {
     Axis axis = Axis::child;
     NodeTest test;
     std::vector<ExpressionPtr> predicates;
+    std::size_t offset = 0;  ///< of the node test in the request
 };
 
 struct StringLiteral {
@@ -119,6 +120,12 @@ inline bool isPositional(const Expression &predicate) {
 
 /** Whether any predicate of a step does. */
 bool isPositional(const Step &step);
+
+/** Whether it is `.`, without predicates. */
+bool isContextNode(const Step &step);
+
+/** Whether it is `.` and nothing else. */
+bool isContextNode(const Expression &expression);
 
 /** The operator as it is written. */
 std::string_view nameOf(Operator sign);

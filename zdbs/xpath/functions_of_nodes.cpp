@@ -29,10 +29,11 @@ Scalar scalarAt(const Value &value, std::size_t entry) {
     return std::string(value.texts()[entry]);
 }
 
-/** The functions that many values are tested by do without copies of them. */
-std::optional<bool> testOfTexts(Function function, std::string_view text, std::string_view part) {
-    if (function == Function::startsWith) return text.starts_with(part);
-    if (function == Function::contains) return text.find(part) != std::string_view::npos;
+/** The functions that ask for something of texts do without copies of them. */
+std::optional<Scalar> answerOfTexts(Function function, std::span<const std::string_view> texts) {
+    if (function == Function::startsWith) return texts[0].starts_with(texts[1]);
+    if (function == Function::contains) return texts[0].find(texts[1]) != std::string_view::npos;
+    if (function == Function::stringLength) return static_cast<double>(characterCount(texts[0]));
     return std::nullopt;
 }
 
@@ -67,14 +68,16 @@ Value answered(const Call &call, const Joined &joined) {
     const auto &values = joined.values();
     Answers answers(traitsOf(call.function).result);
     std::vector<Scalar> scalars(values.size());
+    std::vector<std::string_view> texts(values.size());
+    const bool areTexts = std::all_of(values.begin(), values.end(), [](const Value &value) {
+        return value.type() == ValueType::string;
+    });
     for (std::size_t place = 0; place < joined.size(); ++place) {
-        if (values.size() == 2 && values[0].type() == ValueType::string &&
-            values[1].type() == ValueType::string) {
-            const auto text = [&](const Value &value) {
-                return value.texts()[joined.entry(value, place)];
-            };
-            if (const auto passes = testOfTexts(call.function, text(values[0]), text(values[1]))) {
-                answers.add(*passes);
+        if (areTexts) {
+            for (std::size_t i = 0; i < values.size(); ++i)
+                texts[i] = values[i].texts()[joined.entry(values[i], place)];
+            if (auto answer = answerOfTexts(call.function, texts)) {
+                answers.add(std::move(*answer));
                 continue;
             }
         }
@@ -174,11 +177,20 @@ Value Evaluator::position(const Call &call, const Contexts &contexts) {
 }
 
 Value Evaluator::ofNodes(const Call &call, const Contexts &contexts) {
+    if (call.function == Function::count) return count(*call.arguments[0], contexts);
     const Value argument = arguments(call, contexts).front();
     if (call.function == Function::lang) return language(argument, contexts);
     if (call.function == Function::id) return identified(argument, contexts);
     if (call.function == Function::sum) return sum(argument);
-    if (call.function != Function::count) return names(call.function, argument);
+    return names(call.function, argument);
+}
+
+Value Evaluator::count(const Expression &nodes, const Contexts &contexts) {
+    if (const Path *path = contexts.size() > 1 ? countablePath(nodes) : nullptr) {
+        if (const auto counts = countsOf(*path, contexts.nodes))
+            return {Value::Numbers(counts->begin(), counts->end()), {}};
+    }
+    const Value argument = evaluate(nodes, contexts);
     Value::Numbers counts;
     for (std::size_t entry = 0; entry < argument.entries(); ++entry)
         counts.push_back(static_cast<double>(argument.nodes().count(entry)));

@@ -249,7 +249,12 @@ private:
         const auto found = surroundings_.variables.find(name.text);
         if (found == surroundings_.variables.end())
             fail(name.offset, "there is no variable $" + std::string(name.text));
-        return make(StringLiteral{found->second}, name.offset);
+        if (const auto *text = std::get_if<std::string>(&found->second))
+            return make(StringLiteral{*text}, name.offset);
+        if (const auto *number = std::get_if<double>(&found->second))
+            return make(NumberLiteral{*number}, name.offset);
+        const bool truth = std::get<bool>(found->second);
+        return make(Call{truth ? Function::logicalTrue : Function::logicalFalse, {}}, name.offset);
     }
 
     // FunctionCall ::= FunctionName '(' (Argument (',' Argument)*)? ')'
@@ -305,7 +310,7 @@ private:
 
     void steps(Path &path) {
         while (isNext("/") || isNext("//")) {
-            if (take().text == "//") path.steps.push_back(everyNode(Axis::descendantOrSelf));
+            if (take().text == "//") add(everyNode(Axis::descendantOrSelf), path);
             if (!beginsStep()) expected("a step");
             step(path);
         }
@@ -314,20 +319,26 @@ private:
     // Step ::= AxisSpecifier NodeTest Predicate* | '.' | '..'
     void step(Path &path) {
         const Level level(*this);
-        if (takeIf(".")) return path.steps.push_back(everyNode(Axis::self));
-        if (takeIf("..")) return path.steps.push_back(everyNode(Axis::parent));
+        if (takeIf(".")) return add(everyNode(Axis::self), path);
+        if (takeIf("..")) return add(everyNode(Axis::parent), path);
         Step step;
         step.axis = axis();
+        step.offset = next().offset;
         step.test = nodeTest();
         step.predicates = predicates();
-        add(std::move(step), path.steps);
+        add(std::move(step), path);
     }
 
     /**
-     * descendant-or-self::node()/child::x selects what descendant::x selects, as long as no
-     * predicate counts positions, which it does for each parent.
+     * self::node()/x and x/self::node() select what x selects. descendant-or-self::node()/child::x
+     * selects what descendant::x selects, as long as no predicate counts positions, which it does
+     * for each parent.
      */
-    static void add(Step step, std::vector<Step> &steps) {
+    static void add(Step step, Path &path) {
+        std::vector<Step> &steps = path.steps;
+        const bool isFirst = steps.empty() && path.start == Path::Start::context;
+        if (isContextNode(step) && !isFirst) return;
+        if (!steps.empty() && isContextNode(steps.back())) steps.pop_back();
         const bool isDeep = !steps.empty() && steps.back().axis == Axis::descendantOrSelf &&
                             steps.back().test.kind == NodeTest::Kind::node &&
                             steps.back().predicates.empty();

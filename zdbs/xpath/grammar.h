@@ -13,7 +13,7 @@ namespace zdbs::xpath {
 /** What an expression finds outside of itself. */
 struct Surroundings {
     std::map<std::string, std::string, std::less<>> namespaces = {};  ///< by prefix, besides xml
-    std::map<std::string, std::string, std::less<>> variables = {};   ///< strings, by name
+    std::map<std::string, Scalar, std::less<>> variables = {};        ///< by name
 };
 
 /**

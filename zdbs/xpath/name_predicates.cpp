@@ -7,13 +7,6 @@
 namespace zdbs::xpath {
 namespace {
 
-bool isContextNode(const Expression &expression) {
-    const auto *path = expression.as<Path>();
-    return path && path->start == Path::Start::context && path->steps.size() == 1 &&
-           path->steps[0].axis == Axis::self && path->steps[0].test.kind == NodeTest::Kind::node &&
-           path->steps[0].predicates.empty();
-}
-
 bool isNameFunction(Function function) {
     return function == Function::name || function == Function::localName ||
            function == Function::namespaceUri;

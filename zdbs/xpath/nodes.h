@@ -27,6 +27,11 @@ constexpr bool isRoot(Node node) {
     return (static_cast<std::uint64_t>(node) & 1U) == 0;
 }
 
+/** Where whatever stands behind a node begins. */
+constexpr Node nodeAfter(Node node) {
+    return static_cast<Node>(static_cast<std::uint64_t>(node) + 1);
+}
+
 /** Of a root the first record of its document. */
 constexpr RecordId recordOf(Node node) {
     return static_cast<std::uint64_t>(node) / 2;

@@ -1,5 +1,6 @@
 // Steps: from one context as sets, from many as pairs.
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "zdbs/base/status.h"
@@ -19,6 +20,17 @@ bool isEveryDescendantOrSelf(const Step &step) {
 bool isOfParent(Axis axis) {
     const AxisTraits &traits = traitsOf(axis);
     return traits.region == Region::below && traits.isDirect;
+}
+
+/** The operands of `and` or `or`; null where one is a number, which would be a place by itself. */
+const std::vector<ExpressionPtr> *truthsJoined(const Expression &expression, Operator sign) {
+    const auto *operation = expression.as<Operation>();
+    if (!operation || operation->sign != sign) return nullptr;
+    const auto &operands = operation->operands;
+    const bool hasNumber =
+        std::any_of(operands.begin(), operands.end(),
+                    [](const ExpressionPtr &operand) { return operand->is(ValueType::number); });
+    return hasNumber ? nullptr : &operands;
 }
 
 /** Positions of nodes, and how many there are with them. */
@@ -62,22 +74,16 @@ void requireFewPairs(std::size_t pairs) {
                                           std::to_string(mostPairs) + " pairs of nodes"});
 }
 
-/** How many of the nodes nearest to a context the first predicate of a step asks for; 0: all. */
-std::size_t nearestAsked(const Step &step) {
-    return step.predicates.empty() ? 0 : nearestAsked(*step.predicates.front());
+/** What the first predicate of a step asks for. */
+Reach reachOf(const Step &step) {
+    return step.predicates.empty() ? Reach() : reachOf(*step.predicates.front());
 }
 
 }  // namespace
 
 NodeSet Evaluator::ofOne(const Path &path, NodeSet set) {
-    for (const ExpressionPtr &predicate : path.predicates) {
-        if (isPositional(*predicate)) {
-            const Groups counted = Groups::ofOne(collection_.nodesOf(set));
-            set = collection_.setOf(filteredByPosition(counted, *predicate, false).nodes());
-        } else {
-            set = filtered(set, *predicate);
-        }
-    }
+    for (const ExpressionPtr &predicate : path.predicates)
+        set = placedInOrder(set, *predicate);
     for (std::size_t next = 0; next < path.steps.size(); ++next) {
         const Step &step = path.steps[next];
         const Clock::time_point begin = Clock::now();
@@ -95,6 +101,19 @@ NodeSet Evaluator::ofOne(const Path &path, NodeSet set) {
     return set;
 }
 
+/** A predicate of a filter expression, which counts in document order. */
+NodeSet Evaluator::placedInOrder(const NodeSet &set, const Expression &predicate) {
+    if (!isPositional(predicate)) return filtered(set, predicate);
+    const auto asked = askedPlace(predicate);
+    const double whole = asked ? std::floor(asked->place) : 0;
+    if (asked && asked->relation == Relation::equal && whole == asked->place) {
+        const auto size = static_cast<double>(collection_.sizeOf(set));
+        return collection_.nodeAt(set, whole < 0 ? size + 1 + whole : whole);
+    }
+    const Groups counted = Groups::ofOne(collection_.nodesOf(set));
+    return collection_.setOf(filteredByPosition(counted, predicate, false).nodes());
+}
+
 NodeSet Evaluator::step(const NodeSet &contexts, const Step &step) {
     if (isPositional(step) && !isOfParent(step.axis)) return stepByPairs(contexts, step);
     return countedAmongSiblings(collection_.reached(contexts, step.axis, step.test), step);
@@ -103,25 +122,52 @@ NodeSet Evaluator::step(const NodeSet &contexts, const Step &step) {
 /** The predicates of a step whose nodes are found; positions count among those of one parent. */
 NodeSet Evaluator::countedAmongSiblings(const NodeSet &found, const Step &step) {
     NodeSet set = found;
-    for (const ExpressionPtr &predicate : step.predicates) {
-        if (!isPositional(*predicate)) {
-            set = filtered(set, *predicate);
-            continue;
-        }
-        if (const auto asked = askedPlace(*predicate)) {
-            set = collection_.atPosition(set, asked->relation, asked->place);
-            continue;
-        }
-        const Nodes nodes = collection_.nodesOf(set);
-        const auto [positions, sizes] = countedByParent(collection_.parents(nodes, set));
-        const std::vector<char> keeps = kept(*predicate, {nodes, positions, sizes});
-        Nodes left;
-        for (std::size_t i = 0; i < nodes.size(); ++i) {
-            if (keeps[i] != 0) left.push_back(nodes[i]);
-        }
-        set = collection_.setOf(left);
-    }
+    for (const ExpressionPtr &predicate : step.predicates)
+        set = placed(set, *predicate);
     return set;
+}
+
+/**
+ * Those of a set that a predicate lets pass at their places. P and Q, which count in the same set:
+ * P(S) with Q(S), and Q(P(S)) where Q counts nothing; P or Q: P(S) and Q(S) together; not P: S
+ * without P(S). So what asks for one place only is left to the engine.
+ */
+NodeSet Evaluator::placed(const NodeSet &set, const Expression &predicate) {
+    if (!isPositional(predicate)) return filtered(set, predicate);
+    if (const auto asked = askedPlace(predicate))
+        return collection_.atPosition(set, asked->relation, asked->place);
+    if (const auto *operands = truthsJoined(predicate, Operator::logicalAnd)) {
+        NodeSet left = set;
+        for (const ExpressionPtr &operand : *operands) {
+            if (isPositional(*operand)) left = collection_.common(left, placed(set, *operand));
+        }
+        for (const ExpressionPtr &operand : *operands) {
+            if (!isPositional(*operand)) left = filtered(left, *operand);
+        }
+        return left;
+    }
+    if (const auto *operands = truthsJoined(predicate, Operator::logicalOr)) {
+        NodeSet left = collection_.none();
+        for (const ExpressionPtr &operand : *operands)
+            left = collection_.united(left, placed(set, *operand));
+        return left;
+    }
+    const auto *call = predicate.as<Call>();
+    if (call && call->function == Function::logicalNot &&
+        !call->arguments[0]->is(ValueType::number))
+        return collection_.without(set, placed(set, *call->arguments[0]));
+    return placedOneByOne(set, predicate);
+}
+
+NodeSet Evaluator::placedOneByOne(const NodeSet &set, const Expression &predicate) {
+    const Nodes nodes = collection_.nodesOf(set);
+    const auto [positions, sizes] = countedByParent(collection_.parents(nodes, set));
+    const std::vector<char> keeps = kept(predicate, {nodes, positions, sizes});
+    Nodes left;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (keeps[i] != 0) left.push_back(nodes[i]);
+    }
+    return collection_.setOf(left);
 }
 
 NodeSet Evaluator::stepByPairs(const NodeSet &contexts, const Step &step) {
@@ -143,8 +189,21 @@ Groups Evaluator::ofMany(const Path &path, Groups groups) {
     return groups;
 }
 
+namespace {
+
+/** Whether each group has one node, and they ascend. */
+bool isOfEach(const Groups &groups) {
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        if (groups.end(group) != group + 1) return false;
+    }
+    return isAscending(groups.nodes());
+}
+
+}  // namespace
+
 /** A step from each group: what it leads to from any node of the group. */
 Groups Evaluator::step(const Groups &groups, const Step &step) {
+    if (isOfEach(groups)) return pairs(groups.nodes(), step);
     const Nodes distinct = distinctNodes(groups);
     const Groups reached = pairs(distinct, step);
     Groups result;
@@ -160,10 +219,10 @@ Groups Evaluator::step(const Groups &groups, const Step &step) {
 /** REQUIRES ascending contexts. Halves them until their pairs are not too many at once. */
 Groups Evaluator::pairs(std::span<const Node> contexts, const Step &step) {
     if (contexts.empty()) return {};
+    if (isContextNode(step)) return Groups::ofEach(contexts);
     heedStop();
     std::optional<Groups> found =
-        StepPairs(collection_, contexts, step.axis, step.test, nearestAsked(step))
-            .within(limits_.pairs);
+        StepPairs(collection_, contexts, step.axis, step.test, reachOf(step)).within(limits_.pairs);
     if (!found) {
         const std::size_t half = contexts.size() / 2;
         Groups result = pairs(contexts.first(half), step);

@@ -31,14 +31,37 @@ NodeSet tried(const Collection &collection, const NodeSet &set, Passes passes) {
     return collection.setOf(left);
 }
 
-/** The engine finds values that stand by themselves; others are looked at. */
+/**
+ * Nodes of a set by their values: `ofValued` picks those that have one by themselves, `ofOthers`
+ * those whose texts are put together. An element that has one text at most is found by that one.
+ */
+NodeSet split(const Collection &collection, const NodeSet &set, const NodeTrial &ofValued,
+              const NodeTrial &ofOthers, bool emptyPasses) {
+    const NodeSet containers = collection.containers(set);
+    const NodeSet simple = collection.withOneText(containers);
+    const NodeSet texts = collection.reached(simple, Axis::child, {.kind = NodeTest::Kind::text});
+    const NodeSet valued = collection.without(set, containers);
+    NodeSet result = collection.leading(simple, Axis::child, ofValued(texts));
+    if (!collection.isEmpty(valued)) result = collection.united(result, ofValued(valued));
+    if (emptyPasses) {
+        const NodeSet full = collection.leading(simple, Axis::child, texts);
+        result = collection.united(result, collection.without(simple, full));
+    }
+    const NodeSet others = collection.without(containers, simple);
+    return collection.isEmpty(others) ? result : collection.united(result, ofOthers(others));
+}
+
+/** The engine finds values that stand by themselves; others are looked at, of candidates only. */
 template <typename Passes>
 NodeSet found(const Collection &collection, const NodeSet &set, const ValuePattern &pattern,
-              Passes passes) {
-    const NodeSet containers = collection.containers(set);
-    const NodeSet valued = collection.without(set, containers);
-    const NodeSet byIndex{collection.tree().withValue(*valued.nodes, pattern), {}};
-    return collection.united(byIndex, tried(collection, containers, passes));
+              Passes passes, const NodeTrial &candidates = nullptr) {
+    const NodeTrial ofValued = [&](const NodeSet &valued) {
+        return NodeSet{collection.tree().withValue(*valued.nodes, pattern), {}};
+    };
+    const NodeTrial ofOthers = [&](const NodeSet &others) {
+        return tried(collection, candidates ? candidates(others) : others, passes);
+    };
+    return split(collection, set, ofValued, ofOthers, passes(std::string_view()));
 }
 
 bool isEquality(Relation relation) {
@@ -76,15 +99,15 @@ NodeTrial textTrial(const Collection &collection, std::size_t many, Relation rel
         constexpr std::size_t longest = 200;  // each byte costs a search
         const bool isSearched = relation == Relation::equal && !text.empty() &&
                                 text.size() <= longest && collection.sizeOf(set) > many;
-        NodeSet candidates = set;
-        if (isSearched) {
-            const NodeSet containers = collection.containers(set);
-            candidates = collection.united(collection.without(set, containers),
-                                           mayHaveText(collection, containers, text));
-        }
-        return found(collection, candidates, {relation, text}, [&](std::string_view value) {
-            return (value == text) == (relation == Relation::equal);
-        });
+        const NodeTrial candidates = [&](const NodeSet &containers) {
+            return mayHaveText(collection, containers, text);
+        };
+        return found(
+            collection, set, {relation, text},
+            [&](std::string_view value) {
+                return (value == text) == (relation == Relation::equal);
+            },
+            isSearched ? candidates : NodeTrial());
     };
 }
 
@@ -96,7 +119,12 @@ NodeTrial numberTrial(const Collection &collection, Relation relation, double nu
     return [&collection, relation, number, passes](const NodeSet &set) {
         const std::string literal = toText(number);
         // What has no canonical literal, NaN and the infinities, the engine cannot compare.
-        if (canonicalDecimal(literal) != number) return tried(collection, set, passes);
+        if (canonicalDecimal(literal) != number) {
+            const NodeTrial each = [&](const NodeSet &nodes) {
+                return tried(collection, nodes, passes);
+            };
+            return split(collection, set, each, each, passes(std::string_view()));
+        }
         return found(collection, set, {relation, literal, true}, passes);
     };
 }
@@ -108,8 +136,11 @@ NodeTrial joinTrial(const Collection &collection, std::size_t many, Relation rel
     if (texts.empty()) return [&collection](const NodeSet &) { return collection.none(); };
     if (relation == Relation::equal) {
         return [&collection, other, &texts](const NodeSet &set) {
-            return tried(collection, set,
-                         [&texts](std::string_view value) { return texts.contains(value); });
+            const NodeTrial lookUp = [&](const NodeSet &nodes) {
+                return tried(collection, nodes,
+                             [&texts](std::string_view value) { return texts.contains(value); });
+            };
+            return split(collection, set, lookUp, lookUp, texts.contains(std::string_view()));
         };
     }
     if (relation == Relation::notEqual) {
@@ -122,17 +153,19 @@ NodeTrial joinTrial(const Collection &collection, std::size_t many, Relation rel
     return numberTrial(collection, relation, wantsLess ? range.greatest : range.least);
 }
 
-/** What a function of two texts looks for, where its first argument has one node at most. */
+/** What a function of two texts looks for in the first node that its first argument selects. */
 struct Search {
     const Path *path;
     const std::string *text;
 };
 
-bool hasOneNodeAtMost(const Path &path) {
-    return path.steps.size() == 1 &&
-           (path.steps[0].axis == Axis::self ||
-            (path.steps[0].axis == Axis::attribute &&
-             path.steps[0].test.kind == NodeTest::Kind::name && !path.steps[0].test.isAnyLocal));
+/** Whether the first node from each context is one at most, or the first of its siblings. */
+bool hasFirstAmongSiblings(const Path &path) {
+    if (path.steps.size() != 1) return false;
+    const Step &step = path.steps[0];
+    const bool isOneAttribute = step.axis == Axis::attribute &&
+                                step.test.kind == NodeTest::Kind::name && !step.test.isAnyLocal;
+    return step.axis == Axis::self || step.axis == Axis::child || isOneAttribute;
 }
 
 std::optional<Search> searchOf(const Call &call) {
@@ -141,7 +174,8 @@ std::optional<Search> searchOf(const Call &call) {
     const Path *path = pathThatCanBeGoneBack(*call.arguments[0]);
     const auto *literal = call.arguments[1]->as<StringLiteral>();
     // Every text contains the empty one, where there is no node, too.
-    if (!path || !literal || literal->text.empty() || !hasOneNodeAtMost(*path)) return std::nullopt;
+    if (!path || !literal || literal->text.empty() || !hasFirstAmongSiblings(*path))
+        return std::nullopt;
     return Search{path, &literal->text};
 }
 
@@ -153,12 +187,7 @@ std::vector<std::string> wordsOf(const Expression &predicate) {
         const auto *call = operation->operands[side]->as<Call>();
         const auto *literal = operation->operands[1 - side]->as<StringLiteral>();
         if (!call || !literal || call->function != Function::normalizeSpace) continue;
-        const auto *path = call->arguments[0]->as<Path>();
-        const bool isSelf = path && path->start == Path::Start::context &&
-                            path->steps.size() == 1 && path->steps[0].axis == Axis::self &&
-                            path->steps[0].test.kind == NodeTest::Kind::node &&
-                            path->steps[0].predicates.empty();
-        if (!isSelf) continue;
+        if (!isContextNode(*call->arguments[0])) continue;
         std::vector<std::string> words;
         for (std::size_t at = 0; at < literal->text.size();) {
             std::size_t end = at;
@@ -206,8 +235,11 @@ std::optional<NodeSet> Evaluator::bySearch(const NodeSet &set, const Call &call)
     const auto contains = [&](std::string_view value) {
         return value.find(text) != std::string_view::npos;
     };
+    const bool isOfChildren = search->path->steps[0].axis == Axis::child;
     const NodeTrial trial = [&](const NodeSet &reached) {
-        const NodeSet holding = found(collection_, reached, {Relation::contains, text}, contains);
+        const NodeSet firsts =
+            isOfChildren ? collection_.atPosition(reached, Relation::equal, 1) : reached;
+        const NodeSet holding = found(collection_, firsts, {Relation::contains, text}, contains);
         if (!isPrefix) return holding;
         return tried(collection_, holding,
                      [&](std::string_view value) { return value.starts_with(text); });

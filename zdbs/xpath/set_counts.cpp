@@ -1,5 +1,6 @@
-// Comparisons of count(path) with what is the same for all nodes, where each node that the path
+// Comparisons of count(path) with what is the same for all nodes. Where each node that the path
 // finds has one context: counted from the nodes found, of those without any nothing is asked.
+// Otherwise the last step is counted for all contexts at once.
 #include <algorithm>
 #include <utility>
 
@@ -9,17 +10,17 @@
 namespace zdbs::xpath {
 namespace {
 
-/** The path of count() when all of its steps go to children or attributes. */
-const Path *countedPath(const Expression &expression) {
+const Expression *countedBy(const Expression &expression) {
     const auto *call = expression.as<Call>();
-    if (!call || call->function != Function::count) return nullptr;
-    const Path *path = pathThatCanBeGoneBack(*call->arguments[0]);
-    if (!path) return nullptr;
-    const bool goesDown = std::all_of(path->steps.begin(), path->steps.end(), [](const Step &step) {
+    return call && call->function == Function::count ? call->arguments[0].get() : nullptr;
+}
+
+/** Whether all steps go to children or attributes. */
+bool goesDown(const Path &path) {
+    return std::all_of(path.steps.begin(), path.steps.end(), [](const Step &step) {
         const AxisTraits &axis = traitsOf(step.axis);
         return axis.region == Region::below && axis.isDirect;
     });
-    return goesDown ? path : nullptr;
 }
 
 /** Nodes in document order, and a count of each. */
@@ -55,22 +56,38 @@ Counted ofParents(const Counted &below, const Nodes &parents) {
 
 std::optional<NodeSet> Evaluator::byCount(const NodeSet &set, const Operation &operation) {
     for (std::size_t side = 0; side < 2; ++side) {
-        const Path *path = countedPath(*operation.operands[side]);
+        const Expression *nodes = countedBy(*operation.operands[side]);
         const Expression &other = *operation.operands[1 - side];
-        if (!path || !isSame(other) || !other.is(ValueType::number)) continue;
+        if (!nodes || !isSame(other) || !other.is(ValueType::number)) continue;
         const Node root = collection_.root(0);
         const double number = evaluate(other, {.nodes = {&root, 1}}).number(0);
-        const Relation relation = relationOf(operation.sign);
-        return counted(set, *path, side == 0 ? relation : turned(relation), number);
+        const Relation sign = relationOf(operation.sign);
+        const Relation relation = side == 0 ? sign : turned(sign);
+        const CountTrial passes = [relation, number](std::uint64_t count) {
+            const auto value = static_cast<double>(count);
+            return relation == Relation::notEqual ? value != number
+                                                  : holds(relation, value, number);
+        };
+        const Path *below = pathThatCanBeGoneBack(*nodes);
+        if (below && goesDown(*below)) return counted(set, *below, passes);
+        if (const Path *path = countablePath(*nodes)) return countedOneByOne(set, *path, passes);
     }
     return std::nullopt;
 }
 
-NodeSet Evaluator::counted(const NodeSet &set, const Path &path, Relation relation, double number) {
-    const auto passes = [&](std::uint64_t count) {
-        const auto value = static_cast<double>(count);
-        return relation == Relation::notEqual ? value != number : holds(relation, value, number);
-    };
+std::optional<NodeSet> Evaluator::countedOneByOne(const NodeSet &set, const Path &path,
+                                                  const CountTrial &passes) {
+    const Nodes nodes = collection_.nodesOf(set);
+    const auto counts = countsOf(path, nodes);
+    if (!counts) return std::nullopt;
+    Nodes left;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (passes((*counts)[i])) left.push_back(nodes[i]);
+    }
+    return collection_.setOf(left);
+}
+
+NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTrial &passes) {
     NodeSet found = set;
     for (const Step &step : path.steps)
         found = this->step(found, step);

@@ -3,6 +3,8 @@
 
 #include "zdbs/base/stop.h"
 #include "zdbs/xpath/collection.h"
+#include "zdbs/xpath/families.h"
+#include "zdbs/xpath/ranks.h"
 
 namespace zdbs::xpath {
 namespace {
@@ -49,21 +51,14 @@ private:
     std::vector<std::pair<std::size_t, Node>> pairs_;
 };
 
-/** The attributes among nodes. */
-Nodes attributesAmong(const Collection &collection, std::span<const Node> nodes) {
-    const NodeTest any{.kind = NodeTest::Kind::name, .isAnyLocal = true, .isAnySpace = true};
-    const NodeSet attributes = collection.passing(Axis::attribute, any);
-    return collection.nodesOf(collection.common(collection.setOf(nodes), attributes));
-}
-
 }  // namespace
 
 StepPairs::StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
-                     const NodeTest &test, std::size_t nearest)
+                     const NodeTest &test, Reach reach)
     : collection_(collection),
       contexts_(contexts),
       axis_(traitsOf(axis)),
-      nearest_(nearest),
+      reach_(reach),
       foundSet_(collection.reached(collection.setOf(contexts), axis, test)),
       found_(collection.nodesOf(foundSet_)) {}
 
@@ -87,16 +82,18 @@ std::optional<Groups> StepPairs::within(std::size_t most) const {
 
 Groups StepPairs::byParent() const {
     const Nodes parents = collection_.parents(found_, foundSet_);
+    const Ranks ranks(contexts_);
     Distribution pairs(contexts_.size());
     for (std::size_t i = 0; i < found_.size(); ++i)
-        pairs.add(placeIn(contexts_, parents[i]), found_[i]);
+        pairs.add(ranks.of(parents[i]), found_[i]);
     return pairs.take();
 }
 
 /** What is below a context are the nodes up to its end; an attribute is below none. */
 std::optional<Groups> StepPairs::below(std::size_t most) const {
     const Nodes ends = collection_.ends(contexts_);
-    const Nodes attributes = axis_.withSelf ? attributesAmong(collection_, found_) : Nodes();
+    const Nodes attributes =
+        axis_.withSelf ? collection_.nodesOf(collection_.attributesAmong(foundSet_)) : Nodes();
     Distribution pairs(contexts_.size());
     std::vector<std::size_t> open;
     std::size_t next = 0;
@@ -126,11 +123,13 @@ std::optional<Groups> StepPairs::below(std::size_t most) const {
 Groups StepPairs::single() const {
     const bool goesUp = axis_.region == Region::above;
     const Nodes parents = goesUp ? collection_.parents(contexts_) : Nodes();
+    const Ranks ranks(found_);
     Groups result;
+    result.reserve(contexts_.size(), contexts_.size());
     for (std::size_t i = 0; i < contexts_.size(); ++i) {
         const Node node = goesUp ? parents[i] : contexts_[i];
         const bool isThere = !goesUp || !isRoot(contexts_[i]);
-        if (isThere && has(found_, node)) result.add(node);
+        if (isThere && ranks.has(node)) result.add(node);
         result.close();
     }
     return result;
@@ -139,53 +138,42 @@ Groups StepPairs::single() const {
 /** What is above a context are the nodes before it that have not ended. */
 Groups StepPairs::above() const {
     const Nodes ends = collection_.ends(found_, foundSet_);
-    std::vector<std::size_t> open;
+    Nodes open;
+    std::vector<Node> endsOfOpen;
+    const auto close = [&](Node upTo) {
+        for (; !open.empty() && endsOfOpen.back() < upTo; open.pop_back())
+            endsOfOpen.pop_back();
+    };
     std::size_t next = 0;
     Groups result;
     for (const Node context : contexts_) {
         for (; next < found_.size() && found_[next] < context; ++next) {
-            while (!open.empty() && ends[open.back()] < found_[next])
-                open.pop_back();
-            open.push_back(next);
+            close(found_[next]);
+            open.push_back(found_[next]);
+            endsOfOpen.push_back(ends[next]);
         }
-        while (!open.empty() && ends[open.back()] < context)
-            open.pop_back();
+        close(context);
         const bool hasSelf = axis_.withSelf && next < found_.size() && found_[next] == context;
-        const std::size_t wanted = nearest_ > 0 ? nearest_ - (hasSelf ? 1 : 0) : open.size();
-        for (std::size_t i = open.size() - std::min(wanted, open.size()); i < open.size(); ++i)
-            result.add(found_[open[i]]);
-        if (hasSelf) result.add(context);
+        if (hasSelf) open.push_back(context);
+        result.add(asked(open));
+        if (hasSelf) open.pop_back();
         result.close();
     }
     return result;
 }
 
+/** Of the nodes of one context those that are asked for. */
+std::span<const Node> StepPairs::asked(std::span<const Node> inOrder) const {
+    if (reach_.most == 0 || inOrder.size() <= reach_.most) return inOrder;
+    const bool areFirst = isReverse(axis_.axis) == reach_.isFromTheFar;
+    return areFirst ? inOrder.first(reach_.most) : inOrder.last(reach_.most);
+}
+
 std::optional<Groups> StepPairs::besides(std::size_t most) const {
-    const Nodes attributes = attributesAmong(collection_, contexts_);
-    const Nodes parents = collection_.parents(contexts_);
-    const Nodes above = collection_.parents(found_, foundSet_);
-    std::vector<std::pair<Node, Node>> families;
-    for (std::size_t i = 0; i < found_.size(); ++i)
-        families.emplace_back(above[i], found_[i]);
-    std::sort(families.begin(), families.end());
-    const bool after = axis_.region == Region::siblingsAfter;
+    const Families families(collection_, contexts_, axis_, foundSet_);
     Groups result;
     for (std::size_t i = 0; i < contexts_.size(); ++i) {
-        const Node context = contexts_[i];
-        const std::pair first(parents[i], after ? context : Node{});
-        const std::pair last(parents[i], after ? Node{~std::uint64_t{0}} : context);
-        auto begin = std::upper_bound(families.begin(), families.end(), first);
-        auto end = std::lower_bound(begin, families.end(), last);
-        if (isRoot(context) || has(attributes, context)) end = begin;
-        const auto nearest = static_cast<std::ptrdiff_t>(nearest_);
-        if (nearest > 0 && end - begin > nearest) {
-            if (after)
-                end = begin + nearest;
-            else
-                begin = end - nearest;
-        }
-        for (; begin != end; ++begin)
-            result.add(begin->second);
+        result.add(asked(families.of(i)));
         result.close();
         if (result.nodes().size() > most && contexts_.size() > 1) return std::nullopt;
     }
@@ -210,29 +198,22 @@ std::optional<Groups> StepPairs::outside(std::size_t most) const {
 
 /** The nodes behind an end, up to that of the document. */
 void StepPairs::addBehind(Node end, Groups &result) const {
-    const Node last = nodeOf(documentOf(end).last);
-    std::size_t left = nearest_ > 0 ? nearest_ : found_.size();
-    for (std::size_t place = placeBehind(found_, end); place < found_.size() && left > 0; ++place) {
-        if (found_[place] > last) return;
-        result.add(found_[place]);
-        --left;
-    }
+    const std::size_t first = placeBehind(found_, end);
+    const std::size_t behind = placeBehind(found_, collection_.lastOf(collection_.documentOf(end)));
+    if (first < behind) result.add(asked(std::span(found_).subspan(first, behind - first)));
 }
 
-/** The nodes that end before another one, backwards. @param ends of found_ */
+/** The nodes that end before another one. @param ends of found_ */
 void StepPairs::addBefore(Node node, const Nodes &ends, Groups &result) const {
-    const Node root = rootBefore(documentOf(node).first);
-    std::size_t left = nearest_ > 0 ? nearest_ : found_.size();
-    for (std::size_t place = placeIn(found_, node); place-- > 0 && left > 0;) {
-        if (found_[place] < root) return;
+    const std::size_t first = placeIn(found_, collection_.rootOf(node));
+    const std::size_t behind = placeIn(found_, node);
+    std::size_t left = reach_.most > 0 ? reach_.most : found_.size();
+    for (std::size_t i = 0; i < behind - first && left > 0; ++i) {
+        const std::size_t place = reach_.isFromTheFar ? first + i : behind - 1 - i;
         if (ends[place] >= node) continue;
         result.add(found_[place]);
         --left;
     }
-}
-
-const DocumentSpan &StepPairs::documentOf(Node node) const {
-    return collection_.tree().documents()[collection_.documentOf(node)];
 }
 
 }  // namespace zdbs::xpath

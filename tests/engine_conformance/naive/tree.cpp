@@ -91,6 +91,20 @@ public:
         });
     }
 
+    ResultSetPtr withOneText(const ResultSet &elements) const override {
+        const auto countBelow = [&](Place place, NodeKind kind) {
+            std::size_t count = 0;
+            for (Place below = place + 1; below <= forest_->last(place); ++below)
+                count += (*forest_)[below].is(kind) ? 1 : 0;
+            return count;
+        };
+        return those([&](Place place) {
+            return has(elements, place) && (*forest_)[place].is(NodeKind::element) &&
+                   countBelow(place, NodeKind::element) == 0 &&
+                   countBelow(place, NodeKind::text) <= 1;
+        });
+    }
+
     std::vector<RecordId> numbers(const ResultSet &set) const override {
         return each<RecordId>(set, [&](Place place) { return forest_->record(place); });
     }

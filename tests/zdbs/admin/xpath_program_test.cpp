@@ -9,6 +9,7 @@ namespace {
 
 using support::exited;
 using testing::HasSubstr;
+using testing::Not;
 
 class XPathProgram : public ProgramTest {
 protected:
@@ -41,6 +42,44 @@ TEST_F(XPathProgram, TakesPrefixesAndVariables) {
     EXPECT_THAT(bad({"xpath", "db", "--namespace", "q", "//q:d"}, 2), HasSubstr("--namespace"));
     EXPECT_THAT(bad({"xpath", "db", "--variable", "1=2", "//a"}, 2), HasSubstr("--variable"));
     EXPECT_THAT(bad({"xpath", "db", "--namespace", "xml=urn:x", "//a"}, 2), HasSubstr("xml"));
+}
+
+TEST_F(XPathProgram, TakesVariablesOfEachType) {
+    const auto with = [this](const std::string &variable, const std::string &expression) {
+        return good({"xpath", "db", "--variable", variable, expression});
+    };
+    EXPECT_EQ(with("n:number=2", "//b_c[$n]"), "1\n");
+    EXPECT_EQ(with("n=2", "//b_c[$n]"), "2\n");
+    EXPECT_EQ(with("n:string=2", "$n"), "2\n");
+    EXPECT_EQ(with("n:number=-0.50", "$n"), "-0.5\n");
+    EXPECT_EQ(with("n:number=NaN", "$n = $n"), "false\n");
+    EXPECT_EQ(with("t:boolean=false", "//b_c[$t]"), "0\n");
+    EXPECT_EQ(with("t:boolean=true", "string($t)"), "true\n");
+    EXPECT_EQ(with("s=a=b:c", "$s"), "a=b:c\n");
+    for (const char *wrong :
+         {"n:number=x", "n:number=", "t:boolean=1", "n:date=1", ":number=1", "n"}) {
+        EXPECT_THAT(bad({"xpath", "db", "--variable", wrong, "1"}, 2), Not(testing::IsEmpty()))
+            << wrong;
+    }
+}
+
+TEST_F(XPathProgram, NotesNamesThatNoNodeHas) {
+    const auto notes = [this](const std::string &expression) {
+        const std::string text = good({"xpath", "db", "--json", expression});
+        const std::size_t at = text.find("\"notes\":");
+        return at == std::string::npos ? std::string() : text.substr(at);
+    };
+    EXPECT_EQ(notes("//b_c[@n]"), "");
+    EXPECT_EQ(notes("//b_d"),
+              "\"notes\":[\"Column 3: No element of this database is named b_d; the "
+              "nearest is b_c.\"]}\n");
+    EXPECT_EQ(notes("count(//a[@m or //zzz])"),
+              "\"notes\":[\"Column 12: No attribute of this database is named m.\","
+              "\"Column 19: No element of this database is named zzz.\"]}\n");
+    EXPECT_EQ(notes("/a/d"),
+              "\"notes\":[\"Column 4: No element of this database is named d in no "
+              "namespace; there is one in urn:d.\"]}\n");
+    EXPECT_THAT(good({"xpath", "db", "--json", "--no-notes", "//b_d"}), Not(HasSubstr("notes")));
 }
 
 TEST_F(XPathProgram, PrintsNodesAsQueriesDo) {

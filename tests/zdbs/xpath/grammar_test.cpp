@@ -39,6 +39,16 @@ constexpr Fact facts[] = {
     {"//a[b[2]]", "/descendant::a[child::b[2]]"},
     {"//@a", "/descendant-or-self::node()/attribute::a"},
     {"a//..", "child::a/descendant-or-self::node()/parent::node()"},
+    // A step to where one is already is none.
+    {"./a", "child::a"},
+    {"a/.", "child::a"},
+    {"./.", "self::node()"},
+    {"/.", "/"},
+    {".//a", "descendant::a"},
+    {".//a[1]", "descendant-or-self::node()/child::a[1]"},
+    {"a//.", "child::a/descendant-or-self::node()"},
+    {"self::node()[a]/b", "self::node()[child::a]/child::b"},
+    {"(a)/.", "(child::a)"},
     // Filters.
     {"(//a)[1]", "(/descendant::a)[1]"},
     {"(a)/b", "(child::a)/child::b"},
@@ -76,12 +86,14 @@ constexpr Fact facts[] = {
     {".5", "0.5"},
     {"5.", "5"},
     {"$v", "\"value\""},
+    {"$n", "-1.5"},
+    {"$t", "true()"},
     {"string()", "string(self::node())"},
     {"concat('a', 'b', 'c')", "concat(\"a\", \"b\", \"c\")"},
 };
 
 TEST(Grammar, UnderstandsExpressions) {
-    const Surroundings surroundings{{{"p", "urn:p"}}, {{"v", "value"}}};
+    const Surroundings surroundings{{{"p", "urn:p"}}, {{"v", "value"}, {"n", -1.5}, {"t", true}}};
     for (const Fact &fact : facts)
         EXPECT_EQ(textOf(*parse(fact.request, surroundings)), fact.tree) << fact.request;
 }
