@@ -22,7 +22,8 @@ namespace zdbs::python {
 
 namespace {
 
-using Pairs = std::map<std::string, std::string, std::less<>>;
+using Namespaces = decltype(xpath::Surroundings::namespaces);
+using Variables = decltype(xpath::Surroundings::variables);
 
 // Classes of exceptions; as long as the process.
 PyObject *failureClass = nullptr;
@@ -74,10 +75,10 @@ public:
         });
     }
 
-    py::object xpath(const std::string &expression, const std::optional<Pairs> &namespaces,
-                     const std::optional<Pairs> &variables) const {
-        const xpath::Surroundings surroundings{namespaces.value_or(Pairs()),
-                                               variables.value_or(Pairs())};
+    py::object xpath(const std::string &expression, const std::optional<Namespaces> &namespaces,
+                     const std::optional<Variables> &variables) const {
+        const xpath::Surroundings surroundings{namespaces.value_or(Namespaces()),
+                                               variables.value_or(Variables())};
         if (surroundings.namespaces.contains("xml"))
             throw py::value_error("The prefix xml has its namespace already.");
         return withoutGil([&, state = state()]() -> std::function<py::object()> {
@@ -222,8 +223,8 @@ void defineDatabase(py::module_ &module) {
         .def("xpath", &Database::xpath, py::arg("expression"), py::kw_only(),
              py::arg("namespaces") = py::none(), py::arg("variables") = py::none(),
              "The value of an expression of XPath 1.0: Nodes, a float, a str or a bool. Prefixes "
-             "are declared by `namespaces`, `variables` are strings; a path begins at every "
-             "document.")
+             "are declared by `namespaces`, `variables` are strings, numbers or booleans; a path "
+             "begins at every document.")
         .def("refresh", &Database::refresh,
              "Takes up the newest state. What was found before stays in its own.")
         .def("close", &Database::close,

@@ -200,6 +200,8 @@ def test_expressions_have_prefixes_and_variables(home, db):
     db.refresh()
     assert db.xpath("count(//q:s)", namespaces={"q": "urn:s"}) == 1
     assert db.xpath("string(//*[@who=$who])", variables={"who": "Ghost"}) == "List, list, O list!"
+    typed = {"n": 2, "yes": True, "half": 0.5}
+    assert db.xpath("concat($n + $half, ' ', not($yes))", variables=typed) == "2.5 false"
     assert failure(lambda: db.xpath("//q:s")).status == 206
     with pytest.raises(ValueError):
         db.xpath("1", namespaces={"xml": "urn:x"})

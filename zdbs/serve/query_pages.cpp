@@ -179,7 +179,9 @@ void sendValue(const Call &call, const std::string &request, std::uint64_t state
 
 void answerExpression(const Call &call, const OpenDatabase &database, const std::string &text,
                       const NodeForms &forms) {
-    const xpath::Surroundings surroundings{pairsOf(call, "namespace"), pairsOf(call, "variable")};
+    xpath::Surroundings surroundings{pairsOf(call, "namespace")};
+    for (const auto &[name, value] : pairsOf(call, "variable"))
+        surroundings.variables[name] = value;
     const xpath::ExpressionPtr expression = xpath::parse(text, surroundings);
     const xpath::Collection collection(database);
     xpath::Evaluator evaluator(collection);
@@ -189,7 +191,7 @@ void answerExpression(const Call &call, const OpenDatabase &database, const std:
         return sendValue(call, text, database.state(), nameOf(value.type()), printed.text(0));
     }
     const xpath::NodeColumn &nodes = value.nodes();
-    const xpath::NodeSet set = nodes.set() ? *nodes.set() : collection.setOf(nodes.groups()[0]);
+    const xpath::NodeSet set = nodes.whole();
     // The root of a document is a node, but no record: only its count can be told.
     if (!set.roots.empty())
         return sendValue(call, text, database.state(), "nodes",

@@ -16,7 +16,7 @@ constexpr std::size_t bytesFrom = std::size_t{64} * 1024;
 constexpr std::size_t trialBytes = std::size_t{256} * 1024;
 
 /** Bytes of a value on average up to which rows are short enough to be found by. */
-constexpr std::size_t longValues = 4096;
+constexpr std::size_t longestProse = 4096;
 
 /** Bytes that a word has on average at most. */
 constexpr std::size_t longestWord = 32;
@@ -106,7 +106,7 @@ void collectRows(const WordSequence &sequence, ColumnWords &words) {
 
 std::optional<ColumnWords> wordsOf(const RawValues &values) {
     const std::size_t size = values.bytes.size();
-    if (size < bytesFrom || size / longValues >= values.size()) return std::nullopt;
+    if (size < bytesFrom || size / longestProse >= values.size()) return std::nullopt;
     const std::optional<WordSequence> sequence = sequenceOf(values);
     if (!sequence) return std::nullopt;
     ColumnWords words;

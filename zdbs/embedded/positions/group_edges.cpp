@@ -8,8 +8,8 @@
 namespace zdbs::embedded {
 namespace {
 
-constexpr std::uint64_t farthest = 4;  ///< position that is kept for each group
-constexpr std::uint64_t dense = 16;    ///< groups a node that are not worth an entry each
+constexpr std::uint64_t deepest = 4;        ///< position that is kept for each group
+constexpr std::uint64_t worthEntries = 16;  ///< groups a node that are not worth an entry each
 constexpr std::uint64_t most = std::uint64_t{1} << 22;  ///< entries
 
 std::uint64_t depthOf(std::int64_t position) {
@@ -82,9 +82,9 @@ private:
 };
 
 template <std::size_t depth>
-std::vector<std::vector<RowId>> farthestRows(const SiblingFamily &family, std::int64_t position) {
+std::vector<std::vector<RowId>> rowsAt(const SiblingFamily &family, std::int64_t position) {
     if (depthOf(position) == depth) return Edges<depth>(family, position < 0).rows();
-    if constexpr (depth < farthest) return farthestRows<depth + 1>(family, position);
+    if constexpr (depth < deepest) return rowsAt<depth + 1>(family, position);
     return {};
 }
 
@@ -119,13 +119,13 @@ bool hasEdge(const SiblingFamily &family, std::int64_t position) {
     const std::uint64_t groups = family.keyCount();
     const std::uint64_t depth = depthOf(position);
     if (family.parts().size() == 1) return depth == 1 && !family.hasLongGroups();
-    return depth > 0 && depth <= farthest && groups > 0 && groups * depth <= most &&
-           groups <= sizeOf(family.parts()) * dense;
+    return depth > 0 && depth <= deepest && groups > 0 && groups * depth <= most &&
+           groups <= sizeOf(family.parts()) * worthEntries;
 }
 
 void selectEdge(const SiblingFamily &family, std::int64_t position, PathNodes &result) {
     if (family.parts().size() == 1) return selectOfOnePath(family, position, result);
-    const std::vector<std::vector<RowId>> rows = farthestRows<1>(family, position);
+    const std::vector<std::vector<RowId>> rows = rowsAt<1>(family, position);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         RowCollector kept;
         kept.add(rows[i]);
