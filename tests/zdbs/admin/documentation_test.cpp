@@ -181,6 +181,7 @@ TEST_F(Documentation, OfTheManualHasExamplesThatRun) {
     std::istringstream examples(manual.substr(begin, manual.find(".fi", begin) - begin));
     int ran = 0;
     for (std::string command; std::getline(examples, command);) {
+        if (command.starts_with("zdbs serve ")) continue;  // it has no end
         const bool asksForPassword = command.find("user add") != std::string::npos;
         const std::string script = "cd ~ && " + (command.empty() ? ":" : command) +
                                    (asksForPassword ? " --password-stdin" : "");

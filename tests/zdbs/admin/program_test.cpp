@@ -109,7 +109,7 @@ TEST_F(Program, GrantsAndRevokes) {
     good({"grant", "alice", "db"});
     EXPECT_EQ(good({"user", "list"}), "USER   DATABASES\nalice  db plays\n");
     EXPECT_EQ(good({"user", "list", "--json"}),
-              "[{\"user\":\"alice\",\"databases\":[\"db\",\"plays\"]}]\n");
+              "[{\"user\":\"alice\",\"databases\":[\"db\",\"plays\"],\"writes\":[]}]\n");
     good({"revoke", "alice", "plays"});
     EXPECT_FALSE(home()->mayRead("alice", "plays"));
     good({"grant", "alice", "*"});

@@ -39,7 +39,7 @@ protected:
      */
     template <typename Call>
     void failEach(Call call, const char *what) {
-        constexpr long keptForGood = 8;
+        constexpr long keptForGood = 12;
         const long before = support::liveBlocks();
         long live = before;
         long count = 0;
