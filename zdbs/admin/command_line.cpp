@@ -41,7 +41,8 @@ std::vector<std::string> argumentsOf(int argc, char **argv) {
 /** All commands with their options; remembers the one that was given. */
 class CommandLine {
 public:
-    CommandLine() : app_("Administers the databases of a home.", "zdbs") {
+    explicit CommandLine(ServeHome serveHome)
+        : app_("Administers the databases of a home.", "zdbs"), serveHome_(std::move(serveHome)) {
         app_.require_subcommand(1);
         app_.set_help_flag("-h,--help", "Show this help and end");
         app_.set_version_flag("--version", "zdbs " ZDBS_VERSION, "Show the version and end");
@@ -443,7 +444,7 @@ private:
     void defineServeCommand() {
         CLI::App &command =
             define(app_, "serve", "Answer requests over HTTP, for users with passwords",
-                   [this] { return serveHome(home_, serve_); });
+                   [this] { return serveHome_(home_, serve_); });
         command
             .add_option("--listen", serve_.listen,
                         "HOST:PORT or unix:PATH, several times for several; otherwise "
@@ -512,6 +513,7 @@ private:
     ValuesRequest values_;
     ExplainRequest explain_;
     serve::Settings serve_;
+    ServeHome serveHome_;
 };
 
 int run(CommandLine &commandLine, int argc, char **argv) {
@@ -538,9 +540,9 @@ int run(CommandLine &commandLine, int argc, char **argv) {
 }
 
 /** Throws std::bad_alloc, also for want of memory for a message. */
-int runOrTell(int argc, char **argv) {
+int runOrTell(int argc, char **argv, ServeHome serveHome) {
     try {
-        CommandLine commandLine;
+        CommandLine commandLine(std::move(serveHome));
         return run(commandLine, argc, argv);
     } catch (const Interrupted &what) {
         writeMessage(what.what());
@@ -555,9 +557,9 @@ int runOrTell(int argc, char **argv) {
 
 }  // namespace
 
-int runCommandLine(int argc, char **argv) {
+int runCommandLine(int argc, char **argv, ServeHome serveHome) {
     try {
-        return runOrTell(argc, argv);
+        return runOrTell(argc, argv, std::move(serveHome));
     } catch (const std::bad_alloc &) {
         writeOutOfMemory();
         return notDone;

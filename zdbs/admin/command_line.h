@@ -2,7 +2,14 @@
 #ifndef ZDBS_ADMIN_COMMAND_LINE_H
 #define ZDBS_ADMIN_COMMAND_LINE_H
 
+#include <functional>
+
+#include "zdbs/admin/commands.h"
+
 namespace zdbs::admin {
+
+/** Answers requests over HTTP until it is told to end. */
+using ServeHome = std::function<bool(const HomeChoice &home, const serve::Settings &settings)>;
 
 /** What the program answers to its caller. */
 enum ExitStatus : int {
@@ -12,8 +19,8 @@ enum ExitStatus : int {
     interrupted = 130,  ///< Ctrl-C while requests were answered; those before it were
 };
 
-/** Runs the command and answers the exit status. Throws nothing. */
-int runCommandLine(int argc, char **argv);
+/** Runs the command, `serve` by the function, and answers the exit status. Throws nothing. */
+int runCommandLine(int argc, char **argv, ServeHome serveHome);
 
 }  // namespace zdbs::admin
 

@@ -150,9 +150,6 @@ struct ExplainRequest {
 /** All requests share one session; the first that fails ends the command. */
 bool explain(const HomeChoice &home, const ExplainRequest &request);
 
-/** Answers requests over HTTP until it is told to end. */
-bool serveHome(const HomeChoice &home, const serve::Settings &settings);
-
 }  // namespace zdbs::admin
 
 #endif
