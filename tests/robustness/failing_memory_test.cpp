@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <iostream>
 #include <random>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -57,11 +58,17 @@ protected:
         const bool isTold = !result.err.empty() || result.out.find("Error #") != std::string::npos;
         if (!isTold) {
             EXPECT_EQ(result.ending, support::exited(0)) << place;
-            EXPECT_TRUE(result.out == undisturbed_.out || !GetParam().printsTheSame)
+            EXPECT_TRUE(answersOf(result.out) == answersOf(undisturbed_.out) ||
+                        !GetParam().printsTheSame)
                 << result.out << place;
         }
         if (GetParam().changes) inspect(home, result.ending == support::exited(0), place);
         return result.ending != support::exited(0) || isTold;
+    }
+
+    /** Sets that nothing could take away again leave the shell's last one a higher number. */
+    static std::string answersOf(const std::string &out) {
+        return std::regex_replace(out, std::regex("<[0-9]+>\t<"), "<");
     }
 
     void inspect(const fs::path &home, bool isDone, const std::string &place) {
@@ -80,14 +87,12 @@ TEST_P(FailingMemory, IsAMessageAndNothingIsHalfDone) {
     std::mt19937 random(1);
     const long places = wanted();
     ASSERT_GT(places, 0);
-    // OPEN: where memory fails the shell once and is back, a request may tell 0 and no message.
-    const bool isShell = std::string(GetParam().name) == "Shell";
     long failed = 0;
     for (long place = 0; place < places && !HasFailure(); ++place) {
         const long begin = count_ * place / places;
         const long width = count_ * (place + 1) / places - begin;
         failed += failsAt(begin + static_cast<long>(random() % static_cast<unsigned long>(width)),
-                          place % 2 == 1 && !isShell);
+                          place % 2 == 1);
     }
     EXPECT_GT(failed, places / 3);
     std::cout << count_ << " allocations, " << places << " failed, " << failed

@@ -8,6 +8,15 @@
 namespace zdbs {
 namespace {
 
+/**
+ * Made for threads that need one only: the C library ends a process in which there is no memory to
+ * register its end.
+ */
+Process &ofThread() {
+    static thread_local Process inside;
+    return inside;
+}
+
 std::uintptr_t numberOf(ZdbHandle handle) {
     return reinterpret_cast<std::uintptr_t>(handle);
 }
@@ -16,8 +25,7 @@ std::uintptr_t numberOf(ZdbHandle handle) {
 
 Process &Process::instance() {
     static Process process;
-    static thread_local Process inside;
-    return activeSession() != nullptr ? inside : process;
+    return activeSession() != nullptr ? ofThread() : process;
 }
 
 void Process::open(std::unique_ptr<Session> session) {
