@@ -336,7 +336,8 @@ TEST_F(FullDiskTest, IsNoHindranceToWhatTakesSomethingAway) {
         EXPECT_GE(reserve(), wholeReserve * 7 / 8) << words[0];
     }
     EXPECT_EQ(zdbsOnDisk({"list", "--json"}), "[]\n");
-    EXPECT_EQ(zdbsOnDisk({"user", "list", "--json"}), "[{\"user\":\"reader\",\"databases\":[],\"writes\":[]}]\n");
+    EXPECT_EQ(zdbsOnDisk({"user", "list", "--json"}),
+              "[{\"user\":\"reader\",\"databases\":[],\"writes\":[]}]\n");
 }
 
 TEST_F(FullDiskTest, IsFilledByALoadExceptForTheReserve) {
