@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <iostream>
 #include <random>
-#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -68,7 +68,13 @@ protected:
 
     /** Sets that nothing could take away again leave the shell's last one a higher number. */
     static std::string answersOf(const std::string &out) {
-        return std::regex_replace(out, std::regex("<[0-9]+>\t<"), "<");
+        std::istringstream lines(out);
+        std::string answers;
+        for (std::string line; std::getline(lines, line); answers += line + '\n') {
+            const std::size_t end = line.find(">\t<");
+            if (line.starts_with('<') && end != std::string::npos) line.erase(0, end);
+        }
+        return answers;
     }
 
     void inspect(const fs::path &home, bool isDone, const std::string &place) {

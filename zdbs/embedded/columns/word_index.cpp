@@ -116,9 +116,9 @@ struct WordIndex::Parts {
 };
 
 WordIndex::Parts::Parts(std::string_view bytes, PartCheck *check) {
-    constexpr std::size_t headerSize = 8 + 4 * partCount;
-    if (bytes.size() < headerSize) failDamaged();
-    if (check != nullptr) check->require(bytes.substr(0, headerSize));
+    constexpr std::size_t frontSize = 8 + 4 * partCount;
+    if (bytes.size() < frontSize) failDamaged();
+    if (check != nullptr) check->require(bytes.substr(0, frontSize));
     std::memcpy(&rows, bytes.data(), sizeof rows);
     const auto parts = partsOf<partCount>(bytes);
     if (check != nullptr) check->require(bytes.substr(0, bytes.size() - parts.back().size()));
