@@ -4,13 +4,13 @@
 
 #include "fuzz/fuzzing.h"
 #include "tests/zdbs/admin/json_value.h"
-#include "zdbs/admin/json.h"
-#include "zdbs/admin/node_output.h"
+#include "zdbs/answers/json.h"
+#include "zdbs/answers/node_output.h"
 #include "zdbs/base/utf8.h"
 
 namespace {
 
-using zdbs::admin::JsonWriter;
+using zdbs::JsonWriter;
 
 constexpr std::string_view replacement = "\xef\xbf\xbd";
 
@@ -51,8 +51,8 @@ void fuzz(fuzzing::Bytes input) {
     const zdbs::JsonValue value = zdbs::readJson(json.endObject().text());
     fuzzing::require(value[whole].items.at(0).text == whole, "JSON with another text.");
     const std::size_t middle = whole.size() / 2;
-    const std::string pieces = zdbs::admin::jsonPiece(std::string_view(whole).substr(0, middle)) +
-                               zdbs::admin::jsonPiece(std::string_view(whole).substr(middle));
+    const std::string pieces = zdbs::jsonPiece(std::string_view(whole).substr(0, middle)) +
+                               zdbs::jsonPiece(std::string_view(whole).substr(middle));
     fuzzing::require(zdbs::readJson('"' + pieces + '"').text == whole, "JSON in other pieces.");
-    fuzzing::require(readField(zdbs::admin::csvField(text)) == text, "CSV with another text.");
+    fuzzing::require(readField(zdbs::csvField(text)) == text, "CSV with another text.");
 }
