@@ -44,6 +44,10 @@ target_compile_options(vexa_warnings INTERFACE
 # GCC 12 sees overlapping copies in std::string where there are none, when it optimises.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(vexa_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+  # And members that are not initialised in std::optional and std::regex, where it adds its checks.
+  if(VEXA_SANITIZE)
+    target_compile_options(vexa_warnings INTERFACE -Wno-maybe-uninitialized)
+  endif()
 endif()
 target_include_directories(vexa_warnings INTERFACE "${CMAKE_SOURCE_DIR}")
 
