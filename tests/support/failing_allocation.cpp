@@ -81,6 +81,10 @@ long support::liveBlocks() {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(OPERATOR_NEW_ONLY)
 
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept {
+    return counted(__builtin_return_address(0), [&] { return std::malloc(size == 0 ? 1 : size); });
+}
+
 void *operator new(std::size_t size) {
     void *block =
         counted(__builtin_return_address(0), [&] { return std::malloc(size == 0 ? 1 : size); });
