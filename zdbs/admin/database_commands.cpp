@@ -12,8 +12,7 @@ namespace zdbs::admin {
 
 namespace {
 
-constexpr auto left = TextTable::Align::left;
-constexpr auto right = TextTable::Align::right;
+using enum TextTable::Align;
 
 std::string databasesAsJson(const Administration &home) {
     JsonWriter json;
