@@ -37,11 +37,15 @@ function curl(q) {
   return `curl -u ${shellWord(user())} -G${words} \\\n    ${shellWord(placeOf())}\n`;
 }
 
-/** In the shell, or by zdbs where the language is not the shell's. */
+/**
+ * In the shell, which is given the password in front of the statements; or by zdbs where the language
+ * is not the shell's.
+ */
 function vexa(q) {
   if (present.language === 'query') {
     const statements = [`BASE ${present.database};`, `XFIND ${q};`].map(shellWord).join(' ');
-    return `printf '%s\\n' ${statements} | vexa -u ${shellWord(user())}\n`;
+    return '{ stty -echo </dev/tty; IFS= read -r word </dev/tty; stty echo </dev/tty\n' +
+        `  printf '%s\\n' "$word" ${statements}; } | vexa -q -u ${shellWord(user())}\n`;
   }
   const options = declarations(q).map((each) => ` --namespace ${shellWord(each)}`).join('');
   return `zdbs xpath${options} ${shellWord(present.database)} ${shellWord(q)}\n`;

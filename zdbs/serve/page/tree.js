@@ -4,35 +4,39 @@ import {present} from './present.js';
 import {stepText} from './paths.js';
 
 let choose = () => {};
+let groups = 0;
 
 const items = () => [...byId('tree').querySelectorAll('[role=treeitem]')]
     .filter((item) => item.closest('[hidden]') === null);
 
-/** A node as an item; those below it are made when they are shown. */
+/** A node as an item of a list; those below it are made when they are shown. */
 function itemFor(node, level) {
   const step = visible(stepText(node, present.language, present.tree.prefixes));
-  const item = element('li', {
+  const item = element('span', {
     'role': 'treeitem', 'tabindex': '-1', 'aria-level': level, 'aria-selected': 'false',
     'aria-expanded': node.children.length > 0 ? 'false' : null,
-    'aria-label': `${step}, ${node.count}`,
-  });
-  item.append(element('span', {class: 'step'},
-      element('span', {'class': 'fold', 'aria-hidden': 'true'}), element('bdi', {}, step), ' ',
-      element('span', {class: 'count'}, countText(node.count))));
+  }, element('span', {'class': 'fold', 'aria-hidden': 'true'}), element('bdi', {}, step), ' ',
+  element('span', {class: 'count'}, countText(node.count)));
   item.node = node;
-  return item;
+  return element('li', {role: 'none'}, item);
+}
+
+/** The list of the nodes below one, made when it is asked for first. */
+function groupOf(item) {
+  if (item.nextElementSibling === null) {
+    const level = Number(item.getAttribute('aria-level')) + 1;
+    const group = element('ul', {'role': 'group', 'id': `group-${++groups}`},
+        ...item.node.children.map((node) => itemFor(node, level)));
+    item.setAttribute('aria-owns', group.id);
+    item.after(group);
+  }
+  return item.nextElementSibling;
 }
 
 function open(item, isOpen) {
   if (!item.hasAttribute('aria-expanded')) return;
   item.setAttribute('aria-expanded', isOpen);
-  let group = item.querySelector(':scope > ul');
-  if (group === null) {
-    const level = Number(item.getAttribute('aria-level')) + 1;
-    group = element('ul', {role: 'group'}, ...item.node.children.map((node) => itemFor(node, level)));
-    item.append(group);
-  }
-  group.hidden = !isOpen;
+  groupOf(item).hidden = !isOpen;
 }
 
 const isOpen = (item) => item.getAttribute('aria-expanded') === 'true';
@@ -52,7 +56,10 @@ function select(item) {
   choose(item.node);
 }
 
-const around = (item) => item.parentElement.closest('[role=treeitem]');
+const firstOf = (list) => list.querySelector('[role=treeitem]');
+
+/** The item that one is below. */
+const around = (item) => item.closest('[role=group]')?.previousElementSibling;
 
 /** What the keys do, as the practices for a tree have it. */
 const keys = {
@@ -60,7 +67,7 @@ const keys = {
   ArrowUp: (item) => focusOn(items()[items().indexOf(item) - 1]),
   Home: () => focusOn(items()[0]),
   End: () => focusOn(items().at(-1)),
-  ArrowRight: (item) => isOpen(item) ? focusOn(item.querySelector('[role=treeitem]')) : open(item, true),
+  ArrowRight: (item) => isOpen(item) ? focusOn(firstOf(groupOf(item))) : open(item, true),
   ArrowLeft: (item) => isOpen(item) ? open(item, false) : focusOn(around(item)),
   Enter: select,
   ' ': select,
@@ -85,8 +92,8 @@ function onClick(event) {
 export function showTree() {
   const tops = present.tree.tops.map((node) => itemFor(node, 1));
   fill(byId('tree'), ...tops);
-  if (tops.length > 0) tops[0].tabIndex = 0;
-  if (tops.length === 1) open(tops[0], true);
+  if (tops.length > 0) firstOf(tops[0]).tabIndex = 0;
+  if (tops.length === 1) open(firstOf(tops[0]), true);
 }
 
 /** @param chosen is told the node of a path that is asked for */
