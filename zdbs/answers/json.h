@@ -3,6 +3,7 @@
 #define ZDBS_ANSWERS_JSON_H
 
 #include <chrono>
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,6 +24,14 @@ public:
     JsonWriter &key(std::string_view name);
     JsonWriter &value(std::string_view text);
     JsonWriter &value(std::uint64_t number);
+
+    /** A template, for else texts without a length would be taken for it. */
+    template <std::same_as<bool> Flag>
+    JsonWriter &value(Flag flag) {
+        separate();
+        text_ += flag ? "true" : "false";
+        return *this;
+    }
 
     /** In milliseconds, with three decimals. */
     JsonWriter &value(std::chrono::nanoseconds time);

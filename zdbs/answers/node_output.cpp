@@ -155,7 +155,8 @@ void NodeOutput::writeCsv(const OpenDatabase &database, RecordCursor &nodes) {
     });
 }
 
-void NodeOutput::writeObjects(const OpenDatabase &database, const NodeSource &nodes) const {
+void NodeOutput::writeObjects(const OpenDatabase &database, const NodeSource &nodes,
+                              const MoreOf &more) const {
     std::string_view separator;
     tellRows(forms_, database, *nodes(), [&](RecordId node, const RecordFacts &facts) {
         std::string object(separator);
@@ -167,6 +168,7 @@ void NodeOutput::writeObjects(const OpenDatabase &database, const NodeSource &no
             object += jsonOf(column.column, textOf(column.column, node, facts));
             before = ',';
         }
+        if (more) object += more(node);
         write_(object + '}');
         separator = ",";
     });

@@ -63,8 +63,12 @@ public:
     /** An array for each column, as members that stand behind others: `,"ids":[1,2]`. */
     void writeMembers(const OpenDatabase &database, const NodeSource &nodes) const;
 
+    /** What stands in the object of a node behind its columns, of which there must be some. */
+    using MoreOf = std::function<std::string(RecordId)>;
+
     /** An object for each node, with commas between them: `{"id":1,"path":"/a"},{"id":2,…`. */
-    void writeObjects(const OpenDatabase &database, const NodeSource &nodes) const;
+    void writeObjects(const OpenDatabase &database, const NodeSource &nodes,
+                      const MoreOf &more = {}) const;
 
     /** An element for each node: `<node id="1" path="/a">value</node>`, one a line. */
     void writeElements(const OpenDatabase &database, const NodeSource &nodes) const;

@@ -58,6 +58,8 @@ std::string parametersOf(const Route &route) {
         texts.push_back(parameterText("database", "path", "string", true, "Name of the database"));
     if (path.find("{document}") != std::string_view::npos)
         texts.push_back(parameterText("document", "path", "string", true, "Name of the document"));
+    if (path.find("{file}") != std::string_view::npos)
+        texts.push_back(parameterText("file", "path", "string", true, "Name of the file"));
     for (const Parameter &each : route.parameters)
         texts.push_back(
             parameterText(each.name, "query", each.type, each.isRequired, each.description));
@@ -68,6 +70,7 @@ std::string parametersOf(const Route &route) {
 }
 
 std::string contentOf(const Route &route) {
+    if (route.forms.empty()) return R"({"*/*":{"schema":{"type":"string"}}})";
     std::string list;
     for (const Form form : route.forms) {
         std::string_view type = mediaType(form);

@@ -100,6 +100,7 @@ std::string_view tagSuffix(Form form) {
 }
 
 std::optional<Form> preferredForm(std::string_view accept, std::span<const Form> offered) {
+    if (offered.empty()) return std::nullopt;
     if (accept.empty()) return offered.front();
     std::optional<Form> preferred;
     int best = 0;

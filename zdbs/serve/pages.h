@@ -20,6 +20,12 @@ void exportFragments(const Call &call);
 void explainRequest(const Call &call);
 void listValues(const Call &call);
 
+// A node and what is around it: around_page.cpp.
+void tellAround(const Call &call);
+
+// The page for people: page_files.cpp.
+void sendPageFile(const Call &call);
+
 // Documents: document_pages.cpp.
 void listDocuments(const Call &call);
 void tellDocument(const Call &call);

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "zdbs/answers/excerpts.h"
 #include "zdbs/answers/explainer.h"
 #include "zdbs/answers/json.h"
 #include "zdbs/answers/node_output.h"
@@ -34,9 +35,10 @@ NodeForms formsOf(const Call &call) {
          {"value", &NodeForms::values}}};
     NodeForms forms;
     const std::string *fields = call.parameter("fields");
-    std::string list = fields != nullptr          ? *fields
-                       : call.form == Form::plain ? "value"
-                                                  : "id,document,path,value";
+    std::string list = fields != nullptr                      ? *fields
+                       : call.form == Form::plain             ? "value"
+                       : call.parameter("excerpt") != nullptr ? "id,document,path"
+                                                              : "id,document,path,value";
     for (std::string_view rest = list; !rest.empty();) {
         const std::size_t end = std::min(rest.find(','), rest.size());
         const auto found = std::find_if(names.begin(), names.end(), [&](const auto &name) {
@@ -48,6 +50,10 @@ NodeForms formsOf(const Call &call) {
         forms.*found->second = true;
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
+    if (forms.columns() == 0)
+        throw Problem(400, "The parameter fields is empty.", Status::badSetting);
+    if (call.parameter("excerpt") != nullptr && call.form != Form::json)
+        throw Problem(400, "The parameter excerpt is for JSON.", Status::badSetting);
     if (call.form == Form::plain && forms.columns() != 1)
         throw Problem(400, "Plain text has one of the fields.", Status::badSetting);
     forms.asCsv = call.form == Form::csv || (call.form == Form::plain && forms.documents);
@@ -100,18 +106,39 @@ RequestAnswer found(const Call &call, const Session &session, RequestDesk &desk,
     }
 }
 
+/** The beginnings of values, with hits, where they are asked for; nodes are asked for in order. */
+NodeOutput::MoreOf excerptsOf(const Call &call, const NodeForms &forms,
+                              const RequestAnswer &answer) {
+    if (call.parameter("excerpt") == nullptr) return {};
+    static constexpr std::uint64_t atOnce = 100;
+    return [&answer, most = call.number("excerpt", 0), place = forms.offset, left = forms.limit,
+            known = Excerpts()](RecordId node) mutable {
+        if (known.count(node) == 0) {
+            const ResultSetPtr next = excerpt(answer, place, std::min(left, atOnce));
+            known = zdbs::excerptsOf(answer.database, next, answer.made, most);
+            place += known.size();
+            left -= known.size();
+        }
+        JsonWriter json;
+        json.beginObject();
+        addExcerpt(json, known.at(node));
+        return ',' + json.text().substr(1);
+    };
+}
+
 /** Nodes in the form that was chosen. @param json up to where the nodes stand */
 void sendNodes(const Call &call, const NodeForms &forms, const RequestAnswer &answer,
                JsonWriter json) {
     Reply &reply = call.reply;
     NodeOutput output(forms, consumerOf(call));
+    const NodeOutput::MoreOf excerpts = excerptsOf(call, forms, answer);
     const auto source = [&answer] { return answer.database.records(*answer.matches); };
     reply.begin(call.headFor(answer.database.state()));
     switch (call.form) {
         case Form::json:
             json.key("offset").value(forms.offset).key("limit").value(forms.limit);
             reply.write(json.text() + ",\"nodes\":[");
-            output.writeObjects(answer.database, source);
+            output.writeObjects(answer.database, source, excerpts);
             return reply.write("]}\n");
         case Form::xml:
             reply.write("<nodes database=\"" + call.database + "\" state=\"" +

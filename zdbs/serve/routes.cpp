@@ -35,7 +35,9 @@ constexpr const char *querySchema = R"({"type":"object",
 "notes":{"type":"array","items":{"type":"string"}},
 "offset":{"type":"integer"},"limit":{"type":"integer"},
 "nodes":{"type":"array","items":{"type":"object","properties":{"id":{"type":"integer"},
-"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"}}}}}})";
+"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"},
+"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
 
 constexpr const char *xpathSchema = R"({"type":"object",
 "required":["database","state","request","type"],"properties":{
@@ -44,7 +46,9 @@ constexpr const char *xpathSchema = R"({"type":"object",
 "value":{"type":"string"},"records":{"type":"integer"},
 "offset":{"type":"integer"},"limit":{"type":"integer"},
 "nodes":{"type":"array","items":{"type":"object","properties":{"id":{"type":"integer"},
-"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"}}}}}})";
+"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"},
+"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
 
 constexpr const char *explainSchema = R"({"type":"object",
 "required":["request","sets","translationMilliseconds","setsMilliseconds","hitsMilliseconds"],
@@ -64,6 +68,27 @@ constexpr const char *valuesSchema = R"({"type":"object",
 "records":{"type":"integer"},"distinct":{"type":"integer"},
 "values":{"type":"array","items":{"type":"object","required":["value","count"],"properties":{
 "value":{"type":"string"},"count":{"type":"integer"}}}}}})";
+
+constexpr const char *aroundSchema = R"({"type":"object",
+"required":["database","state","node","document","line","offset","limit","nodes"],"properties":{
+"database":{"type":"string"},"state":{"type":"integer"},"node":{"type":"integer"},
+"document":{"type":"string"},"offset":{"type":"integer"},"limit":{"type":"integer"},
+"line":{"type":"array","items":{"type":"object",
+"required":["id","path","place","children","attributes","excerpt"],"properties":{
+"id":{"type":"integer"},"path":{"type":"string"},"place":{"type":"integer"},
+"children":{"type":"integer"},"attributes":{"type":"array","items":{"type":"object",
+"required":["id","path","excerpt"],"properties":{"id":{"type":"integer"},
+"path":{"type":"string"},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},
+"nodes":{"type":"array","items":{"type":"object",
+"required":["id","path","place","children","attributes","excerpt"],"properties":{
+"id":{"type":"integer"},"path":{"type":"string"},"place":{"type":"integer"},
+"children":{"type":"integer"},"attributes":{"type":"array","items":{"type":"object",
+"required":["id","path","excerpt"],"properties":{"id":{"type":"integer"},
+"path":{"type":"string"},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
 
 constexpr const char *documentsSchema = R"({"type":"array","items":{"type":"object",
 "required":["document","nodes","first","xmlBytes"],"properties":{"document":{"type":"string"},
@@ -85,8 +110,29 @@ const Parameter notesParameter = {"notes", "boolean", false,
 const Parameter fieldsParameter = {"fields", "string", false,
                                    "What is told of nodes: id, document, path, value, with commas"};
 
+const Parameter excerptParameter = {"excerpt", "integer", false,
+                                    "Of values at most so many bytes, with hits apart"};
+
 /** Ends at the first route that fits a request. */
 const std::vector<Route> table = {
+    {Method::get,
+     "/",
+     Access::everybody,
+     {},
+     {},
+     nullptr,
+     "A page for people",
+     nullptr,
+     sendPageFile},
+    {Method::get,
+     "/page/{file}",
+     Access::everybody,
+     {},
+     {},
+     nullptr,
+     "What the page consists of",
+     nullptr,
+     sendPageFile},
     {Method::get,
      "/healthz",
      Access::everybody,
@@ -136,7 +182,8 @@ const std::vector<Route> table = {
      "/v1/databases/{database}/query",
      Access::readers,
      {Form::json, Form::csv, Form::xml, Form::plain},
-     {requestParameter, fieldsParameter, limitParameter, offsetParameter, notesParameter},
+     {requestParameter, fieldsParameter, excerptParameter, limitParameter, offsetParameter,
+      notesParameter},
      nullptr,
      "The nodes that a request finds",
      querySchema,
@@ -149,6 +196,7 @@ const std::vector<Route> table = {
       {"namespace", "string", false, "PREFIX=URI; several times for several"},
       {"variable", "string", false, "NAME=TEXT; several times for several"},
       fieldsParameter,
+      excerptParameter,
       limitParameter,
       offsetParameter},
      nullptr,
@@ -189,6 +237,19 @@ const std::vector<Route> table = {
      "The distinct values of what a request finds, with counts",
      valuesSchema,
      listValues},
+    {Method::get,
+     "/v1/databases/{database}/around",
+     Access::readers,
+     {Form::json},
+     {{"node", "integer", true, "The id of a node"},
+      {"q", "string", false, "A request whose hits are told apart"},
+      excerptParameter,
+      limitParameter,
+      offsetParameter},
+     nullptr,
+     "A node with the elements around it, and the nodes in it",
+     aroundSchema,
+     tellAround},
     {Method::get,
      "/v1/databases/{database}/documents",
      Access::readers,

@@ -13,7 +13,7 @@ namespace {
 std::vector<std::string_view> stepsOf(std::string_view path) {
     std::vector<std::string_view> steps;
     path.remove_prefix(1);
-    for (std::size_t begin = 0; begin <= path.size();) {
+    for (std::size_t begin = 0; begin < path.size();) {
         const std::size_t end = std::min(path.find('/', begin), path.size());
         steps.push_back(path.substr(begin, end - begin));
         begin = end + 1;
@@ -29,13 +29,15 @@ struct Fit {
 
 std::optional<Fit> fitOf(const Route &route, const std::vector<std::string> &steps) {
     const std::vector<std::string_view> wanted = stepsOf(route.path);
-    const bool takesRest = wanted.back() == "{document}";
+    const bool takesRest = !wanted.empty() && wanted.back() == "{document}";
     if (takesRest ? steps.size() < wanted.size() : steps.size() != wanted.size())
         return std::nullopt;
     Fit fit;
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         if (wanted[i] == "{database}")
             fit.database = steps[i];
+        else if (wanted[i] == "{file}")
+            fit.document = steps[i];
         else if (wanted[i] != "{document}" && wanted[i] != steps[i])
             return std::nullopt;
     }
@@ -173,7 +175,10 @@ void Call::requireState(std::uint64_t state) const {
 
 bool Call::isKnown(std::uint64_t state) const {
     requireState(state);
-    ReplyHead head = headFor(state);
+    return isKnown(headFor(state));
+}
+
+bool Call::isKnown(ReplyHead head) const {
     const std::string &tag = head.fields.front().second;
     if (request.fields.ifNoneMatch.empty() || !hasTag(request.fields.ifNoneMatch, tag))
         return false;
@@ -213,14 +218,15 @@ void admit(const Service &service, const Request &request) {
     requireAccess(service, request, found);
     requireSameOrigin(request);
     requireBodyType(*found.route, request);
-    if (!preferredForm(request.fields.accept, found.route->forms))
+    const std::vector<Form> &forms = found.route->forms;
+    if (!forms.empty() && !preferredForm(request.fields.accept, forms))
         throw Problem(406, "The answer does not come in the forms of the field Accept.");
 }
 
 void answer(const Service &service, Request &request, Reply &reply) {
     admit(service, request);
     Found found = find(request);
-    const Form form = *preferredForm(request.fields.accept, found.route->forms);
+    const Form form = preferredForm(request.fields.accept, found.route->forms).value_or(Form::json);
     found.route->answer({service, request, reply, *found.route, std::move(found.fit.database),
                          std::move(found.fit.document), form});
 }

@@ -43,9 +43,9 @@ enum class Access : std::uint8_t { everybody, users, readers, writers };
 /** A method of a place. */
 struct Route {
     Method method;
-    const char *path;  ///< steps in braces are any text, the last of a document all that follow
+    const char *path;  ///< steps in braces are any text, {document} all that follow
     Access access;
-    std::vector<Form> forms;  ///< that it is answered in, the usual one first
+    std::vector<Form> forms;  ///< that it is answered in, the usual one first; none: it has its own
     std::vector<Parameter> parameters;
     const char *bodyType;  ///< what has to be sent; null: nothing may be
     const char *summary;
@@ -63,7 +63,7 @@ struct Call {
     Reply &reply;
     const Route &route;
     std::string database;  ///< empty where the route has none
-    std::string document;
+    std::string document;  ///< or the file of the page
     Form form = Form::json;
 
     const std::string *parameter(std::string_view name) const {
@@ -84,6 +84,9 @@ struct Call {
 
     /** The same; and true where 304 was sent, for If-None-Match says that the client has it. */
     bool isKnown(std::uint64_t state) const;
+
+    /** The same for a head whose first field is the ETag; If-Match is of no account. */
+    bool isKnown(ReplyHead head) const;
 };
 
 /**

@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t readerBlock = std::size_t{32} * 1024;
 constexpr std::uint64_t megabyte = 1'000'000;
+constexpr const char *policyField = "Content-Security-Policy";
+constexpr const char *documentPolicy = "default-src 'none'; frame-ancestors 'none'; sandbox";
 
 /** What headers have to be for their ends, and the body's, to be the same to everybody. */
 struct Framing {
@@ -234,11 +236,13 @@ bool Visit::queue(MHD_Response *response) {
     if (!head.type.empty())
         MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, head.type.c_str());
     MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
-    // Documents are anybody's, and a browser that is shown one must not do what it says.
-    MHD_add_response_header(response, "Content-Security-Policy",
-                            "default-src 'none'; frame-ancestors 'none'; sandbox");
-    for (const auto &[name, value] : head.fields)
+    bool hasPolicy = false;
+    for (const auto &[name, value] : head.fields) {
+        hasPolicy = hasPolicy || name == policyField;
         MHD_add_response_header(response, name.c_str(), value.c_str());
+    }
+    // Documents are anybody's, and a browser that is shown one must not do what it says.
+    if (!hasPolicy) MHD_add_response_header(response, policyField, documentPolicy);
     const MHD_Result queued = MHD_queue_response(library_, head.status, response);
     MHD_destroy_response(response);
     return queued == MHD_YES;

@@ -74,6 +74,25 @@ TEST_F(Answers, AreInTheFormThatIsAskedFor) {
          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<vexa:export "
          "xmlns:vexa=\"urn:vexa:export\" matches=\"1\">\n<fragment document=\"h.xml\" "
          "path=\"/play[1]/title[1]\"><title>Hamlet</title></fragment>\n</vexa:export>\n"},
+        {"/query?q=//title%5Bcontains(.,'am')%5D&excerpt=4&notes=false", "",
+         "{\"database\":\"plays\",\"state\":1,\"request\":\"//title[contains(.,'am')]\","
+         "\"records\":1,\"hits\":1,\"offset\":0,\"limit\":100,\"nodes\":[{\"id\":2,"
+         "\"document\":\"h.xml\",\"path\":\"/play[1]/title[1]\","
+         "\"excerpt\":{\"pieces\":[\"H\",\"am\",\"l\"],\"isCut\":true}}]}\n"},
+        {"/xpath?q=//@n&fields=id&excerpt=9&offset=1", "",
+         "{\"database\":\"plays\",\"state\":1,\"request\":\"//@n\",\"type\":\"nodes\","
+         "\"records\":2,\"offset\":1,\"limit\":100,\"nodes\":[{\"id\":8,"
+         "\"excerpt\":{\"pieces\":[\"2\"],\"isCut\":false}}]}\n"},
+        {"/around?node=8&excerpt=2&q=//speech%5B@n=2%5D", "",
+         "{\"database\":\"plays\",\"state\":1,\"node\":8,\"document\":\"h.xml\",\"line\":["
+         "{\"id\":1,\"path\":\"/play[1]\",\"excerpt\":{\"pieces\":[\"Ha\"],\"isCut\":true},"
+         "\"place\":0,\"children\":4,\"attributes\":[]},"
+         "{\"id\":7,\"path\":\"/play[1]/speech[2]\",\"excerpt\":{\"pieces\":[\"Li\"],"
+         "\"isCut\":true},\"place\":2,\"children\":1,\"attributes\":[{\"id\":8,"
+         "\"path\":\"/play[1]/speech[2]/@n\",\"excerpt\":{\"pieces\":[\"\",\"2\"],"
+         "\"isCut\":false}}]}],\"offset\":0,\"limit\":100,\"nodes\":[{\"id\":9,"
+         "\"path\":\"/play[1]/speech[2]/text()[1]\",\"excerpt\":{\"pieces\":[\"Li\"],"
+         "\"isCut\":true},\"place\":0,\"children\":0,\"attributes\":[]}]}\n"},
         {"/documents", "text/plain", "h.xml\n"},
         {"/documents/h.xml", "", nullptr},
     };
@@ -92,6 +111,18 @@ TEST_F(Answers, MarkHitsWhereThatIsAskedFor) {
     const Response response = server().get(
         "/v1/databases/plays/export?q=//title%5Bcontains(.,'am')%5D&spec=/&highlight=true");
     EXPECT_THAT(response.body, HasSubstr("H<vexa:hit>am</vexa:hit>let")) << response.body;
+}
+
+/** The first one is longer than what is told in vain behind an excerpt. */
+TEST(AnswersWithExcerpts, GoOnBehindNodesOfAnyLength) {
+    const ServedHome home;
+    const std::string text = "<l><a>" + std::string(200000, 'x') + "<b/>y</a><a>z</a></l>";
+    home.run({"load", "plays", home.file("long.xml", text)});
+    const Server server(home);
+    const Response response = server.get("/v1/databases/plays/query?q=//a&excerpt=2&fields=id");
+    EXPECT_THAT(response.body,
+                HasSubstr("{\"id\":2,\"excerpt\":{\"pieces\":[\"xx\"],\"isCut\":true}},"
+                          "{\"id\":6,\"excerpt\":{\"pieces\":[\"z\"],\"isCut\":false}}]"));
 }
 
 struct Refusal {
@@ -125,7 +156,15 @@ TEST_F(Answers, ThatCannotBeGivenAreProblemsWithTheKernelsNumber) {
         {"/v1/databases/none", 404, "\"number\":20"},
         {"/v1/databases/plays/none", 404, "nothing at this place"},
         {"/v1", 404, "nothing at this place"},
-        {"/", 404, "nothing at this place"},
+        {"/page", 404, "nothing at this place"},
+        {"/page/none.js", 404, "nothing at this place"},
+        {"/v1/databases/plays/query?q=//a&fields=", 400, "fields"},
+        {"/v1/databases/plays/query?q=//a&excerpt=x", 400, "excerpt"},
+        {"/v1/databases/plays/query?q=//a&excerpt=1", 400, "excerpt", "text/csv"},
+        {"/v1/databases/plays/around", 400, "\"number\":202"},
+        {"/v1/databases/plays/around?node=0", 404, "\"number\":32"},
+        {"/v1/databases/plays/around?node=99", 404, "\"number\":32"},
+        {"/v1/databases/plays/around?node=1&q=//a%5B", 400, "\"number\":206"},
     };
     for (const auto &[target, status, detail, accept] : refusals) {
         const std::string field = *accept == '\0' ? "" : "Accept: " + std::string(accept) + "\r\n";

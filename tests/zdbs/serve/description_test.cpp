@@ -76,6 +76,8 @@ TEST(Description, HoldsForTheAnswersOfEveryRoute) {
         {"GET", "/v1/databases/{database}", "/v1/databases/plays"},
         {"GET", "/v1/databases/{database}/query", "/v1/databases/plays/query?q=//a"},
         {"GET", "/v1/databases/{database}/query", "/v1/databases/plays/query?q=//A"},
+        {"GET", "/v1/databases/{database}/query", "/v1/databases/plays/query?q=//a&excerpt=1"},
+        {"GET", "/v1/databases/{database}/around", "/v1/databases/plays/around?node=2&q=//a"},
         {"GET", "/v1/databases/{database}/xpath", "/v1/databases/plays/xpath?q=//a"},
         {"GET", "/v1/databases/{database}/xpath", "/v1/databases/plays/xpath?q=1=1"},
         {"GET", "/v1/databases/{database}/explain", "/v1/databases/plays/explain?q=//a/@b"},
