@@ -14,13 +14,12 @@
 #include "zdbs/admin/output.h"
 #include "zdbs/admin/request_text.h"
 #include "zdbs/admin/visible_text.h"
-#include "zdbs/admin/xpath_notes.h"
-#include "zdbs/answers/json.h"
 #include "zdbs/answers/request_notes.h"
+#include "zdbs/answers/xpath_explanation.h"
+#include "zdbs/answers/xpath_notes.h"
 #include "zdbs/base/status.h"
 #include "zdbs/xpath/characters.h"
 #include "zdbs/xpath/evaluator.h"
-#include "zdbs/xpath/expression_text.h"
 #include "zdbs/xpath/grammar.h"
 #include "zdbs/xpath/request_error.h"
 
@@ -84,28 +83,14 @@ xpath::Surroundings surroundingsOf(const XPathRequest &request) {
     return surroundings;
 }
 
-std::string_view nameOf(xpath::ValueType type) {
-    switch (type) {
-        case xpath::ValueType::nodeSet:
-            return "nodes";
-        case xpath::ValueType::number:
-            return "number";
-        case xpath::ValueType::string:
-            return "string";
-        case xpath::ValueType::boolean:
-            break;
-    }
-    return "boolean";
-}
-
-std::string tableOf(std::string_view type, const std::string &expression,
-                    const std::vector<xpath::PartFound> &parts) {
-    std::string text = std::string(type) + ": " + visibleText(expression) + '\n';
-    if (parts.empty()) return text;
+std::string tableOf(const XPathExplanation &explanation) {
+    std::string text =
+        std::string(explanation.type) + ": " + visibleText(explanation.expression) + '\n';
+    if (explanation.parts.empty()) return text;
     using Align = TextTable::Align;
     TextTable table({Align::right, Align::right, Align::left, Align::left});
     table.add({"NODES", "TIME", "FOUND BY", "PART"});
-    for (const xpath::PartFound &part : parts) {
+    for (const xpath::PartFound &part : explanation.parts) {
         std::array<char, 32> time{};
         const auto taken = std::chrono::duration<double, std::milli>(part.time).count();
         std::snprintf(time.data(), time.size(), "%.3f ms", taken);
@@ -113,18 +98,6 @@ std::string tableOf(std::string_view type, const std::string &expression,
                    visibleText(part.part)});
     }
     return text + table.text();
-}
-
-std::string jsonOf(const std::string &request, std::string_view type, const std::string &expression,
-                   const std::vector<xpath::PartFound> &parts) {
-    JsonWriter json;
-    json.beginObject().key("request").value(request).key("type").value(type);
-    json.key("expression").value(expression).key("parts").beginArray();
-    for (const xpath::PartFound &part : parts) {
-        json.beginObject().key("part").value(part.part).key("way").value(part.way);
-        json.key("nodes").value(part.nodes).key("milliseconds").value(part.time).endObject();
-    }
-    return json.endArray().endObject().text() + '\n';
 }
 
 /** One run of `zdbs xpath`. */
@@ -184,19 +157,13 @@ private:
         if (value.type() == xpath::ValueType::nodeSet)
             return writeNodes(text, value.nodes(), begin);
         const xpath::Value printed = value.asTexts();
-        output_.writeValue(text, nameOf(value.type()), printed.text(0), Clock::now() - begin);
+        output_.writeValue(text, typeName(value.type()), printed.text(0), Clock::now() - begin);
     }
 
     /** The expression as it is understood, and how its sets were found. */
     void explain(const std::string &text, const xpath::Expression &expression) const {
-        std::vector<xpath::PartFound> parts;
-        xpath::Evaluator evaluator(collection_);
-        evaluator.observe([&](const xpath::PartFound &part) { parts.push_back(part); });
-        const xpath::Value value = evaluator.evaluate(expression);
-        if (value.type() == xpath::ValueType::nodeSet) value.nodes().count(0);
-        const std::string_view type = nameOf(value.type());
-        writeOutput(asJson_ ? jsonOf(text, type, textOf(expression), parts)
-                            : tableOf(type, textOf(expression), parts));
+        const XPathExplanation explanation = explainExpression(collection_, text, expression);
+        writeOutput(asJson_ ? jsonOf(explanation) : tableOf(explanation));
     }
 
     /** The root of a document is a node, but no record: only its count can be told. */

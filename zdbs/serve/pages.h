@@ -18,6 +18,7 @@ void answerQuery(const Call &call);
 void answerXPath(const Call &call);
 void exportFragments(const Call &call);
 void explainRequest(const Call &call);
+void explainXPath(const Call &call);
 void listValues(const Call &call);
 
 // A node and what is around it: around_page.cpp.

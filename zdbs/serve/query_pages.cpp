@@ -13,6 +13,8 @@
 #include "zdbs/answers/request_desk.h"
 #include "zdbs/answers/request_notes.h"
 #include "zdbs/answers/value_counts.h"
+#include "zdbs/answers/xpath_explanation.h"
+#include "zdbs/answers/xpath_notes.h"
 #include "zdbs/base/escape.h"
 #include "zdbs/base/stop.h"
 #include "zdbs/export/export_document.h"
@@ -152,20 +154,6 @@ void sendNodes(const Call &call, const NodeForms &forms, const RequestAnswer &an
     }
 }
 
-std::string_view nameOf(xpath::ValueType type) {
-    switch (type) {
-        case xpath::ValueType::nodeSet:
-            return "nodes";
-        case xpath::ValueType::number:
-            return "number";
-        case xpath::ValueType::string:
-            return "string";
-        case xpath::ValueType::boolean:
-            break;
-    }
-    return "boolean";
-}
-
 /** "name=text" parameters. */
 std::map<std::string, std::string, std::less<>> pairsOf(const Call &call, std::string_view name) {
     std::map<std::string, std::string, std::less<>> pairs;
@@ -182,9 +170,9 @@ std::map<std::string, std::string, std::less<>> pairsOf(const Call &call, std::s
     return pairs;
 }
 
-void sendValue(const Call &call, const std::string &request, std::uint64_t state,
-               std::string_view type, std::string_view value) {
-    JsonWriter json = beginAnswer(call, request, state);
+/** @param json up to where the value stands */
+void sendValue(const Call &call, std::uint64_t state, std::string_view type, std::string_view value,
+               JsonWriter json) {
     json.key("type").value(type).key("value").value(value).endObject();
     std::string text;
     switch (call.form) {
@@ -204,29 +192,64 @@ void sendValue(const Call &call, const std::string &request, std::uint64_t state
     call.reply.send(call.headFor(state), text);
 }
 
+/** An expression as it was sent, with what its names stand for. */
+class SentExpression {
+public:
+    SentExpression(const Call &call, const OpenDatabase &database, const std::string &text)
+        : call_(call), collection_(database), text_(text), expression_(parsed(call, text)) {}
+
+    const xpath::Collection &collection() const { return collection_; }
+    const xpath::Expression &expression() const { return *expression_; }
+
+    std::vector<std::string> notes() const {
+        const auto find = [this](const std::string &, const std::string &) {
+            return notesOnNames(*expression_, collection_);
+        };
+        return RequestNotes(find, true, !wantsNotes(call_)).on(text_, {});
+    }
+
+private:
+    static xpath::ExpressionPtr parsed(const Call &call, const std::string &text) {
+        xpath::Surroundings surroundings{pairsOf(call, "namespace")};
+        for (const auto &[name, value] : pairsOf(call, "variable"))
+            surroundings.variables[name] = value;
+        return xpath::parse(text, surroundings);
+    }
+
+    const Call &call_;
+    const xpath::Collection collection_;
+    const std::string &text_;
+    xpath::ExpressionPtr expression_;
+};
+
 void answerExpression(const Call &call, const OpenDatabase &database, const std::string &text,
                       const NodeForms &forms) {
-    xpath::Surroundings surroundings{pairsOf(call, "namespace")};
-    for (const auto &[name, value] : pairsOf(call, "variable"))
-        surroundings.variables[name] = value;
-    const xpath::ExpressionPtr expression = xpath::parse(text, surroundings);
-    const xpath::Collection collection(database);
-    xpath::Evaluator evaluator(collection);
-    const xpath::Value value = evaluator.evaluate(*expression);
+    const SentExpression sent(call, database, text);
+    xpath::Evaluator evaluator(sent.collection());
+    const xpath::Value value = evaluator.evaluate(sent.expression());
+    JsonWriter json = beginAnswer(call, text, database.state());
+    if (call.form == Form::json) addNotes(json, sent.notes());
     if (value.type() != xpath::ValueType::nodeSet) {
         const xpath::Value printed = value.asTexts();
-        return sendValue(call, text, database.state(), nameOf(value.type()), printed.text(0));
+        return sendValue(call, database.state(), typeName(value.type()), printed.text(0),
+                         std::move(json));
     }
     const xpath::NodeColumn &nodes = value.nodes();
     const xpath::NodeSet set = nodes.whole();
     // The root of a document is a node, but no record: only its count can be told.
     if (!set.roots.empty())
-        return sendValue(call, text, database.state(), "nodes",
-                         std::to_string(collection.sizeOf(set)));
-    JsonWriter json = beginAnswer(call, text, database.state());
+        return sendValue(call, database.state(), "nodes",
+                         std::to_string(sent.collection().sizeOf(set)), std::move(json));
     json.key("type").value("nodes");
     json.key("records").value(static_cast<std::uint64_t>(set.nodes->size()));
     sendNodes(call, forms, {database, set.nodes, {}}, std::move(json));
+}
+
+/** Times differ, so an explanation has no ETag. */
+void sendExplanation(const Call &call, std::uint64_t state, const std::string &text) {
+    ReplyHead head = call.headFor(state);
+    head.fields.front() = {"X-State", std::to_string(state)};
+    call.reply.send(std::move(head), text);
 }
 
 std::string requestOf(const Call &call) {
@@ -298,9 +321,17 @@ void explainRequest(const Call &call) {
     const std::uint64_t state = explainer.database().state();
     const Explanation explanation = explainer.explain(text);
     if (!explanation.error.empty()) throw Problem(400, explanation.error, Status::requestFailed);
-    ReplyHead head = call.headFor(state);
-    head.fields.front() = {"X-State", std::to_string(state)};  // times differ, so it has no ETag
-    call.reply.send(std::move(head), jsonOf(explanation));
+    sendExplanation(call, state, jsonOf(explanation));
+}
+
+void explainXPath(const Call &call) {
+    const std::string text = requestOf(call);
+    const SessionPool::Lease lease(call.service.sessions, call.database);
+    const NestedScope oneState(lease.session());
+    const SentExpression sent(call, oneState.database(), text);
+    const XPathExplanation explanation =
+        explainExpression(sent.collection(), text, sent.expression());
+    sendExplanation(call, oneState.database().state(), jsonOf(explanation, sent.notes()));
 }
 
 void listValues(const Call &call) {

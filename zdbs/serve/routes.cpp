@@ -42,6 +42,7 @@ constexpr const char *querySchema = R"({"type":"object",
 constexpr const char *xpathSchema = R"({"type":"object",
 "required":["database","state","request","type"],"properties":{
 "database":{"type":"string"},"state":{"type":"integer"},"request":{"type":"string"},
+"notes":{"type":"array","items":{"type":"string"}},
 "type":{"type":"string","enum":["nodes","number","string","boolean"]},
 "value":{"type":"string"},"records":{"type":"integer"},
 "offset":{"type":"integer"},"limit":{"type":"integer"},
@@ -60,6 +61,14 @@ constexpr const char *explainSchema = R"({"type":"object",
 "hitsMilliseconds":{"type":"number"},"result":{"type":"object",
 "required":["set","keptAs","records"],"properties":{"set":{"type":"integer"},
 "keptAs":{"type":"integer"},"records":{"type":"integer"}}},
+"notes":{"type":"array","items":{"type":"string"}}}})";
+
+constexpr const char *partsSchema = R"({"type":"object",
+"required":["request","type","expression","parts"],"properties":{"request":{"type":"string"},
+"type":{"type":"string","enum":["nodes","number","string","boolean"]},
+"expression":{"type":"string"},"parts":{"type":"array","items":{"type":"object",
+"required":["part","way","nodes","milliseconds"],"properties":{"part":{"type":"string"},
+"way":{"type":"string"},"nodes":{"type":"integer"},"milliseconds":{"type":"number"}}}},
 "notes":{"type":"array","items":{"type":"string"}}}})";
 
 constexpr const char *valuesSchema = R"({"type":"object",
@@ -103,6 +112,11 @@ constexpr const char *changeSchema = R"({"type":"object",
 "removed":{"type":"array","items":{"type":"string"}}}})";
 
 const Parameter requestParameter = {"q", "string", true, "An XPath request, or a FIND command"};
+const Parameter expressionParameter = {"q", "string", true, "An expression of XPath 1.0"};
+const Parameter namespaceParameter = {"namespace", "string", false,
+                                      "PREFIX=URI; several times for several"};
+const Parameter variableParameter = {"variable", "string", false,
+                                     "NAME=TEXT; several times for several"};
 const Parameter limitParameter = {"limit", "integer", false, "At most so many; otherwise 100"};
 const Parameter offsetParameter = {"offset", "integer", false, "Without the first ones, so many"};
 const Parameter notesParameter = {"notes", "boolean", false,
@@ -192,17 +206,21 @@ const std::vector<Route> table = {
      "/v1/databases/{database}/xpath",
      Access::readers,
      {Form::json, Form::csv, Form::xml, Form::plain},
-     {{"q", "string", true, "An expression of XPath 1.0"},
-      {"namespace", "string", false, "PREFIX=URI; several times for several"},
-      {"variable", "string", false, "NAME=TEXT; several times for several"},
-      fieldsParameter,
-      excerptParameter,
-      limitParameter,
-      offsetParameter},
+     {expressionParameter, namespaceParameter, variableParameter, fieldsParameter, excerptParameter,
+      limitParameter, offsetParameter, notesParameter},
      nullptr,
      "What an expression of XPath 1.0 comes to",
      xpathSchema,
      answerXPath},
+    {Method::get,
+     "/v1/databases/{database}/xpath/explain",
+     Access::readers,
+     {Form::json},
+     {expressionParameter, namespaceParameter, variableParameter, notesParameter},
+     nullptr,
+     "How the parts of an expression are found, and how long each takes",
+     partsSchema,
+     explainXPath},
     {Method::get,
      "/v1/databases/{database}/export",
      Access::readers,

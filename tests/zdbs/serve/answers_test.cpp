@@ -5,6 +5,7 @@ namespace zdbs::serve {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 constexpr std::string_view play =
@@ -105,6 +106,23 @@ TEST_F(Answers, AreInTheFormThatIsAskedFor) {
         EXPECT_TRUE(response.isWhole) << target;
         EXPECT_EQ(response.fields.at("etag").substr(0, 2), "\"1") << target;
     }
+}
+
+TEST_F(Answers, ToExpressionsHaveNotesAndExplanations) {
+    const std::string place = "/v1/databases/plays/xpath";
+    const std::string note =
+        "\"notes\":[\"Column 3: No element of this database is named spech; the "
+        "nearest is speech.\"]";
+    EXPECT_THAT(server().get(place + "?q=//spech").body, HasSubstr(note));
+    EXPECT_THAT(server().get(place + "?q=//spech&notes=false").body, Not(HasSubstr("notes")));
+    EXPECT_EQ(server().get(place + "?q=//spech", "reader", "Accept: text/plain\r\n").body, "");
+    const Response response = server().get(place + "/explain?q=//speech%5B@n=$x%5D&variable=x=2");
+    EXPECT_THAT(response.body, HasSubstr("\"type\":\"nodes\",\"expression\":\"/descendant::speech["
+                                         "(attribute::n = \\\"2\\\")]\",\"parts\":[{\"part\":"));
+    EXPECT_THAT(response.body, HasSubstr("\"way\":\"step\",\"nodes\":1,"));
+    EXPECT_EQ(response.fields.at("x-state"), "1");
+    EXPECT_THAT(server().get(place + "/explain?q=//spech").body, HasSubstr(note));
+    EXPECT_EQ(server().get(place + "/explain?q=//a%5B").status, 400U);
 }
 
 TEST_F(Answers, MarkHitsWhereThatIsAskedFor) {

@@ -35,8 +35,9 @@ class Around {
   /** A text, a comment or an instruction. */
   leaf(node) {
     const kind = lastStep(node.path).startsWith('text()') ? '' : `${nameOf(node.path)} `;
+    const isBlank = node.excerpt.pieces.join('').trim() === '' && !node.excerpt.isCut;
     return element('li', {class: node.id === this.scope.node ? 'here' : null}, kind,
-        ...excerptView(node.excerpt));
+        ...isBlank ? [element('span', {class: 'count'}, '(white space)')] : excerptView(node.excerpt));
   }
 
   /** @param inside the list of what is in it; without one it is folded */

@@ -1,7 +1,6 @@
 /** The request as somebody else would ask it. */
 import {byId, tell} from './elements.js';
-import {declarationsIn} from './paths.js';
-import {present} from './present.js';
+import {declarations, present} from './present.js';
 import {targetOf, user} from './api.js';
 
 const odd = /[\u0000-\u001f\u007f-\u009f\u200b-\u200f\u2028-\u202e\u2060-\u2069\ufeff]/gu;
@@ -26,8 +25,6 @@ export function shellWord(text) {
 /** A literal of Python: that of JSON, without what cannot be seen. */
 const pythonText = (text) => JSON.stringify(text).replace(odd, (each) =>
   `\\u${each.charCodeAt(0).toString(16).padStart(4, '0')}`);
-
-const declarations = (q) => present.language === 'xpath' ? declarationsIn(q, present.tree.prefixes) : [];
 
 const placeOf = () => location.origin + targetOf(['databases', present.database, present.language]);
 

@@ -49,7 +49,6 @@ function showHistory() {
 function setLanguage(language) {
   present.language = language === 'xpath' ? 'xpath' : 'query';
   byId('asking').elements.language.value = present.language;
-  byId('explain').disabled = present.language === 'xpath';
   showTree();
   offerConditions(null);
 }

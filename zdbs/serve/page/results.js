@@ -2,8 +2,7 @@
 import {byId, countText, counted, element, fill, tell, timeText, visible} from './elements.js';
 import {Problem, get} from './api.js';
 import {aroundView} from './around.js';
-import {declarationsIn} from './paths.js';
-import {present} from './present.js';
+import {askedFor, present} from './present.js';
 
 const perPage = 25;
 const longest = 2000;
@@ -62,12 +61,6 @@ export function clearAnswer() {
   tell('alarm', '');
 }
 
-function parametersFor(q, offset) {
-  const parameters = {q, offset, limit: perPage, excerpt: longest};
-  const declarations = present.language === 'xpath' ? declarationsIn(q, present.tree.prefixes) : [];
-  return declarations.length > 0 ? {...parameters, namespace: declarations} : parameters;
-}
-
 export function stopAsking() {
   running?.abort();
 }
@@ -96,7 +89,8 @@ export async function showAnswer(q, excerpt, offset = 0, state = undefined) {
   byId('stop').hidden = false;
   const begun = performance.now();
   try {
-    const answer = await get(['databases', database, language], parametersFor(q, offset),
+    const parameters = {...askedFor(q), offset, limit: perPage, excerpt: longest};
+    const answer = await get(['databases', database, language], parameters,
         {signal: mine.signal, state});
     if (mine !== running) return;
     const time = performance.now() - begun;

@@ -30,6 +30,10 @@ HOSTILE = (
     "<?p <script>window.canary='instruction'</script>?></script>")
 HOSTILE_NAME = "<img src=x onerror=window.canary='name'>\u202e.xml"
 
+# No room to the side, and no place to break a line.
+DEEP = "".join(f"<d{n}>" for n in range(40)) + f"<{'l' * 120} a='{'v' * 400}'>{'x' * 3000}</{'l' * 120}>" + (
+    "".join(f"</d{n}>" for n in reversed(range(40))))
+
 
 class Served:
     """`zdbs serve` on a home of its own."""
@@ -49,6 +53,7 @@ class Served:
         self.origin = "http://" + self.program.stdout.readline().strip()
         self.put("plays", "h.xml", PLAY)
         self.put("hostile", HOSTILE_NAME, HOSTILE)
+        self.put("hostile", "n" * 200, DEEP)
 
     def command(self, *words):
         return [os.environ["ZDBS_PROGRAM"], "--home", str(self.home), *words]

@@ -1,6 +1,8 @@
 """Documents that would do something if they were taken for anything but text."""
 
+import pytest
 from conftest import HOSTILE_NAME
+from layout import require_layout
 
 VISIBLE_NAME = HOSTILE_NAME.replace("\u202e", "\\u{202E}")
 
@@ -31,6 +33,27 @@ def test_documents_are_text_wherever_they_are_shown(page):
         page.ask(request)
         assert "node" in page.text("told"), request
         page.require_innocence()
+
+
+@pytest.mark.parametrize("width", [360, 1280])
+def test_deep_documents_and_long_words_do_not_run_over_the_edge(page, width):
+    page.visit(width)
+    page.sign_in("hostile")
+    while folded := page.all("[role=treeitem][aria-expanded=false] .fold"):
+        folded[0].click()
+    require_layout(page)
+    page.all("[role=treeitem]")[-3].click()
+    page.until(lambda: "1 node in" in page.text("told"))
+    require_layout(page)
+    page.all("#results button.small")[0].click()
+    assert len(page.values()[0]) == 2001, "to the end of the excerpt"
+    page.all("#results button[aria-label^=Around]")[0].click()
+    page.until(lambda: page.all(".around [aria-current]"))
+    assert len(page.all(".around .tag")) == 41
+    require_layout(page)
+    page.id("explain").click()
+    page.until(lambda: page.shown("plan"))
+    require_layout(page)
 
 
 def test_requests_and_answers_to_them_are_text(page):

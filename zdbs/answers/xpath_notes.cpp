@@ -1,4 +1,4 @@
-#include "zdbs/admin/xpath_notes.h"
+#include "zdbs/answers/xpath_notes.h"
 
 #include <algorithm>
 #include <optional>
@@ -9,7 +9,7 @@
 
 #include "foundation/similar_words.h"
 
-namespace zdbs::admin {
+namespace zdbs {
 namespace {
 
 constexpr std::size_t mostNotes = 5;
@@ -99,4 +99,4 @@ std::vector<notes::Note> notesOnNames(const xpath::Expression &expression,
     return names.take();
 }
 
-}  // namespace zdbs::admin
+}  // namespace zdbs
