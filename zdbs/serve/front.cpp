@@ -19,23 +19,6 @@ std::size_t threadsOf(const Limits &limits) {
     return std::max<std::size_t>(2, std::thread::hardware_concurrency());
 }
 
-/** What a request comes to that was stopped; whatever was thrown because of that. */
-Problem problemOf(StopReason reason) {
-    switch (reason) {
-        case StopReason::time:
-            return {503, "The request took longer than requests may.", Status::stopped};
-        case StopReason::memory:
-            return {507, "The request needs more memory than requests may.", Status::outOfMemory};
-        case StopReason::shutdown:
-            return {503, "The server is ending.", Status::stopped};
-        case StopReason::none:
-        case StopReason::clientGone:
-        case StopReason::slowClient:
-            break;
-    }
-    return {503, "Nobody waits for the answer.", Status::stopped};
-}
-
 }  // namespace
 
 class Front::Share {
@@ -69,7 +52,8 @@ Front::Front(const Engine &engine, Administration &home, const Settings &setting
       service_{engine, home, sessions_, metrics, [this] { return gauges(); }},
       limits_(std::make_shared<const Limits>(limitsOf(settings))),
       workers_(threadsOf(*limits_), limits_->line),
-      logins_(1, loginsInLine) {}
+      logins_(1, loginsInLine),
+      kernels_({engine, workers_, metrics, [this] { return this->limits(); }}, limits_->sessions) {}
 
 Front::~Front() = default;
 
@@ -163,6 +147,25 @@ void Front::run(Exchange &exchange) {
     exchange.finish();
 }
 
+void Front::openSession(KernelPlace place) {
+    try {
+        place.share = std::make_shared<Share>(*this, place.user);
+    } catch (const Problem &problem) {
+        return KernelSessions::refuse(place, problem.what());
+    }
+    kernels_.open(std::move(place));
+}
+
+void Front::refuseAll() {
+    isOver_ = true;
+    kernels_.end();
+}
+
+void Front::stopAll() {
+    connections.stopAll(StopReason::shutdown);
+    kernels_.stopAll();
+}
+
 void Front::look() {
     const auto now = std::chrono::steady_clock::now();
     const Connections::Dropped dropped = connections.look(now);
@@ -172,7 +175,7 @@ void Front::look() {
 }
 
 Gauges Front::gauges() const {
-    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle()};
+    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle(), kernels_.size()};
 }
 
 }  // namespace zdbs::serve

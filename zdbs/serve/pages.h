@@ -20,6 +20,9 @@ void exportFragments(const Call &call);
 void explainRequest(const Call &call);
 void listValues(const Call &call);
 
+// Sessions of kernel libraries: kernel_page.cpp.
+void openKernelSession(const Call &call);
+
 // Documents: document_pages.cpp.
 void listDocuments(const Call &call);
 void tellDocument(const Call &call);

@@ -52,6 +52,7 @@ struct Fields {
     std::string ifMatch;
     std::string ifNoneMatch;
     std::string origin;
+    std::string upgrade;
 };
 
 struct Request {

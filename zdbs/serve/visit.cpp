@@ -1,5 +1,9 @@
 #include "zdbs/serve/visit.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -41,13 +45,14 @@ struct FieldName {
     std::string Fields::*place;
 };
 
-constexpr std::array<FieldName, 7> fieldNames = {{{"Accept", &Fields::accept},
+constexpr std::array<FieldName, 8> fieldNames = {{{"Accept", &Fields::accept},
                                                   {"Authorization", &Fields::authorization},
                                                   {"Content-Type", &Fields::contentType},
                                                   {"Host", &Fields::host},
                                                   {"If-Match", &Fields::ifMatch},
                                                   {"If-None-Match", &Fields::ifNoneMatch},
-                                                  {"Origin", &Fields::origin}}};
+                                                  {"Origin", &Fields::origin},
+                                                  {"Upgrade", &Fields::upgrade}}};
 
 void take(Framing &framing, std::string_view name, std::string_view value) {
     framing.isOdd = framing.isOdd || !isToken(name);
@@ -213,6 +218,10 @@ bool Visit::refuse(const Problem &problem, bool atOnce) {
 
 bool Visit::respond() {
     stage_ = Stage::answered;
+    if (exchange_->head().status == MHD_HTTP_SWITCHING_PROTOCOLS) {
+        connection_.expectNothing();
+        return queue(MHD_create_response_for_upgrade(goOver, this));
+    }
     connection_.expect(std::chrono::seconds(limits_->stall));
     if (!exchange_->isWhole())
         return queue(
@@ -242,6 +251,21 @@ bool Visit::queue(MHD_Response *response) {
     const MHD_Result queued = MHD_queue_response(library_, head.status, response);
     MHD_destroy_response(response);
     return queued == MHD_YES;
+}
+
+/** From here on the connection carries messages, in a thread of its own. */
+void Visit::goOver(void *context, MHD_Connection *library, void *, const char *, std::size_t early,
+                   MHD_socket socket, MHD_UpgradeResponseHandle *handle) {
+    auto &visit = *static_cast<Visit *>(context);
+    const auto close = [handle] { MHD_upgrade_action(handle, MHD_UPGRADE_ACTION_CLOSE); };
+    const int immediately = 1;
+    const auto *info = MHD_get_connection_info(library, MHD_CONNECTION_INFO_CONNECTION_FD);
+    ::setsockopt(info->connect_fd, IPPROTO_TCP, TCP_NODELAY, &immediately, sizeof immediately);
+    visit.front_.requestEnds();
+    visit.isCounted_ = false;
+    // What is sent before the server has agreed is no message.
+    if (early > 0) return close();
+    visit.front_.openSession({socket, close, visit.exchange_->request.user});
 }
 
 ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std::size_t room) {
