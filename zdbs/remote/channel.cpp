@@ -115,8 +115,7 @@ bool Channel::await(int other, bool heedsStop) {
         const int interrupt = looks && isInterruptHeld() ? interrupt_.get() : -1;
         std::array<pollfd, 3> places = {
             {{stream_->socket(), POLLIN, 0}, {interrupt, POLLIN, 0}, {other, POLLIN, 0}}};
-        const int ready =
-            ::poll(places.data(), places.size(), isStopSent_ ? patienceForStop : -1);
+        const int ready = ::poll(places.data(), places.size(), isStopSent_ ? patienceForStop : -1);
         if (ready == 0) lose("the server does not answer any more");
         if (ready < 0 && errno != EINTR) lose("waiting for it failed");
         if (ready > 0 && places[0].revents != 0) return true;
@@ -155,8 +154,7 @@ Channel::Received Channel::receive(bool heedsStop) {
 /** Memory is taken for what has come, whatever its length is said to be. */
 Channel::Received Channel::readDocument(std::size_t length) {
     constexpr std::size_t stateSize = 16;
-    if (length < stateSize || length - stateSize >= maxExportLength)
-        endMalformed();
+    if (length < stateSize || length - stateSize >= maxExportLength) endMalformed();
     require(stateSize);
     MessageReader reader(take(stateSize));
     Received received;

@@ -44,8 +44,8 @@ public:
 
     struct Received {
         Kind kind = Kind::stop;
-        std::string_view content;            ///< until the next one is received; not of a document
-        SessionState state = {};             ///< of a document
+        std::string_view content;     ///< until the next one is received; not of a document
+        SessionState state = {};      ///< of a document
         DocumentBlock document = {};  ///< shorter than maxExportLength
     };
 

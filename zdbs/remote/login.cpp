@@ -29,9 +29,10 @@ std::string requestFor(const ServerAddress &address, std::string_view user,
     // No user has a colon in the name; with one in it another user would be asked for.
     const std::string_view name = user.find(':') == std::string_view::npos ? user : "";
     const std::string login = std::string(name) + ':' + std::string(password);
-    return "GET " + address.folder + std::string(kernelPlace) + " HTTP/1.1\r\nHost: " +
-           address.authority() + "\r\nAuthorization: Basic " + toBase64(login) +
-           "\r\nConnection: Upgrade\r\nUpgrade: " + std::string(protocol) + "\r\n\r\n";
+    return "GET " + address.folder + std::string(kernelPlace) +
+           " HTTP/1.1\r\nHost: " + address.authority() + "\r\nAuthorization: Basic " +
+           toBase64(login) + "\r\nConnection: Upgrade\r\nUpgrade: " + std::string(protocol) +
+           "\r\n\r\n";
 }
 
 /** The status of a head; 0 for what is no HTTP. */
@@ -73,8 +74,16 @@ constexpr std::array<Refusal, 7> refusals = {{
 Channel::Channel(const ServerAddress &address, std::string_view user, std::string_view password)
     : stream_(connect(address)) {
     stream_->send(requestFor(address, user, password));
-    const unsigned status = statusIn(readHead());
+    const std::string head(readHead());
+    if (head.empty() && buffered().empty())
+        throw Failure(Status::serverRefused,
+                      {address.name, address.kind == ServerAddress::Kind::plain
+                                         ? "it ended the connection; it may want https"
+                                         : "it ended the connection"});
+    const unsigned status = statusIn(head);
     if (status != 101) refuse(address, status);
+    // It has a session, or says farewell.
+    if (receive(false).kind != Kind::done) endMalformed();
 }
 
 /** Up to the empty line; what comes behind it are messages. */

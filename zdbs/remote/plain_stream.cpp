@@ -89,8 +89,9 @@ void requireSafe(const ServerAddress &address, const sockaddr *place) {
     if (address.kind == ServerAddress::Kind::tls || isLoopback(place)) return;
     if (configured("ZDBS_INSECURE") == "yes") return;
     throw Failure(Status::serverUntrusted,
-                  {address.name, "it is another machine, and passwords can be read on the way; use "
-                                 "https, or the setting ZDBS_INSECURE=yes"});
+                  {address.name,
+                   "it is another machine, and passwords can be read on the way; use "
+                   "https, or the setting ZDBS_INSECURE=yes"});
 }
 
 /** A server that is gone without a word is noticed. */
@@ -133,7 +134,8 @@ std::unique_ptr<Stream> plainStream(FileDescriptor socket) {
 }
 
 std::unique_ptr<Stream> connect(const ServerAddress &address) {
-    if (address.kind == ServerAddress::Kind::unixSocket) return plainStream(connectLocally(address));
+    if (address.kind == ServerAddress::Kind::unixSocket)
+        return plainStream(connectLocally(address));
     FileDescriptor socket = connectOverNetwork(address);
     return address.kind == ServerAddress::Kind::tls ? tlsStream(std::move(socket), address)
                                                     : plainStream(std::move(socket));

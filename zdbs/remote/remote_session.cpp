@@ -65,8 +65,14 @@ void RemoteSession::loadStatus() {
 bool RemoteSession::hasDatabase(std::string_view database) {
     MessageWriter message(Kind::hasDatabase);
     bool isThere = false;
-    call(message.text(database), false,
-         [&](MessageReader &reader) { isThere = reader.number() != 0; });
+    try {
+        call(message.text(database), false,
+             [&](MessageReader &reader) { isThere = reader.number() != 0; });
+    } catch (const Failure &failure) {
+        // Callers say that there is no such database. Nobody knows; opening it tells why.
+        if (failure.status() != Status::serverLost) throw;
+        return true;
+    }
     return isThere;
 }
 

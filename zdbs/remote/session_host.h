@@ -28,6 +28,9 @@ public:
      */
     Answer answer(Kind kind, std::string_view content);
 
+    /** What a server begins with. */
+    Answer greeting() const { return done(); }
+
     Answer failed(Status status, std::string_view sentence) const;
 
 private:

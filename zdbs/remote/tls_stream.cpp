@@ -163,9 +163,15 @@ private:
         if (status == GNUTLS_E_AGAIN)
             throw Failure(Status::serverUnreachable, {address_.name, "it does not answer"});
         if (status != GNUTLS_E_CERTIFICATE_VERIFICATION_ERROR)
-            throw Failure(Status::serverUnreachable,
-                          {address_.name, std::string("TLS: ") + tls_.message(status)});
+            throw Failure(
+                Status::serverUnreachable,
+                {address_.name, withoutStop(std::string("TLS: ") + tls_.message(status))});
         throw Failure(Status::serverUntrusted, {address_.name, reason()});
+    }
+
+    static std::string withoutStop(std::string text) {
+        text.erase(text.find_last_not_of(" .") + 1);
+        return text;
     }
 
     /** What is wrong with the certificate, in the library's words. */
@@ -176,9 +182,7 @@ private:
             return "its certificate is not valid";
         std::string reason(reinterpret_cast<const char *>(text.data), text.size);
         (*freeFunction())(text.data);
-        while (!reason.empty() && (reason.back() == ' ' || reason.back() == '.'))
-            reason.pop_back();
-        return reason;
+        return withoutStop(std::move(reason));
     }
 
     /** The library keeps a pointer to it. */

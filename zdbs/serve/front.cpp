@@ -116,9 +116,10 @@ void Front::work(const std::shared_ptr<Exchange> &exchange) {
         exchange->await();
         return run(*exchange);
     }
-    auto share = std::make_shared<Share>(*this, exchange->request.user);
+    exchange->share = std::make_shared<Share>(*this, exchange->request.user);
     exchange->await();
-    if (workers_.add([this, exchange, share] { run(*exchange); })) return;
+    if (workers_.add([this, exchange] { run(*exchange); })) return;
+    exchange->share.reset();
     exchange->refuse(Problem(503, "Too many requests are waiting."));
     exchange->finish();
 }
@@ -144,16 +145,9 @@ void Front::run(Exchange &exchange) {
     }
     if (exchange.stop.reason() == StopReason::time) ++metrics.stoppedTime;
     if (exchange.stop.reason() == StopReason::memory) ++metrics.stoppedMemory;
+    // A connection that goes over keeps it.
+    if (exchange.head().status != 101) exchange.share.reset();
     exchange.finish();
-}
-
-void Front::openSession(KernelPlace place) {
-    try {
-        place.share = std::make_shared<Share>(*this, place.user);
-    } catch (const Problem &problem) {
-        return KernelSessions::refuse(place, problem.what());
-    }
-    kernels_.open(std::move(place));
 }
 
 void Front::refuseAll() {
@@ -175,7 +169,8 @@ void Front::look() {
 }
 
 Gauges Front::gauges() const {
-    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle(), kernels_.size()};
+    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle(),
+            kernels_.size()};
 }
 
 }  // namespace zdbs::serve

@@ -61,7 +61,7 @@ public:
     bool isBusy() const { return open_ > 0 || kernels_.size() > 0; }
 
     /** Takes over a connection whose user is known. */
-    void openSession(KernelPlace place);
+    void openSession(KernelPlace place) { kernels_.open(std::move(place)); }
 
     // Each request at its connection says when it is there and when it is over.
     void requestBegins() { ++open_; }

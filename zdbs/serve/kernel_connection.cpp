@@ -65,8 +65,7 @@ std::optional<KernelConnection::Call> KernelConnection::receive() {
     }
     const std::size_t whole = remote::headSize + head->length;
     if (!require(whole)) return std::nullopt;
-    const auto content =
-        std::string_view(buffer_).substr(begin_ + remote::headSize, head->length);
+    const auto content = std::string_view(buffer_).substr(begin_ + remote::headSize, head->length);
     begin_ += whole;
     return Call{head->kind, content};
 }

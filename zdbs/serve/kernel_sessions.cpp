@@ -59,6 +59,7 @@ public:
 
     void run() {
         const std::int64_t before = heldByThread();
+        send(host_.greeting());
         while (const auto call = connection_.receive()) {
             // A stop that comes here is of a call that was done already.
             if (call->kind != remote::Kind::stop && !serve(*call, heldByThread() - before)) break;
@@ -87,8 +88,7 @@ private:
 
     /** @param held bytes by the session. False: it ends. */
     bool serve(const KernelConnection::Call &call, std::int64_t held) {
-        if (!surroundings_.workers.enter())
-            return send(refused("too many requests are waiting"));
+        if (!surroundings_.workers.enter()) return send(refused("too many requests are waiting"));
         const auto answer = answerOf(call, held);
         surroundings_.workers.leave();
         return answer && send(*answer);
@@ -106,7 +106,8 @@ private:
     /** The limits of a call, and who may stop it, while it lives. */
     class Limited {
     public:
-        Limited(Running &session, std::int64_t held) : session_(session), stop_(session.connection_) {
+        Limited(Running &session, std::int64_t held)
+            : session_(session), stop_(session.connection_) {
             const auto limits = session.surroundings_.limits();
             const auto most = static_cast<std::int64_t>(limits->memory * megabyte);
             stop_.limits.begin(std::chrono::seconds(limits->time),
@@ -204,9 +205,8 @@ void KernelSessions::open(KernelPlace place) {
         sessions_.insert(session);
         std::thread([this, session] { run(session); }).detach();
     } catch (const std::exception &) {
-        std::erase_if(sessions_, [&](const auto &each) {
-            return each->place().socket == kept.socket;
-        });
+        std::erase_if(sessions_,
+                      [&](const auto &each) { return each->place().socket == kept.socket; });
         refuse(kept, "there is not enough memory");
     }
 }

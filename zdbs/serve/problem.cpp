@@ -22,6 +22,7 @@ unsigned httpOf(Status status) {
         case Status::unsupported:
             return 501;
         case Status::stopped:
+        case Status::serverRefused:
             return 503;
         case Status::diskFull:
         case Status::outOfMemory:
@@ -43,7 +44,6 @@ unsigned httpOf(Status status) {
         case Status::storeFailed:
         case Status::serverUnreachable:
         case Status::serverUntrusted:
-        case Status::serverRefused:
         case Status::serverLost:
         case Status::servedHome:
         case Status::fileUnreadable:

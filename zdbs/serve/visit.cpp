@@ -265,7 +265,9 @@ void Visit::goOver(void *context, MHD_Connection *library, void *, const char *,
     visit.isCounted_ = false;
     // What is sent before the server has agreed is no message.
     if (early > 0) return close();
-    visit.front_.openSession({socket, close, visit.exchange_->request.user});
+    Exchange &exchange = *visit.exchange_;
+    visit.front_.openSession(
+        {socket, close, exchange.request.user, std::exchange(exchange.share, nullptr)});
 }
 
 ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std::size_t room) {
