@@ -56,6 +56,14 @@ bool isStopRequested() {
 ToldFailure::ToldFailure(Status status, std::string_view sentence)
     : Failure(status), sentence_(visibleText(sentence)) {}
 
+void throwTold(MessageReader &reader) {
+    const auto status = static_cast<Status>(reader.number());
+    const std::string_view sentence = reader.text();
+    reader.end();
+    if (succeeded(status)) throw MessageReader::Malformed();
+    throw ToldFailure(status, sentence);
+}
+
 void Channel::lose(const Failure &why) {
     lost_.emplace(why.status(), why.what());
     stream_.reset();

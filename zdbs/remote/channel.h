@@ -25,6 +25,9 @@ private:
     std::string sentence_;
 };
 
+/** Throws what a message of Kind::failed tells behind its state; Malformed where it is none. */
+[[noreturn]] void throwTold(MessageReader &reader);
+
 /**
  * A connection on which a user has logged in. One thread at a time.
  *

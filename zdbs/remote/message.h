@@ -36,12 +36,18 @@ enum class Kind : std::uint8_t {
     record = 5,       ///< numbers: set, ordinal
     exportText = 6,   ///< numbers: filter, highlight; text: arguments
     stop = 7,         ///<
+    command = 8,      ///< texts: the words of a command of the program zdbs
+    input = 9,        ///< text: of its standard input; empty: the end
 
     // Of the server, which begins with done, or with a farewell.
     done = 64,      ///< state, and what the call answers
     failed = 65,    ///< state, number: the status, text: the sentence
     farewell = 66,  ///< number: the status, text: the sentence; nothing comes after it
     document = 67,  ///< state, and the rest is the document
+    output = 68,    ///< text: of the command's standard output
+    errors = 69,    ///< text: of its standard error
+    wanted = 70,    ///< one piece of its standard input is to be sent
+    ended = 71,     ///< number: its exit status; the answer to the command
 };
 
 /** Bytes of a message behind its length. A document alone may be longer. */

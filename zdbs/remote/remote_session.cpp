@@ -5,11 +5,7 @@ namespace zdbs::remote {
 void RemoteSession::fail(std::string_view content) {
     MessageReader reader(content);
     state_ = readState(reader);
-    const auto status = static_cast<Status>(reader.number());
-    const std::string_view sentence = reader.text();
-    reader.end();
-    if (succeeded(status)) throw MessageReader::Malformed();
-    throw ToldFailure(status, sentence);
+    throwTold(reader);
 }
 
 Channel::Received RemoteSession::call(MessageWriter &message, Kind wanted, bool heedsStop) {

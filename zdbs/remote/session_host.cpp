@@ -75,10 +75,16 @@ Answer SessionHost::answer(Kind kind, std::string_view content) {
         case Kind::exportText:
             return exported(reader);
         case Kind::stop:
+        case Kind::command:
+        case Kind::input:
         case Kind::done:
         case Kind::failed:
         case Kind::farewell:
         case Kind::document:
+        case Kind::output:
+        case Kind::errors:
+        case Kind::wanted:
+        case Kind::ended:
             break;
     }
     throw MessageReader::Malformed();

@@ -44,7 +44,8 @@ private:
     std::string user_;
 };
 
-Front::Front(const Engine &engine, Administration &home, const Settings &settings, RequestLog &to)
+Front::Front(const Engine &engine, Administration &home, const std::string &location,
+             const Settings &settings, RequestLog &to)
     : log(to),
       logsValues(settings.logsRequests),
       engine_(engine),
@@ -53,7 +54,8 @@ Front::Front(const Engine &engine, Administration &home, const Settings &setting
       limits_(std::make_shared<const Limits>(limitsOf(settings))),
       workers_(threadsOf(*limits_), limits_->line),
       logins_(1, loginsInLine),
-      kernels_({engine, workers_, metrics, [this] { return this->limits(); }}, limits_->sessions) {}
+      kernels_({engine, location, workers_, metrics, [this] { return this->limits(); }},
+               limits_->sessions) {}
 
 Front::~Front() = default;
 
@@ -165,6 +167,7 @@ void Front::look() {
     const Connections::Dropped dropped = connections.look(now);
     metrics.droppedSlow += dropped.slow;
     metrics.clientsGone += dropped.gone;
+    kernels_.look();
     sessions_.closeIdleSince(now - idleSessions);
 }
 

@@ -26,7 +26,8 @@ namespace zdbs::serve {
 class Front {
 public:
     /** The engine and the home must outlive it. */
-    Front(const Engine &engine, Administration &home, const Settings &settings, RequestLog &log);
+    Front(const Engine &engine, Administration &home, const std::string &location,
+          const Settings &settings, RequestLog &log);
 
     /** Does what waits first. REQUIRES that no connection is open. */
     ~Front();

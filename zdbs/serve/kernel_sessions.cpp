@@ -1,6 +1,6 @@
 #include "zdbs/serve/kernel_sessions.h"
 
-#include <sys/socket.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,8 +9,10 @@
 #include <optional>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "zdbs/remote/session_host.h"
+#include "zdbs/serve/kernel_command.h"
 #include "zdbs/serve/kernel_connection.h"
 #include "zdbs/serve/problem.h"
 
@@ -76,9 +78,17 @@ public:
         connection_.closeReceiving();
     }
 
-    void stop() {
+    void stop(StopReason reason) {
         const std::lock_guard lock(mutex_);
-        if (stop_ != nullptr) stop_->stop(StopReason::shutdown);
+        if (stop_ != nullptr) stop_->stop(reason);
+    }
+
+    /** Where its client has closed its side. REQUIRES that it is not closed. */
+    void endIfAlone() {
+        pollfd client = {place_.connection, POLLRDHUP, 0};
+        if (place_.connection == place_.socket || ::poll(&client, 1, 0) <= 0) return;
+        connection_.closeReceiving();
+        stop(StopReason::clientGone);
     }
 
 private:
@@ -120,6 +130,9 @@ private:
 
         const Stop &stop() const { return stop_; }
 
+        /** Whether the server has ended it. */
+        bool isOver() const { return stop_.limits.reason() != StopReason::none; }
+
         /** What the client is told: where limits ended it, which. */
         remote::Answer failed(const Failure &failure) const {
             const StopReason reason = stop_.limits.reason();
@@ -146,7 +159,9 @@ private:
         const Limited limited(*this, held);
         const StopScope scope(limited.stop());
         try {
-            remote::Answer answer = host_.answer(call.kind, call.content);
+            remote::Answer answer = call.kind == remote::Kind::command
+                                        ? runCommand(call.content, limited)
+                                        : host_.answer(call.kind, call.content);
             requireFit(answer);
             return answer;
         } catch (const remote::MessageReader::Malformed &) {
@@ -157,6 +172,19 @@ private:
         } catch (const std::bad_alloc &) {
             return limited.failed(Failure(Status::outOfMemory));
         }
+    }
+
+    /** In a process of its own; what it was stopped for goes before what it made of that. */
+    remote::Answer runCommand(std::string_view content, const Limited &limited) {
+        std::vector<std::string> words;
+        for (remote::MessageReader reader(content); !reader.isAtEnd();)
+            words.emplace_back(reader.text());
+        const auto limits = surroundings_.limits();
+        const int status = serve::runCommand(
+            surroundings_.location, place_.user, words, connection_, limited.stop(),
+            {limits->memory * megabyte, limits->result * megabyte});
+        if (limited.isOver()) throw Failure(Status::stopped);
+        return {remote::MessageWriter(remote::Kind::ended).number(status).bytes(), {}};
     }
 
     void requireFit(const remote::Answer &answer) const {
@@ -234,7 +262,13 @@ void KernelSessions::end() {
 void KernelSessions::stopAll() {
     const std::lock_guard lock(mutex_);
     for (const auto &session : sessions_)
-        session->stop();
+        session->stop(StopReason::shutdown);
+}
+
+void KernelSessions::look() {
+    const std::lock_guard lock(mutex_);
+    for (const auto &session : sessions_)
+        session->endIfAlone();
 }
 
 std::size_t KernelSessions::size() const {

@@ -22,6 +22,7 @@ namespace zdbs::serve {
 /** A connection whose user has logged in, and which has agreed to carry messages. */
 struct KernelPlace {
     int socket;
+    int connection;               ///< the client's; another one where TLS is between them
     std::function<void()> close;  ///< to be called once; the socket is gone then
     std::string user;
     std::shared_ptr<void> share = {};  ///< of what the user may have at once
@@ -30,7 +31,8 @@ struct KernelPlace {
 /** What sessions work with; outlives them. */
 struct KernelSurroundings {
     const Engine &engine;
-    WorkQueue &workers;  ///< among whose threads each call takes a place
+    std::string location;  ///< of the home
+    WorkQueue &workers;    ///< among whose threads each call takes a place
     Metrics &metrics;
     std::function<std::shared_ptr<const Limits>()> limits;
 };
@@ -58,6 +60,12 @@ public:
 
     /** No more calls: sessions end, at once where none runs. */
     void end();
+
+    /**
+     * Ends those whose clients are gone: where TLS is between, the library does not tell. To be
+     * called now and then.
+     */
+    void look();
 
     /** Stops the calls that run. */
     void stopAll();

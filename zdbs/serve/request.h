@@ -47,6 +47,7 @@ private:
 struct Fields {
     std::string accept;
     std::string authorization;
+    std::string contentEncoding;
     std::string contentType;
     std::string host;
     std::string ifMatch;

@@ -22,20 +22,11 @@ constexpr std::string_view lost = "The connection to the server is lost";
 /** Takes seconds: the document of it is of some gigabytes. */
 constexpr std::string_view longRequest = "XGET //e / //e;\n";
 
-std::string nested(int depth) {
-    std::string xml;
-    for (int i = 0; i < depth; ++i)
-        xml += "<e>";
-    for (int i = 0; i < depth; ++i)
-        xml += "</e>";
-    return xml;
-}
-
 class RemoteShell : public ::testing::Test {
 protected:
     RemoteShell() {
         home.run({"load", "plays", home.file("list.xml", manyElements(300))});
-        home.run({"load", "plays", "-", "--name", "deep.xml"}, nested(2000));
+        home.run({"load", "plays", "-", "--name", "deep.xml"}, nestedElements(2000));
         home.run({"load", "hidden", home.file("secret.xml", "<secret/>")});
     }
 
@@ -100,6 +91,10 @@ TEST_F(RemoteShell, PrintsWhatALocalOnePrintsToTheByte) {
     const auto throughTls = shell("https://" + encrypted.address(), "reader", "reader-pw",
                                   {{"ZDBS_CA_FILE", home.path("cert.pem")}});
     EXPECT_EQ(printed(throughTls, statements), wanted);
+    const std::string request = requestText("GET", "/metrics", loginOf("reader"));
+    HttpClient client(encrypted.unixAddress());
+    while (client.ask(request).body.find("\nzdbs_kernel_sessions 0\n") == std::string::npos)
+        ASSERT_TRUE(client.isOpen()) << "it ends with its client";
 }
 
 TEST_F(RemoteShell, TellsWhoMayNotLogInWhatALocalOneTells) {
