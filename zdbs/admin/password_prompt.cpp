@@ -149,6 +149,14 @@ std::string ask(int terminal, const std::string &prompt) {
 
 }  // namespace
 
+std::string askForPassword(const std::string &user) {
+    const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
+    if (!terminal)
+        throw Failure(Status::badPassword,
+                      {"there is no terminal to ask for it; ZDBS_PASSWORD_FILE names a file"});
+    return ask(terminal.get(), "Password for " + user + ": ");
+}
+
 std::string askForNewPassword(const std::string &user) {
     const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
     if (!terminal)
