@@ -25,6 +25,8 @@ constexpr std::uint64_t megabyte = 1'000'000;
 /** How often a call looks whether its client wants it no more. */
 constexpr auto lookEvery = std::chrono::milliseconds(1);
 
+}  // namespace
+
 /** The stop of one call: by its limits, by its client, by the end of the server. */
 class CallStop final : public Stop {
 public:
@@ -44,8 +46,6 @@ private:
     const KernelConnection &connection_;
     mutable RequestStop::Clock::time_point look_ = RequestStop::Clock::now() + lookEvery;
 };
-
-}  // namespace
 
 /** One session, in its thread; end() and stop() are for others. */
 class KernelSessions::Running {
