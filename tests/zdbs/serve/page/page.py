@@ -57,6 +57,7 @@ class Page:
         return self.id(name).text
 
     def sign_in(self, database="plays", user="reader", password="reader-pw"):
+        self.id("name").clear()
         self.id("name").send_keys(user)
         self.id("password").send_keys(password, Keys.ENTER)
         self.until(lambda: self.shown("work") and self.text("about"))
