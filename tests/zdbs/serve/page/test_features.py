@@ -23,8 +23,7 @@ def answered(page, text):
 
 
 def items(page):
-    return [each.text.replace("\n", " ") for each in page.all("[role=treeitem]")
-            if each.is_displayed()]
+    return page.texts("[role=treeitem]")
 
 
 def item(page, text):
@@ -78,12 +77,12 @@ def steps(page):
 
     page.type("//spe")
     page.until(lambda: page.shown("offers"))
-    assert [each.text for each in page.all("#offers li")] == ["speech 60"]
+    assert page.texts("#offers li") == ["speech 60"]
     yield "names that fit"
     page.id("line").send_keys(Keys.ARROW_DOWN, Keys.ENTER)
     assert page.id("line").get_attribute("value") == "//speech"
     page.id("line").send_keys("/@")
-    assert [each.text for each in page.all("#offers li")] == ["@n 60", "@who 60"]
+    assert page.texts("#offers li") == ["@n 60", "@who 60"]
     page.all("#offers li")[1].click()
     assert page.id("line").get_attribute("value") == "//speech/@who"
     page.id("line").send_keys(Keys.ENTER)
@@ -122,17 +121,17 @@ def steps(page):
     opener.click()
     page.until(lambda: page.all(".around [aria-current]"))
     assert opener.get_attribute("aria-expanded") == "true"
-    names = [each.text for each in page.all(".around .tag > .name")]
+    names = page.texts(".around .tag > .name")
     assert names[:3] == ["play", "act", "speech"], names
-    marks = [each.text for each in page.all(".around mark") if each.is_displayed()]
+    marks = page.texts(".around mark")
     assert marks == ["ords, w"]
-    rests = [each.text for each in page.all(".around li > .small")]
+    rests = page.texts(".around li > .small")
     assert rests == ["1 before", "1 before", "58 after", "1 after"]
     yield "around a hit"
     count = len(page.all(".around li"))
     next(each for each in page.all(".around button") if each.text == "58 after").click()
     page.until(lambda: len(page.all(".around li")) == count + 20)
-    assert "38 after" in [each.text for each in page.all(".around li > .small")]
+    assert "38 after" in page.texts(".around li > .small")
     folded = page.all(".around button.fold[aria-expanded=false]")[-1]
     count = len(page.all(".around li"))
     folded.click()
@@ -147,7 +146,7 @@ def steps(page):
     page.id("explain").click()
     page.until(lambda: page.shown("plan"))
     assert "60 nodes: " in page.text("plan-times")
-    sets = [each.text for each in page.all(".sets li")]
+    sets = page.texts(".sets li")
     assert sets[0].startswith("S1 N_TYPE=ELEMENT") and "Found by " in sets[0]
     assert len(page.all(".sets meter")) == 2 * len(sets)
     assert page.focus() == "plan-title"
@@ -188,7 +187,7 @@ def steps(page):
         page.until(lambda: page.text("copied"))
     yield "copied"
 
-    asked = [each.text for each in page.all("#asked button")]
+    asked = page.texts("#asked button")
     assert asked[0] == "1 + in plays" and "//speech[ in plays" in asked
     page.all("#asked button")[asked.index("//speeech in plays")].click()
     page.until(lambda: "0 nodes" in page.text("told"))
