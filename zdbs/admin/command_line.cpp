@@ -2,9 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,8 +15,10 @@
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
+#include "zdbs/admin/served_command.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
+#include "zdbs/engine/registry.h"
 
 namespace zdbs::admin {
 
@@ -37,6 +41,9 @@ std::vector<std::string> argumentsOf(int argc, char **argv) {
     }
     return arguments;
 }
+
+/** Set by a server: whose grants count. It takes rights away and gives none. */
+constexpr const char *grantsVariable = "ZDBS_GRANTS_OF";
 
 /** All commands with their options; remembers the one that was given. */
 class CommandLine {
@@ -64,12 +71,16 @@ public:
         app_.footer("zdbs COMMAND --help tells about a command, man zdbs about everything.");
     }
 
-    /** Throws CLI::Error, UsageError and what the command throws. */
-    bool run(int argc, char **argv) {
+    /** Answers the exit status. Throws CLI::Error, UsageError and what the command throws. */
+    int run(int argc, char **argv) {
         auto arguments = argumentsOf(argc, argv);
         std::reverse(arguments.begin(), arguments.end());  // as CLI11 wants them
         app_.parse(std::move(arguments));
-        return command_();
+        if (const char *user = std::getenv(grantsVariable)) requireGranted(user);
+        const std::string location =
+            home_.directory.empty() ? configured("ZDBS_HOME") : home_.directory;
+        if (isServed(location)) return runInServer(location, {argv + 1, argv + argc});
+        return command_() ? allDone : notDone;
     }
 
     std::string help() const { return app_.help(); }
@@ -104,6 +115,40 @@ private:
             command->group("Commands");
             finishHelp(*command);
         }
+    }
+
+    /** Of commands that read databases, the one that is read; empty where `list` reads all. */
+    std::optional<std::string> readDatabase() const {
+        const std::string &command = app_.get_subcommands().front()->get_name();
+        if (command == "query") return query_.database;
+        if (command == "xpath") return xpath_.database;
+        if (command == "values") return values_.database;
+        if (command == "explain") return explain_.database;
+        if (command == "dump" && dump_.directory.empty()) return dump_.database;
+        if (command == "list" || command == "info" || command == "paths") return database_;
+        return std::nullopt;
+    }
+
+    /** A server runs the program for a user, who names no files of it and no other home. */
+    void requireGranted(const std::string &user) {
+        const auto database = readDatabase();
+        if (!database || !home_.directory.empty())
+            throw Failure(Status::servedHome, {app_.get_subcommands().front()->get_name()});
+        home_.user = user;
+        if (!database->empty() && !openEngine(home_.location())->hasDatabase(user, *database))
+            throw Failure(Status::unknownDatabase, {*database});
+    }
+
+    int runInServer(const std::string &location, const std::vector<std::string> &words) const {
+        if (!readDatabase()) throw Failure(Status::servedHome, {location});
+        const auto reads = [](const std::vector<std::string> &requests) {
+            return requests.empty() ||
+                   std::find(requests.begin(), requests.end(), "-") != requests.end();
+        };
+        const std::string &command = app_.get_subcommands().front()->get_name();
+        const bool readsInput = (command == "query" && reads(query_.requests)) ||
+                                (command == "xpath" && reads(xpath_.requests));
+        return runServedCommand(location, words, readsInput);
     }
 
     /** The command that was given, or the group of commands that it should be one of. */
@@ -518,9 +563,9 @@ private:
 
 int run(CommandLine &commandLine, int argc, char **argv) {
     try {
-        const bool done = commandLine.run(argc, argv);
+        const int status = commandLine.run(argc, argv);
         finishOutput();
-        return done ? allDone : notDone;
+        return status;
     } catch (const CLI::CallForHelp &) {
         writeOutput(commandLine.help());
         finishOutput();

@@ -23,8 +23,12 @@ namespace zdbs::admin {
 /** Which home: what --home says, or configuredLocation(). */
 struct HomeChoice {
     std::string directory;
+    std::string user = {};  ///< whose grants count; empty: the owner's, which is everything
 
     std::string location() const;
+
+    /** Those that may be read. */
+    std::vector<std::string> databases() const;
     std::unique_ptr<Administration> open() const;
 };
 

@@ -12,13 +12,12 @@ namespace zdbs::admin {
 
 namespace {
 
-constexpr auto left = TextTable::Align::left;
-constexpr auto right = TextTable::Align::right;
+using enum TextTable::Align;
 
-std::string databasesAsJson(const Administration &home) {
+std::string databasesAsJson(const Administration &home, const std::vector<std::string> &databases) {
     JsonWriter json;
     json.beginArray();
-    for (const std::string &database : home.databases()) {
+    for (const std::string &database : databases) {
         const DatabaseSummary summary = home.summary(database);
         json.beginObject();
         json.key("database").value(database);
@@ -30,10 +29,11 @@ std::string databasesAsJson(const Administration &home) {
     return json.endArray().text() + '\n';
 }
 
-std::string databasesAsTable(const Administration &home) {
+std::string databasesAsTable(const Administration &home,
+                             const std::vector<std::string> &databases) {
     TextTable table({left, right, right, right});
     table.add({"DATABASE", "DOCUMENTS", "NODES", "ON DISK"});
-    for (const std::string &database : home.databases()) {
+    for (const std::string &database : databases) {
         const DatabaseSummary summary = home.summary(database);
         table.add({database, std::to_string(summary.documents), std::to_string(summary.nodes),
                    sizeText(summary.diskBytes)});
@@ -64,7 +64,8 @@ bool dropDatabase(const HomeChoice &home, const std::string &database) {
 
 bool listDatabases(const HomeChoice &home, bool asJson) {
     const auto opened = home.open();
-    writeOutput(asJson ? databasesAsJson(*opened) : databasesAsTable(*opened));
+    writeOutput(asJson ? databasesAsJson(*opened, home.databases())
+                       : databasesAsTable(*opened, home.databases()));
     return true;
 }
 

@@ -17,8 +17,7 @@ namespace {
 
 using Row = std::vector<std::string>;
 
-constexpr auto left = TextTable::Align::left;
-constexpr auto right = TextTable::Align::right;
+using enum TextTable::Align;
 
 constexpr std::size_t mostLines = 6;
 

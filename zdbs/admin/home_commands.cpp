@@ -74,6 +74,10 @@ std::unique_ptr<Administration> HomeChoice::open() const {
     return administer(location());
 }
 
+std::vector<std::string> HomeChoice::databases() const {
+    return user.empty() ? open()->databases() : openEngine(location())->databases(user);
+}
+
 bool initHome(const HomeChoice &home) {
     const std::string location = home.location();
     makeLocation(location);

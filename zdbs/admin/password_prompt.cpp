@@ -116,38 +116,46 @@ std::optional<std::string> readLine(int file, const MayRead &mayRead) {
     return std::nullopt;
 }
 
-enum class Interruption { none, ended, stopped };
+enum class Disturbance { none, ended, stopped };
 
-Interruption interruptionBy(int signal) {
-    if (signal == 0) return Interruption::none;
+Disturbance disturbanceBy(int signal) {
+    if (signal == 0) return Disturbance::none;
     const bool stops = signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
-    return stops ? Interruption::stopped : Interruption::ended;
+    return stops ? Disturbance::stopped : Disturbance::ended;
 }
 
 std::optional<std::string> askOnce(int terminal, std::string_view prompt,
-                                   Interruption &interruption) {
+                                   Disturbance &disturbance) {
     const SignalHolder signals;
     const SilentTerminal silence(terminal);
     writeText(terminal, prompt);
     auto line = readLine(terminal, [&] { return signals.waitForInput(terminal); });
     writeText(terminal, "\n");
-    interruption = interruptionBy(heldSignal);
+    disturbance = disturbanceBy(heldSignal);
     return line;
 }
 
 std::string ask(int terminal, const std::string &prompt) {
     for (;;) {
-        Interruption interruption = Interruption::none;
-        const auto line = askOnce(terminal, prompt, interruption);
+        Disturbance disturbance = Disturbance::none;
+        const auto line = askOnce(terminal, prompt, disturbance);
         // Stopped and continued: the question has scrolled away.
-        if (interruption == Interruption::stopped) continue;
-        if (!line || interruption == Interruption::ended)
+        if (disturbance == Disturbance::stopped) continue;
+        if (!line || disturbance == Disturbance::ended)
             throw Failure(Status::badPassword, {"none was given"});
         return *line;
     }
 }
 
 }  // namespace
+
+std::string askForPassword(const std::string &user) {
+    const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));
+    if (!terminal)
+        throw Failure(Status::badPassword,
+                      {"there is no terminal to ask for it; ZDBS_PASSWORD_FILE names a file"});
+    return ask(terminal.get(), "Password for " + user + ": ");
+}
 
 std::string askForNewPassword(const std::string &user) {
     const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC));

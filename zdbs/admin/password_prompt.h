@@ -14,6 +14,9 @@ namespace zdbs::admin {
  */
 std::string askForNewPassword(const std::string &user);
 
+/** The same of a password that is there: once. */
+std::string askForPassword(const std::string &user);
+
 /** One line of standard input without its end. Throws Failure(badPassword) when there is none. */
 std::string readPasswordLine();
 

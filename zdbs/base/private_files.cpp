@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -91,6 +92,15 @@ void throwWriteError(int error, const std::filesystem::path &path) {
 void makePrivateDirectory(const std::filesystem::path &path) {
     if (::mkdir(path.c_str(), directoryMode) != 0 && errno != EEXIST) throwWriteError(errno, path);
     if (::chmod(path.c_str(), directoryMode) != 0) throwWriteError(errno, path);
+}
+
+void removeFolder(const std::filesystem::path &path) noexcept {
+    try {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    } catch (const std::bad_alloc &) {
+        // There is nobody to tell: the caller ends by what made it clean up.
+    }
 }
 
 FileDescriptor openPrivateFile(const std::filesystem::path &path, int flags) {

@@ -72,6 +72,9 @@ std::filesystem::path homeOf(const std::filesystem::path &path);
 /** Mode 0700. Throws as throwWriteError(). */
 void makePrivateDirectory(const std::filesystem::path &path);
 
+/** Removes a folder and what is in it as far as that goes, with no word about what is left. */
+void removeFolder(const std::filesystem::path &path) noexcept;
+
 /** Opens it with these flags of open(); new ones get mode 0600. Throws as throwWriteError(). */
 FileDescriptor openPrivateFile(const std::filesystem::path &path, int flags);
 

@@ -113,6 +113,16 @@ constexpr std::array table{
               "control characters and empty, '.' or '..' steps, at most 4096 bytes long."},
     StatusRow{Status::unsupported, "unsupported",
               "Databases of this kind are not made for that[: {0}]."},
+    StatusRow{Status::serverUnreachable, "serverUnreachable",
+              "The server cannot be reached[: {0}][: {1}]."},
+    StatusRow{Status::serverUntrusted, "serverUntrusted",
+              "The server is not given a password[: {0}][: {1}]."},
+    StatusRow{Status::serverRefused, "serverRefused", "The server refuses[: {0}][: {1}]."},
+    StatusRow{Status::serverLost, "serverLost",
+              "The connection to the server is lost[: {0}]; log in anew."},
+    StatusRow{Status::servedHome, "servedHome",
+              "This cannot be done through a server[: {0}]; do it where the home is, with "
+              "ZDBS_HOME or --home as its folder."},
 
     // Loading.
     StatusRow{Status::fileUnreadable, "fileUnreadable", "The file[ {0}] cannot be read[: {1}]."},

@@ -84,6 +84,11 @@ enum class Status : std::int32_t {
     notGranted = 330,
     badDocumentName = 332,
     unsupported = 334,
+    serverUnreachable = 336,
+    serverUntrusted = 338,
+    serverRefused = 340,
+    serverLost = 342,
+    servedHome = 344,
 
     // Loading.
     fileUnreadable = 400,

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <limits>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -16,20 +15,13 @@
 #include "zdbs/boundary/held_interrupt.h"
 #include "zdbs/boundary/process.h"
 #include "zdbs/engine/registry.h"
-#include "zdbs/export/export_document.h"
-#include "zdbs/export/name_list.h"
 #include "zdbs/language/shell_symbols.h"
-#include "zdbs/session/nested_request.h"
+#include "zdbs/remote/remote_session.h"
 
 namespace zdbs {
 namespace {
 
 constexpr std::size_t infoSize = 64;
-constexpr std::string_view filterName = "zarnxmlquery";
-
-// For people who are typing: see name_list.h.
-constexpr std::string_view namesFilter = "zarnxmlnames";
-constexpr std::string_view databasesFilter = "zarnxmldatabases";
 
 /** Runs an entry point's work; whatever it throws becomes the status of the call. What the
  *  failure says is kept before another thread can come in. */
@@ -62,7 +54,7 @@ std::string received(const Process &process, const char *text) {
 
 /** Whether the texts of this call are UTF-8, whatever the process has. */
 bool isNested() {
-    const Session *session = Process::instance().openSession();
+    const KernelSession *session = Process::instance().openSession();
     return session != nullptr && session->isNested();
 }
 
@@ -84,13 +76,20 @@ std::string_view symbolIn(const char *buffer, std::size_t capacity) {
     return text.substr(0, text.find(' '));
 }
 
+std::unique_ptr<KernelSession> openSession(const std::string &location, const std::string &user,
+                                           const std::string &password) {
+    if (isServed(location))
+        return std::make_unique<remote::RemoteSession>(location, user, password);
+    return std::make_unique<LocalSession>(
+        std::make_unique<Session>(openEngine(location), user, password));
+}
+
 void startSession(Process &process, const char *user, const char *password) {
     require(user, "user");
     require(password, "password");
     if (process.openSession() != nullptr) throw Failure(Status::sessionOpen);
     Charset charset = Charset::ofProcess();
-    std::shared_ptr<const Engine> engine = openEngine(configuredLocation());
-    process.open(std::make_unique<Session>(engine, charset.toUtf8(user), charset.toUtf8(password)));
+    process.open(openSession(configuredLocation(), charset.toUtf8(user), charset.toUtf8(password)));
 }
 
 void writeMessage(const Process &process, std::int32_t status, char *text, std::int32_t *length) {
@@ -125,7 +124,7 @@ void tellBaseInfo(const Process &process, const char *database, std::int32_t ite
     *result = 0;
     if (info != nullptr) info[0] = '\0';
     require(database, "database");
-    const Session &session = process.session();
+    KernelSession &session = process.session();
     if (item != ZDB_BASE_IS_XML) throw Failure(Status::unknownItem, {std::to_string(item)});
     if (!session.hasDatabase(received(process, database))) return;
     *result = 1;
@@ -138,25 +137,20 @@ void handOut(DocumentBlock document, FilterData &data) {
     data.buffer = document.text.release();
 }
 
-DocumentBlock blockOf(std::string_view text) {
-    DocumentSink sink(text.size() + 1);
-    sink.write(text);
-    return sink.take();
-}
-
 void runExport(const Process &process, FilterData &data) {
-    Session &session = process.session();
-    std::string_view name(data.filter_name, strnlen(data.filter_name, sizeof data.filter_name));
-    if (name == databasesFilter) return handOut(blockOf(databaseList(session)), data);
-    if (name != filterName && name != namesFilter) throw Failure(Status::unknownFilter, {name});
-    require(data.filter_arguments, "filter_arguments");
-    if (data.arg_length < 0) throw Failure(Status::shortBuffer, {"filter arguments"});
-    std::string_view text(data.filter_arguments, static_cast<std::size_t>(data.arg_length));
-    if (name == namesFilter) return handOut(blockOf(nameList(session, text)), data);
-    ExportArguments arguments = parseExportArguments(text);
-    RequestAnswer answer = runNestedRequest(session, arguments.query);
-    bool highlight = (data.filter_options & ZDB_FILTER_HIGHLIGHT) != 0;
-    handOut(exportBlock(answer, arguments, highlight), data);
+    KernelSession &session = process.session();
+    const std::string_view name(data.filter_name,
+                                strnlen(data.filter_name, sizeof data.filter_name));
+    const auto filter = exportFilter(name);
+    if (!filter) throw Failure(Status::unknownFilter, {name});
+    std::string_view text;
+    if (*filter != ExportFilter::databases) {
+        require(data.filter_arguments, "filter_arguments");
+        if (data.arg_length < 0) throw Failure(Status::shortBuffer, {"filter arguments"});
+        text = {data.filter_arguments, static_cast<std::size_t>(data.arg_length)};
+    }
+    const bool highlight = (data.filter_options & ZDB_FILTER_HIGHLIGHT) != 0;
+    handOut(session.exportText(*filter, text, highlight), data);
 }
 
 void fillError(FilterData &data, std::int32_t status) {
@@ -167,18 +161,16 @@ void fillError(FilterData &data, std::int32_t status) {
 
 void putOnRecord(Process &process, ZdbHandle handle, const std::int32_t *search,
                  std::int32_t ordinal, std::int32_t *record, char *database) {
-    const Session &session = process.session();
+    KernelSession &session = process.session();
     RecordControl &control = process.control(handle);
     require(search, "search");
     require(record, "record");
     require(database, "database");
     control = {};
-    SetRecord found = session.record(*search, ordinal);
-    if (found.record > std::numeric_limits<std::int32_t>::max())
-        throw Failure(Status::recordTooLarge, {std::to_string(found.record)});
-    *record = static_cast<std::int32_t>(found.record);
-    copyOut(sent(session.databaseName(), infoSize - 1), database, infoSize);
-    control.hitWords = std::move(found.hitWords);
+    remote::PlacedRecord placed = session.record(*search, ordinal);
+    *record = static_cast<std::int32_t>(placed.found.record);
+    copyOut(sent(placed.database, infoSize - 1), database, infoSize);
+    control.hitWords = std::move(placed.found.hitWords);
 }
 
 const HitWord &nextHitWord(Process &process, ZdbHandle handle) {

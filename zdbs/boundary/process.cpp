@@ -28,7 +28,7 @@ Process &Process::instance() {
     return activeSession() != nullptr ? ofThread() : process;
 }
 
-void Process::open(std::unique_ptr<Session> session) {
+void Process::open(std::unique_ptr<KernelSession> session) {
     session_ = std::move(session);
 }
 
@@ -37,12 +37,13 @@ void Process::close() {
     session_.reset();
 }
 
-Session *Process::openSession() const {
-    return activeSession() != nullptr ? activeSession() : session_.get();
+KernelSession *Process::openSession() const {
+    Session *active = activeSession();
+    return active != nullptr ? &active_.emplace(*active) : session_.get();
 }
 
-Session &Process::session() const {
-    Session *session = openSession();
+KernelSession &Process::session() const {
+    KernelSession *session = openSession();
     if (session == nullptr) throw Failure(Status::noSession);
     return *session;
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +15,7 @@
 #include "kernel/zdbs.h"
 #include "zdbs/base/status.h"
 #include "zdbs/engine/engine.h"
-#include "zdbs/session/session.h"
+#include "zdbs/remote/kernel_session.h"
 
 namespace zdbs {
 
@@ -40,14 +41,14 @@ public:
     /** Taken by every entry point; the export enters again through the processor. */
     std::recursive_mutex &mutex() { return mutex_; }
 
-    void open(std::unique_ptr<Session> session);
+    void open(std::unique_ptr<KernelSession> session);
     void close();
 
     /** The session that calls act on; null when there is none. */
-    Session *openSession() const;
+    KernelSession *openSession() const;
 
     /** The same; throws Failure(noSession). */
-    Session &session() const;
+    KernelSession &session() const;
 
     /** Keeps what a failed call has to say; returns its status. Never throws. */
     std::int32_t fail(Status status, const char *sentence) noexcept;
@@ -63,7 +64,8 @@ public:
 
 private:
     std::recursive_mutex mutex_;
-    std::unique_ptr<Session> session_;
+    std::unique_ptr<KernelSession> session_;
+    mutable std::optional<LocalSession> active_;  ///< of this thread, when it was asked for last
     Status lastStatus_ = Status::ok;
     std::string lastSentence_;
     std::map<std::uintptr_t, RecordControl> controls_;

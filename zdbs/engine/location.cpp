@@ -14,14 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string setting(const char *name) {
-    char *value = ZfxReadRCS(name);
-    if (!value) return "";
-    std::string text = value;
-    ZfxFreeRCS(value);
-    return text;
-}
-
 std::string environmentVariable(const char *name) {
     const char *value = std::getenv(name);
     return value ? value : "";
@@ -36,9 +28,22 @@ std::string userDirectory() {
 
 }  // namespace
 
+std::string configured(const char *name) {
+    char *value = ZfxReadRCS(name);
+    if (!value) return "";
+    std::string text = value;
+    ZfxFreeRCS(value);
+    return text;
+}
+
+bool isServed(std::string_view location) {
+    return location.starts_with("https://") || location.starts_with("http://") ||
+           location.starts_with("unix:");
+}
+
 std::string configuredLocation() {
-    std::string configured = setting("ZDBS_HOME");
-    if (!configured.empty()) return configured;
+    std::string home = configured("ZDBS_HOME");
+    if (!home.empty()) return home;
     const fs::path data = environmentVariable("XDG_DATA_HOME");
     // The base directory rules: a path that is not absolute is ignored.
     if (data.is_absolute()) return data / "zdbs";

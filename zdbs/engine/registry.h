@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "zdbs/engine/administration.h"
 
@@ -16,7 +17,14 @@ namespace zdbs {
  */
 std::string configuredLocation();
 
-// A location that is a directory is a home of the embedded engine.
+/** Another setting, found as ZDBS_HOME is; empty where there is none. */
+std::string configured(const char *name);
+
+/** Whether a location is a server's: https://HOST:PORT, http://HOST:PORT, unix:PATH. */
+bool isServed(std::string_view location);
+
+// A location that is a directory is a home of the embedded engine. What is a server's has no
+// engine here: what follows throws Failure(servedHome) for it.
 
 /** Throws Failure(homeMissing). */
 std::shared_ptr<const Engine> openEngine(const std::string &location);

@@ -14,10 +14,7 @@
 
 namespace zdbs {
 
-/**
- * The parser keeps most names in one place for as long as it lives, so that the address
- * tells which one it is; but not all of them, so that the text has the last word.
- */
+/** The parser hands names over from one place for each depth, so that only the text tells. */
 class NameCache {
 public:
     struct Known {
@@ -28,7 +25,7 @@ public:
     /** What is known of a name; a new one is taken apart by `split`, which may throw. */
     template <typename Split>
     const Known &find(const char *text, const Split &split) {
-        Recent &recent = recent_[reinterpret_cast<std::uintptr_t>(text) % recent_.size()];
+        Recent &recent = recent_[slotOf(text)];
         if (recent.name && std::strcmp(recent.name->first.c_str(), text) == 0)
             return recent.name->second;
         auto found = names_.find(text);
@@ -42,6 +39,14 @@ private:
     struct Recent {
         const Names::value_type *name = nullptr;
     };
+    static constexpr std::size_t slots = 2048;
+
+    static std::size_t slotOf(const char *text) {
+        std::uint64_t hash = 0;
+        for (; *text != '\0'; ++text)
+            hash = hash * 33 + static_cast<unsigned char>(*text);
+        return hash % slots;
+    }
 
     template <typename Split>
     Names::iterator add(const char *text, const Split &split) {
@@ -58,7 +63,7 @@ private:
     }
 
     Names names_;
-    std::array<Recent, 2048> recent_{};
+    std::array<Recent, slots> recent_{};
 };
 
 }  // namespace zdbs

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -40,6 +41,7 @@ public:
 
     Request request;
     RequestStop stop;
+    std::shared_ptr<void> share;  ///< of what the user may have at once; the worker's
     const Clock::time_point begun = Clock::now();
 
     // The worker's side.

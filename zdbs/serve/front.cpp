@@ -19,23 +19,6 @@ std::size_t threadsOf(const Limits &limits) {
     return std::max<std::size_t>(2, std::thread::hardware_concurrency());
 }
 
-/** What a request comes to that was stopped; whatever was thrown because of that. */
-Problem problemOf(StopReason reason) {
-    switch (reason) {
-        case StopReason::time:
-            return {503, "The request took longer than requests may.", Status::stopped};
-        case StopReason::memory:
-            return {507, "The request needs more memory than requests may.", Status::outOfMemory};
-        case StopReason::shutdown:
-            return {503, "The server is ending.", Status::stopped};
-        case StopReason::none:
-        case StopReason::clientGone:
-        case StopReason::slowClient:
-            break;
-    }
-    return {503, "Nobody waits for the answer.", Status::stopped};
-}
-
 }  // namespace
 
 class Front::Share {
@@ -61,7 +44,8 @@ private:
     std::string user_;
 };
 
-Front::Front(const Engine &engine, Administration &home, const Settings &settings, RequestLog &to)
+Front::Front(const Engine &engine, Administration &home, const std::string &location,
+             const Settings &settings, RequestLog &to)
     : log(to),
       logsValues(settings.logsRequests),
       engine_(engine),
@@ -69,7 +53,9 @@ Front::Front(const Engine &engine, Administration &home, const Settings &setting
       service_{engine, home, sessions_, metrics, [this] { return gauges(); }},
       limits_(std::make_shared<const Limits>(limitsOf(settings))),
       workers_(threadsOf(*limits_), limits_->line),
-      logins_(1, loginsInLine) {}
+      logins_(1, loginsInLine),
+      kernels_({engine, location, workers_, metrics, [this] { return this->limits(); }},
+               limits_->sessions) {}
 
 Front::~Front() = default;
 
@@ -132,9 +118,10 @@ void Front::work(const std::shared_ptr<Exchange> &exchange) {
         exchange->await();
         return run(*exchange);
     }
-    auto share = std::make_shared<Share>(*this, exchange->request.user);
+    exchange->share = std::make_shared<Share>(*this, exchange->request.user);
     exchange->await();
-    if (workers_.add([this, exchange, share] { run(*exchange); })) return;
+    if (workers_.add([this, exchange] { run(*exchange); })) return;
+    exchange->share.reset();
     exchange->refuse(Problem(503, "Too many requests are waiting."));
     exchange->finish();
 }
@@ -160,7 +147,19 @@ void Front::run(Exchange &exchange) {
     }
     if (exchange.stop.reason() == StopReason::time) ++metrics.stoppedTime;
     if (exchange.stop.reason() == StopReason::memory) ++metrics.stoppedMemory;
+    // A connection that goes over keeps it.
+    if (exchange.head().status != 101) exchange.share.reset();
     exchange.finish();
+}
+
+void Front::refuseAll() {
+    isOver_ = true;
+    kernels_.end();
+}
+
+void Front::stopAll() {
+    connections.stopAll(StopReason::shutdown);
+    kernels_.stopAll();
 }
 
 void Front::look() {
@@ -168,11 +167,13 @@ void Front::look() {
     const Connections::Dropped dropped = connections.look(now);
     metrics.droppedSlow += dropped.slow;
     metrics.clientsGone += dropped.gone;
+    kernels_.look();
     sessions_.closeIdleSince(now - idleSessions);
 }
 
 Gauges Front::gauges() const {
-    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle()};
+    return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle(),
+            kernels_.size()};
 }
 
 }  // namespace zdbs::serve

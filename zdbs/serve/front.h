@@ -12,6 +12,7 @@
 
 #include "zdbs/serve/connections.h"
 #include "zdbs/serve/exchange.h"
+#include "zdbs/serve/kernel_sessions.h"
 #include "zdbs/serve/metrics.h"
 #include "zdbs/serve/proofs.h"
 #include "zdbs/serve/request_log.h"
@@ -25,7 +26,8 @@ namespace zdbs::serve {
 class Front {
 public:
     /** The engine and the home must outlive it. */
-    Front(const Engine &engine, Administration &home, const Settings &settings, RequestLog &log);
+    Front(const Engine &engine, Administration &home, const std::string &location,
+          const Settings &settings, RequestLog &log);
 
     /** Does what waits first. REQUIRES that no connection is open. */
     ~Front();
@@ -53,11 +55,14 @@ public:
     void look();
 
     // At the end: requests that come are refused; those that run are stopped.
-    void refuseAll() { isOver_ = true; }
-    void stopAll() { connections.stopAll(StopReason::shutdown); }
+    void refuseAll();
+    void stopAll();
 
-    /** Whether a request is worked on, or its answer is on its way. */
-    bool isBusy() const { return open_ > 0; }
+    /** Whether a request is worked on, or its answer is on its way, or a session is open. */
+    bool isBusy() const { return open_ > 0 || kernels_.size() > 0; }
+
+    /** Takes over a connection whose user is known. */
+    void openSession(KernelPlace place) { kernels_.open(std::move(place)); }
 
     // Each request at its connection says when it is there and when it is over.
     void requestBegins() { ++open_; }
@@ -86,6 +91,7 @@ private:
     std::atomic<std::size_t> open_ = 0;
     WorkQueue workers_;
     WorkQueue logins_;  ///< slow hashes, in a thread of their own
+    KernelSessions kernels_;
 };
 
 }  // namespace zdbs::serve

@@ -108,7 +108,8 @@ class HttpServer::Daemon {
 public:
     Daemon(Listener listener, Front &front, const Certificates *certificates, unsigned connections)
         : listener_(std::move(listener)) {
-        unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC;
+        unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME |
+                         MHD_ALLOW_UPGRADE | MHD_USE_ITC;
         // An option more with TLS; without it the list ends there.
         MHD_OptionItem certificate = {MHD_OPTION_END, 0, nullptr};
         if (certificates != nullptr) {

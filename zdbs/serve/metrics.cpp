@@ -69,6 +69,7 @@ std::string Metrics::text(const Gauges &gauges) const {
     add(text, "zdbs_requests_running", "gauge", "Requests that have a thread.", gauges.running);
     add(text, "zdbs_requests_waiting", "gauge", "Requests that wait for one.", gauges.waiting);
     add(text, "zdbs_idle_sessions", "gauge", "Databases that are kept open.", gauges.sessions);
+    add(text, "zdbs_kernel_sessions", "gauge", "Sessions of kernel libraries.", gauges.kernels);
     return text;
 }
 

@@ -16,6 +16,7 @@ struct Gauges {
     std::uint64_t running = 0;
     std::uint64_t waiting = 0;
     std::uint64_t sessions = 0;  ///< that are open and idle
+    std::uint64_t kernels = 0;   ///< sessions of kernel libraries
 };
 
 /** Any thread may call. */

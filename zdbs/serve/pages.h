@@ -27,6 +27,9 @@ void tellAround(const Call &call);
 // The page for people: page_files.cpp.
 void sendPageFile(const Call &call);
 
+// Sessions of kernel libraries: kernel_page.cpp.
+void openKernelSession(const Call &call);
+
 // Documents: document_pages.cpp.
 void listDocuments(const Call &call);
 void tellDocument(const Call &call);

@@ -22,6 +22,7 @@ unsigned httpOf(Status status) {
         case Status::unsupported:
             return 501;
         case Status::stopped:
+        case Status::serverRefused:
             return 503;
         case Status::diskFull:
         case Status::outOfMemory:
@@ -41,6 +42,10 @@ unsigned httpOf(Status status) {
         case Status::homeDamaged:
         case Status::homeReadOnly:
         case Status::storeFailed:
+        case Status::serverUnreachable:
+        case Status::serverUntrusted:
+        case Status::serverLost:
+        case Status::servedHome:
         case Status::fileUnreadable:
         case Status::writeFailed:
         case Status::backupDamaged:
@@ -112,6 +117,22 @@ std::string_view nameOf(Status status) {
 
 }  // namespace
 
+Problem problemOf(StopReason reason) {
+    switch (reason) {
+        case StopReason::time:
+            return {503, "The request took longer than requests may.", Status::stopped};
+        case StopReason::memory:
+            return {507, "The request needs more memory than requests may.", Status::outOfMemory};
+        case StopReason::shutdown:
+            return {503, "The server is ending.", Status::stopped};
+        case StopReason::none:
+        case StopReason::clientGone:
+        case StopReason::slowClient:
+            break;
+    }
+    return {503, "Nobody waits for the answer.", Status::stopped};
+}
+
 Problem::Problem(const Failure &failure)
     : Problem(httpOf(failure.status()), detailOf(failure), failure.status()) {}
 
@@ -149,6 +170,8 @@ std::string_view reasonOf(unsigned http) {
             return "Content Too Large";
         case 415:
             return "Unsupported Media Type";
+        case 426:
+            return "Upgrade Required";
         case 429:
             return "Too Many Requests";
         case 500:

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "zdbs/base/status.h"
+#include "zdbs/serve/request_stop.h"
 
 namespace zdbs::serve {
 
@@ -32,6 +33,9 @@ private:
     unsigned http_;
     Status kernel_;
 };
+
+/** What a request comes to that was stopped; whatever was thrown because of that. */
+Problem problemOf(StopReason reason);
 
 /** "Not Found"; empty for statuses that are not used here. */
 std::string_view reasonOf(unsigned http);

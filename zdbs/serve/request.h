@@ -47,11 +47,13 @@ private:
 struct Fields {
     std::string accept;
     std::string authorization;
+    std::string contentEncoding;
     std::string contentType;
     std::string host;
     std::string ifMatch;
     std::string ifNoneMatch;
     std::string origin;
+    std::string upgrade;
 };
 
 struct Request {

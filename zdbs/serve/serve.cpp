@@ -103,7 +103,7 @@ public:
           log_(settings.log),
           engine_(openEngine(location)),
           home_(administer(location)),
-          front_(*engine_, *home_, settings, log_) {
+          front_(*engine_, *home_, location, settings, log_) {
         std::vector<Listener> listeners = listenersFor(settings);
         requireSafe(listeners, settings);
         if (!settings.certificate.empty())

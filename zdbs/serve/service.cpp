@@ -95,6 +95,9 @@ void requireSameOrigin(const Request &request) {
 
 void requireBodyType(const Route &route, const Request &request) {
     if (route.bodyType == nullptr) return;
+    const std::string &encoding = request.fields.contentEncoding;
+    if (!encoding.empty() && encoding != "identity")
+        throw Problem(415, "What is sent must not have a Content-Encoding.");
     std::string_view type = request.fields.contentType;
     type = type.substr(0, type.find(';'));
     const std::string_view wanted = route.bodyType;

@@ -7,39 +7,37 @@
 namespace zdbs::serve {
 
 SessionPool::Lease::Lease(SessionPool &pool, std::string database)
-    : pool_(pool),
-      database_(std::move(database)),
-      session_(pool.take(database_)),
-      exceptions_(std::uncaught_exceptions()) {}
+    : pool_(pool), lent_(pool.take(std::move(database))), exceptions_(std::uncaught_exceptions()) {}
 
 SessionPool::Lease::~Lease() {
-    if (std::uncaught_exceptions() == exceptions_) pool_.giveBack(database_, std::move(session_));
+    if (std::uncaught_exceptions() == exceptions_) pool_.giveBack(std::move(lent_));
 }
 
-std::unique_ptr<Session> SessionPool::take(const std::string &database) {
+SessionPool::Sessions SessionPool::take(std::string database) {
+    Sessions lent;
     {
         const std::lock_guard lock(mutex_);
-        const auto found = std::find_if(idle_.begin(), idle_.end(), [&](const Idle &each) {
+        const auto found = std::find_if(idle_.begin(), idle_.end(), [&](const Kept &each) {
             return each.database == database;
         });
-        if (found != idle_.end()) {
-            std::unique_ptr<Session> session = std::move(found->session);
-            idle_.erase(found);
-            return session;
-        }
+        if (found != idle_.end()) lent.splice(lent.end(), idle_, found);
     }
-    return Session::ofOwner(home_.open(database));
+    if (lent.empty()) {
+        auto session = Session::ofOwner(home_.open(database));
+        lent.push_back({std::move(database), std::move(session), {}});
+    }
+    return lent;
 }
 
-void SessionPool::giveBack(const std::string &database, std::unique_ptr<Session> session) {
-    std::list<Idle> closed;  // outside of the lock
+void SessionPool::giveBack(Sessions lent) noexcept {
+    lent.front().since = Clock::now();
     const std::lock_guard lock(mutex_);
-    idle_.push_front({database, std::move(session), Clock::now()});
-    if (idle_.size() > most_) closed.splice(closed.end(), idle_, std::prev(idle_.end()));
+    idle_.splice(idle_.begin(), lent);
+    if (idle_.size() > most_) lent.splice(lent.end(), idle_, std::prev(idle_.end()));
 }
 
 void SessionPool::closeIdleSince(Clock::time_point then) {
-    std::list<Idle> closed;
+    Sessions closed;
     const std::lock_guard lock(mutex_);
     while (!idle_.empty() && idle_.back().since < then)
         closed.splice(closed.end(), idle_, std::prev(idle_.end()));

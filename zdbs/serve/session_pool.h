@@ -22,6 +22,15 @@ class SessionPool {
 public:
     using Clock = std::chrono::steady_clock;
 
+private:
+    struct Kept {
+        std::string database;
+        std::unique_ptr<Session> session;
+        Clock::time_point since;
+    };
+    using Sessions = std::list<Kept>;
+
+public:
     /** @param most of them that are kept */
     SessionPool(const Administration &home, std::size_t most) : home_(home), most_(most) {}
 
@@ -33,12 +42,11 @@ public:
         Lease(const Lease &) = delete;
         Lease &operator=(const Lease &) = delete;
 
-        Session &session() const { return *session_; }
+        Session &session() const { return *lent_.front().session; }
 
     private:
         SessionPool &pool_;
-        std::string database_;
-        std::unique_ptr<Session> session_;
+        Sessions lent_;  ///< one, in the piece of memory in which it is kept
         int exceptions_;
     };
 
@@ -48,20 +56,14 @@ public:
     std::size_t idle() const;
 
 private:
-    struct Idle {
-        std::string database;
-        std::unique_ptr<Session> session;
-        Clock::time_point since;
-    };
-
     /** Throws Failure(unknownDatabase). */
-    std::unique_ptr<Session> take(const std::string &database);
-    void giveBack(const std::string &database, std::unique_ptr<Session> session);
+    Sessions take(std::string database);
+    void giveBack(Sessions lent) noexcept;  ///< the one too many is closed outside of the lock
 
     const Administration &home_;
     std::size_t most_;
     mutable std::mutex mutex_;
-    std::list<Idle> idle_;  ///< the latest first
+    Sessions idle_;  ///< the latest first
 };
 
 }  // namespace zdbs::serve

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t million = 1'000'000;
 
-constexpr std::array<LimitRow, 12> table = {{
+constexpr std::array<LimitRow, 14> table = {{
     {"threads", &Limits::threads, 0, 1024, false,
      "Requests at once; 0: as many as there are processors"},
     {"connections", &Limits::connections, 2, million, false, "Connections at once"},
@@ -30,6 +30,9 @@ constexpr std::array<LimitRow, 12> table = {{
     {"stall", &Limits::stall, 1, million, true,
      "Seconds in which a client must take or send something"},
     {"grace", &Limits::grace, 0, million, true, "Seconds for running requests at the end"},
+    {"sessions", &Limits::sessions, 0, 10000, false, "Sessions of shells and programs at once"},
+    {"session-idle", &Limits::sessionIdle, 1, million, false,
+     "Seconds until a session that asks nothing ends"},
 }};
 
 std::string_view trimmed(std::string_view text) {

@@ -25,6 +25,8 @@ struct Limits {
     std::uint64_t idle = 60;
     std::uint64_t stall = 20;
     std::uint64_t grace = 10;
+    std::uint64_t sessions = 256;
+    std::uint64_t sessionIdle = 3600;
 };
 
 /** A limit as options and files name it. */

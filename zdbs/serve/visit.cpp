@@ -1,5 +1,9 @@
 #include "zdbs/serve/visit.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -43,13 +47,15 @@ struct FieldName {
     std::string Fields::*place;
 };
 
-constexpr std::array<FieldName, 7> fieldNames = {{{"Accept", &Fields::accept},
+constexpr std::array<FieldName, 9> fieldNames = {{{"Accept", &Fields::accept},
                                                   {"Authorization", &Fields::authorization},
+                                                  {"Content-Encoding", &Fields::contentEncoding},
                                                   {"Content-Type", &Fields::contentType},
                                                   {"Host", &Fields::host},
                                                   {"If-Match", &Fields::ifMatch},
                                                   {"If-None-Match", &Fields::ifNoneMatch},
-                                                  {"Origin", &Fields::origin}}};
+                                                  {"Origin", &Fields::origin},
+                                                  {"Upgrade", &Fields::upgrade}}};
 
 void take(Framing &framing, std::string_view name, std::string_view value) {
     framing.isOdd = framing.isOdd || !isToken(name);
@@ -68,9 +74,30 @@ void take(Framing &framing, std::string_view name, std::string_view value) {
     }
 }
 
+/**
+ * Whether nothing but the colon and blanks is between them in what was received. The library hangs
+ * a folded line (RFC 9112, 5.2) on the end of the name, which it moves for that: a length becomes a
+ * field of another name, and the body a request.
+ */
+bool isBeside(const char *name, std::size_t nameSize, const char *value) {
+    constexpr std::ptrdiff_t mostBlanks = 256;
+    const char *end = name + nameSize;
+    return value > end && value - end <= mostBlanks && std::all_of(end, value, [](char each) {
+               return each == '\0' || each == ':' || each == ' ' || each == '\t';
+           });
+}
+
+bool isText(std::string_view value) {
+    return std::all_of(value.begin(), value.end(), [](unsigned char each) {
+        return (each >= ' ' && each != 0x7f) || each == '\t';
+    });
+}
+
 MHD_Result takeHeader(void *framing, MHD_ValueKind, const char *name, std::size_t nameSize,
                       const char *value, std::size_t valueSize) {
     try {
+        if (value == nullptr || !isBeside(name, nameSize, value) || !isText({value, valueSize}))
+            static_cast<Framing *>(framing)->isOdd = true;
         take(*static_cast<Framing *>(framing), {name, nameSize},
              {value == nullptr ? "" : value, value == nullptr ? 0 : valueSize});
         return MHD_YES;
@@ -215,6 +242,10 @@ bool Visit::refuse(const Problem &problem, bool atOnce) {
 
 bool Visit::respond() {
     stage_ = Stage::answered;
+    if (exchange_->head().status == MHD_HTTP_SWITCHING_PROTOCOLS) {
+        connection_.expectNothing();
+        return queue(MHD_create_response_for_upgrade(goOver, this));
+    }
     connection_.expect(std::chrono::seconds(limits_->stall));
     if (!exchange_->isWhole())
         return queue(
@@ -246,6 +277,23 @@ bool Visit::queue(MHD_Response *response) {
     const MHD_Result queued = MHD_queue_response(library_, head.status, response);
     MHD_destroy_response(response);
     return queued == MHD_YES;
+}
+
+/** From here on the connection carries messages, in a thread of its own. */
+void Visit::goOver(void *context, MHD_Connection *library, void *, const char *, std::size_t early,
+                   MHD_socket socket, MHD_UpgradeResponseHandle *handle) {
+    auto &visit = *static_cast<Visit *>(context);
+    const auto close = [handle] { MHD_upgrade_action(handle, MHD_UPGRADE_ACTION_CLOSE); };
+    const int immediately = 1;
+    const auto *info = MHD_get_connection_info(library, MHD_CONNECTION_INFO_CONNECTION_FD);
+    ::setsockopt(info->connect_fd, IPPROTO_TCP, TCP_NODELAY, &immediately, sizeof immediately);
+    visit.front_.requestEnds();
+    visit.isCounted_ = false;
+    // What is sent before the server has agreed is no message.
+    if (early > 0) return close();
+    Exchange &exchange = *visit.exchange_;
+    visit.front_.openSession({socket, info->connect_fd, close, exchange.request.user,
+                              std::exchange(exchange.share, nullptr)});
 }
 
 ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std::size_t room) {

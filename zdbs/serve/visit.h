@@ -39,6 +39,9 @@ private:
     bool hasLargeBody() const { return isChunked_ || declared_ > longestPassedOver; }
     bool respond();
     bool queue(MHD_Response *response);
+    static void goOver(void *visit, MHD_Connection *library, void *, const char *early,
+                       std::size_t earlyBytes, MHD_socket socket,
+                       MHD_UpgradeResponseHandle *handle);
     static ssize_t read(void *visit, std::uint64_t position, char *buffer, std::size_t room);
     std::string loggedPlace() const;
 

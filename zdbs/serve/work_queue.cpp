@@ -1,5 +1,6 @@
 #include "zdbs/serve/work_queue.h"
 
+#include <semaphore>
 #include <utility>
 
 namespace zdbs::serve {
@@ -20,14 +21,41 @@ WorkQueue::~WorkQueue() {
 }
 
 bool WorkQueue::add(Work work) {
+    return wait({std::move(work), false});
+}
+
+bool WorkQueue::wait(Waiting waiting) {
     {
         const std::lock_guard lock(mutex_);
         const std::size_t idle = threads_.size() - running_;
         if (line_.size() >= idle + most_) return false;
-        line_.push_back(std::move(work));
+        line_.push_back(std::move(waiting));
     }
     changed_.notify_one();
     return true;
+}
+
+bool WorkQueue::enter() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (line_.empty() && running_ < threads_.size()) {
+            ++running_;
+            return true;
+        }
+    }
+    std::binary_semaphore turn(0);
+    if (!wait({[&turn] { turn.release(); }, true})) return false;
+    turn.acquire();
+    return true;
+}
+
+void WorkQueue::leave() {
+    {
+        const std::lock_guard lock(mutex_);
+        --running_;
+        if (line_.empty()) return;
+    }
+    changed_.notify_one();
 }
 
 std::size_t WorkQueue::running() const {
@@ -43,16 +71,18 @@ std::size_t WorkQueue::waiting() const {
 void WorkQueue::run() {
     std::unique_lock lock(mutex_);
     for (;;) {
-        changed_.wait(lock, [this] { return isOver_ || !line_.empty(); });
+        changed_.wait(lock, [this] {
+            return (isOver_ && line_.empty()) || (!line_.empty() && running_ < threads_.size());
+        });
         if (line_.empty()) return;
-        Work work = std::move(line_.front());
+        Waiting next = std::move(line_.front());
         line_.pop_front();
         ++running_;
         lock.unlock();
-        work();
-        work = nullptr;
+        next.work();
+        next.work = nullptr;
         lock.lock();
-        --running_;
+        if (!next.keepsPlace) --running_;
     }
 }
 

@@ -29,15 +29,29 @@ public:
     /** False where the line is full. */
     bool add(Work work);
 
+    /**
+     * Work of a thread outside takes a place among the threads, in its turn, until leave(). Costs
+     * next to nothing where one is free. False where the line is full.
+     */
+    bool enter();
+    void leave();
+
     std::size_t running() const;
     std::size_t waiting() const;
 
 private:
+    /** What waits, or a thread outside for which a place is taken. */
+    struct Waiting {
+        Work work;
+        bool keepsPlace = false;
+    };
+
+    bool wait(Waiting waiting);
     void run();
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<Work> line_;
+    std::deque<Waiting> line_;
     std::size_t most_;
     std::size_t running_ = 0;
     bool isOver_ = false;

@@ -51,6 +51,14 @@ Session::Session(std::shared_ptr<const Engine> engine, std::string_view user,
     if (!engine_->authenticate(user, password)) throw Failure(Status::loginFailed);
 }
 
+std::unique_ptr<Session> Session::ofUser(std::shared_ptr<const Engine> engine,
+                                         std::string_view user) {
+    std::unique_ptr<Session> session(new Session());
+    session->engine_ = std::move(engine);
+    session->user_ = user;
+    return session;
+}
+
 std::unique_ptr<Session> Session::ofOwner(std::unique_ptr<OpenDatabase> database) {
     std::unique_ptr<Session> session(new Session());
     session->database_ = std::move(database);

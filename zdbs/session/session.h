@@ -63,6 +63,10 @@ public:
     /** Throws Failure(loginFailed) unless the engine knows the user by the password. */
     Session(std::shared_ptr<const Engine> engine, std::string_view user, std::string_view password);
 
+    /** The same of a user who has proven it elsewhere. */
+    static std::unique_ptr<Session> ofUser(std::shared_ptr<const Engine> engine,
+                                           std::string_view user);
+
     /** A session of whoever owns the home, with a database open and no other to open. */
     static std::unique_ptr<Session> ofOwner(std::unique_ptr<OpenDatabase> database);
 

@@ -147,6 +147,7 @@ Groups StepPairs::above() const {
     std::size_t next = 0;
     Groups result;
     for (const Node context : contexts_) {
+        heedStop();
         for (; next < found_.size() && found_[next] < context; ++next) {
             close(found_[next]);
             open.push_back(found_[next]);
@@ -173,6 +174,7 @@ std::optional<Groups> StepPairs::besides(std::size_t most) const {
     const Families families(collection_, contexts_, axis_, foundSet_);
     Groups result;
     for (std::size_t i = 0; i < contexts_.size(); ++i) {
+        heedStop();
         result.add(asked(families.of(i)));
         result.close();
         if (result.nodes().size() > most && contexts_.size() > 1) return std::nullopt;
@@ -185,9 +187,8 @@ std::optional<Groups> StepPairs::outside(std::size_t most) const {
     const bool after = axis_.region == Region::after;
     const Nodes ends = after ? collection_.ends(contexts_) : collection_.ends(found_, foundSet_);
     Groups result;
-    StopCounter stop;
     for (std::size_t i = 0; i < contexts_.size(); ++i) {
-        stop.step();
+        heedStop();
         if (!isRoot(contexts_[i]))
             after ? addBehind(ends[i], result) : addBefore(contexts_[i], ends, result);
         result.closeSorted();

@@ -1,4 +1,5 @@
 /** What clients send that mean no good. */
+#include <poll.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -48,6 +49,12 @@ TEST_F(Attacks, ThatHideARequestInABodyAreRefusedAndTheConnectionEnds) {
         "Transfer-Encoding: chunked\r\n\r\nzz\r\n<a/>\r\n0\r\n\r\n",
         "Transfer-Encoding: chunked\r\n\r\nffffffffffffffffff\r\n<a/>\r\n0\r\n\r\n",
         "Host: c\r\nContent-Length: 4\r\n\r\n<a/>",
+        "Content-Length:\r\n 4\r\n\r\n<a/>",
+        "Content-Length: 4\r\n 2\r\n\r\n<a/>",
+        "Transfer-Encoding:\r\n\tchunked\r\n\r\n0\r\n\r\n",
+        "X: a\r\n Content-Length: 4\r\n\r\n<a/>",
+        "X: a\rContent-Length: 4\r\n\r\n<a/>",
+        "X: a\nContent-Length: 4\nContent-Length: 5\n\n<a/>",
     };
     for (const std::string &framing : framings) {
         const std::string back = all(begin + framing + std::string(smuggled));
@@ -106,6 +113,26 @@ TEST_F(Attacks, BySlowSendersEndByThemselves) {
         EXPECT_TRUE(client.readToEnd()) << part;
     }
     EXPECT_GE(server.metric("zdbs_slow_connections_total"), 4);
+}
+
+TEST_F(Attacks, ByHeadersThatComeByteByByteEndAtTheTimeOfOne) {
+    HttpClient client(server.address());
+    client.send("GET /healthz HTTP/1.1\r\nHost: a\r\nX: ");
+    pollfd end = {client.socket(), POLLIN, 0};
+    constexpr int tenth = 100;
+    int sent = 0;
+    while (client.send("a") && ::poll(&end, 1, tenth) == 0)
+        ++sent;
+    EXPECT_EQ(client.readToEnd().value_or("no end"), "");
+    EXPECT_GT(sent, 0);
+    EXPECT_LT(sent, 600);
+}
+
+TEST_F(Attacks, WithPackedBodiesAreRefused) {
+    const Response response =
+        server.send("PUT", "/v1/databases/plays/documents/a", "\x1f\x8b", "application/xml",
+                    "writer", "Content-Encoding: gzip\r\n");
+    EXPECT_EQ(response.status, 415U);
 }
 
 TEST_F(Attacks, BySlowReadersEndByThemselves) {

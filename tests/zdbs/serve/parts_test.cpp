@@ -2,8 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/temporary_directory.h"
@@ -184,6 +187,49 @@ TEST(WorkQueue, RefusesWhatDoesNotFitInTheLine) {
         gate.unlock();
     }
     EXPECT_EQ(done, 2U);
+}
+
+TEST(WorkQueue, GivesThreadsOutsideTheirTurnAmongItsOwn) {
+    std::atomic<std::size_t> atOnce = 0;
+    std::atomic<std::size_t> most = 0;
+    std::atomic<std::size_t> done = 0;
+    const auto work = [&] {
+        const std::size_t now = ++atOnce;
+        for (std::size_t known = most; known < now && !most.compare_exchange_weak(known, now);) {
+        }
+        std::this_thread::yield();
+        --atOnce;
+        ++done;
+    };
+    constexpr std::size_t each = 500;
+    {
+        WorkQueue queue(2, 10 * each);
+        std::vector<std::thread> outside;
+        for (int i = 0; i < 4; ++i)
+            outside.emplace_back([&] {
+                for (std::size_t call = 0; call < each; ++call) {
+                    ASSERT_TRUE(queue.enter());
+                    work();
+                    queue.leave();
+                }
+            });
+        for (std::size_t i = 0; i < each; ++i)
+            EXPECT_TRUE(queue.add(work));
+        for (std::thread &thread : outside)
+            thread.join();
+    }
+    EXPECT_EQ(done, 5 * each);
+    EXPECT_LE(most, 2U);
+}
+
+TEST(WorkQueue, RefusesThreadsOutsideWhenTheLineIsFull) {
+    WorkQueue queue(1, 0);
+    EXPECT_TRUE(queue.enter());
+    EXPECT_FALSE(queue.enter());
+    EXPECT_FALSE(queue.add([] {}));
+    queue.leave();
+    EXPECT_TRUE(queue.enter());
+    queue.leave();
 }
 
 }  // namespace

@@ -87,4 +87,14 @@ std::string manyElements(std::size_t count) {
     return text + "</list>";
 }
 
+std::string nestedElements(std::size_t depth) {
+    std::string begin;
+    std::string end;
+    for (std::size_t i = 0; i < depth; ++i) {
+        begin += "<e>";
+        end += "</e>";
+    }
+    return begin + end;
+}
+
 }  // namespace zdbs::serve

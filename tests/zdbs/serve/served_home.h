@@ -87,6 +87,9 @@ std::string loginOf(std::string_view user);
 /** A document of many `<s n="1">text 1</s>`. */
 std::string manyElements(std::size_t count);
 
+/** `<e><e>…</e></e>`: the fragments of each with all that are in it are of gigabytes. */
+std::string nestedElements(std::size_t depth);
+
 /** Evaluating it takes longer than any test waits, where there are a few thousand elements. */
 inline constexpr std::string_view endlessTarget =
     "/v1/databases/plays/xpath?q=count(//s%5Bsum(preceding::s)%20%3E%20sum(following::s)%5D)";

@@ -112,7 +112,7 @@ std::string RandomExpressions::nodes(int depth) {
 std::string RandomExpressions::path(int depth) {
     const bool outer = mayBeAttribute_;
     std::string text = one({"", "", "/", "//", "//", ".//"});
-    if (!text.empty()) mayBeAttribute_ = false;
+    if (text.starts_with('/')) mayBeAttribute_ = false;
     if (text == "/" && oneIn(6)) return "(/)";  // what follows would be taken for a step
     const std::size_t steps = 1 + below(3);
     for (std::size_t i = 0; i < steps; ++i) {

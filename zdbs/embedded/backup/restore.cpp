@@ -159,10 +159,7 @@ public:
         std::error_code ignored;
         fs::remove_all(homePath(), ignored);
     }
-    ~Workplace() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
+    ~Workplace() { removeFolder(path_); }
     Workplace(const Workplace &) = delete;
     Workplace &operator=(const Workplace &) = delete;
 

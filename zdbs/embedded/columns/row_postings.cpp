@@ -72,16 +72,19 @@ void packPostings(std::span<const std::uint32_t> numbers, const RowPostings::Sha
     const std::size_t begin = bytes.size();
     bytes.resize(begin + shape.bytes());
     BitSetter bits(bytes.data() + begin);
-    const std::uint32_t low = shape.lowBits();
-    std::uint64_t place = 0;
-    for (const std::uint32_t number : numbers) {
-        if (shape.isBitmap()) {
+    if (shape.isBitmap()) {
+        for (const std::uint32_t number : numbers)
             bits.set(number);
-            continue;
-        }
-        bits.set((number >> low) + place);
-        bits.setNumber(shape.highBits() + place * low, number & ((std::uint64_t{1} << low) - 1));
-        ++place;
+        return;
+    }
+    const std::uint32_t low = shape.lowBits();
+    const std::uint64_t mask = (std::uint64_t{1} << low) - 1;
+    std::uint64_t place = 0;
+    std::uint64_t lowPlace = shape.highBits();
+    for (const std::uint32_t number : numbers) {
+        bits.set((number >> low) + place++);
+        bits.setNumber(lowPlace, number & mask);
+        lowPlace += low;
     }
 }
 

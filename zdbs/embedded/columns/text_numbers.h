@@ -26,17 +26,22 @@ public:
     std::uint64_t steps() const { return steps_; }
 
 private:
+    /** Short texts are told by what is here alone. */
     struct Slot {
-        std::uint32_t hash = 0;
+        std::uint64_t key = 0;     ///< the bytes of a short text, or the hash of a long one
+        std::uint32_t size = 0;    ///< of the text, its lowest 32 bits
         std::uint32_t number = 0;  ///< from 1; 0 in a free slot
+
+        explicit Slot(std::string_view text);
+        Slot() = default;
+        std::uint64_t hash() const;
     };
 
-    Slot &find(std::string_view text, std::uint32_t hash);
+    Slot &find(const Slot &wanted, std::string_view text);
     void grow();
 
     std::vector<Slot> table_;
     std::vector<std::string_view> texts_;
-    std::vector<std::uint32_t> hashes_;
     std::uint64_t steps_ = 0;
 };
 

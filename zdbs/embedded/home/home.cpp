@@ -187,8 +187,7 @@ void Home::createDatabase(std::string_view database) {
     try {
         makeDatabase(making, database);
     } catch (...) {
-        std::error_code ignored;  // what is left the next one removes
-        fs::remove_all(making, ignored);
+        removeFolder(making);  // what is left the next one removes
         throw;
     }
 }
@@ -219,8 +218,7 @@ void Home::dropDatabase(std::string_view database, const std::function<void()> &
         const fs::path dropped = path_ / databasesName / ("." + std::string(database));
         if (::rename(directory.c_str(), dropped.c_str()) != 0) throwWriteError(errno, directory);
         databases.sync();
-        std::error_code ignored;  // the database is gone; what is left the next one removes
-        fs::remove_all(dropped, ignored);
+        removeFolder(dropped);  // the database is gone; what is left the next one removes
     });
 }
 

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -358,6 +359,15 @@ std::filesystem::path Environment::segmentFile(std::uint32_t number) const {
     const std::string digits = std::to_string(number);
     const std::string zeros(digits.size() < 8 ? 8 - digits.size() : 0, '0');
     return segmentsDirectory() / (zeros + digits + ".seg");
+}
+
+void Environment::removeSegmentFile(std::uint32_t number) const noexcept {
+    try {
+        std::error_code ignored;
+        std::filesystem::remove(segmentFile(number), ignored);
+    } catch (const std::bad_alloc &) {
+        // What was done stays done.
+    }
 }
 
 std::shared_ptr<const Segment> Environment::segment(std::uint32_t number) {

@@ -74,6 +74,9 @@ public:
     std::filesystem::path segmentsDirectory() const { return directory_ / segmentsName; }
     std::filesystem::path segmentFile(std::uint32_t number) const;
 
+    /** As far as that goes: what is left the next writer removes. */
+    void removeSegmentFile(std::uint32_t number) const noexcept;
+
     /**
      * The segment in the file of that number, shared with those who have it open.
      * REQUIRES that a commit named it. Throws as Segment::open().

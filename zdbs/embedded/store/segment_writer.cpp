@@ -1,5 +1,6 @@
 #include "zdbs/embedded/store/segment_writer.h"
 
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -47,9 +48,10 @@ void SegmentWriter::write(SegmentRows rows) {
     const bool isSmall = rows.nodeCount() < fewNodes && rows.valueBytes() < fewBytes;
     const std::uint32_t number = nextFile_++;
     const NodeId first = rows.firstNode();
-    job_ = std::make_unique<Job>(std::move(rows), environment_.segmentFile(number));
+    auto job = std::make_unique<Job>(std::move(rows), environment_.segmentFile(number));
     written_.push_back({first, {}});
     written_.back().record.file = number;
+    job_ = std::move(job);
     if (isSmall) return wait();
     try {
         job_->thread = std::thread([job = job_.get()] { job->run(); });
@@ -90,8 +92,7 @@ const std::vector<StoredSegment> &SegmentWriter::finish() {
 void SegmentWriter::removeFrom(NodeId first) noexcept {
     complete();
     while (!written_.empty() && written_.back().first >= first) {
-        std::error_code ignored;  // what is left the next writer removes
-        std::filesystem::remove(environment_.segmentFile(written_.back().record.file), ignored);
+        environment_.removeSegmentFile(written_.back().record.file);
         written_.pop_back();
     }
 }

@@ -230,10 +230,8 @@ void Writer::Run::putSegments(WriteTransaction &transaction) const {
 
 // Readers that have them mapped keep them.
 void Writer::Run::removeObsoleteFiles() const {
-    for (const StoredSegment &segment : obsolete_) {
-        std::error_code ignored;
-        std::filesystem::remove(environment_->segmentFile(segment.record.file), ignored);
-    }
+    for (const StoredSegment &segment : obsolete_)
+        environment_->removeSegmentFile(segment.record.file);
 }
 
 StateRecord Writer::Run::newState() const {
