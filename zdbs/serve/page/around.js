@@ -1,6 +1,6 @@
 /** The document around a node: the elements that it is in, everything else folded. */
 import {countText, element, tell, visible} from './elements.js';
-import {Problem, get} from './api.js';
+import {get} from './api.js';
 import {excerptView} from './excerpt.js';
 
 const atOnce = 20;
@@ -108,14 +108,14 @@ class Around {
     return item;
   }
 
-  /** Says what went wrong. */
+  /** Says that the state is gone that all of it has to be of. */
   async guard(work) {
     try {
       tell('alarm', '');
       await work();
     } catch (error) {
-      if (!(error instanceof Problem)) throw error;
-      tell('alarm', error.status === 412 ? 'The database has changed: ask again.' : error.text);
+      if (error.status !== 412) throw error;
+      tell('alarm', 'The database has changed: ask again.');
     }
   }
 }

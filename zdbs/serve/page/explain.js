@@ -1,6 +1,6 @@
 /** How a request is found: its sets with bars for time and size. */
 import {byId, counted, countText, element, fill, tell, timeText, visible} from './elements.js';
-import {Problem, get} from './api.js';
+import {get} from './api.js';
 import {askedFor, present} from './present.js';
 
 /** A number with a bar that says how much it is of the largest one. */
@@ -38,15 +38,10 @@ const summaryOf = (told) => told.sets === undefined ? `As it is understood: ${to
 export async function showPlan(q) {
   byId('plan').hidden = true;
   tell('alarm', '');
-  try {
-    const steps = present.language === 'xpath' ? ['xpath', 'explain'] : ['explain'];
-    const told = await get(['databases', present.database, ...steps], askedFor(q));
-    tell('plan-times', summaryOf(told));
-    fill(byId('plan-sets'), listOf(rowsOf(told)));
-    byId('plan').hidden = false;
-    byId('plan-title').focus();
-  } catch (error) {
-    if (!(error instanceof Problem)) throw error;
-    tell('alarm', error.text);
-  }
+  const steps = present.language === 'xpath' ? ['xpath', 'explain'] : ['explain'];
+  const told = await get(['databases', present.database, ...steps], askedFor(q));
+  tell('plan-times', summaryOf(told));
+  fill(byId('plan-sets'), listOf(rowsOf(told)));
+  byId('plan').hidden = false;
+  byId('plan-title').focus();
 }

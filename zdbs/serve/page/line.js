@@ -12,6 +12,7 @@ const line = () => byId('line');
 function close() {
   offers = [];
   active = -1;
+  byId('offers').replaceChildren();
   byId('offers').hidden = true;
   line().setAttribute('aria-expanded', 'false');
   line().removeAttribute('aria-activedescendant');

@@ -13,14 +13,9 @@ import {showPlan} from './explain.js';
 import {startCopying} from './copy.js';
 
 /** Says what went wrong; who is not let in any more signs in anew. */
-async function guard(work) {
-  try {
-    return await work();
-  } catch (error) {
-    if (!(error instanceof Problem)) throw error;
-    if (error.status === 401) leave();
-    tell('alarm', error.text);
-  }
+function report(error) {
+  if (error.status === 401) leave();
+  tell('alarm', error instanceof Problem ? error.text : `Something is wrong in the page: ${error}`);
 }
 
 function showDoor() {
@@ -29,12 +24,16 @@ function showDoor() {
   byId('name').focus();
 }
 
+/** Nothing stays on the page of what the user was shown. */
 function leave() {
   stopAsking();
   signOut();
   clearAnswer();
-  fill(byId('database'));
-  fill(byId('tree'));
+  putRequest('');
+  offerConditions(null);
+  for (const id of ['database', 'tree', 'plan-sets', 'asked', 'values', 'part']) fill(byId(id));
+  for (const id of ['about', 'user', 'plan-times', 'condition-of', 'copied']) tell(id, '');
+  for (const id of ['value', 'copy-text']) byId(id).value = '';
   showDoor();
 }
 
@@ -54,10 +53,11 @@ function setLanguage(language) {
 }
 
 /** The paths and the size of the database that was chosen. */
-const openDatabase = () => guard(async () => {
-  const name = byId('database').value;
+async function openDatabase() {
+  const name = present.database = byId('database').value;
+  present.tree = treeOf([]);
   const told = await get(['databases', name]);
-  present.database = name;
+  if (name !== present.database) return;
   present.tree = treeOf(told.paths);
   byId('about').textContent = `${counted(told.documents, 'document', 'documents')}, ` +
       `${counted(told.nodes, 'node', 'nodes')}, state ${countText(told.state)}`;
@@ -65,7 +65,7 @@ const openDatabase = () => guard(async () => {
   byId('plan').hidden = true;
   showTree();
   offerConditions(null);
-});
+}
 
 function ask() {
   const q = request();
@@ -73,7 +73,7 @@ function ask() {
   remember(user(), {database: present.database, language: present.language, request: q});
   showHistory();
   byId('plan').hidden = true;
-  return guard(() => showAnswer(q, excerptView));
+  return showAnswer(q, excerptView);
 }
 
 function askFor(text) {
@@ -109,19 +109,24 @@ async function enter(databases) {
   byId('line').focus();
 }
 
-function onSignIn(event) {
+async function onSignIn(event) {
   event.preventDefault();
   const {username, password} = event.target.elements;
   const word = password.value;
   password.value = '';
-  return guard(async () => enter(await signIn(username.value, word)));
+  await enter(await signIn(username.value, word));
 }
 
+// What nobody caught is told, whatever it is.
+window.addEventListener('unhandledrejection', (event) => {
+  event.preventDefault();
+  report(event.reason);
+});
 byId('signin').addEventListener('submit', onSignIn);
 byId('leave').addEventListener('click', leave);
 byId('database').addEventListener('change', openDatabase);
 byId('stop').addEventListener('click', stopAsking);
-byId('explain').addEventListener('click', () => guard(() => showPlan(request())));
+byId('explain').addEventListener('click', () => showPlan(request()));
 byId('forget').addEventListener('click', () => {
   forget(user());
   showHistory();

@@ -1,6 +1,6 @@
 /** What a request found, a page at a time. */
 import {byId, countText, counted, element, fill, tell, timeText, visible} from './elements.js';
-import {Problem, get} from './api.js';
+import {get} from './api.js';
 import {aroundView} from './around.js';
 import {askedFor, present} from './present.js';
 
@@ -55,8 +55,9 @@ function showNodes(answer, scope, time, go) {
 
 /** What is on the screen goes when something new is asked. */
 export function clearAnswer() {
-  for (const id of ['answer', 'single', 'pages', 'notes']) byId(id).hidden = true;
-  byId('results').replaceChildren();
+  for (const id of ['single', 'pages', 'notes']) byId(id).hidden = true;
+  for (const id of ['single', 'pages', 'notes', 'results']) byId(id).replaceChildren();
+  byId('answer').hidden = true;
   tell('told', '');
   tell('alarm', '');
 }
@@ -68,10 +69,9 @@ export function stopAsking() {
 /** A failure, unless it was wished for. The state that a page is of may be gone: then from the first. */
 function fail(error, again) {
   if (error.name === 'AbortError') return tell('told', 'Stopped.');
-  if (!(error instanceof Problem)) throw error;
   if (error.status === 412) return again();
   byId('line').setAttribute('aria-invalid', error.status === 400);
-  tell('alarm', error.text);
+  throw error;
 }
 
 /**

@@ -92,6 +92,8 @@ function onClick(event) {
 export function showTree() {
   const tops = present.tree.tops.map((node) => itemFor(node, 1));
   fill(byId('tree'), ...tops);
+  byId('tree').hidden = byId('tree-help').hidden = tops.length === 0;
+  byId('no-paths').hidden = tops.length > 0;
   if (tops.length > 0) firstOf(tops[0]).tabIndex = 0;
   if (tops.length === 1) open(firstOf(tops[0]), true);
 }

@@ -43,9 +43,9 @@ class Served:
         self.zdbs("init")
         for user in ("reader", "writer"):
             self.zdbs("user", "add", user, "--password-stdin", text=f"{user}-pw\n")
-        for database in ("hostile", "plays", "hidden"):
+        for database in ("empty", "hostile", "plays", "hidden"):
             self.zdbs("create", database)
-        for database in ("hostile", "plays"):
+        for database in ("empty", "hostile", "plays"):
             self.zdbs("grant", "reader", database)
             self.zdbs("grant", "--write", "writer", database)
         self.program = subprocess.Popen(self.command("serve", "--listen", "127.0.0.1:0"),

@@ -57,6 +57,7 @@ class Page:
         return self.id(name).text
 
     def sign_in(self, database="plays", user="reader", password="reader-pw"):
+        self.id("name").clear()
         self.id("name").send_keys(user)
         self.id("password").send_keys(password, Keys.ENTER)
         self.until(lambda: self.shown("work") and self.text("about"))
@@ -80,8 +81,13 @@ class Page:
         self.id("line").send_keys(Keys.ESCAPE, Keys.ENTER)
         self.until(lambda: self.text("told") or self.text("alarm"))
 
+    def texts(self, selector):
+        """Of those that are seen, as they are seen."""
+        return self.script("""return [...document.querySelectorAll(arguments[0])]
+            .filter((each) => each.checkVisibility()).map((each) => each.innerText.trim())""", selector)
+
     def values(self):
-        return [each.text for each in self.all("#results .value")]
+        return self.texts("#results .value")
 
     def press(self, *keys):
         self.driver.switch_to.active_element.send_keys(*keys)

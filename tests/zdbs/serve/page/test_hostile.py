@@ -11,7 +11,7 @@ def test_documents_are_text_wherever_they_are_shown(page):
     page.sign_in("hostile")
     while folded := page.all("[role=treeitem][aria-expanded=false] .fold"):
         folded[0].click()
-    steps = " ".join(each.text for each in page.all("[role=treeitem]"))
+    steps = " ".join(page.texts("[role=treeitem]"))
     for name in ("script", "img", "svg", "\u05d0\u05d1"):
         assert name in steps, steps
 

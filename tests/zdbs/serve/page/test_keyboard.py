@@ -10,6 +10,14 @@ def test_the_page_needs_no_mouse(page):
     page.until(lambda: page.focus() == "line")
     page.until(lambda: page.text("about"))
 
+    # Past the head of the page.
+    page.script("document.activeElement.blur(); window.scrollTo(0, 0)")
+    page.press(Keys.TAB)
+    page.tab_to("To the content")
+    page.press(Keys.ENTER)
+    assert page.focus() == "content"
+    page.tab_to("line")
+
     # To the database and back: a choice by its first letter.
     page.driver.switch_to.active_element.send_keys(Keys.SHIFT, Keys.TAB)
     page.press(Keys.NULL)
