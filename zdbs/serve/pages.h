@@ -22,6 +22,7 @@ void listValues(const Call &call);
 
 // Sessions of kernel libraries: kernel_page.cpp.
 void openKernelSession(const Call &call);
+void callKernel(const Call &call);
 
 // Documents: document_pages.cpp.
 void listDocuments(const Call &call);
