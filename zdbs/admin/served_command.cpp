@@ -63,7 +63,7 @@ int runServedCommand(const std::string &location, const std::vector<std::string>
                      bool readsInput) {
     const remote::ServerAddress address = remote::parseServerAddress(location);
     const std::string user = userFor(address);
-    remote::Channel channel(address, user, passwordFor(user));
+    remote::Channel channel(address, user, passwordFor(user), remote::Channel::Use::commands);
     // What reads nothing leaves standard input to whoever comes next.
     const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const auto pass = [](std::string_view text) {

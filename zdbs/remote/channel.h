@@ -36,11 +36,15 @@ private:
  */
 class Channel {
 public:
+    /** What it is for. Calls go through TLS as requests, which is faster there. */
+    enum class Use : std::uint8_t { calls, commands };
+
     /**
      * Throws Failure: loginFailed; serverUnreachable, serverUntrusted; serverRefused, with what the
      * server says.
      */
-    Channel(const ServerAddress &address, std::string_view user, std::string_view password);
+    Channel(const ServerAddress &address, std::string_view user, std::string_view password,
+            Use use = Use::calls);
 
     /** Of a stream on which somebody has logged in. */
     explicit Channel(std::unique_ptr<Stream> stream) : stream_(std::move(stream)) {}
@@ -74,6 +78,7 @@ public:
 private:
     [[noreturn]] void lose(const Failure &why);
     [[noreturn]] void lose(std::string_view why);
+    void upgrade(const ServerAddress &address, const std::string &request);
     std::string_view readHead();
     void require(std::size_t size);
     void fill();

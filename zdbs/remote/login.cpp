@@ -1,4 +1,7 @@
 /** A session is asked for as a request of HTTP, whose connection then carries messages. */
+#include <sys/socket.h>
+#include <sys/time.h>
+
 #include <array>
 #include <charconv>
 
@@ -24,24 +27,14 @@ std::string toBase64(std::string_view text) {
     return result;
 }
 
-std::string requestFor(const ServerAddress &address, std::string_view user,
-                       std::string_view password) {
+/** What requests have in their heads. */
+std::string fieldsFor(const ServerAddress &address, std::string_view user,
+                      std::string_view password) {
     // No user has a colon in the name; with one in it another user would be asked for.
     const std::string_view name = user.find(':') == std::string_view::npos ? user : "";
     const std::string login = std::string(name) + ':' + std::string(password);
-    return "GET " + address.folder + std::string(kernelPlace) +
-           " HTTP/1.1\r\nHost: " + address.authority() + "\r\nAuthorization: Basic " +
-           toBase64(login) + "\r\nConnection: Upgrade\r\nUpgrade: " + std::string(protocol) +
-           "\r\n\r\n";
-}
-
-/** The status of a head; 0 for what is no HTTP. */
-unsigned statusIn(std::string_view head) {
-    constexpr std::string_view version = "HTTP/1.1 ";
-    unsigned status = 0;
-    if (!head.starts_with(version)) return 0;
-    std::from_chars(head.data() + version.size(), head.data() + head.size(), status);
-    return status;
+    return address.folder + std::string(kernelPlace) + " HTTP/1.1\r\nHost: " + address.authority() +
+           "\r\nAuthorization: Basic " + toBase64(login) + "\r\n";
 }
 
 struct Refusal {
@@ -59,7 +52,17 @@ constexpr std::array<Refusal, 7> refusals = {{
     {503, "it is busy, or ending"},
 }};
 
-[[noreturn]] void refuse(const ServerAddress &address, unsigned status) {
+}  // namespace
+
+unsigned statusIn(std::string_view head) {
+    constexpr std::string_view version = "HTTP/1.1 ";
+    unsigned status = 0;
+    if (!head.starts_with(version)) return 0;
+    std::from_chars(head.data() + version.size(), head.data() + head.size(), status);
+    return status;
+}
+
+void refuseSession(const ServerAddress &address, unsigned status) {
     if (status == 401) throw Failure(Status::loginFailed);
     for (const Refusal &each : refusals) {
         if (each.status == status)
@@ -69,11 +72,24 @@ constexpr std::array<Refusal, 7> refusals = {{
                   {address.name, "it answers by HTTP status " + std::to_string(status)});
 }
 
-}  // namespace
-
-Channel::Channel(const ServerAddress &address, std::string_view user, std::string_view password)
+Channel::Channel(const ServerAddress &address, std::string_view user, std::string_view password,
+                 Use use)
     : stream_(connect(address)) {
-    stream_->send(requestFor(address, user, password));
+    const std::string fields = fieldsFor(address, user, password);
+    if (address.kind == ServerAddress::Kind::tls && use == Use::calls)
+        stream_ = requestStream(std::move(stream_), address, "POST " + fields);
+    else
+        upgrade(address, "GET " + fields);
+    // It has a session, or says farewell.
+    if (receive(false).kind != Kind::done) endMalformed();
+    // From now on calls may take as long as the server lets them.
+    const timeval unlimited{};
+    ::setsockopt(stream_->socket(), SOL_SOCKET, SO_RCVTIMEO, &unlimited, sizeof unlimited);
+}
+
+void Channel::upgrade(const ServerAddress &address, const std::string &request) {
+    stream_->send(request + "Connection: Upgrade\r\nUpgrade: " + std::string(protocol) +
+                  "\r\n\r\n");
     const std::string head(readHead());
     if (head.empty() && buffered().empty())
         throw Failure(Status::serverRefused,
@@ -81,9 +97,7 @@ Channel::Channel(const ServerAddress &address, std::string_view user, std::strin
                                          ? "it ended the connection; it may want https"
                                          : "it ended the connection"});
     const unsigned status = statusIn(head);
-    if (status != 101) refuse(address, status);
-    // It has a session, or says farewell.
-    if (receive(false).kind != Kind::done) endMalformed();
+    if (status != 101) refuseSession(address, status);
 }
 
 /** Up to the empty line; what comes behind it are messages. */

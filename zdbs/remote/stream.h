@@ -38,6 +38,17 @@ public:
  */
 std::unique_ptr<Stream> connect(const ServerAddress &address);
 
+/** Sends each text as the body of a request that begins with `head`, receives the answers' bodies.
+ */
+std::unique_ptr<Stream> requestStream(std::unique_ptr<Stream> stream, const ServerAddress &address,
+                                      std::string head);
+
+/** Throws what an HTTP status says about a session: loginFailed, serverRefused. */
+[[noreturn]] void refuseSession(const ServerAddress &address, unsigned status);
+
+/** Of a head; 0 for what is no HTTP. */
+unsigned statusIn(std::string_view head);
+
 /** How long connecting, and each step of getting to know each other, may take. */
 inline constexpr std::chrono::seconds patience{20};
 

@@ -49,12 +49,15 @@ std::size_t Connections::dropGone() {
     for (const Connection *connection : open_) {
         auto exchange = connection->exchange_.lock();
         if (!exchange || !exchange->isAwaited()) continue;
-        sockets.push_back({connection->socket_, POLLRDHUP, 0});
+        // What comes while a call of a kernel runs can only be that it shall stop.
+        const short more = exchange->isKernelCall ? POLLIN : 0;
+        sockets.push_back({connection->socket_, static_cast<short>(POLLRDHUP | more), 0});
         exchanges.push_back(std::move(exchange));
     }
     if (sockets.empty() || ::poll(sockets.data(), sockets.size(), 0) <= 0) return 0;
     std::size_t count = 0;
     for (std::size_t i = 0; i < sockets.size(); ++i) {
+        if (sockets[i].revents == POLLIN) exchanges[i]->stop.stop(StopReason::asked);
         if ((sockets[i].revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0) continue;
         if (exchanges[i]->stop.reason() != StopReason::none) continue;
         exchanges[i]->abandon(StopReason::clientGone);

@@ -12,6 +12,7 @@
 #include <unordered_set>
 
 #include "zdbs/serve/exchange.h"
+#include "zdbs/serve/kernel_calls.h"
 
 namespace zdbs::serve {
 
@@ -31,6 +32,9 @@ public:
 
     /** It waits for us. */
     void expectNothing() { due_.store(never, std::memory_order_relaxed); }
+
+    /** The session of a kernel library that its requests have. */
+    const std::shared_ptr<KernelSlot> kernel = std::make_shared<KernelSlot>();
 
 private:
     friend class Connections;

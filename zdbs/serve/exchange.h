@@ -2,6 +2,7 @@
 #ifndef ZDBS_SERVE_EXCHANGE_H
 #define ZDBS_SERVE_EXCHANGE_H
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -41,6 +42,7 @@ public:
 
     Request request;
     RequestStop stop;
+    std::atomic<bool> isKernelCall = false;
     std::shared_ptr<void> share;  ///< of what the user may have at once; the worker's
     const Clock::time_point begun = Clock::now();
 

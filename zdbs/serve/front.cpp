@@ -50,7 +50,13 @@ Front::Front(const Engine &engine, Administration &home, const std::string &loca
       logsValues(settings.logsRequests),
       engine_(engine),
       sessions_(home, 2 * threadsOf(limitsOf(settings))),
-      service_{engine, home, sessions_, metrics, [this] { return gauges(); }},
+      service_{engine,
+               home,
+               sessions_,
+               metrics,
+               [this] { return gauges(); },
+               [this] { return this->limits(); },
+               [this](const std::string &user) { return roomForKernel(user); }},
       limits_(std::make_shared<const Limits>(limitsOf(settings))),
       workers_(threadsOf(*limits_), limits_->line),
       logins_(1, loginsInLine),
@@ -152,6 +158,21 @@ void Front::run(Exchange &exchange) {
     exchange.finish();
 }
 
+std::shared_ptr<void> Front::roomForKernel(const std::string &user) {
+    struct Room {
+        Room(Front &of, const std::string &name) : front(of), share(of, name) { ++of.calling_; }
+        ~Room() { --front.calling_; }
+        Room(const Room &) = delete;
+        Room &operator=(const Room &) = delete;
+
+        Front &front;
+        Share share;
+    };
+    if (calling_ + kernels_.size() >= limits()->sessions)
+        throw Problem(503, "Too many sessions are open.");
+    return std::make_shared<Room>(*this, user);
+}
+
 void Front::refuseAll() {
     isOver_ = true;
     kernels_.end();
@@ -173,7 +194,7 @@ void Front::look() {
 
 Gauges Front::gauges() const {
     return {connections.size(), workers_.running(), workers_.waiting(), sessions_.idle(),
-            kernels_.size()};
+            kernels_.size() + calling_};
 }
 
 }  // namespace zdbs::serve

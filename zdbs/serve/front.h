@@ -77,6 +77,7 @@ private:
     /** A place among the requests of a user, for as long as it lives. */
     class Share;
 
+    std::shared_ptr<void> roomForKernel(const std::string &user);
     void run(Exchange &exchange);
     Gauges gauges() const;
 
@@ -90,7 +91,8 @@ private:
     std::atomic<bool> isOver_ = false;
     std::atomic<std::size_t> open_ = 0;
     WorkQueue workers_;
-    WorkQueue logins_;  ///< slow hashes, in a thread of their own
+    WorkQueue logins_;                      ///< slow hashes, in a thread of their own
+    std::atomic<std::size_t> calling_ = 0;  ///< sessions whose calls are requests
     KernelSessions kernels_;
 };
 

@@ -29,6 +29,7 @@ void sendPageFile(const Call &call);
 
 // Sessions of kernel libraries: kernel_page.cpp.
 void openKernelSession(const Call &call);
+void callKernel(const Call &call);
 
 // Documents: document_pages.cpp.
 void listDocuments(const Call &call);

@@ -125,6 +125,7 @@ Problem problemOf(StopReason reason) {
             return {507, "The request needs more memory than requests may.", Status::outOfMemory};
         case StopReason::shutdown:
             return {503, "The server is ending.", Status::stopped};
+        case StopReason::asked:
         case StopReason::none:
         case StopReason::clientGone:
         case StopReason::slowClient:

@@ -3,6 +3,7 @@
 #define ZDBS_SERVE_REQUEST_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +12,9 @@
 #include "zdbs/serve/target.h"
 
 namespace zdbs::serve {
+
+struct KernelSlot;
+class RequestStop;
 
 enum class Method : std::uint8_t { get, head, put, post, remove, other };
 
@@ -64,6 +68,8 @@ struct Request {
     Fields fields;
     std::string user;  ///< once it has proven who it is
     Body body;
+    std::shared_ptr<KernelSlot> kernel;   ///< of its connection
+    const RequestStop *stop = nullptr;    ///< of its exchange
     std::uint64_t mostBody = UINT64_MAX;  ///< bytes that it may have, unpacked too
 };
 

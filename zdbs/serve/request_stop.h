@@ -11,7 +11,15 @@
 namespace zdbs::serve {
 
 /** Why a request was ended. */
-enum class StopReason : std::uint8_t { none, clientGone, slowClient, shutdown, time, memory };
+enum class StopReason : std::uint8_t {
+    none,
+    clientGone,
+    slowClient,
+    shutdown,
+    time,
+    memory,
+    asked
+};
 
 /**
  * The stop of one request. Time and memory are looked at by the thread that runs it, between

@@ -1,4 +1,5 @@
 /** The table of the routes. Their description is made of it, and of the schemas here. */
+#include "zdbs/serve/kernel_calls.h"
 #include "zdbs/serve/pages.h"
 
 namespace zdbs::serve {
@@ -183,6 +184,15 @@ const std::vector<Route> table = {
      "A session of a kernel library: the connection goes over to another protocol (426 without)",
      nullptr,
      openKernelSession},
+    {Method::post,
+     "/v1/kernel",
+     Access::users,
+     {Form::plain},
+     {},
+     kernelType,
+     "A call in the session of the connection, where that cannot go over",
+     nullptr,
+     callKernel},
     {Method::get,
      "/v1/databases",
      Access::users,

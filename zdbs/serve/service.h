@@ -15,6 +15,7 @@
 #include "zdbs/serve/reply.h"
 #include "zdbs/serve/request.h"
 #include "zdbs/serve/session_pool.h"
+#include "zdbs/serve/settings.h"
 
 namespace zdbs::serve {
 
@@ -25,6 +26,10 @@ struct Service {
     SessionPool &sessions;
     Metrics &metrics;
     std::function<Gauges()> gauges;
+    std::function<std::shared_ptr<const Limits>()> limits;
+
+    /** Room for one more session, as long as it lives. Throws Problem(429, 503). */
+    std::function<std::shared_ptr<void>(const std::string &user)> roomForKernel;
 };
 
 /** A parameter of a route, as the description tells it. */

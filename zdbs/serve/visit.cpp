@@ -112,6 +112,8 @@ MHD_Result takeHeader(void *framing, MHD_ValueKind, const char *name, std::size_
 Visit::Visit(Front &front, Connection &connection, MHD_Connection *library, std::string target)
     : front_(front), connection_(connection), library_(library), limits_(front.limits()) {
     exchange_->request.rawTarget = std::move(target);
+    exchange_->request.kernel = connection_.kernel;
+    exchange_->request.stop = &exchange_->stop;
     exchange_->request.mostBody = limits_->body * megabyte;
     exchange_->attach({[library] { MHD_suspend_connection(library); },
                        [library] { MHD_resume_connection(library); }});
@@ -223,6 +225,7 @@ bool Visit::finish() {
     if (isRefused_) return respond();
     stage_ = Stage::working;
     connection_.expectNothing();
+    exchange_->isKernelCall = exchange_->request.fields.contentType == kernelType;
     front_.connections.watch(connection_, exchange_);
     try {
         front_.work(exchange_);
@@ -323,7 +326,8 @@ std::string Visit::loggedPlace() const {
 void Visit::end(bool isComplete) {
     if (isCounted_) front_.requestEnds();
     if (!isComplete) exchange_->abandon(StopReason::clientGone);
-    connection_.expect(std::chrono::seconds(limits_->idle));
+    const bool hasSession = connection_.kernel->session != nullptr;
+    connection_.expect(std::chrono::seconds(hasSession ? limits_->sessionIdle : limits_->idle));
     const auto time = Exchange::Clock::now() - exchange_->begun;
     front_.metrics.count(status_, sent_, time);
     std::string remark;

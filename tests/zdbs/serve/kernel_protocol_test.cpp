@@ -40,7 +40,8 @@ protected:
 
 TEST_F(KernelProtocol, IsForUsersWhoAskForItByGet) {
     EXPECT_EQ(server.get(remote::kernelPlace, "").status, 401U);
-    EXPECT_EQ(server.send("POST", remote::kernelPlace, "").status, 405U);
+    EXPECT_EQ(server.send("PUT", remote::kernelPlace, "").status, 405U);
+    EXPECT_EQ(server.send("POST", remote::kernelPlace, "").status, 415U);
     for (const std::string &more :
          {std::string(), upgrade("websocket"), upgrade("zdbs-kernel/2")}) {
         const Response response =

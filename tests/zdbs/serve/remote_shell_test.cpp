@@ -187,12 +187,49 @@ TEST_F(RemoteShell, StopsARequestInTheServerByTheInterruptKey) {
     program.type("BASE plays;\r");
     ASSERT_TRUE(program.expect("BASE plays\r\n"));
     program.type("XGET //e / //e;\r");
+    ASSERT_TRUE(program.expect("XGET //e / //e;\r\n"));
     ASSERT_TRUE(awaitCall(server));
     program.type("\003");
     ASSERT_TRUE(program.expect("It was stopped before it was done."));
     EXPECT_EQ(server.metric("zdbs_requests_running"), 1) << "the one that asks";
     program.type("XFIND //s[@n='7'];\r");
     ASSERT_TRUE(program.expect("<1>\t//s[@n='7']\r\n"));
+    program.type("bye;\r");
+    EXPECT_EQ(program.finish(), support::exited(0));
+}
+
+TEST_F(RemoteShell, StopsAndLosesRequestsThroughTls) {
+    makeCertificate("localhost", "IP:127.0.0.1");
+    Server server(home, {"--memory", "4000", "--result", "4000", "--tls-cert",
+                         home.path("cert.pem"), "--tls-key", home.path("key.pem")});
+    auto command = shell("https://" + server.address(), "reader", "reader-pw",
+                         {{"ZDBS_CA_FILE", home.path("cert.pem")},
+                          {"TERM", "xterm"},
+                          {"XDG_STATE_HOME", home.path("state")}});
+    HttpClient client(server.unixAddress());
+    const std::string metrics = requestText("GET", "/metrics", loginOf("reader"));
+    const auto awaitCalls = [&](const std::string &running) {
+        const std::string line = "\nzdbs_requests_running " + running + "\n";
+        while (client.ask(metrics).body.find(line) == std::string::npos)
+            ASSERT_TRUE(client.isOpen());
+    };
+    support::TerminalProgram program(command);
+    program.type("BASE plays;\r");
+    ASSERT_TRUE(program.expect("BASE plays\r\n"));
+    for (int i = 0; i < 2; ++i) {
+        program.type("XGET //e / //e;\r");
+        ASSERT_TRUE(program.expect("XGET //e / //e;\r\n")) << "what is typed is asked about, too";
+        awaitCalls("2");
+        program.type("\003");
+        ASSERT_TRUE(program.expect("It was stopped before it was done."));
+        program.type("XFIND //s[@n='7'];\r");
+        ASSERT_TRUE(program.expect("<1>\t//s[@n='7']\r\n"));
+    }
+    program.type("XGET //e / //e;\r");
+    ASSERT_TRUE(program.expect("XGET //e / //e;\r\n"));
+    awaitCalls("2");
+    server.program().signal(SIGKILL);
+    ASSERT_TRUE(program.expect(std::string(lost)));
     program.type("bye;\r");
     EXPECT_EQ(program.finish(), support::exited(0));
 }
