@@ -31,12 +31,16 @@ function base64(text) {
   return btoa(String.fromCharCode(...new TextEncoder().encode(text)));
 }
 
+/** Where the server is, behind a proxy perhaps a folder of another one; without a slash at the end. */
+const folder = location.pathname.replace(/\/[^/]*$/, '');
+export const home = location.origin + folder;
+
 /** Path and parameters as a target; a parameter may be a list. */
 export function targetOf(steps, parameters = {}) {
   const query = new URLSearchParams();
   for (const [key, value] of Object.entries(parameters))
     for (const each of [value].flat()) query.append(key, each);
-  const path = ['', 'v1', ...steps.map(encodeURIComponent)].join('/');
+  const path = [folder, 'v1', ...steps.map(encodeURIComponent)].join('/');
   return query.size === 0 ? path : `${path}?${query}`;
 }
 

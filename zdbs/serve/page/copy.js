@@ -1,7 +1,7 @@
 /** The request as somebody else would ask it. */
 import {byId, tell} from './elements.js';
 import {declarations, present} from './present.js';
-import {targetOf, user} from './api.js';
+import {home, targetOf, user} from './api.js';
 
 const odd = /[\u0000-\u001f\u007f-\u009f\u200b-\u200f\u2028-\u202e\u2060-\u2069\ufeff]/gu;
 
@@ -42,10 +42,12 @@ function vexa(q) {
   if (present.language === 'query') {
     const statements = [`BASE ${present.database};`, `XFIND ${q};`].map(shellWord).join(' ');
     return '{ stty -echo </dev/tty; IFS= read -r word </dev/tty; stty echo </dev/tty\n' +
-        `  printf '%s\\n' "$word" ${statements}; } | vexa -q -u ${shellWord(user())}\n`;
+        `  printf '%s\\n' "$word" ${statements}; } |\n` +
+        `  ZDBS_HOME=${shellWord(home)} vexa -q -u ${shellWord(user())}\n`;
   }
+  const server = `ZDBS_USER=${shellWord(user())} ZDBS_HOME=${shellWord(home)}`;
   const options = declarations(q).map((each) => ` --namespace ${shellWord(each)}`).join('');
-  return `zdbs xpath${options} ${shellWord(present.database)} ${shellWord(q)}\n`;
+  return `${server} zdbs xpath${options} ${shellWord(present.database)} ${shellWord(q)}\n`;
 }
 
 function python(q) {
