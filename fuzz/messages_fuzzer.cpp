@@ -60,11 +60,16 @@ void ask(Call call) {
     }
 }
 
-void askServerThatSends(std::string_view input) {
+/** @param asRequests the answers are bodies of HTTP */
+void askServerThatSends(std::string_view input, bool asRequests) {
     std::array<int, 2> pair{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) std::abort();
     const FileDescriptor server(pair[1]);
-    remote::RemoteSession session(remote::plainStream(FileDescriptor(pair[0])));
+    auto stream = remote::plainStream(FileDescriptor(pair[0]));
+    if (asRequests)
+        stream = remote::requestStream(std::move(stream),
+                                       remote::parseServerAddress("https://host"), "POST /");
+    remote::RemoteSession session(std::move(stream));
     if (::send(server.get(), input.data(), input.size(), MSG_DONTWAIT) < 0) return;
     ::shutdown(server.get(), SHUT_WR);
     ask([&] { session.execute("FIND N_ID=$"); });
@@ -79,6 +84,8 @@ void askServerThatSends(std::string_view input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char *>(data), size);
     serve(input);
-    if (!input.empty() && size <= 4096) askServerThatSends(input);
+    if (input.empty() || size > 4096) return 0;
+    askServerThatSends(input, false);
+    askServerThatSends(input, true);
     return 0;
 }

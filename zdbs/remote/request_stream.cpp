@@ -10,7 +10,7 @@ namespace zdbs::remote {
 
 namespace {
 
-constexpr std::size_t longestHead = std::size_t{16} * 1024;
+constexpr std::size_t longestAnswerHead = std::size_t{16} * 1024;
 constexpr std::string_view lineEnd = "\r\n";
 
 /** The value of a field; empty where it is not there. */
@@ -54,9 +54,9 @@ public:
 
 private:
     bool fill() {
-        std::array<char, std::size_t{32} * 1024> block{};
-        const std::size_t got = stream_->receive(block);
-        buffer_.append(block.data(), got);
+        std::array<char, std::size_t{32} * 1024> piece{};
+        const std::size_t got = stream_->receive(piece);
+        buffer_.append(piece.data(), got);
         return got > 0;
     }
 
@@ -69,7 +69,7 @@ private:
     bool take(std::string_view end, std::string &text) {
         std::size_t place = 0;
         while ((place = buffer_.find(end)) == std::string::npos) {
-            if (buffer_.size() > longestHead || !fill()) return false;
+            if (buffer_.size() > longestAnswerHead || !fill()) return false;
         }
         text = buffer_.substr(0, place);
         buffer_.erase(0, place + end.size());

@@ -184,6 +184,43 @@ TEST(RemoteSession, IsLostWithAServerThatSendsOtherThingsThanAnswers) {
     }
 }
 
+/** What comes of an answer over HTTP to the first call. */
+std::string failureWith(const std::string &answer) {
+    Ends ends = sockets();
+    const ServerAddress address = parseServerAddress("https://host");
+    RemoteSession remote(requestStream(plainStream(std::move(ends.client)), address, "POST /"));
+    ::send(ends.server.get(), answer.data(), answer.size(), 0);
+    ::shutdown(ends.server.get(), SHUT_WR);
+    return failureOf([&] { remote.execute("FIND N_ID=$"); });
+}
+
+TEST(RequestStream, TakesBodiesOfKnownLengthAndInChunks) {
+    const std::string done = message(Kind::done, numbers(4));
+    const std::string length = "Content-Length: " + std::to_string(done.size()) + "\r\n\r\n";
+    const std::string empty = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n";
+    const std::string chunked = "HTTP/1.1 200 OK\r\ntransfer-encoding: Chunked\r\n\r\n";
+    for (const std::string &answer :
+         {"HTTP/1.1 200 OK\r\n" + length + done, empty + "HTTP/1.1 200 OK\r\n" + length + done,
+          chunked + "3\r\n" + done.substr(0, 3) + "\r\n12\r\n" + done.substr(3) + "\r\n0\r\n\r\n"})
+        EXPECT_EQ(failureWith(answer), "none") << answer;
+}
+
+TEST(RequestStream, IsLostWithAServerThatSendsOtherThingsThanAnswers) {
+    const std::string ok = "HTTP/1.1 200 OK\r\n";
+    for (const std::string &answer :
+         {std::string(), std::string("nonsense\r\n\r\n"), ok + "\r\n",
+          ok + "Content-Length: x\r\n\r\n", ok + "Content-Length: 18446744073709551615\r\n\r\nab",
+          ok + "Content-Length: 99999999999999999999999\r\n\r\nab", ok + std::string(50000, 'a'),
+          ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\n",
+          ok + "Transfer-Encoding: chunked\r\n\r\n3\r\nabcd\r\n",
+          ok + "Transfer-Encoding: chunked\r\n\r\nffffffffffffffffff\r\nab"})
+        EXPECT_THAT(failureWith(answer), HasSubstr("342 The connection to the server is lost"))
+            << answer.substr(0, 100);
+    EXPECT_THAT(failureWith("HTTP/1.1 503 x\r\nContent-Length: 2\r\n\r\nab"),
+                HasSubstr("340 The server refuses: https://host: it is busy, or ending."));
+    EXPECT_THAT(failureWith("HTTP/1.1 401 x\r\nContent-Length: 0\r\n\r\n"), HasSubstr("16 "));
+}
+
 TEST(RemoteSession, TellsTheWordsOfAFarewellWithoutWhatATerminalObeys) {
     Ends ends = sockets();
     RemoteSession remote(plainStream(std::move(ends.client)));
