@@ -34,11 +34,13 @@ TextNumbers::Slot::Slot(std::string_view text)
     : key(text.size() <= mostInKey ? bytesOf(text) : std::hash<std::string_view>()(text)),
       size(static_cast<std::uint32_t>(text.size())) {}
 
-// By multiplication with 2^64 over the golden ratio: D. E. Knuth, The Art of Computer Programming,
-// volume 3, section 6.4. The high half of the product depends on all bits.
+// Each bit of the key changes half of the hash's: the last steps of G. Steele, D. Lea, C. Flood,
+// "Fast Splittable Pseudorandom Number Generators", OOPSLA 2014.
 std::uint64_t TextNumbers::Slot::hash() const {
-    const std::uint64_t product = (key ^ std::uint64_t{size} << 59) * 0x9e3779b97f4a7c15;
-    return product ^ product >> 32;
+    std::uint64_t bits = key + size;
+    bits = (bits ^ bits >> 30) * 0xbf58476d1ce4e5b9;
+    bits = (bits ^ bits >> 27) * 0x94d049bb133111eb;
+    return bits ^ bits >> 31;
 }
 
 std::uint32_t TextNumbers::numberOf(std::string_view text) {

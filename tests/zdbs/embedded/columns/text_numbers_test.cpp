@@ -36,5 +36,17 @@ TEST(TextNumbers, AreThoseOfTheOrderInWhichTextsFirstCome) {
     EXPECT_GT(numbers.size(), 1000U);
 }
 
+TEST(TextNumbers, OfTextsThatDifferAtOnePlaceCollideSeldom) {
+    for (const std::string frame : {"#", "#aaaaaaa", "aaa#aaa", "item#", "a rather long text #"}) {
+        std::vector<std::string> texts;
+        for (int i = 0; i < 9999; ++i)
+            texts.push_back(std::string(frame).replace(frame.find('#'), 1, std::to_string(i)));
+        TextNumbers numbers;
+        for (const std::string &text : texts)
+            numbers.numberOf(text);
+        EXPECT_LT(numbers.steps(), texts.size()) << frame;
+    }
+}
+
 }  // namespace
 }  // namespace zdbs::embedded
