@@ -16,6 +16,7 @@
 #include <system_error>
 
 #include "zdbs/base/private_files.h"
+#include "zdbs/serve/request_stop.h"
 
 namespace zdbs::serve {
 
@@ -63,7 +64,9 @@ public:
         all.insert(all.end(), words.begin(), words.end());
         spawn(program, pointersTo(all).data(), pointersTo(environment).data());
         const rlimit most = {memory, memory};
-        ::prlimit(id_, RLIMIT_DATA, &most, nullptr);
+        // Checks of addresses need more than there is, and in a build with them memory has no
+        // limit.
+        if (canCountMemory()) ::prlimit(id_, RLIMIT_DATA, &most, nullptr);
         input.out = FileDescriptor();
         output.in = FileDescriptor();
         errors.in = FileDescriptor();

@@ -6,6 +6,7 @@
 namespace zdbs::serve {
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
 class Limited : public ::testing::Test {
@@ -42,7 +43,10 @@ TEST_F(Limited, RequestsEndWithTheirClient) {
     }
 }
 
-/** Of three that take long, one runs and one waits; whichever comes last has no place. */
+/**
+ * Of three that take long, one runs and one waits; whichever comes last has no place. Nor has the
+ * one before, where the thread still ends what it answered.
+ */
 TEST_F(Limited, RequestsWaitInALineOfItsLength) {
     Server server(home, {"--threads", "1", "--line", "1", "--time", "1000", "--grace", "0"});
     server.get("/v1/databases");
@@ -53,7 +57,7 @@ TEST_F(Limited, RequestsWaitInALineOfItsLength) {
         clients.back()->send(endless());
         waits.push_back({clients.back()->socket(), POLLIN, 0});
     }
-    ASSERT_EQ(::poll(waits.data(), waits.size(), 60000), 1);
+    ASSERT_THAT(::poll(waits.data(), waits.size(), 60000), AnyOf(1, 2));
     for (std::size_t i = 0; i < waits.size(); ++i) {
         if (waits[i].revents == 0) continue;
         const Response response = clients[i]->receive();

@@ -240,6 +240,8 @@ TEST_F(RemoteShell, IsToldWhichLimitEndedARequest) {
           std::pair{Server::Words{"--memory", "50"}, "needs more memory"},
           std::pair{Server::Words{"--result", "1"}, "larger than answers may be"}}) {
         const Server server(home, words);
+        const bool countsMemory = server.log().find("counts no memory") == std::string::npos;
+        if (words == Server::Words{"--memory", "50"} && !countsMemory) continue;
         const bool isLarge = words.front() == "--result";
         const std::string request = isLarge ? "XGET //e / /;\n" : std::string(longRequest);
         const std::string out = printed(shell(server.unixAddress()),
