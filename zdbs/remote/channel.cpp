@@ -51,6 +51,12 @@ bool isStopRequested() {
     return false;
 }
 
+bool isKnown(Status status) {
+    const auto rows = statusTable();
+    return std::any_of(rows.begin(), rows.end(),
+                       [&](const StatusRow &row) { return row.status == status; });
+}
+
 }  // namespace
 
 ToldFailure::ToldFailure(Status status, std::string_view sentence)
@@ -60,7 +66,7 @@ void throwTold(MessageReader &reader) {
     const auto status = static_cast<Status>(reader.number());
     const std::string_view sentence = reader.text();
     reader.end();
-    if (succeeded(status)) throw MessageReader::Malformed();
+    if (succeeded(status) || !isKnown(status)) throw MessageReader::Malformed();
     throw ToldFailure(status, sentence);
 }
 
@@ -152,8 +158,8 @@ Channel::Received Channel::receive(bool heedsStop) {
     try {
         MessageReader reader(content);
         const auto status = static_cast<Status>(reader.number());
-        const bool isKnown = status == Status::serverRefused;
-        lose(ToldFailure(isKnown ? status : Status::serverLost, reader.text()));
+        const bool isRefusal = status == Status::serverRefused;
+        lose(ToldFailure(isRefusal ? status : Status::serverLost, reader.text()));
     } catch (const MessageReader::Malformed &) {
         endMalformed();
     }

@@ -161,16 +161,26 @@ std::string numbers(std::size_t count) {
 TEST(RemoteSession, IsLostWithAServerThatSendsOtherThingsThanAnswers) {
     const std::string half = message(Kind::done, numbers(4)).substr(0, 9);
     for (const std::string &bytes :
-         {std::string(), std::string("\0\0\0\0\x40", 5), std::string("HTTP/1.1 200 OK\r\n\r\n"),
-          half, message(Kind::done, ""), message(Kind::done, numbers(3)),
-          message(Kind::done, numbers(5)), message(Kind::failed, numbers(5)),
+         {std::string(),
+          std::string("\0\0\0\0\x40", 5),
+          std::string("HTTP/1.1 200 OK\r\n\r\n"),
+          half,
+          message(Kind::done, ""),
+          message(Kind::done, numbers(3)),
+          message(Kind::done, numbers(5)),
+          message(Kind::failed, numbers(5)),
           message(Kind::failed, numbers(4) + std::string(4, '\0')),
           message(Kind::failed, numbers(4) + std::string("\x0c\0\0\0\xff\xff\xff\x7f", 8)),
           message(Kind::failed, numbers(4) + std::string("\1\0\0\0\0\0\0\0", 8)),
-          message(Kind::document, numbers(3)), message(Kind::document, "", 0xfffffff0),
-          message(Kind::document, numbers(4) + "<a/>"), message(Kind::execute, numbers(4)),
-          message(Kind::farewell, ""), message(Kind::farewell, numbers(1)),
-          message(Kind::done, "", 0xfffffff0), message(static_cast<Kind>(200), numbers(4))}) {
+          message(Kind::failed, numbers(4) + std::string("\x82\4\0\0\0\0\0\0", 8)),
+          message(Kind::document, numbers(3)),
+          message(Kind::document, "", 0xfffffff0),
+          message(Kind::document, numbers(4) + "<a/>"),
+          message(Kind::execute, numbers(4)),
+          message(Kind::farewell, ""),
+          message(Kind::farewell, numbers(1)),
+          message(Kind::done, "", 0xfffffff0),
+          message(static_cast<Kind>(200), numbers(4))}) {
         Ends ends = sockets();
         RemoteSession remote(plainStream(std::move(ends.client)));
         ASSERT_EQ(::send(ends.server.get(), bytes.data(), bytes.size(), 0),
