@@ -124,7 +124,7 @@ def draw_growth(file, requests, sizes, columns, title):
     """The time of each request over the size of the document; `columns` has answers by size."""
     picture = Picture(720, 420)
     left, right, top, bottom = 62, 700, 60, 380
-    times = [answer.micros for answers in columns for answer in answers]
+    times = [answer.micros for answers in columns for answer in answers if answer]
     scale = TimeScale(picture, times, left, right, top, bottom)
     picture.text(left, 18, title, kind="title")
     for number, text in enumerate(("answers that grow with the document",
@@ -134,10 +134,12 @@ def draw_growth(file, requests, sizes, columns, title):
         picture.text(x + 16, 42, text)
     step = (right - left) / (len(sizes) - 1) if len(sizes) > 1 else 0
     for i, request in enumerate(requests):
-        series = [answers[i] for answers in columns]
-        grows = series[-1].count > 2 * series[0].count
+        series = [(place, answers[i]) for place, answers in enumerate(columns) if answers[i]]
+        if not series:
+            continue
+        grows = series[-1][1].count > 2 * series[0][1].count
         points = " ".join(f"{left + place * step:.1f},{scale.at(answer.micros):.1f}"
-                          for place, answer in enumerate(series))
+                          for place, answer in series)
         colour = COLOURS[0 if grows else 1]
         picture.add(f'<polyline class="line" points="{points}" stroke="{colour}">'
                     f"<title>{escape(request.statement)}</title></polyline>")

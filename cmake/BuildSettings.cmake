@@ -49,35 +49,85 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(vexa_warnings INTERFACE -Wno-maybe-uninitialized)
   endif()
 endif()
+# Precompiled, the system's headers are warned of like ours.
+if(VEXA_PRECOMPILED_HEADERS)
+  target_compile_options(vexa_warnings INTERFACE -w)
+endif()
 target_include_directories(vexa_warnings INTERFACE "${CMAKE_SOURCE_DIR}")
 
-# vexa_library(NAME SOURCES...): a static library of ours, usable in shared ones.
+# Parses what most sources include once for all libraries with the same options.
+function(vexa_precompile_headers name)
+  file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/${name}.cpp" CONTENT "")
+  add_library(${name} OBJECT "${CMAKE_BINARY_DIR}/${name}.cpp")
+  target_link_libraries(${name} PRIVATE vexa_warnings)
+  target_compile_options(${name} PRIVATE ${ARGN})
+  target_precompile_headers(${name} PRIVATE
+    <algorithm> <array> <bit> <cassert> <cerrno> <chrono> <cstdint> <cstdio> <cstring> <filesystem>
+    <functional> <map> <memory> <mutex> <optional> <span> <string> <string_view> <system_error>
+    <unordered_map> <utility> <vector>)
+endfunction()
+
+set(lightOptions $<$<CONFIG:Release>:-O1>)
+if(VEXA_PRECOMPILED_HEADERS)
+  vexa_precompile_headers(vexa_headers)
+  vexa_precompile_headers(vexa_headers_light ${lightOptions})
+endif()
+
+# vexa_library(NAME [LIGHT] SOURCES...): a static library of ours, usable in shared ones. One that is
+# LIGHT leaves the work to others, is in no kernel, and not worth the time of compiling it for speed.
 function(vexa_library name)
-  add_library(${name} STATIC ${ARGN})
+  cmake_parse_arguments(ARG "LIGHT" "" "" ${ARGN})
+  add_library(${name} STATIC ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC vexa_warnings)
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+  set(headers vexa_headers)
+  if(ARG_LIGHT)
+    target_compile_options(${name} PRIVATE ${lightOptions})
+    set(headers vexa_headers_light)
+  endif()
   string(FIND "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_SOURCE_DIR}/tests" in_tests)
-  if(VEXA_UNITY_BUILD AND NOT in_tests EQUAL 0)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+  if(in_tests EQUAL 0)
+    return()
+  endif()
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VEXA_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 12)
+  if(VEXA_PRECOMPILED_HEADERS)
+    target_precompile_headers(${name} REUSE_FROM ${headers})
   endif()
 endfunction()
 
-# vexa_test(NAME SOURCES... LINK LIBRARIES... [MANY]): a GoogleTest program, one ctest entry a test.
-# One of MANY short tests is one entry where it is sanitized, as starting it takes longer than they.
+# vexa_test(NAME SOURCES... LINK LIBRARIES... [MANY] [SERVER PATTERN]): a GoogleTest program, one ctest
+# entry a test. One of MANY short tests is one entry where it is sanitized, as starting it takes longer
+# than they. Those of a pattern start a server of databases, and are one entry, too.
 function(vexa_test name)
-  cmake_parse_arguments(ARG "MANY" "" "LINK" ${ARGN})
+  cmake_parse_arguments(ARG "MANY" "SERVER" "LINK" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE vexa_warnings ${ARG_LINK} GTest::gmock GTest::gtest_main)
   # What takes time is in libraries; compiling assertions for speed takes longer than running them.
   target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-  if(ARG_MANY AND VEXA_SANITIZE)
+  if((ARG_MANY AND VEXA_SANITIZE) OR ARG_SERVER STREQUAL "*")
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 900 COST 100)  # first: it may be long
     return()
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." PROPERTIES TIMEOUT 900
-    DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  set(others "*")
+  if(ARG_SERVER AND VEXA_SQL_ENGINE)
+    set(others "-${ARG_SERVER}")
+    add_test(NAME ${name}.on_a_server COMMAND ${name} "--gtest_filter=${ARG_SERVER}")
+    set_tests_properties(${name}.on_a_server PROPERTIES TIMEOUT 900 COST 100)
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." TEST_FILTER "${others}"
+    PROPERTIES TIMEOUT 900 DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+endfunction()
+
+# vexa_test_in_parts(NAME NODES [FILTER]): such a program once more, one entry, with databases of
+# the embedded engine in parts of so many nodes.
+function(vexa_test_in_parts name nodes)
+  list(APPEND ARGN "*")
+  list(GET ARGN 0 filter)
+  add_test(NAME ${name}.in_parts COMMAND ${name} "--gtest_filter=${filter}")
+  set_tests_properties(${name}.in_parts PROPERTIES
+    ENVIRONMENT "ZDBS_PART_NODES=${nodes}" TIMEOUT 900 COST 100)
 endfunction()
 
 # vexa_fast_allocator(NAME): a program of many small objects allocates through jemalloc. Nothing

@@ -45,8 +45,8 @@ vexa_package(programs vexa database "XPath query shell for databases of XML docu
   "vexa answers XPath requests,\n zdbs loads documents and administers the databases." "${theLibrary}")
 vexa_package(library libzdbs libs "kernel for databases of XML documents"
   "The shared library that keeps documents and answers requests.")
-# TLS of a server is loaded when it is asked for.
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS "libgnutls30")
+# TLS of a server, and databases on one, are loaded when they are asked for.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS "libgnutls30, libpq5")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/cmake/package/triggers")
 vexa_package(development libzdbs-dev libdevel "kernel for databases of XML documents: development files"
   "Header, pkg-config and CMake files, manual page, and examples in C." "${theLibrary}")

@@ -37,7 +37,7 @@ zdbs::ByteSource sourceOf(std::string_view &stream) {
 void useHome(const fs::path &path) {
     const auto home = Home::open(path);
     for (const std::string &database : home->databases()) {
-        home->snapshot(database);
+        home->state(database);
         fuzzing::isRefused([&] { checkDatabase(home->databasePath(database)); });
     }
 }

@@ -49,6 +49,6 @@ void fuzz(fuzzing::Bytes input) {
     if (which == 4) comeBack(bytes, decodePath, encodePath);
     if (which == 5) comeBack(bytes, decodeSegment, encodeSegment);
     if (which == 6) comeBack(bytes, decodeLongElements, encodeLongElements);
-    if (which == 7) comeBack(bytes, decodeNumbers, encodeNumbers);
+    if (which == 7) comeBack(bytes, decodeRecords, encodeRecords);
     if (which == 8) unseal(input);
 }

@@ -122,8 +122,8 @@ ZDBS_EXPORT int32_t ZdbCreateRecordControl(ZdbHandle *control);
  * Puts the cursor on a record of a set.
  * @param search number of the set
  * @param ordinal place of the record in the set, from 1, in document order
- * @param record receives the record number
- * @param database a buffer of 64 bytes for the name of the database
+ * @param record receives the record number: in its part, where the database has several
+ * @param database a buffer of 64 bytes for the name of the database, or of the part: "plays.17"
  */
 ZDBS_EXPORT int32_t ZdbGetRecordInSearchRis(ZdbHandle control, int32_t *search, int32_t ordinal,
                                             int32_t *record, char *database);

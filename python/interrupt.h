@@ -19,6 +19,7 @@ public:
     SignalStop();
 
     bool isRequested() const noexcept override;
+    bool allowsHelp() const noexcept override { return true; }
 
     /** Whether a handler has raised; the exception is the interpreter's. */
     bool hasRaised() const { return hasRaised_; }

@@ -36,8 +36,10 @@ constexpr Case cases[] = {
     {"site", 1, "//text()"},
 };
 
-std::shared_ptr<const NodeTable> table() {
-    return {std::shared_ptr<void>(), &bench::site()};
+std::shared_ptr<const zdbs::embedded::PartTables> tables() {
+    static const zdbs::embedded::PartTables all{
+        std::shared_ptr<const NodeTable>(std::shared_ptr<void>(), &bench::site())};
+    return {std::shared_ptr<void>(), &all};
 }
 
 /** The first of the nodes of a name. */
@@ -50,7 +52,7 @@ ResultSetPtr firstOf(const zdbs::OpenDatabase &database, const Case &row) {
 
 void Export(benchmark::State &state) {
     const Case &row = cases[state.range(0)];
-    const auto database = zdbs::embedded::makeEmbeddedDatabase("site", table);
+    const auto database = zdbs::embedded::makeEmbeddedDatabase("site", tables);
     const zdbs::RequestAnswer answer{*database, firstOf(*database, row), {}};
     std::size_t bytes = 0;
     for (auto _ : state)

@@ -10,6 +10,7 @@
 #include "bench/generate/auction_site.h"
 #include "bench/generate/document_output.h"
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/input.h"
 #include "zdbs/load/loader.h"
@@ -62,7 +63,8 @@ std::shared_ptr<const zdbs::embedded::Snapshot> makeDatabase() {
     const auto writer = home->write("site");
     zdbs::Loader(*writer).load(*zdbs::openText(siteText()), "site.xml", "site.xml");
     writer->commit();
-    return home->snapshot("site");
+    const auto state = home->state("site");
+    return {state, state->parts().front().get()};
 }
 
 }  // namespace

@@ -9,8 +9,7 @@
 #include "tests/answers/xpath_oracle.h"
 #include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/support/nodes_of.h"
-#include "zdbs/embedded/embedded_database.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/open_parts.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 #include "zdbs/session/nested_request.h"
@@ -29,8 +28,7 @@ protected:
         const auto input = zdbs::openFile(GetParam().file);
         zdbs::Loader(*writer).load(*input, GetParam().file, "document");
         writer->commit();
-        session_ = zdbs::Session::ofOwner(
-            zdbs::embedded::makeEmbeddedDatabase("db", [home] { return home->snapshot("db"); }));
+        session_ = zdbs::Session::ofOwner(zdbs::embedded::openParts(home, "db", {}));
     }
 
     std::vector<std::uint32_t> answer(const std::string &request) {

@@ -4,6 +4,9 @@
 
 #include "tests/engine_conformance/naive/location.h"
 #include "zdbs/engine/registry.h"
+#ifdef VEXA_SQL_ENGINE
+#include "tests/support/database_server.h"
+#endif
 
 namespace zdbs::conformance {
 namespace {
@@ -23,6 +26,26 @@ std::unique_ptr<Administration> administerNaive(const std::string &location) {
 std::shared_ptr<const Engine> openNaive(const std::string &location) {
     return naive::openEngine(naive::locate(location));
 }
+
+#ifdef VEXA_SQL_ENGINE
+/** A location is a database of its own on the server of this process. */
+std::string onServer(const std::string &location) {
+    return support::DatabaseServer::ofProcess().urlOf(location);
+}
+
+void makeOnServer(const std::string &location) {
+    support::DatabaseServer::ofProcess().createDatabase(location);
+    makeLocation(onServer(location));
+}
+
+std::unique_ptr<Administration> administerOnServer(const std::string &location) {
+    return administer(onServer(location));
+}
+
+std::shared_ptr<const Engine> openOnServer(const std::string &location) {
+    return openEngine(onServer(location));
+}
+#endif
 
 }  // namespace
 
@@ -46,8 +69,23 @@ const EngineUnderTest &farNaiveEngine() {
     return engine;
 }
 
-std::vector<EngineUnderTest> allEngines() {
+std::vector<EngineUnderTest> serverEngines() {
+#ifdef VEXA_SQL_ENGINE
+    if (support::DatabaseServer::canStart())
+        return {{"sql", makeOnServer, administerOnServer, openOnServer}};
+#endif
+    return {};
+}
+
+std::vector<EngineUnderTest> folderEngines() {
     return {embeddedEngine(), naiveEngine(), farNaiveEngine()};
+}
+
+std::vector<EngineUnderTest> allEngines() {
+    std::vector<EngineUnderTest> engines = folderEngines();
+    for (const EngineUnderTest &each : serverEngines())
+        engines.push_back(each);
+    return engines;
 }
 
 }  // namespace zdbs::conformance

@@ -33,7 +33,13 @@ const EngineUnderTest &farNaiveEngine();
 
 constexpr RecordId farRecord = (RecordId{1} << 32U) + 7;
 
+/** The one that keeps databases on a server, if there is one to be started. */
+std::vector<EngineUnderTest> serverEngines();
+
 std::vector<EngineUnderTest> allEngines();
+
+/** Those whose locations are folders. */
+std::vector<EngineUnderTest> folderEngines();
 
 }  // namespace zdbs::conformance
 

@@ -30,19 +30,29 @@ const Shape large{"large", 600, 0, 12, 10};
 const Shape deep{"deep", 300, 197, 8, 5};
 
 struct Case {
+    EngineUnderTest engine;
     Shape shape;
     unsigned seed;
+
+    std::string name() const { return engine.name + shape.name + std::to_string(seed); }
 };
 
 void PrintTo(const Case &one, std::ostream *out) {
-    *out << one.shape.name << " " << one.seed;
+    *out << one.name();
 }
 
 std::vector<Case> cases() {
+    std::vector<EngineUnderTest> engines = serverEngines();
+    engines.push_back(embeddedEngine());
     std::vector<Case> result;
-    for (const Shape &shape : {small, large, deep}) {
-        for (unsigned seed = 0; seed < shape.seeds; ++seed)
-            result.push_back({shape, seed});
+    for (const EngineUnderTest &engine : engines) {
+        for (const Shape &shape : {small, large, deep}) {
+            // A server is asked a selection for each level, and refuses hundreds of them; and it
+            // takes a minute for the large ones.
+            if (shape.name != small.name && engine.name != embeddedEngine().name) continue;
+            for (unsigned seed = 0; seed < shape.seeds; ++seed)
+                result.push_back({engine, shape, seed});
+        }
     }
     return result;
 }
@@ -81,7 +91,7 @@ protected:
     /** What leads to a difference, to be read with it. */
     std::string history(unsigned from, unsigned to) {
         other.startAgain();
-        std::string text = shape().name + ", seed " + std::to_string(seed()) + "\n";
+        std::string text = GetParam().name() + "\n";
         for (unsigned each = from; each <= to; ++each) {
             const Condition condition = RandomRequests(each, *other.finder).condition();
             const ResultSetPtr &set = other.finder->find(condition);
@@ -105,7 +115,7 @@ protected:
         }
     }
 
-    Side first{embeddedEngine()};
+    Side first{GetParam().engine};
     Side other;
     std::array<Side *, 2> sides{&first, &other};
     unsigned found = 0;  ///< conditions that found something
@@ -160,12 +170,14 @@ private:
     std::mt19937 random_;
 };
 
-TEST(ManyValues, AreFoundAlikeByEveryRelation) {
+class ManyValues : public ::testing::TestWithParam<EngineUnderTest> {};
+
+TEST_P(ManyValues, AreFoundAlikeByEveryRelation) {
     RandomValues values(11);
     std::string xml = "<r>";
     for (int i = 0; i < 20000; ++i)
         xml += (i % 3 == 0 ? "<a>" : "<b>") + values.value() + (i % 3 == 0 ? "</a>" : "</b>");
-    Side first(embeddedEngine());
+    Side first(GetParam());
     Side other(naiveEngine());
     for (Side *side : {&first, &other}) {
         side->collection.load({{"values", xml + "</r>"}});
@@ -189,9 +201,10 @@ TEST(ManyValues, AreFoundAlikeByEveryRelation) {
     EXPECT_GT(found, 150U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, Engines, ::testing::ValuesIn(cases()), [](const auto &one) {
-    return one.param.shape.name + std::to_string(one.param.seed);
-});
+INSTANTIATE_TEST_SUITE_P(Every, ManyValues, ::testing::ValuesIn(allEngines()), nameOfEngine);
+
+INSTANTIATE_TEST_SUITE_P(Of, Engines, ::testing::ValuesIn(cases()),
+                         [](const auto &one) { return one.param.name(); });
 
 }  // namespace
 }  // namespace zdbs::conformance

@@ -136,7 +136,7 @@ TEST_P(Tree, TellsElementsWithOneTextAtMost) {
     EXPECT_EQ(text.of(*tree.withOneText(*tree.listed({}))), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Tree, ::testing::ValuesIn(allEngines()), nameOfEngine);
+INSTANTIATE_TEST_SUITE_P(Engines, Tree, ::testing::ValuesIn(folderEngines()), nameOfEngine);
 
 /** Everything that can be asked of two sets and the roots. */
 std::string answersOf(const TreeText &text, unsigned seed) {

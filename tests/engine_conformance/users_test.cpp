@@ -284,7 +284,7 @@ TEST_P(Users, KeepNotesBesideDatabases) {
 
 INSTANTIATE_TEST_SUITE_P(Every, Users, ::testing::ValuesIn(allEngines()), nameOfEngine);
 INSTANTIATE_TEST_SUITE_P(Every, Databases, ::testing::ValuesIn(allEngines()), nameOfEngine);
-INSTANTIATE_TEST_SUITE_P(Every, Locations, ::testing::ValuesIn(allEngines()), nameOfEngine);
+INSTANTIATE_TEST_SUITE_P(Every, Locations, ::testing::ValuesIn(folderEngines()), nameOfEngine);
 
 }  // namespace
 }  // namespace zdbs::conformance

@@ -7,6 +7,7 @@
 #include "tests/zdbs/embedded/joins/naive_axes.h"
 #include "tests/zdbs/embedded/store/test_home.h"
 #include "tests/zdbs/support/numbered.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/snapshot.h"
@@ -132,7 +133,7 @@ std::shared_ptr<const NodeTable> storedTableOf(const MemoryNodeTable &forest,
             writer.removeDocument("d" + std::to_string(index));
         writer.commit();
     }
-    result->nodes = result->home.home->snapshot("db");
+    result->nodes = snapshotOf(*result->home.home);
     return {result, result->nodes.get()};
 }
 
@@ -154,7 +155,8 @@ std::vector<Keeping> allKeepings() {
 }
 
 std::unique_ptr<zdbs::OpenDatabase> databaseOf(std::shared_ptr<const NodeTable> nodes) {
-    return zdbs::embedded::makeEmbeddedDatabase("forest", [nodes] { return nodes; });
+    return zdbs::embedded::makeEmbeddedDatabase("forest",
+                                                zdbs::embedded::onePart([nodes] { return nodes; }));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "tests/zdbs/embedded/evaluate/naive_sets.h"
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/nodes_of.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
 
@@ -32,8 +33,9 @@ class Desk {
 public:
     explicit Desk(const NodeTable &nodes)
         : database_(zdbs::embedded::makeEmbeddedDatabase(
-              "large", [table = std::shared_ptr<const NodeTable>(std::shared_ptr<const void>(),
-                                                                 &nodes)] { return table; })) {}
+              "large", zdbs::embedded::onePart(
+                           [table = std::shared_ptr<const NodeTable>(
+                                std::shared_ptr<const void>(), &nodes)] { return table; }))) {}
 
     void find(const std::string &condition) {
         const zdbs::Command command = zdbs::parseCommand("FIND " + condition);

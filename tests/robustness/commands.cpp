@@ -6,11 +6,6 @@
 
 namespace robustness {
 
-long numberIn(const char *variable, long otherwise) {
-    const char *const text = std::getenv(variable);
-    return text != nullptr ? std::atol(text) : otherwise;
-}
-
 void PrintTo(const CommandCase &one, std::ostream *out) {
     *out << one.name;
 }

@@ -11,13 +11,13 @@
 #include <vector>
 
 #include "tests/robustness/home_fixture.h"
+#include "tests/support/choices.h"
 
 namespace robustness {
 
 namespace fs = std::filesystem;
 
-/** A number that the environment may give. */
-long numberIn(const char *variable, long otherwise);
+using support::numberIn;
 
 /** One command; the programs have interrupt.cpp and memory_order.cpp in them. */
 struct CommandCase {

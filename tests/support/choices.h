@@ -5,11 +5,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <span>
 
 namespace support {
+
+/** A number that the environment may give. */
+inline long numberIn(const char *variable, long otherwise) {
+    const char *const text = std::getenv(variable);
+    return text != nullptr ? std::atol(text) : otherwise;
+}
 
 /**
  * A generator of random numbers for the standard library's distributions and for `choices() % n`.

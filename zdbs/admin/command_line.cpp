@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "foundation/similar_words.h"
+#include "zdbs/admin/asked_input.h"
 #include "zdbs/admin/commands.h"
 #include "zdbs/admin/interruption.h"
 #include "zdbs/admin/output.h"
@@ -41,9 +42,6 @@ std::vector<std::string> argumentsOf(int argc, char **argv) {
     }
     return arguments;
 }
-
-/** Set by a server: whose grants count. It takes rights away and gives none. */
-constexpr const char *grantsVariable = "ZDBS_GRANTS_OF";
 
 /** All commands with their options; remembers the one that was given. */
 class CommandLine {
@@ -141,14 +139,7 @@ private:
 
     int runInServer(const std::string &location, const std::vector<std::string> &words) const {
         if (!readDatabase()) throw Failure(Status::servedHome, {location});
-        const auto reads = [](const std::vector<std::string> &requests) {
-            return requests.empty() ||
-                   std::find(requests.begin(), requests.end(), "-") != requests.end();
-        };
-        const std::string &command = app_.get_subcommands().front()->get_name();
-        const bool readsInput = (command == "query" && reads(query_.requests)) ||
-                                (command == "xpath" && reads(xpath_.requests));
-        return runServedCommand(location, words, readsInput);
+        return runServedCommand(location, words);
     }
 
     /** The command that was given, or the group of commands that it should be one of. */

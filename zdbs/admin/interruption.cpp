@@ -6,7 +6,12 @@ namespace zdbs::admin {
 
 namespace {
 
-Stop stop;
+class InterruptStop final : public Stop {
+public:
+    bool allowsHelp() const noexcept override { return true; }
+};
+
+InterruptStop stop;
 
 void requestStop(int /*signal*/) {
     stop.request();

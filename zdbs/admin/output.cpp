@@ -60,12 +60,10 @@ void writeMessage(std::string_view message) {
 }
 
 void writeOutOfMemory() noexcept {
-    for (const StatusRow &row : statusTable()) {
-        if (row.status != Status::outOfMemory) continue;
-        std::fputs("zdbs: ", stderr);
-        std::fwrite(row.sentence.data(), 1, row.sentence.size(), stderr);
-        std::fputc('\n', stderr);
-    }
+    const std::string_view sentence = rowOf(Status::outOfMemory)->sentence;
+    std::fputs("zdbs: ", stderr);
+    std::fwrite(sentence.data(), 1, sentence.size(), stderr);
+    std::fputc('\n', stderr);
 }
 
 void tellWaiting(std::string_view database) {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <system_error>
 
+#include "zdbs/admin/asked_input.h"
 #include "zdbs/admin/visible_text.h"
 #include "zdbs/base/status.h"
 
@@ -55,7 +56,7 @@ std::optional<std::string_view> RequestLines::nextLine() {
 void forEachRequest(const std::vector<std::string> &requests,
                     const std::function<void(const std::string &)> &answer) {
     const auto answerInput = [&] {
-        RequestLines lines(stdin);
+        RequestLines lines(requestInput());
         while (const auto line = lines.next())
             answer(*line);
     };

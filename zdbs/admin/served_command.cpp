@@ -1,6 +1,5 @@
 #include "zdbs/admin/served_command.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -59,13 +58,10 @@ std::string passwordFor(const std::string &user) {
 
 }  // namespace
 
-int runServedCommand(const std::string &location, const std::vector<std::string> &words,
-                     bool readsInput) {
+int runServedCommand(const std::string &location, const std::vector<std::string> &words) {
     const remote::ServerAddress address = remote::parseServerAddress(location);
     const std::string user = userFor(address);
     remote::Channel channel(address, user, passwordFor(user), remote::Channel::Use::commands);
-    // What reads nothing leaves standard input to whoever comes next.
-    const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const auto pass = [](std::string_view text) {
         writeOutput(text);
         finishOutput();
@@ -74,8 +70,7 @@ int runServedCommand(const std::string &location, const std::vector<std::string>
         std::fwrite(text.data(), 1, text.size(), stderr);
     };
     const Interruption interruption;
-    return remote::runCommand(channel, withoutHome(words),
-                              {readsInput ? fileno(stdin) : nothing.get(), pass, complain});
+    return remote::runCommand(channel, withoutHome(words), {fileno(stdin), pass, complain});
 }
 
 }  // namespace zdbs::admin

@@ -13,11 +13,9 @@ namespace zdbs::admin {
  * ZDBS_PASSWORD_FILE names, which nobody else may read, or is asked for on the terminal.
  *
  * @param words behind the name of the program
- * @param readsInput whether the command reads standard input
  * Throws UsageError, Interrupted, Failure: badPassword and as of remote::runCommand().
  */
-int runServedCommand(const std::string &location, const std::vector<std::string> &words,
-                     bool readsInput);
+int runServedCommand(const std::string &location, const std::vector<std::string> &words);
 
 }  // namespace zdbs::admin
 

@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <new>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "zdbs/base/status.h"
@@ -50,12 +52,13 @@ FileDescriptor::~FileDescriptor() {
 
 FileLock::FileLock(const std::filesystem::path &path, const std::function<void()> &waiting)
     : file_(openPrivateFile(path, O_RDWR | O_CREAT)) {
-    if (::flock(file_.get(), LOCK_EX | LOCK_NB) == 0) return;
-    if (errno == EWOULDBLOCK && waiting) waiting();
-    for (;;) {
+    // The system would wait without an end; who waits has to heed a stop that is no signal, too.
+    constexpr std::chrono::milliseconds pause(5);
+    for (bool isFirst = true; ::flock(file_.get(), LOCK_EX | LOCK_NB) != 0; isFirst = false) {
+        if (errno != EWOULDBLOCK && errno != EINTR) throwWriteError(errno, path);
+        if (isFirst && waiting) waiting();
         heedStop();
-        if (::flock(file_.get(), LOCK_EX) == 0) return;
-        if (errno != EINTR) throwWriteError(errno, path);
+        if (!isFirst) std::this_thread::sleep_for(pause);
     }
 }
 
@@ -106,8 +109,13 @@ void removeFolder(const std::filesystem::path &path) noexcept {
 FileDescriptor openPrivateFile(const std::filesystem::path &path, int flags) {
     FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, fileMode));
     if (!file) throwWriteError(errno, path);
-    // The umask can only have taken bits away, and they are given back here.
-    if ((flags & O_CREAT) && ::fchmod(file.get(), fileMode) != 0 && errno != EPERM)
+    struct stat status {};
+    if ((flags & O_CREAT) == 0 || ::fstat(file.get(), &status) != 0) return file;
+    // The umask can only have taken bits away from a new file, and they are given back here. One
+    // that has more was there before and is somebody's own: a rotated log, /dev/null.
+    const mode_t mode = status.st_mode & ALLPERMS;
+    if (mode != fileMode && (mode & ~fileMode) == 0 && ::fchmod(file.get(), fileMode) != 0 &&
+        errno != EPERM)
         throwWriteError(errno, path);
     return file;
 }

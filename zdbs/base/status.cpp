@@ -123,6 +123,12 @@ constexpr std::array table{
     StatusRow{Status::servedHome, "servedHome",
               "This cannot be done through a server[: {0}]; do it where the home is, with "
               "ZDBS_HOME or --home as its folder."},
+    StatusRow{Status::databaseLost, "databaseLost",
+              "The database server[ {0}] was lost before it was done[: {1}]; nothing of it "
+              "counts, ask again."},
+    StatusRow{Status::databaseSlow, "databaseSlow",
+              "The database server[ {0}] did not answer in time[: within {1} s]; nothing of it "
+              "counts."},
 
     // Loading.
     StatusRow{Status::fileUnreadable, "fileUnreadable", "The file[ {0}] cannot be read[: {1}]."},
@@ -160,13 +166,6 @@ static_assert(std::is_sorted(table.begin(), table.end(),
                                  return a.status < b.status;
                              }),
               "rows stand in order of number");
-
-const StatusRow *findRow(std::int32_t status) {
-    for (const StatusRow &row : table) {
-        if (static_cast<std::int32_t>(row.status) == status) return &row;
-    }
-    return nullptr;
-}
 
 /** Fills one sentence; keeps which details were used. */
 class Filler {
@@ -223,15 +222,19 @@ std::span<const StatusRow> statusTable() {
     return table;
 }
 
+const StatusRow *rowOf(Status status) {
+    const auto row = std::find_if(table.begin(), table.end(),
+                                  [&](const StatusRow &each) { return each.status == status; });
+    return row == table.end() ? nullptr : &*row;
+}
+
 std::string sentenceFor(std::int32_t status) {
-    const StatusRow *row = findRow(status);
+    const StatusRow *row = rowOf(static_cast<Status>(status));
     if (row != nullptr) return Filler({}).fill(row->sentence);
     return (status & 1) != 0 ? "Done." : "Unknown status " + std::to_string(status) + ".";
 }
 
 Failure::Failure(Status status, std::initializer_list<std::string_view> details)
-    : std::runtime_error(
-          Filler(details).fill(findRow(static_cast<std::int32_t>(status))->sentence)),
-      status_(status) {}
+    : std::runtime_error(Filler(details).fill(rowOf(status)->sentence)), status_(status) {}
 
 }  // namespace zdbs

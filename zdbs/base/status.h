@@ -89,6 +89,8 @@ enum class Status : std::int32_t {
     serverRefused = 340,
     serverLost = 342,
     servedHome = 344,
+    databaseLost = 346,
+    databaseSlow = 348,
 
     // Loading.
     fileUnreadable = 400,
@@ -121,6 +123,9 @@ struct StatusRow {
 
 /** The whole table, in order of number. */
 std::span<const StatusRow> statusTable();
+
+/** The row of a status; null where there is none, as for a number that came from elsewhere. */
+const StatusRow *rowOf(Status status);
 
 /** The sentence of a number without its details; one for unknown numbers too. */
 std::string sentenceFor(std::int32_t status);

@@ -7,18 +7,22 @@
 namespace zdbs {
 namespace {
 
-thread_local const Stop *stopOfThread = nullptr;
+thread_local const Stop *heeded = nullptr;
 
 }  // namespace
 
-StopScope::StopScope(const Stop &stop) : outer_(std::exchange(stopOfThread, &stop)) {}
+StopScope::StopScope(const Stop &stop) : outer_(std::exchange(heeded, &stop)) {}
 
 StopScope::~StopScope() {
-    stopOfThread = outer_;
+    heeded = outer_;
+}
+
+const Stop *stopOfThread() noexcept {
+    return heeded;
 }
 
 void heedStop() {
-    if (stopOfThread != nullptr && stopOfThread->isRequested()) throw Failure(Status::stopped);
+    if (heeded != nullptr && heeded->isRequested()) throw Failure(Status::stopped);
 }
 
 }  // namespace zdbs

@@ -20,6 +20,12 @@ public:
         return isRequested_.load(std::memory_order_relaxed);
     }
 
+    /**
+     * Whether other threads may do some of what its thread is to do. Not where it counts what
+     * that one takes. It is asked whether it is requested by its own thread all the same.
+     */
+    virtual bool allowsHelp() const noexcept { return false; }
+
 private:
     static_assert(std::atomic<bool>::is_always_lock_free);
 
@@ -37,6 +43,9 @@ public:
 private:
     const Stop *outer_;
 };
+
+/** What this thread heeds; null: nothing stops it. */
+const Stop *stopOfThread() noexcept;
 
 /**
  * Throws Failure(stopped) when the stop of this thread is requested. Costs a few nanoseconds:

@@ -168,6 +168,7 @@ void putOnRecord(Process &process, ZdbHandle handle, const std::int32_t *search,
     require(database, "database");
     control = {};
     remote::PlacedRecord placed = session.record(*search, ordinal);
+    if (placed.database.size() >= infoSize) throw Failure(Status::shortBuffer, {"database"});
     *record = static_cast<std::int32_t>(placed.found.record);
     copyOut(sent(placed.database, infoSize - 1), database, infoSize);
     control.hitWords = std::move(placed.found.hitWords);

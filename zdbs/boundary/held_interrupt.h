@@ -21,6 +21,7 @@ private:
     class Waiting : public Stop {
     public:
         bool isRequested() const noexcept override;
+        bool allowsHelp() const noexcept override { return true; }
     };
 
     Waiting stop_;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/committed_state.h"
 
 namespace zdbs::embedded {
 namespace {
@@ -36,13 +36,13 @@ constexpr SizePart sizeParts[] = {
 
 using CountsOfName = std::array<std::uint64_t, DatabaseInfo::kindCount>;
 
-std::vector<NameCount> sortedNames(const Snapshot &snapshot,
+std::vector<NameCount> sortedNames(const StateTables &tables,
                                    const std::vector<CountsOfName> &counts) {
     std::vector<NameCount> names;
     for (std::uint32_t number = 0; number < counts.size(); ++number) {
         for (std::size_t kind = 0; kind < DatabaseInfo::kindCount; ++kind) {
             if (counts[number][kind] == 0) continue;
-            const NodeName &name = snapshot.nameOf(number);
+            const NodeName &name = tables.names[number];
             names.push_back({static_cast<NodeKind>(kind), std::string(name.prefix),
                              std::string(name.local), std::string(name.uri), counts[number][kind]});
         }
@@ -62,8 +62,7 @@ void countIrregular(const Snapshot &snapshot, PathId path, std::size_t kind,
     }
 }
 
-void countNodes(const Snapshot &snapshot, DatabaseInfo &info) {
-    std::vector<CountsOfName> counts(snapshot.nameCount());
+void countNodes(const Snapshot &snapshot, DatabaseInfo &info, std::vector<CountsOfName> &counts) {
     for (PathId number = 0; number < snapshot.summary().size(); ++number) {
         const Path &path = snapshot.summary()[number];
         const auto kind = static_cast<std::size_t>(path.kind);
@@ -74,48 +73,58 @@ void countNodes(const Snapshot &snapshot, DatabaseInfo &info) {
         else if (path.name != noName)
             counts[path.name][kind] += nodes;
     }
-    info.names = sortedNames(snapshot, counts);
 }
 
-PathCount countedPath(const Snapshot &snapshot, PathId number, std::uint64_t count) {
-    const Path &path = snapshot.summary()[number];
+PathCount countedPath(const StateTables &tables, PathId number, std::uint64_t count) {
+    const Path &path = tables.summary[number];
     PathCount counted{path.level, path.kind, {}, {}, {}, count};
     if (path.name == noName) return counted;
-    const NodeName &name = snapshot.nameOf(path.name);
+    const NodeName &name = tables.names[path.name];
     counted.prefix = name.prefix;
     counted.local = name.local;
     counted.uri = name.uri;
     return counted;
 }
 
+std::uint64_t nodesOfPath(const CommittedState &state, PathId path) {
+    std::uint64_t nodes = 0;
+    for (const auto &part : state.parts())
+        nodes += part->liveRows(path)->cardinality();
+    return nodes;
+}
+
 }  // namespace
 
 // A node has a parent, so a path without nodes has none below it either.
-std::vector<PathCount> countPaths(const Snapshot &snapshot) {
-    const PathSummary &summary = snapshot.summary();
+std::vector<PathCount> countPaths(const CommittedState &state) {
+    const PathSummary &summary = state.tables().summary;
     std::vector<PathCount> counts;
     std::vector<PathId> ahead(summary.irregular().rbegin(), summary.irregular().rend());
     ahead.insert(ahead.end(), summary.top().rbegin(), summary.top().rend());
     while (!ahead.empty()) {
         const PathId path = ahead.back();
         ahead.pop_back();
-        const std::uint64_t count = snapshot.liveRows(path)->cardinality();
+        const std::uint64_t count = nodesOfPath(state, path);
         if (count == 0) continue;
-        counts.push_back(countedPath(snapshot, path, count));
+        counts.push_back(countedPath(state.tables(), path, count));
         const auto children = summary.children(path);
         ahead.insert(ahead.end(), children.rbegin(), children.rend());
     }
     return counts;
 }
 
-DatabaseInfo takeCensus(const Snapshot &snapshot) {
+DatabaseInfo takeCensus(const CommittedState &state) {
     DatabaseInfo info;
-    info.documents = snapshot.documents().size();
-    info.nodes = snapshot.nodeCount();
-    countNodes(snapshot, info);
-    for (std::size_t i = 0; i < snapshot.documents().size(); ++i)
-        info.xmlBytes += snapshot.xmlBytes(i);
-    const StoreSizes sizes = snapshot.sizes();
+    info.documents = state.documentCount();
+    info.nodes = state.nodeCount();
+    std::vector<CountsOfName> counts(state.tables().names.size());
+    for (const auto &part : state.parts()) {
+        countNodes(*part, info, counts);
+        for (std::size_t i = 0; i < part->documents().size(); ++i)
+            info.xmlBytes += part->xmlBytes(i);
+    }
+    info.names = sortedNames(state.tables(), counts);
+    const StoreSizes sizes = state.sizes();
     for (const SizePart &part : sizeParts)
         info.sizes.push_back({part.key, part.label, sizes.*part.size});
     return info;

@@ -6,13 +6,13 @@
 
 namespace zdbs::embedded {
 
-class Snapshot;
+class CommittedState;
 
 /** Looks at paths, not at nodes, but at every column for the sizes. */
-DatabaseInfo takeCensus(const Snapshot &snapshot);
+DatabaseInfo takeCensus(const CommittedState &state);
 
 /** Without paths that no node is left of. */
-std::vector<PathCount> countPaths(const Snapshot &snapshot);
+std::vector<PathCount> countPaths(const CommittedState &state);
 
 }  // namespace zdbs::embedded
 

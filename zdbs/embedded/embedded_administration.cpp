@@ -7,38 +7,50 @@
 #include "zdbs/embedded/backup/backup.h"
 #include "zdbs/embedded/census.h"
 #include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/fragments/tree_teller.h"
 #include "zdbs/embedded/home/home.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/open_parts.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::embedded {
 namespace {
 
-class SnapshotDocuments final : public StoredDocuments {
+class DocumentsOfState final : public StoredDocuments {
 public:
-    explicit SnapshotDocuments(std::shared_ptr<const Snapshot> snapshot)
-        : snapshot_(std::move(snapshot)) {
-        for (const DocumentRange &document : snapshot_->documents()) {
-            list_.push_back({std::string(document.name), document.first,
-                             std::uint64_t{document.last} - document.first + 1,
-                             snapshot_->xmlBytes(list_.size())});
+    explicit DocumentsOfState(std::shared_ptr<const CommittedState> state)
+        : state_(std::move(state)) {
+        for (PartNumber part = 0; part < state_->parts().size(); ++part) {
+            firstPlaces_.push_back(list_.size());
+            addDocuments(part);
         }
     }
 
     const std::vector<DocumentSummary> &list() const override { return list_; }
 
-    std::uint64_t state() const override { return snapshot_->state(); }
+    std::uint64_t state() const override { return state_->number(); }
 
     void tell(std::size_t place, NodeEvents &events) const override {
-        NodeReader reader(*snapshot_);
-        TreeTeller(*snapshot_, reader).tellDocument(snapshot_->documents()[place], events);
-        snapshot_->requireIntact();
+        const Snapshot &part = *state_->parts()[partOf(list_[place].first)];
+        const DocumentRange &document =
+            part.documents()[place - firstPlaces_[partOf(list_[place].first)]];
+        NodeReader reader(part);
+        TreeTeller(part, reader).tellDocument(document, events);
+        part.requireIntact();
     }
 
 private:
-    std::shared_ptr<const Snapshot> snapshot_;
+    void addDocuments(PartNumber number) {
+        const Snapshot &part = *state_->parts()[number];
+        for (std::size_t i = 0; i < part.documents().size(); ++i) {
+            const DocumentRange &document = part.documents()[i];
+            list_.push_back({std::string(document.name), recordOf(number, document.first),
+                             std::uint64_t{document.last} - document.first + 1, part.xmlBytes(i)});
+        }
+    }
+
+    std::shared_ptr<const CommittedState> state_;
+    std::vector<std::size_t> firstPlaces_;  ///< by part: of its documents in the list
     std::vector<DocumentSummary> list_;
 };
 
@@ -80,29 +92,27 @@ public:
     }
 
     std::unique_ptr<OpenDatabase> open(std::string_view database) const override {
-        auto newest = [home = home_, name = std::string(database)] { return home->snapshot(name); };
-        return makeEmbeddedDatabase(std::string(database), newest);
+        return openParts(home_, std::string(database), {});
     }
 
     DatabaseSummary summary(std::string_view database) const override {
-        const auto snapshot = home_->snapshot(database);
-        return {snapshot->documents().size(), snapshot->nodeCount(), snapshot->diskBytes(),
-                snapshot->state()};
+        const auto state = home_->state(database);
+        return {state->documentCount(), state->nodeCount(), state->diskBytes(), state->number()};
     }
 
     std::unique_ptr<StoredDocuments> documents(std::string_view database) const override {
-        return std::make_unique<SnapshotDocuments>(home_->snapshot(database));
+        return std::make_unique<DocumentsOfState>(home_->state(database));
     }
 
     DatabaseInfo info(std::string_view database) const override {
-        const auto snapshot = home_->snapshot(database);
-        DatabaseInfo info = takeCensus(*snapshot);
-        snapshot->requireIntact();
+        const auto state = home_->state(database);
+        DatabaseInfo info = takeCensus(*state);
+        state->requireIntact();
         return info;
     }
 
     std::vector<PathCount> paths(std::string_view database) const override {
-        return countPaths(*home_->snapshot(database));
+        return countPaths(*home_->state(database));
     }
 
     CheckReport check(std::string_view database, const ProgressReport &progress) const override {

@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/home/home.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/open_parts.h"
 
 namespace zdbs::embedded {
 namespace {
@@ -26,7 +25,8 @@ public:
     }
 
     bool hasDatabase(std::string_view user, std::string_view database) const override {
-        return home_->hasDatabase(database) && home_->mayRead(user, database);
+        const auto named = partsNamed(*home_, database);
+        return named && home_->mayRead(user, named->database);
     }
 
     bool mayWrite(std::string_view user, std::string_view database) const override {
@@ -38,11 +38,10 @@ public:
     /** The grant is looked at again with each new state, so that a revoke takes hold. */
     std::unique_ptr<OpenDatabase> open(std::string_view user,
                                        std::string_view database) const override {
-        auto newest = [home = home_, user = std::string(user), name = std::string(database)] {
+        auto requireReadable = [home = home_, user = std::string(user)](std::string_view name) {
             if (!home->mayRead(user, name)) throw Failure(Status::unknownDatabase, {name});
-            return home->snapshot(name);
         };
-        return makeEmbeddedDatabase(std::string(database), newest);
+        return openParts(home_, std::string(database), requireReadable);
     }
 
 private:

@@ -2,10 +2,12 @@
 #ifndef ZDBS_EMBEDDED_EMBEDDED_SET_H
 #define ZDBS_EMBEDDED_EMBEDDED_SET_H
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "zdbs/embedded/evaluate/node_set.h"
 #include "zdbs/embedded/evaluate/set_hits.h"
@@ -31,7 +33,7 @@ auto intact(const NodeTable &table, Work work) {
     }
 }
 
-/** Holds the table of its state: a set may be read once more when that is no longer the newest. */
+/** Of one part. Holds its table: a set may be read once more when that is no longer the newest. */
 class EmbeddedSet : public ResultSet {
 public:
     EmbeddedSet(std::shared_ptr<const NodeTable> table, NodeSetPtr set, PlanPtr plan)
@@ -48,7 +50,7 @@ public:
 
     const NodeSetPtr &nodes() const { return set_; }
     const NodeTable &table() const { return *table_; }
-    std::string plan() const { return plan_ ? plan_->text() : std::string(); }
+    const PlanPtr &plan() const { return plan_; }
 
 private:
     std::shared_ptr<const NodeTable> table_;
@@ -63,6 +65,29 @@ inline const EmbeddedSet &embedded(const ResultSet &set) {
 
 inline const NodeSetPtr &nodesOf(const ResultSet &set) {
     return embedded(set).nodes();
+}
+
+/** A set of each part, by number; at least two of them. */
+class PartedSet : public ResultSet {
+public:
+    explicit PartedSet(std::vector<ResultSetPtr> parts) : parts_(std::move(parts)) {}
+
+    std::int64_t size() const override { return sum(size_, &ResultSet::size); }
+    std::int64_t hits() const override { return sum(hits_, &ResultSet::hits); }
+
+    const std::vector<ResultSetPtr> &parts() const { return parts_; }
+
+private:
+    using Count = std::int64_t (ResultSet::*)() const;
+    std::int64_t sum(std::optional<std::int64_t> &known, Count count) const;
+
+    std::vector<ResultSetPtr> parts_;
+    mutable std::optional<std::int64_t> size_;
+    mutable std::optional<std::int64_t> hits_;
+};
+
+inline const std::vector<ResultSetPtr> &partsOf(const ResultSet &set) {
+    return static_cast<const PartedSet &>(set).parts();
 }
 
 }  // namespace zdbs::embedded

@@ -11,16 +11,18 @@ namespace {
 /** Walks down the summary, a step at a time, and counts the names at the end. */
 class NameWalk {
 public:
-    NameWalk(const PathTable &table, const SummaryIndex &index)
-        : summary_(table.summary()), table_(table), index_(index), here_(summary_.size()) {}
+    explicit NameWalk(std::span<const SummaryOfPart> parts)
+        : summary_(parts.front().table.summary()), parts_(parts), here_(summary_.size()) {}
 
     void step(const NameStep &step) {
         const bool isAny = step.local == "*";
-        const auto paths =
-            isAny ? index_.ofKind(NodeKind::element) : index_.named(NodeKind::element, step.local);
         std::vector<bool> next(summary_.size());
-        for (const PathId path : paths)
-            next[path] = isAt(path, step.isDeep);
+        for (const auto &[table, index] : parts_) {
+            const auto paths = isAny ? index.ofKind(NodeKind::element)
+                                     : index.named(NodeKind::element, step.local);
+            for (const PathId path : paths)
+                next[path] = isAt(path, step.isDeep);
+        }
         here_ = std::move(next);
         isAtTop_ = false;
     }
@@ -50,17 +52,19 @@ private:
     void addNames(NodeKind kind, bool isDeep, std::vector<OccurringName> &names) const {
         std::vector<std::uint64_t> counts;
         std::vector<bool> haveElements;
-        for (const PathId path : index_.ofKind(kind)) {
-            const std::uint32_t name = summary_[path].name;
-            if (!isAt(path, isDeep) || name == noName) continue;
-            if (name >= counts.size()) counts.resize(name + 1);
-            haveElements.resize(counts.size());
-            counts[name] += table_.liveRows(path)->cardinality();
-            if (hasElements(path)) haveElements[name] = true;
+        for (const auto &[table, index] : parts_) {
+            for (const PathId path : index.ofKind(kind)) {
+                const std::uint32_t name = summary_[path].name;
+                if (!isAt(path, isDeep) || name == noName) continue;
+                if (name >= counts.size()) counts.resize(name + 1);
+                haveElements.resize(counts.size());
+                counts[name] += table.liveRows(path)->cardinality();
+                if (hasElements(path)) haveElements[name] = true;
+            }
         }
         for (std::uint32_t name = 0; name < counts.size(); ++name) {
             if (counts[name] == 0) continue;
-            const NodeName &text = table_.nameOf(name);
+            const NodeName &text = parts_.front().table.nameOf(name);
             names.push_back({kind, std::string(text.prefix), std::string(text.local), counts[name],
                              haveElements[name]});
         }
@@ -69,7 +73,9 @@ private:
     /** Their nodes have names of their own, and may be anywhere. */
     void addIrregular(PathId path, std::vector<OccurringName> &names) const {
         const NodeKind kind = summary_[path].kind;
-        const std::uint64_t count = table_.liveRows(path)->cardinality();
+        std::uint64_t count = 0;
+        for (const SummaryOfPart &part : parts_)
+            count += part.table.liveRows(path)->cardinality();
         if (count > 0 && (kind == NodeKind::element || kind == NodeKind::attribute))
             names.push_back({kind, "", "*", count, true});
     }
@@ -81,17 +87,16 @@ private:
     }
 
     const PathSummary &summary_;
-    const PathTable &table_;
-    const SummaryIndex &index_;
+    std::span<const SummaryOfPart> parts_;
     std::vector<bool> here_;
     bool isAtTop_ = true;
 };
 
 }  // namespace
 
-std::vector<OccurringName> occurringNames(const PathTable &table, const SummaryIndex &index,
+std::vector<OccurringName> occurringNames(std::span<const SummaryOfPart> parts,
                                           const NamePlace &place) {
-    NameWalk walk(table, index);
+    NameWalk walk(parts);
     for (const NameStep &step : place.steps)
         walk.step(step);
     return walk.namesBelow(place.isDeep);

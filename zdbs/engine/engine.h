@@ -72,6 +72,12 @@ struct OccurringName {
     bool hasElements = false;  ///< in some of these elements there are others
 };
 
+/** A record as those are told it whose numbers have 32 bits. */
+struct RecordPlace {
+    std::string database;  ///< that can be opened, or the part of it that the record is in
+    RecordId number = 0;   ///< in that
+};
+
 /** Goes through the records of a set; outlived by the database. */
 class RecordCursor {
 public:
@@ -144,6 +150,12 @@ public:
 
     /** The record at a place of a set, from 1, in document order; REQUIRES: it has that many. */
     virtual RecordId record(const ResultSet &set, std::int64_t ordinal) const = 0;
+
+    /**
+     * Which database, by itself, has the record under which number. An engine whose records have
+     * more than 31 bits opens a part of a database under a name of its own.
+     */
+    virtual RecordPlace placeOf(RecordId record) const { return {name(), record}; }
 
     /** All records of a set, which must outlive the cursor. */
     virtual std::unique_ptr<RecordCursor> records(const ResultSet &set) const = 0;

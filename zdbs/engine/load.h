@@ -25,7 +25,7 @@ namespace zdbs {
  */
 class Load : public NodeEvents {
 public:
-    /** How many nodes a database can hold; one more is tooManyNodes. */
+    /** How many nodes a document can have; one more is tooManyNodes. */
     virtual std::uint64_t maxNodes() const = 0;
 
     /**

@@ -23,8 +23,9 @@ std::string configured(const char *name);
 /** Whether a location is a server's: https://HOST:PORT, http://HOST:PORT, unix:PATH. */
 bool isServed(std::string_view location);
 
-// A location that is a directory is a home of the embedded engine. What is a server's has no
-// engine here: what follows throws Failure(servedHome) for it.
+// A location that is a directory is a home of the embedded engine; one that begins with
+// postgresql:// is kept by a database server (a password has no place in it). What is a server's
+// has no engine here: what follows throws Failure(servedHome) for it.
 
 /** Throws Failure(homeMissing). */
 std::shared_ptr<const Engine> openEngine(const std::string &location);

@@ -51,12 +51,6 @@ bool isStopRequested() {
     return false;
 }
 
-bool isKnown(Status status) {
-    const auto rows = statusTable();
-    return std::any_of(rows.begin(), rows.end(),
-                       [&](const StatusRow &row) { return row.status == status; });
-}
-
 }  // namespace
 
 ToldFailure::ToldFailure(Status status, std::string_view sentence)
@@ -66,7 +60,7 @@ void throwTold(MessageReader &reader) {
     const auto status = static_cast<Status>(reader.number());
     const std::string_view sentence = reader.text();
     reader.end();
-    if (succeeded(status) || !isKnown(status)) throw MessageReader::Malformed();
+    if (succeeded(status) || rowOf(status) == nullptr) throw MessageReader::Malformed();
     throw ToldFailure(status, sentence);
 }
 
@@ -123,6 +117,8 @@ void Channel::heedOrTell() {
 
 /** The interrupt goes on waiting: whoever holds it back takes it. */
 bool Channel::await(int other, bool heedsStop) {
+    // Before, for where there is always something to receive.
+    if (heedsStop && !isStopSent_) heedOrTell();
     while (!stream_->holdsBytes()) {
         const bool looks = heedsStop && !isStopSent_;
         if (looks && isInterruptHeld() && !interrupt_) interrupt_ = interruptDescriptor();
@@ -137,6 +133,10 @@ bool Channel::await(int other, bool heedsStop) {
         if (ready > 0 && places[2].revents != 0) return false;
     }
     return true;
+}
+
+void Channel::endAnswer() {
+    if (!buffered().empty() || !stream_->endAnswer()) endMalformed();
 }
 
 bool Channel::awaitMessage(int other) {

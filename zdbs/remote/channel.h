@@ -36,7 +36,7 @@ private:
  */
 class Channel {
 public:
-    /** What it is for. Calls go through TLS as requests, which is faster there. */
+    /** What it is for. Commands go as requests, and so do calls through TLS. */
     enum class Use : std::uint8_t { calls, commands };
 
     /**
@@ -65,6 +65,9 @@ public:
      * send(); then something has to come within a while.
      */
     Received receive(bool heedsStop);
+
+    /** Behind the last message of an answer after which the server waits for something. */
+    void endAnswer();
 
     /** Throws where it is lost. */
     void requireOpen() const;

@@ -1,4 +1,5 @@
 #include <limits>
+#include <utility>
 
 #include "zdbs/export/export_document.h"
 #include "zdbs/export/name_list.h"
@@ -24,7 +25,10 @@ std::optional<ExportFilter> exportFilter(std::string_view name) {
 }
 
 remote::PlacedRecord LocalSession::record(std::int32_t set, std::int32_t ordinal) {
-    remote::PlacedRecord placed{session_->record(set, ordinal), session_->databaseName()};
+    remote::PlacedRecord placed{session_->record(set, ordinal), {}};
+    RecordPlace place = session_->placeOf(placed.found.record);
+    placed.found.record = place.number;
+    placed.database = std::move(place.database);
     if (placed.found.record > std::numeric_limits<std::int32_t>::max())
         throw Failure(Status::recordTooLarge, {std::to_string(placed.found.record)});
     return placed;

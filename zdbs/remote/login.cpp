@@ -76,7 +76,7 @@ Channel::Channel(const ServerAddress &address, std::string_view user, std::strin
                  Use use)
     : stream_(connect(address)) {
     const std::string fields = fieldsFor(address, user, password);
-    if (address.kind == ServerAddress::Kind::tls && use == Use::calls)
+    if (address.kind == ServerAddress::Kind::tls || use == Use::commands)
         stream_ = requestStream(std::move(stream_), address, "POST " + fields);
     else
         upgrade(address, "GET " + fields);

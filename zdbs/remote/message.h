@@ -5,6 +5,9 @@
  * says what it is; and its content: numbers of four bytes, and texts of a number of bytes and
  * those. The client sends one call and reads messages until the one that answers it. While it
  * waits it may send Stop, which nothing answers. The server may say farewell() at any time.
+ *
+ * Where the connection has not gone over to messages, each one of the client is the body of a
+ * request, and the body of its answer is the messages that answer it.
  */
 #ifndef ZDBS_REMOTE_MESSAGE_H
 #define ZDBS_REMOTE_MESSAGE_H
@@ -36,8 +39,8 @@ enum class Kind : std::uint8_t {
     record = 5,       ///< numbers: set, ordinal
     exportText = 6,   ///< numbers: filter, highlight; text: arguments
     stop = 7,         ///<
-    command = 8,      ///< texts: the words of a command of the program zdbs
-    input = 9,        ///< text: of its standard input; empty: the end
+    command = 8,      ///< texts: the words of a command of the program zdbs; as a request only
+    input = 9,        ///< text: of its standard input, 64 kilobytes at most; empty: the end
 
     // Of the server, which begins with done, or with a farewell.
     done = 64,      ///< state, and what the call answers
@@ -46,7 +49,7 @@ enum class Kind : std::uint8_t {
     document = 67,  ///< state, and the rest is the document
     output = 68,    ///< text: of the command's standard output
     errors = 69,    ///< text: of its standard error
-    wanted = 70,    ///< one piece of its standard input is to be sent
+    wanted = 70,    ///< it waits for a piece of its standard input; ends the answer
     ended = 71,     ///< number: its exit status; the answer to the command
 };
 

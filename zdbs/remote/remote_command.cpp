@@ -46,13 +46,13 @@ int runCommand(Channel &channel, const std::vector<std::string> &words,
                 streams.output(reader.text());
             else if (received.kind == Kind::errors)
                 streams.errors(reader.text());
-            else if (received.kind == Kind::wanted)
-                isWanted = true;
             else if (received.kind == Kind::ended)
                 return reader.number();
-            else
+            else if (received.kind != Kind::wanted)
                 throw MessageReader::Malformed();
             reader.end();
+            isWanted = received.kind == Kind::wanted;
+            if (isWanted) channel.endAnswer();
         }
     } catch (const MessageReader::Malformed &) {
         channel.endMalformed();

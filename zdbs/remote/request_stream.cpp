@@ -49,6 +49,13 @@ public:
         return size;
     }
 
+    bool endAnswer() override {
+        while (isChunked_ && left_ == 0) {
+            if (!nextChunk()) return false;
+        }
+        return left_ == 0;
+    }
+
     bool holdsBytes() const override { return !buffer_.empty() || stream_->holdsBytes(); }
     int socket() const override { return stream_->socket(); }
 

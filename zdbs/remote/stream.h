@@ -24,6 +24,10 @@ public:
     /** As many as there are, at least one; waits for them. 0: the connection is lost. */
     virtual std::size_t receive(std::span<char> room) = 0;
 
+    /** Where what is sent is answered in parts: takes the end of one that has come as a whole.
+       False: there is more, or the connection is lost. */
+    virtual bool endAnswer() { return true; }
+
     /** Whether receive() would not wait, though the socket has nothing. */
     virtual bool holdsBytes() const = 0;
 

@@ -48,7 +48,8 @@ std::size_t Connections::dropGone() {
     std::vector<std::shared_ptr<Exchange>> exchanges;
     for (const Connection *connection : open_) {
         auto exchange = connection->exchange_.lock();
-        if (!exchange || !exchange->isAwaited()) continue;
+        // The library sees to those that it is about to send something of; not to a stop.
+        if (!exchange || !(exchange->isAwaited() || exchange->isKernelCall)) continue;
         // What comes while a call of a kernel runs can only be that it shall stop.
         const short more = exchange->isKernelCall ? POLLIN : 0;
         sockets.push_back({connection->socket_, static_cast<short>(POLLRDHUP | more), 0});

@@ -16,6 +16,21 @@ constexpr const char *problemSchema = R"({"type":"object",
 "kernel":{"type":"object","required":["number","name"],"properties":{
 "number":{"type":"integer"},"name":{"type":"string"}}}}})";
 
+/** What several answers have in them: "#/components/schemas/NAME". */
+constexpr const char *sharedSchemas = R"({
+"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
+"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}},
+"node":{"type":"object","properties":{"id":{"type":"integer"},
+"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"},
+"excerpt":{"$ref":"#/components/schemas/excerpt"}}},
+"placedNode":{"type":"object",
+"required":["id","path","place","children","attributes","excerpt"],"properties":{
+"id":{"type":"integer"},"path":{"type":"string"},"place":{"type":"integer"},
+"children":{"type":"integer"},"attributes":{"type":"array","items":{"type":"object",
+"required":["id","path","excerpt"],"properties":{"id":{"type":"integer"},
+"path":{"type":"string"},"excerpt":{"$ref":"#/components/schemas/excerpt"}}}},
+"excerpt":{"$ref":"#/components/schemas/excerpt"}}}})";
+
 /** Schemas are written on several lines. */
 std::string onOneLine(std::string text) {
     std::erase(text, '\n');
@@ -112,7 +127,9 @@ std::string describe(std::span<const Route> routes) {
         R"("security":[{"basic":[]}],"paths":{)" +
         paths +
         R"(}},"components":{"securitySchemes":{"basic":{"type":"http","scheme":"basic"}},)"
-        R"("responses":{"problem":{"description":"What is wrong, as RFC 9457 has it","content":{)"
+        R"("schemas":)" +
+        sharedSchemas +
+        R"(,"responses":{"problem":{"description":"What is wrong, as RFC 9457 has it","content":{)"
         R"("application/problem+json":{"schema":)" +
         std::string(problemSchema) + "}}}}}}";
     return onOneLine(text) + '\n';

@@ -24,8 +24,14 @@ void Exchange::write(std::string_view piece) {
         const std::size_t part = std::min(piece.size(), chunkSize - chunk_.size());
         chunk_ += piece.substr(0, part);
         piece.remove_prefix(part);
-        if (chunk_.size() == chunkSize) handOver();
+        if (chunk_.size() < chunkSize) continue;
+        if (stop.isRequested()) throw Failure(Status::stopped);
+        handOver();
     }
+}
+
+void Exchange::flush() {
+    if (!chunk_.empty()) handOver();
 }
 
 /** Throws Failure(stopped) when the client takes nothing for too long, or is gone. */
@@ -33,9 +39,10 @@ void Exchange::handOver() {
     std::unique_lock lock(mutex_);
     const Clock::time_point before = Clock::now();
     const auto hasRoom = [this] { return chunks_.size() < mostChunks || isAbandoned_; };
-    if (!taken_.wait_for(lock, stall_, hasRoom)) stop.stop(StopReason::slowClient);
+    const bool isTaken = taken_.wait_for(lock, stall_, hasRoom);
     stop.excuse(Clock::now() - before);
-    if (isAbandoned_ || stop.isRequested()) throw Failure(Status::stopped);
+    if (!isTaken) stop.stop(StopReason::slowClient);
+    if (!isTaken || isAbandoned_) throw Failure(Status::stopped);
     chunks_.push_back(std::move(chunk_));
     chunk_ = {};
     if (!spare_.empty()) {

@@ -43,7 +43,6 @@ public:
     Request request;
     RequestStop stop;
     std::atomic<bool> isKernelCall = false;
-    std::shared_ptr<void> share;  ///< of what the user may have at once; the worker's
     const Clock::time_point begun = Clock::now();
 
     // The worker's side.
@@ -52,6 +51,7 @@ public:
     void limit(std::uint64_t bytes, Clock::duration stall);
     void begin(ReplyHead head) override;
     void write(std::string_view piece) override;
+    void flush() override;
 
     /** In place of the answer; where that is on its way, it is broken off. */
     void refuse(const Problem &problem);

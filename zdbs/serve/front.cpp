@@ -11,7 +11,6 @@ namespace zdbs::serve {
 namespace {
 
 constexpr std::size_t loginsInLine = 64;
-constexpr std::uint64_t megabyte = 1'000'000;
 constexpr auto idleSessions = std::chrono::seconds(60);
 
 std::size_t threadsOf(const Limits &limits) {
@@ -56,12 +55,12 @@ Front::Front(const Engine &engine, Administration &home, const std::string &loca
                metrics,
                [this] { return gauges(); },
                [this] { return this->limits(); },
-               [this](const std::string &user) { return roomForKernel(user); }},
+               location,
+               [this](std::shared_ptr<void> share) { return roomForKernel(std::move(share)); }},
       limits_(std::make_shared<const Limits>(limitsOf(settings))),
       workers_(threadsOf(*limits_), limits_->line),
       logins_(1, loginsInLine),
-      kernels_({engine, location, workers_, metrics, [this] { return this->limits(); }},
-               limits_->sessions) {}
+      kernels_({engine, workers_, metrics, [this] { return this->limits(); }}, limits_->sessions) {}
 
 Front::~Front() = default;
 
@@ -124,10 +123,12 @@ void Front::work(const std::shared_ptr<Exchange> &exchange) {
         exchange->await();
         return run(*exchange);
     }
-    exchange->share = std::make_shared<Share>(*this, exchange->request.user);
+    Request &request = exchange->request;
+    if (!request.kernel->isOf(request.user))
+        request.share = std::make_shared<Share>(*this, request.user);
     exchange->await();
     if (workers_.add([this, exchange] { run(*exchange); })) return;
-    exchange->share.reset();
+    request.share.reset();
     exchange->refuse(Problem(503, "Too many requests are waiting."));
     exchange->finish();
 }
@@ -154,23 +155,25 @@ void Front::run(Exchange &exchange) {
     if (exchange.stop.reason() == StopReason::time) ++metrics.stoppedTime;
     if (exchange.stop.reason() == StopReason::memory) ++metrics.stoppedMemory;
     // A connection that goes over keeps it.
-    if (exchange.head().status != 101) exchange.share.reset();
+    if (exchange.head().status != 101) exchange.request.share.reset();
     exchange.finish();
 }
 
-std::shared_ptr<void> Front::roomForKernel(const std::string &user) {
+std::shared_ptr<void> Front::roomForKernel(std::shared_ptr<void> share) {
     struct Room {
-        Room(Front &of, const std::string &name) : front(of), share(of, name) { ++of.calling_; }
+        Room(Front &of, std::shared_ptr<void> taken) : front(of), share(std::move(taken)) {
+            ++of.calling_;
+        }
         ~Room() { --front.calling_; }
         Room(const Room &) = delete;
         Room &operator=(const Room &) = delete;
 
         Front &front;
-        Share share;
+        std::shared_ptr<void> share;
     };
     if (calling_ + kernels_.size() >= limits()->sessions)
         throw Problem(503, "Too many sessions are open.");
-    return std::make_shared<Room>(*this, user);
+    return std::make_shared<Room>(*this, std::move(share));
 }
 
 void Front::refuseAll() {

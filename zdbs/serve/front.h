@@ -77,7 +77,7 @@ private:
     /** A place among the requests of a user, for as long as it lives. */
     class Share;
 
-    std::shared_ptr<void> roomForKernel(const std::string &user);
+    std::shared_ptr<void> roomForKernel(std::shared_ptr<void> share);
     void run(Exchange &exchange);
     Gauges gauges() const;
 

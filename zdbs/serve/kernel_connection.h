@@ -35,10 +35,6 @@ public:
     std::optional<Call> receive();
     End end() const { return end_; }
 
-    /** To wait at; unless holdsBytes(), there is nothing to receive before it can be read. */
-    int socket() const { return socket_; }
-    bool holdsBytes() const { return buffer_.size() > begin_; }
-
     /** False where the client takes nothing. */
     bool send(std::string_view bytes, std::string_view more = {});
 

@@ -12,15 +12,12 @@
 #include <vector>
 
 #include "zdbs/remote/session_host.h"
-#include "zdbs/serve/kernel_command.h"
 #include "zdbs/serve/kernel_connection.h"
 #include "zdbs/serve/problem.h"
 
 namespace zdbs::serve {
 
 namespace {
-
-constexpr std::uint64_t megabyte = 1'000'000;
 
 /** How often a call looks whether its client wants it no more. */
 constexpr auto lookEvery = std::chrono::milliseconds(1);
@@ -130,9 +127,6 @@ private:
 
         const Stop &stop() const { return stop_; }
 
-        /** Whether the server has ended it. */
-        bool isOver() const { return stop_.limits.reason() != StopReason::none; }
-
         /** What the client is told: where limits ended it, which. */
         remote::Answer failed(const Failure &failure) const {
             const StopReason reason = stop_.limits.reason();
@@ -159,9 +153,7 @@ private:
         const Limited limited(*this, held);
         const StopScope scope(limited.stop());
         try {
-            remote::Answer answer = call.kind == remote::Kind::command
-                                        ? runCommand(call.content, limited)
-                                        : host_.answer(call.kind, call.content);
+            remote::Answer answer = host_.answer(call.kind, call.content);
             requireFit(answer);
             return answer;
         } catch (const remote::MessageReader::Malformed &) {
@@ -172,19 +164,6 @@ private:
         } catch (const std::bad_alloc &) {
             return limited.failed(Failure(Status::outOfMemory));
         }
-    }
-
-    /** In a process of its own; what it was stopped for goes before what it made of that. */
-    remote::Answer runCommand(std::string_view content, const Limited &limited) {
-        std::vector<std::string> words;
-        for (remote::MessageReader reader(content); !reader.isAtEnd();)
-            words.emplace_back(reader.text());
-        const auto limits = surroundings_.limits();
-        const int status = serve::runCommand(
-            surroundings_.location, place_.user, words, connection_, limited.stop(),
-            {limits->memory * megabyte, limits->result * megabyte});
-        if (limited.isOver()) throw Failure(Status::stopped);
-        return {remote::MessageWriter(remote::Kind::ended).number(status).bytes(), {}};
     }
 
     void requireFit(const remote::Answer &answer) const {

@@ -31,8 +31,7 @@ struct KernelPlace {
 /** What sessions work with; outlives them. */
 struct KernelSurroundings {
     const Engine &engine;
-    std::string location;  ///< of the home
-    WorkQueue &workers;    ///< among whose threads each call takes a place
+    WorkQueue &workers;  ///< among whose threads each call takes a place
     Metrics &metrics;
     std::function<std::shared_ptr<const Limits>()> limits;
 };

@@ -1,7 +1,5 @@
 #include "zdbs/serve/problem.h"
 
-#include <algorithm>
-
 #include "zdbs/answers/json.h"
 
 namespace zdbs::serve {
@@ -21,6 +19,8 @@ unsigned httpOf(Status status) {
             return 409;
         case Status::unsupported:
             return 501;
+        case Status::databaseLost:
+        case Status::databaseSlow:
         case Status::stopped:
         case Status::serverRefused:
             return 503;
@@ -108,13 +108,6 @@ std::string detailOf(const Failure &failure) {
                : failure.what();
 }
 
-std::string_view nameOf(Status status) {
-    const auto rows = statusTable();
-    const auto row = std::find_if(rows.begin(), rows.end(),
-                                  [&](const StatusRow &each) { return each.status == status; });
-    return row == rows.end() ? std::string_view() : row->name;
-}
-
 }  // namespace
 
 Problem problemOf(StopReason reason) {
@@ -144,7 +137,7 @@ std::string Problem::json() const {
     if (kernel_ != Status::ok) {
         json.key("kernel").beginObject();
         json.key("number").value(static_cast<std::uint64_t>(kernel_));
-        json.key("name").value(nameOf(kernel_)).endObject();
+        json.key("name").value(rowOf(kernel_)->name).endObject();
     }
     return json.endObject().text() + '\n';
 }

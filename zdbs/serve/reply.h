@@ -31,6 +31,13 @@ public:
      */
     virtual void write(std::string_view piece) = 0;
 
+    /**
+     * Sends what was written so far without waiting for more, also where the request was stopped:
+     * so what is written in pieces of less than 64 kilobytes can say at its end that it was. Throws
+     * Failure(stopped) when nobody waits for it any more.
+     */
+    virtual void flush() = 0;
+
     /** All of a short answer. */
     void send(ReplyHead head, std::string_view text) {
         begin(std::move(head));

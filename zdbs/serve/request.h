@@ -70,6 +70,7 @@ struct Request {
     Body body;
     std::shared_ptr<KernelSlot> kernel;   ///< of its connection
     const RequestStop *stop = nullptr;    ///< of its exchange
+    std::shared_ptr<void> share;          ///< of what the user may have at once
     std::uint64_t mostBody = UINT64_MAX;  ///< bytes that it may have, unpacked too
 };
 

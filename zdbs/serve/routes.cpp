@@ -1,4 +1,7 @@
-/** The table of the routes. Their description is made of it, and of the schemas here. */
+/**
+ * The table of the routes. Their description is made of it, of the schemas here, and of those in
+ * description.cpp that they refer to.
+ */
 #include "zdbs/serve/kernel_calls.h"
 #include "zdbs/serve/pages.h"
 
@@ -35,10 +38,7 @@ constexpr const char *querySchema = R"({"type":"object",
 "records":{"type":"integer"},"hits":{"type":"integer"},
 "notes":{"type":"array","items":{"type":"string"}},
 "offset":{"type":"integer"},"limit":{"type":"integer"},
-"nodes":{"type":"array","items":{"type":"object","properties":{"id":{"type":"integer"},
-"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"},
-"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
+"nodes":{"type":"array","items":{"$ref":"#/components/schemas/node"}}}})";
 
 constexpr const char *xpathSchema = R"({"type":"object",
 "required":["database","state","request","type"],"properties":{
@@ -47,10 +47,7 @@ constexpr const char *xpathSchema = R"({"type":"object",
 "type":{"type":"string","enum":["nodes","number","string","boolean"]},
 "value":{"type":"string"},"records":{"type":"integer"},
 "offset":{"type":"integer"},"limit":{"type":"integer"},
-"nodes":{"type":"array","items":{"type":"object","properties":{"id":{"type":"integer"},
-"document":{"type":"string"},"path":{"type":"string"},"value":{"type":"string"},
-"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
+"nodes":{"type":"array","items":{"$ref":"#/components/schemas/node"}}}})";
 
 constexpr const char *explainSchema = R"({"type":"object",
 "required":["request","sets","translationMilliseconds","setsMilliseconds","hitsMilliseconds"],
@@ -83,22 +80,8 @@ constexpr const char *aroundSchema = R"({"type":"object",
 "required":["database","state","node","document","line","offset","limit","nodes"],"properties":{
 "database":{"type":"string"},"state":{"type":"integer"},"node":{"type":"integer"},
 "document":{"type":"string"},"offset":{"type":"integer"},"limit":{"type":"integer"},
-"line":{"type":"array","items":{"type":"object",
-"required":["id","path","place","children","attributes","excerpt"],"properties":{
-"id":{"type":"integer"},"path":{"type":"string"},"place":{"type":"integer"},
-"children":{"type":"integer"},"attributes":{"type":"array","items":{"type":"object",
-"required":["id","path","excerpt"],"properties":{"id":{"type":"integer"},
-"path":{"type":"string"},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},
-"nodes":{"type":"array","items":{"type":"object",
-"required":["id","path","place","children","attributes","excerpt"],"properties":{
-"id":{"type":"integer"},"path":{"type":"string"},"place":{"type":"integer"},
-"children":{"type":"integer"},"attributes":{"type":"array","items":{"type":"object",
-"required":["id","path","excerpt"],"properties":{"id":{"type":"integer"},
-"path":{"type":"string"},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}},"excerpt":{"type":"object","required":["pieces","isCut"],"properties":{
-"pieces":{"type":"array","items":{"type":"string"}},"isCut":{"type":"boolean"}}}}}}}})";
+"line":{"type":"array","items":{"$ref":"#/components/schemas/placedNode"}},
+"nodes":{"type":"array","items":{"$ref":"#/components/schemas/placedNode"}}}})";
 
 constexpr const char *documentsSchema = R"({"type":"array","items":{"type":"object",
 "required":["document","nodes","first","xmlBytes"],"properties":{"document":{"type":"string"},
@@ -190,7 +173,7 @@ const std::vector<Route> table = {
      {Form::plain},
      {},
      kernelType,
-     "A call in the session of the connection, where that cannot go over",
+     "A call or a command of the connection, where that does not go over",
      nullptr,
      callKernel},
     {Method::get,

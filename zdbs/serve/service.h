@@ -28,8 +28,10 @@ struct Service {
     std::function<Gauges()> gauges;
     std::function<std::shared_ptr<const Limits>()> limits;
 
-    /** Room for one more session, as long as it lives. Throws Problem(429, 503). */
-    std::function<std::shared_ptr<void>(const std::string &user)> roomForKernel;
+    std::string location;  ///< of the home
+
+    /** Room for one more session, which keeps the share of its user. Throws Problem(503). */
+    std::function<std::shared_ptr<void>(std::shared_ptr<void> share)> roomForKernel;
 };
 
 /** A parameter of a route, as the description tells it. */

@@ -11,6 +11,9 @@
 
 namespace zdbs::serve {
 
+/** Bytes; limits are in megabytes. */
+inline constexpr std::uint64_t megabyte = 1'000'000;
+
 /** Sizes in the units of limitTable(). */
 struct Limits {
     std::uint64_t threads = 0;  ///< 0: as many as there are processors

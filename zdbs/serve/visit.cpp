@@ -17,7 +17,6 @@ namespace zdbs::serve {
 namespace {
 
 constexpr std::size_t readerBlock = std::size_t{32} * 1024;
-constexpr std::uint64_t megabyte = 1'000'000;
 constexpr const char *policyField = "Content-Security-Policy";
 constexpr const char *documentPolicy = "default-src 'none'; frame-ancestors 'none'; sandbox";
 
@@ -296,7 +295,7 @@ void Visit::goOver(void *context, MHD_Connection *library, void *, const char *,
     if (early > 0) return close();
     Exchange &exchange = *visit.exchange_;
     visit.front_.openSession({socket, info->connect_fd, close, exchange.request.user,
-                              std::exchange(exchange.share, nullptr)});
+                              std::exchange(exchange.request.share, nullptr)});
 }
 
 ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std::size_t room) {
@@ -326,7 +325,8 @@ std::string Visit::loggedPlace() const {
 void Visit::end(bool isComplete) {
     if (isCounted_) front_.requestEnds();
     if (!isComplete) exchange_->abandon(StopReason::clientGone);
-    const bool hasSession = connection_.kernel->session != nullptr;
+    // Where it is broken off, a worker may still be at it, and nothing comes behind it.
+    const bool hasSession = isComplete && connection_.kernel->room != nullptr;
     connection_.expect(std::chrono::seconds(hasSession ? limits_->sessionIdle : limits_->idle));
     const auto time = Exchange::Clock::now() - exchange_->begun;
     front_.metrics.count(status_, sent_, time);

@@ -174,6 +174,10 @@ SetRecord Session::record(std::int32_t number, std::int32_t ordinal) const {
     return {record, database().hitWords(*set, record)};
 }
 
+RecordPlace Session::placeOf(RecordId record) const {
+    return database().placeOf(record);
+}
+
 void Session::observe(std::function<void(const ExecutedFind &)> observer) {
     observer_ = std::move(observer);
 }

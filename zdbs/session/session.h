@@ -97,6 +97,9 @@ public:
     /** A record of a set by its place from 1; throws unknownSet, noSuchRecord. */
     SetRecord record(std::int32_t set, std::int32_t ordinal) const;
 
+    /** See OpenDatabase::placeOf(); throws Failure(noDatabase). */
+    RecordPlace placeOf(RecordId record) const;
+
     const Settings &settings() const { return state_.settings; }
 
     /** Calls `observer` after every FIND; an empty one stops that. */

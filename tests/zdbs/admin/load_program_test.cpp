@@ -31,7 +31,7 @@ protected:
         return directory_.write(name, content);
     }
 
-    std::string content() const { return treeText(*home()->snapshot("db")); }
+    std::string content() const { return treeText(*snapshotOf(*home())); }
 
     /** Runs programs of the system where the files are. */
     void packBy(const std::string &script) const {
@@ -138,7 +138,7 @@ TEST_F(LoadProgram, TakesTheFilesOfAList) {
                 HasSubstr("already"));
     good({"load", "other", "--files-from", write("list", nul.substr(0, nul.find('\0'))), "-0",
           "--prefix", "listed"});
-    EXPECT_EQ(treeText(*home()->snapshot("other")), "listed/" + top + "/f/a.xml: a()\n");
+    EXPECT_EQ(treeText(*snapshotOf(*home(), "other")), "listed/" + top + "/f/a.xml: a()\n");
     EXPECT_THAT(bad({"load", "db", "--files-from", directory_ / "none"}), HasSubstr("No such"));
     EXPECT_THAT(bad({"load", "db"}, 2), HasSubstr("--files-from"));
     EXPECT_THAT(bad({"load", "db", "x", "--files-from", "y"}, 2), HasSubstr("--files-from"));
@@ -212,7 +212,7 @@ TEST_F(LoadProgram, TakesTenThousandFiles) {
     for (int i = 0; i < 10000; ++i)
         write("f/" + std::to_string(i % 100) + '/' + std::to_string(i) + ".xml", "<a/>");
     EXPECT_EQ(good({"load", "db", directory_ / "f"}), "");
-    EXPECT_EQ(home()->snapshot("db")->documents().size(), 10000U);
+    EXPECT_EQ(snapshotOf(*home())->documents().size(), 10000U);
 }
 
 TEST_F(LoadProgram, SkippingNothingIsSuccess) {
@@ -313,7 +313,7 @@ TEST_F(LoadProgram, DumpAndLoadIsTheSame) {
     good({"dump", "db", "--output", directory_ / "out"});
     good({"create", "copy"});
     good({"load", "copy", directory_ / "out"});
-    EXPECT_EQ(treeText(*home()->snapshot("copy")), content());
+    EXPECT_EQ(treeText(*snapshotOf(*home(), "copy")), content());
     EXPECT_THAT(content(), Not(IsEmpty()));
 }
 

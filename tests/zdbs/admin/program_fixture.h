@@ -10,6 +10,7 @@
 
 #include "tests/support/piped_program.h"
 #include "tests/support/temporary_directory.h"
+#include "tests/zdbs/embedded/store/test_home.h"
 #include "zdbs/embedded/home/home.h"
 
 namespace zdbs {

@@ -199,7 +199,7 @@ TEST_F(Program, RemovesAndReplacesDocuments) {
     EXPECT_EQ(good({"dump", "db"}), "<newer/>\n");
     EXPECT_THAT(bad({"remove", "db", "e.xml"}), HasSubstr("no such document: e.xml"));
     good({"remove", "db", "d.xml"});
-    EXPECT_THAT(home()->snapshot("db")->documents(), IsEmpty());
+    EXPECT_THAT(snapshotOf(*home())->documents(), IsEmpty());
 }
 
 TEST_F(Program, DumpsDocuments) {

@@ -46,8 +46,8 @@ protected:
         return good(words);
     }
 
-    std::string content() const { return treeText(*home()->snapshot("db")); }
-    std::uint64_t state() const { return home()->snapshot("db")->state(); }
+    std::string content() const { return treeText(*snapshotOf(*home())); }
+    std::uint64_t state() const { return snapshotOf(*home())->state(); }
 };
 
 constexpr const char *twoUnchanged = "0 added, 0 replaced, 0 removed, 2 unchanged\n";

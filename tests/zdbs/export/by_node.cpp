@@ -1,6 +1,7 @@
 #include "tests/zdbs/export/by_node.h"
 
 #include "tests/zdbs/support/nodes_of.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/base/sink.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/embedded/fragments/fragment_teller.h"
@@ -102,9 +103,12 @@ std::string fragmentText(const MemoryNodeTable &nodes, NodeId node, const HitRan
 }
 
 ByNodeDatabase::ByNodeDatabase(const NodeTable &nodes, const HitRanges *hits)
-    : nodes_(nodes), hits_(hits), inner_(makeEmbeddedDatabase("test", [&nodes] {
-          return std::shared_ptr<const NodeTable>(std::shared_ptr<void>(), &nodes);
-      })) {}
+    : nodes_(nodes),
+      hits_(hits),
+      inner_(makeEmbeddedDatabase("test", onePart([&nodes] {
+                                      return std::shared_ptr<const NodeTable>(
+                                          std::shared_ptr<void>(), &nodes);
+                                  }))) {}
 
 void ByNodeDatabase::fragments(const ResultSet &matches, std::span<const FragmentSpec> specs,
                                std::span<const ResultSetPtr> marked,
@@ -139,7 +143,7 @@ NodeIds ByNodeDatabase::nodesOf(const ResultSet &set) const {
 Answered::Answered(MemoryNodeTable nodes, const std::string &condition, const std::string &marked,
                    const PathTableOptions &options)
     : database_(makeEmbeddedDatabase(
-          "test", [table = byPath(std::move(nodes), options)] { return table; })),
+          "test", onePart([table = byPath(std::move(nodes), options)] { return table; }))),
       answer_{*database_, found(*database_, condition), {}} {
     if (!marked.empty()) answer_.made.push_back(found(*database_, marked));
 }

@@ -12,6 +12,7 @@
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/namespaced_document.h"
+#include "tests/zdbs/support/one_part.h"
 #include "tests/zdbs/support/random_document.h"
 #include "tests/zdbs/support/told.h"
 #include "tests/zdbs/support/word_hits.h"
@@ -46,9 +47,12 @@ using testing::XmlSource;
 class Comparison {
 public:
     explicit Comparison(const NodeTable &nodes)
-        : hits_(nodes, "v1"), byNode_(nodes, &hits_), byPath_(makeEmbeddedDatabase("d", [&nodes] {
-              return std::shared_ptr<const NodeTable>(std::shared_ptr<void>(), &nodes);
-          })) {}
+        : hits_(nodes, "v1"),
+          byNode_(nodes, &hits_),
+          byPath_(makeEmbeddedDatabase("d", onePart([&nodes] {
+                                           return std::shared_ptr<const NodeTable>(
+                                               std::shared_ptr<void>(), &nodes);
+                                       }))) {}
 
     /** The document by path, when it is the same node by node. */
     std::string expectSame(const std::vector<NodeId> &matches, const std::string &specs,
@@ -228,7 +232,7 @@ TEST(ExportByPath, OfStoredDocumentsIsTheSameAsNodeByNode) {
             writer.removeDocument("2");
             writer.commit();
         }
-        const auto snapshot = test.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test.home);
         Comparison comparison(*snapshot);
         RandomSpecs specs(seed);
         for (int count = 0; count < 40; ++count)

@@ -10,6 +10,7 @@
 
 #include "tests/zdbs/export/by_node.h"
 #include "tests/zdbs/support/memory_path_table.h"
+#include "tests/zdbs/support/one_part.h"
 #include "tests/zdbs/support/random_document.h"
 #include "tests/zdbs/support/told.h"
 #include "zdbs/embedded/embedded_database.h"
@@ -188,11 +189,10 @@ protected:
         : xml_(RandomDocument(GetParam()).make()),
           nodes_(tableFromXml(xml_)),
           table_(nodes_),
-          database_(makeEmbeddedDatabase("d",
-                                         [this] {
+          database_(makeEmbeddedDatabase("d", onePart([this] {
                                              return std::shared_ptr<const NodeTable>(
                                                  std::shared_ptr<void>(), &table_);
-                                         })),
+                                         }))),
           all_(database_->everything()),
           oracle_(xml_) {
         for (NodeId node = 1; node <= nodes_.nodeCount(); ++node)

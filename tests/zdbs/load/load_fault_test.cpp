@@ -35,7 +35,7 @@ void loadFiles(Home &home, std::initializer_list<const char *> files) {
 
 std::string documentsOf(Home &home) {
     std::string names;
-    const auto snapshot = home.snapshot("db");
+    const auto snapshot = snapshotOf(home);
     for (const DocumentRange &document : snapshot->documents())
         names.append(document.name).append("\n");
     return names;
@@ -52,7 +52,7 @@ TEST(KilledLoad, OfRealDocumentsLeavesTheDatabaseAsItWas) {
     TestHome test;
     const char *before = "/usr/share/X11/xkb/rules/base.xml";
     loadFiles(*test.home, {before});
-    const auto expected = treeText(*test.home->snapshot("db"));
+    const auto expected = treeText(*snapshotOf(*test.home));
     std::mt19937 random(1);
     const int writes = writesOfTheLoad();
     ASSERT_GT(writes, 5);
@@ -72,7 +72,7 @@ TEST(KilledLoad, OfRealDocumentsLeavesTheDatabaseAsItWas) {
             break;
         }
         ++killed;
-        const auto snapshot = test.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test.home);
         ASSERT_EQ(numberingFaults(*snapshot), "");
         if (snapshot->documents().size() == 1) {
             ASSERT_EQ(treeText(*snapshot), expected);
@@ -82,11 +82,11 @@ TEST(KilledLoad, OfRealDocumentsLeavesTheDatabaseAsItWas) {
         break;
     }
     EXPECT_GT(killed, 0);
-    if (test.home->snapshot("db")->documents().size() == 1)
+    if (snapshotOf(*test.home)->documents().size() == 1)
         loadFiles(*test.home, {largeFile, smallFile});
     EXPECT_EQ(documentsOf(*test.home),
               std::string(before + 1) + "\n" + (largeFile + 1) + "\n" + (smallFile + 1) + "\n");
-    EXPECT_EQ(numberingFaults(*test.home->snapshot("db")), "");
+    EXPECT_EQ(numberingFaults(*snapshotOf(*test.home)), "");
 }
 
 TEST(KilledLoad, OnAFullDiskTellsSoAndLeavesTheDatabaseAsItWas) {
@@ -96,10 +96,10 @@ TEST(KilledLoad, OnAFullDiskTellsSoAndLeavesTheDatabaseAsItWas) {
         const Status status = statusOf([&] { loadFiles(*test.home, {largeFile}); });
         faults::disarm();
         ASSERT_EQ(status, Status::diskFull) << n;
-        ASSERT_TRUE(test.home->snapshot("db")->documents().empty());
+        ASSERT_TRUE(snapshotOf(*test.home)->documents().empty());
     }
     loadFiles(*test.home, {largeFile});
-    EXPECT_EQ(numberingFaults(*test.home->snapshot("db")), "");
+    EXPECT_EQ(numberingFaults(*snapshotOf(*test.home)), "");
 }
 
 }  // namespace

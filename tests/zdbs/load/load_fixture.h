@@ -34,7 +34,7 @@ public:
         } catch (const Failure &failure) {
             return failure.what();
         }
-        const auto snapshot = home().snapshot("db");
+        const auto snapshot = snapshotOf(home());
         const std::string faults = numberingFaults(*snapshot);
         return faults.empty() ? treeText(*snapshot, *snapshot->findDocument(name)) : faults;
     }
@@ -46,7 +46,7 @@ public:
     }
 
     Home &home() { return *test_.home; }
-    std::shared_ptr<const Snapshot> snapshot() { return home().snapshot("db"); }
+    std::shared_ptr<const Snapshot> snapshot() { return snapshotOf(home()); }
     const support::TemporaryDirectory &directory() const { return test_.directory; }
 
 private:

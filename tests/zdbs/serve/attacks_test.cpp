@@ -174,6 +174,31 @@ TEST_F(Attacks, OfAnotherLanguageEndTheConnection) {
     EXPECT_THAT(all("GET /healthz HTTP/3.0\r\nHost: a\r\n\r\n"), StartsWith("HTTP/1.1 505"));
 }
 
+TEST_F(Attacks, ByNumbersAsLargeAsTheyGetFindTheEndOfWhatThereIs) {
+    server.send("PUT", "/v1/databases/plays/documents/a", "<a><b/><b/><b/></a>");
+    const std::string largest = "18446744073709551615";
+    for (const char *request :
+         {"query?q=//b", "query?q=//b&excerpt=9", "xpath?q=//b", "xpath?q=//b&excerpt=9",
+          "values?q=//b", "export?q=//b&spec=/", "around?node=1"}) {
+        const std::string target = "/v1/databases/plays/" + std::string(request);
+        for (const std::string &rest :
+             {"&limit=" + largest, "&offset=1&limit=" + largest, "&offset=" + largest,
+              "&offset=" + largest + "&limit=" + largest}) {
+            const Response response = server.get(target + rest);
+            EXPECT_EQ(response.status, 200U) << target << rest << response.body;
+            EXPECT_TRUE(response.isWhole) << target << rest;
+        }
+        for (const char *rest : {"&limit=18446744073709551616", "&offset=-1", "&limit=1e3",
+                                 "&limit=", "&limit=%2B1", "&offset=0x1"})
+            EXPECT_EQ(server.get(target + rest).status, 400U) << target << rest;
+    }
+    EXPECT_EQ(server
+                  .get("/v1/databases/plays/query?q=//b&fields=path&offset=1&limit=" + largest,
+                       "reader", "Accept: text/plain\r\n")
+                  .body,
+              "/a[1]/b[2]\n/a[1]/b[3]\n");
+}
+
 TEST_F(Attacks, ThroughDocumentsStayText) {
     server.send("PUT", "/v1/databases/plays/documents/a",
                 "<a>&lt;script&gt;alert(1)&lt;/script&gt;</a>");

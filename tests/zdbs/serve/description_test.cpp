@@ -20,7 +20,15 @@ bool isOfType(const JsonValue &value, const std::string &type) {
 }
 
 /** What is wrong with a value, as JSON Schema has it; members that are not described are wrong. */
-std::string fault(const JsonValue &value, const JsonValue &schema, const std::string &place) {
+std::string fault(const JsonValue &value, const JsonValue &schema, const std::string &place,
+                  const JsonValue &description) {
+    if (schema.has("$ref")) {
+        const std::string prefix = "#/components/schemas/";
+        const std::string name = schema["$ref"].text.substr(prefix.size());
+        const JsonValue &shared = description["components"]["schemas"];
+        if (prefix + name != schema["$ref"].text || !shared.has(name)) return "no schema " + name;
+        return fault(value, shared[name], place, description);
+    }
     if (schema.has("type") && !isOfType(value, schema["type"].text))
         return place + " is no " + schema["type"].text;
     if (schema.has("required")) {
@@ -35,18 +43,20 @@ std::string fault(const JsonValue &value, const JsonValue &schema, const std::st
         if (!isOne) return place + " is " + value.text;
     }
     for (const JsonValue &item : value.items) {
-        const std::string wrong = fault(item, schema["items"], place + "[]");
+        const std::string wrong = fault(item, schema["items"], place + "[]", description);
         if (!wrong.empty()) return wrong;
     }
     for (const auto &[name, member] : value.members) {
         if (schema.has("additionalProperties")) {
-            const std::string wrong = fault(member, schema["additionalProperties"], place);
+            const std::string wrong =
+                fault(member, schema["additionalProperties"], place, description);
             if (!wrong.empty()) return wrong;
             continue;
         }
         if (!schema.has("properties")) continue;
         if (!schema["properties"].has(name)) return place + " has " + name;
-        const std::string wrong = fault(member, schema["properties"][name], place + '.' + name);
+        const std::string wrong =
+            fault(member, schema["properties"][name], place + '.' + name, description);
         if (!wrong.empty()) return wrong;
     }
     return {};
@@ -103,7 +113,7 @@ TEST(Description, HoldsForTheAnswersOfEveryRoute) {
         const JsonValue &operation = description["paths"][path][word];
         const JsonValue &content = operation["responses"]["2XX"]["content"];
         const JsonValue &schema = content["application/json"]["schema"];
-        EXPECT_EQ(fault(lineOf(response.body), schema, target), "") << response.body;
+        EXPECT_EQ(fault(lineOf(response.body), schema, target, description), "") << response.body;
         seen.insert(word + ' ' + path);
     }
     for (const auto &[path, operations] : description["paths"].members) {
@@ -124,7 +134,7 @@ TEST(Description, HoldsForProblems) {
     for (const char *target : {"/v1/databases/none", "/v1/databases/plays/query", "/none",
                                "/v1/databases/plays/query?q=%5B"}) {
         const Response response = server.get(target);
-        EXPECT_EQ(fault(lineOf(response.body), schema, target), "") << response.body;
+        EXPECT_EQ(fault(lineOf(response.body), schema, target, description), "") << response.body;
         EXPECT_EQ(lineOf(response.body)["status"].number, response.status) << target;
     }
 }

@@ -29,6 +29,14 @@ TEST_F(Limited, RequestsEndAtTheirTime) {
     EXPECT_EQ(server.metric("zdbs_over_time_total"), 1);
 }
 
+TEST_F(Limited, WritersWaitForOthersNoLongerThanTheirTime) {
+    Server server(home, {"--time", "1"});
+    const FileLock other(home.path("home") + "/databases/plays/writer.lock");
+    const Response response = server.send("PUT", "/v1/databases/plays/documents/a", "<a/>");
+    EXPECT_EQ(response.status, 503U);
+    EXPECT_THAT(response.body, HasSubstr("took longer"));
+}
+
 TEST_F(Limited, RequestsEndWithTheirClient) {
     Server server(home, {"--time", "1000"});
     for (const bool closesAll : {true, false}) {

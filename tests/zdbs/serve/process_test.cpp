@@ -135,34 +135,22 @@ TEST(ServeProcess, TakesSocketsThatItIsHanded) {
     EXPECT_EQ(program.finish().ending, support::exited(0));
 }
 
-/** A key and a certificate of it that signs itself, and what curl makes of a server with them. */
+/** What curl makes of it. */
 TEST(ServeProcess, SpeaksTlsAndShowsANewCertificateAtSighup) {
     const ServedHome home;
-    const std::string key = home.path("key.pem");
-    const std::string certificate = home.path("cert.pem");
-    const auto make = [&](const std::string &name) {
-        const auto made = support::run(
-            {"openssl",
-             {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-              "-keyout", key, "-out", certificate, "-days", "30", "-subj", "/CN=" + name, "-addext",
-              "subjectAltName=IP:127.0.0.1"},
+    Server server(home, home.makeCertificate("first", "IP:127.0.0.1"), false);
+    const auto ask = [&](const std::string &address) {
+        return support::run(
+            {"curl",
+             {"--silent", "--show-error", "--cacert", home.path("cert.pem"), "--user",
+              "reader:reader-pw", address + "/v1/databases/plays/documents"},
              {},
              {}});
-        ASSERT_EQ(made.ending, support::exited(0)) << made.err;
-    };
-    make("first");
-    Server server(home, {"--tls-cert", certificate, "--tls-key", key}, false);
-    const auto ask = [&](const std::string &address) {
-        return support::run({"curl",
-                             {"--silent", "--show-error", "--cacert", certificate, "--user",
-                              "reader:reader-pw", address + "/v1/databases/plays/documents"},
-                             {},
-                             {}});
     };
     EXPECT_EQ(ask("https://" + server.address()).out, "[]\n");
     EXPECT_NE(ask("http://" + server.address()).ending, support::exited(0));
     EXPECT_EQ(HttpClient(server.unixAddress()).ask(requestText("GET", "/healthz")).status, 200U);
-    make("second");
+    home.makeCertificate("second", "IP:127.0.0.1");
     EXPECT_NE(ask("https://" + server.address()).ending, support::exited(0)) << "it is not shown";
     server.program().signal(SIGHUP);
     ASSERT_TRUE(server.program().waitForError("were taken up anew"));

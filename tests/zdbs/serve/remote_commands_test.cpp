@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <filesystem>
+#include <sstream>
 
 #include "tests/zdbs/serve/served_home.h"
 
@@ -19,20 +21,26 @@ protected:
         ::chmod(home.file("password", "reader-pw\n").c_str(), 0600);
     }
 
-    support::Command there(const Server &server, const Words &words) const {
+    support::Command there(const std::string &location, const Words &words) const {
         return {ZDBS_PROGRAM,
                 words,
-                {{"ZDBS_HOME", server.unixAddress()},
+                {{"ZDBS_HOME", location},
+                 {"ZDBS_CA_FILE", home.path("cert.pem")},
                  {"ZDBS_USER", "reader"},
                  {"ZDBS_PASSWORD_FILE", home.path("password")}},
                 {}};
     }
+    support::Command there(const Server &server, const Words &words) const {
+        return there(server.unixAddress(), words);
+    }
 
     ServedHome home;
+    const Words tls = home.makeCertificate("localhost", "IP:127.0.0.1");
 };
 
 TEST_F(RemoteCommands, WriteWhatLocalOnesWriteToTheByte) {
-    const Server server(home);
+    const Server server(home, tls);
+    const std::string locations[] = {server.unixAddress(), "https://" + server.address()};
     const std::string requests = "//s[@n<5]\nnix[\n\n//s/@n\n";
     const struct {
         Words words;
@@ -63,15 +71,17 @@ TEST_F(RemoteCommands, WriteWhatLocalOnesWriteToTheByte) {
     };
     for (const auto &row : rows) {
         auto wanted = support::run(home.command(row.words), row.input);
-        const auto got = support::run(there(server, row.words), row.input);
         if (row.input == "no database") {
             wanted.out = "";
             wanted.err = "zdbs: There is no such database: " + row.words[1] + ".\n";
             wanted.ending = support::exited(1);
         }
-        EXPECT_EQ(got.out, wanted.out) << row.words[0];
-        EXPECT_EQ(got.err, wanted.err) << row.words[0];
-        EXPECT_EQ(got.ending, wanted.ending) << row.words[0];
+        for (const std::string &location : locations) {
+            const auto got = support::run(there(location, row.words), row.input);
+            EXPECT_EQ(got.out, wanted.out) << row.words[0] << location;
+            EXPECT_EQ(got.err, wanted.err) << row.words[0] << location;
+            EXPECT_EQ(got.ending, wanted.ending) << row.words[0] << location;
+        }
     }
     EXPECT_THAT(support::run(there(server, {"explain", "plays", "//s"})).out, HasSubstr("300"));
     const std::string listed = support::run(there(server, {"list"})).out;
@@ -80,14 +90,95 @@ TEST_F(RemoteCommands, WriteWhatLocalOnesWriteToTheByte) {
 }
 
 TEST_F(RemoteCommands, AnswerEachLineBeforeTheNextOneComes) {
+    const Server server(home, tls);
+    for (const std::string &location : {server.unixAddress(), "https://" + server.address()}) {
+        support::PipedProgram program(there(location, {"query", "plays"}));
+        program.send("//s\n");
+        ASSERT_TRUE(program.waitForOutput("300\n")) << location;
+        program.send("//s[@n='7']\n");
+        ASSERT_TRUE(program.waitForOutput("1\n")) << location;
+        program.closeInput();
+        EXPECT_EQ(program.finish().ending, support::exited(0)) << location;
+    }
+}
+
+TEST_F(RemoteCommands, EndAtTheInterruptKeyWhileTheyWaitForALine) {
     const Server server(home);
     support::PipedProgram program(there(server, {"query", "plays"}));
     program.send("//s\n");
     ASSERT_TRUE(program.waitForOutput("300\n"));
-    program.send("//s[@n='7']\n");
-    ASSERT_TRUE(program.waitForOutput("1\n"));
-    program.closeInput();
-    EXPECT_EQ(program.finish().ending, support::exited(0));
+    program.signal(SIGINT);
+    EXPECT_EQ(program.finish().ending, support::exited(130));
+}
+
+/** More than pipes, sockets and the server keep back, in lines that show where one is missing. */
+TEST_F(RemoteCommands, HandOnMuchAsItIs) {
+    home.run({"load", "plays", home.file("large.xml", manyElements(150000))});
+    std::string many;
+    for (int i = 0; i < 5000; ++i)
+        many += "//s[@n='" + std::to_string(i + 1) + "']\n";
+    const Server server(home, tls);
+    for (const auto &[words, input] :
+         {std::pair{Words{"dump", "plays", "large.xml"}, std::string()},
+          std::pair{Words{"query", "plays"}, many}}) {
+        const auto wanted = support::run(home.command(words), input);
+        EXPECT_GE(wanted.out.size(), 10000U);
+        for (const std::string &location : {server.unixAddress(), "https://" + server.address()}) {
+            const auto got = support::run(there(location, words), input);
+            EXPECT_TRUE(got.out == wanted.out) << location << ' ' << got.out.size();
+            EXPECT_EQ(got.err, wanted.err);
+        }
+    }
+}
+
+/** The processes that one has started. */
+std::vector<pid_t> childrenOf(pid_t process) {
+    std::vector<pid_t> children;
+    const std::string tasks = "/proc/" + std::to_string(process) + "/task";
+    for (const auto &task : std::filesystem::directory_iterator(tasks)) {
+        std::istringstream list(support::readFile(task.path() / "children"));
+        for (pid_t child = 0; list >> child;)
+            children.push_back(child);
+    }
+    return children;
+}
+
+TEST_F(RemoteCommands, SayThatWhatTheyWroteIsNotAll) {
+    home.run({"load", "plays", "-", "--name", "deep.xml"}, nestedElements(2000));
+    Server server(home, tls);
+    const auto begin = [&](const std::string &location) {
+        return there(location, {"query", "plays", "--fragments", "//e", "//e"});
+    };
+    const auto expectEnd = [](support::PipedProgram &program, const char *message) {
+        const auto result = program.finish();
+        EXPECT_EQ(result.ending, support::exited(1));
+        EXPECT_THAT(result.err, HasSubstr(message));
+    };
+    support::PipedProgram first(begin(server.unixAddress()));
+    ASSERT_TRUE(first.waitForOutput("<fragment"));
+    const auto children = childrenOf(server.program().pid());
+    ASSERT_EQ(children.size(), 1U);
+    ::kill(children.front(), SIGKILL);
+    expectEnd(first, "the command was ended by signal 9");
+    support::PipedProgram second(begin("https://" + server.address()));
+    ASSERT_TRUE(second.waitForOutput("<fragment"));
+    server.program().signal(SIGKILL);
+    expectEnd(second, "The connection to the server is lost");
+}
+
+TEST_F(RemoteCommands, TakeOnePlaceOfTheirUser) {
+    const Server server(home, {"--per-user", "1", "--sessions", "1"});
+    for (int i = 0; i < 3; ++i) {
+        const auto result = support::run(there(server, {"query", "plays", "//s"}));
+        EXPECT_EQ(result.out, "300\n") << result.err;
+        while (server.metric("zdbs_kernel_sessions") != 0) {
+        }
+    }
+    support::PipedProgram waiting(there(server, {"query", "plays"}));
+    waiting.send("//s\n");
+    ASSERT_TRUE(waiting.waitForOutput("300\n"));
+    EXPECT_EQ(server.get("/v1/databases").status, 429U) << "it counts while it waits, too";
+    EXPECT_EQ(support::run(there(server, {"query", "plays", "//s"})).ending, support::exited(1));
 }
 
 TEST_F(RemoteCommands, LeaveTheInputToOthersWhereTheyReadNone) {

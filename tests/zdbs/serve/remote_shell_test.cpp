@@ -44,17 +44,6 @@ protected:
         return support::run(command, statements, support::PipedProgram::Errors::merged).out;
     }
 
-    void makeCertificate(const std::string &name, const std::string &address) const {
-        const auto made = support::run(
-            {"openssl",
-             {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-              "-keyout", home.path("key.pem"), "-out", home.path("cert.pem"), "-days", "30",
-              "-subj", "/CN=" + name, "-addext", "subjectAltName=" + address},
-             {},
-             {}});
-        ASSERT_EQ(made.ending, support::exited(0)) << made.err;
-    }
-
     /** Waits until a call runs beside the request that asks. */
     static bool awaitCall(const Server &server) {
         return server.awaitMetric("zdbs_requests_running", 2);
@@ -76,10 +65,8 @@ std::string everyStatement() {
 }
 
 TEST_F(RemoteShell, PrintsWhatALocalOnePrintsToTheByte) {
-    makeCertificate("localhost", "IP:127.0.0.1");
+    const auto tls = home.makeCertificate("localhost", "IP:127.0.0.1");
     Server plain(home);
-    ServedHome::Words tls = {"--tls-cert", home.path("cert.pem"), "--tls-key",
-                             home.path("key.pem")};
     const std::string statements = everyStatement();
     const std::string wanted = printed(localShell(), statements);
     EXPECT_THAT(wanted, HasSubstr("<fragment document=\"list.xml\""));
@@ -120,9 +107,7 @@ TEST_F(RemoteShell, SeesNothingThatIsNotGranted) {
 }
 
 TEST_F(RemoteShell, SaysWhyAServerIsNotReached) {
-    makeCertificate("elsewhere", "DNS:elsewhere.example");
-    const ServedHome::Words tls = {"--tls-cert", home.path("cert.pem"), "--tls-key",
-                                   home.path("key.pem")};
+    const auto tls = home.makeCertificate("elsewhere", "DNS:elsewhere.example");
     const Server encrypted(home, tls);
     const ServedHome other;
     const Server plain(other);
@@ -199,9 +184,9 @@ TEST_F(RemoteShell, StopsARequestInTheServerByTheInterruptKey) {
 }
 
 TEST_F(RemoteShell, StopsAndLosesRequestsThroughTls) {
-    makeCertificate("localhost", "IP:127.0.0.1");
-    Server server(home, {"--memory", "4000", "--result", "4000", "--tls-cert",
-                         home.path("cert.pem"), "--tls-key", home.path("key.pem")});
+    auto words = home.makeCertificate("localhost", "IP:127.0.0.1");
+    words.insert(words.end(), {"--memory", "4000", "--result", "4000"});
+    Server server(home, words);
     auto command = shell("https://" + server.address(), "reader", "reader-pw",
                          {{"ZDBS_CA_FILE", home.path("cert.pem")},
                           {"TERM", "xterm"},
@@ -238,7 +223,8 @@ TEST_F(RemoteShell, IsToldWhichLimitEndedARequest) {
     for (const auto &[words, message] :
          {std::pair{Server::Words{"--time", "1", "--memory", "100000"}, "took longer"},
           std::pair{Server::Words{"--memory", "50"}, "needs more memory"},
-          std::pair{Server::Words{"--result", "1"}, "larger than answers may be"}}) {
+          std::pair{Server::Words{"--result", "1", "--time", "1000"},
+                    "larger than answers may be"}}) {
         const Server server(home, words);
         const bool countsMemory = server.log().find("counts no memory") == std::string::npos;
         if (words == Server::Words{"--memory", "50"} && !countsMemory) continue;

@@ -31,6 +31,21 @@ std::string ServedHome::run(const Words &words, const std::string &input) const 
     return result.out;
 }
 
+ServedHome::Words ServedHome::makeCertificate(const std::string &name,
+                                              const std::string &address) const {
+    const std::string key = path("key.pem");
+    const std::string certificate = path("cert.pem");
+    const auto made =
+        support::run({"openssl",
+                      {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                       "-nodes", "-keyout", key, "-out", certificate, "-days", "30", "-subj",
+                       "/CN=" + name, "-addext", "subjectAltName=" + address},
+                      {},
+                      {}});
+    EXPECT_EQ(made.ending, support::exited(0)) << made.err;
+    return {"--tls-cert", certificate, "--tls-key", key};
+}
+
 Server::Server(const ServedHome &home, const Words &words, bool logsToFile)
     : logFile_(logsToFile ? home.path("log") : ""),
       unixAddress_("unix:" + home.path("socket")),

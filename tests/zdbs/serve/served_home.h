@@ -32,6 +32,12 @@ public:
     /** Runs a command that has to succeed. */
     std::string run(const Words &words, const std::string &input = "") const;
 
+    /**
+     * A key and a certificate of it that signs itself, in cert.pem; answers the options of a server
+     * that shows it. @param address as "IP:127.0.0.1" or "DNS:name"
+     */
+    Words makeCertificate(const std::string &name, const std::string &address) const;
+
     std::string file(std::string_view name, std::string_view content) const {
         return directory_.write(name, content);
     }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/zdbs/support/memory_path_table.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/engine/engine.h"
@@ -54,7 +55,7 @@ public:
             if (!hasDatabase(user, name)) throw Failure(Status::unknownDatabase, {name});
             return databases_.at(name);
         };
-        return makeEmbeddedDatabase(std::string(database), newest);
+        return makeEmbeddedDatabase(std::string(database), onePart(newest));
     }
 
 private:

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tests/zdbs/session/fake_engine.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/session/nested_scope.h"
 
 namespace zdbs {
@@ -315,7 +316,7 @@ TEST_F(SessionTest, ShowsEachSearchToAnObserver) {
 
 TEST_F(SessionTest, OfTheOwnerHasItsDatabaseOpenAndNoOther) {
     auto table = std::make_shared<testing::MemoryNodeTable>(testing::tableFromXml("<a/>"));
-    auto owner = Session::ofOwner(makeEmbeddedDatabase("mine", [table] { return table; }));
+    auto owner = Session::ofOwner(makeEmbeddedDatabase("mine", onePart([table] { return table; })));
     owner->execute("FIND N_ID=$");
     EXPECT_EQ(owner->lastSearch().records, 1);
     owner->execute("BASE mine");

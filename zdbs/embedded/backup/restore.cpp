@@ -15,8 +15,8 @@
 #include "zdbs/embedded/backup/backup.h"
 #include "zdbs/embedded/backup/backup_stream.h"
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/environment.h"
-#include "zdbs/embedded/store/snapshot.h"
 
 namespace zdbs::embedded {
 
@@ -100,7 +100,7 @@ public:
         finishDatabase();
         // Opened, each shows that it is one.
         for (const std::string &database : home_->databases())
-            home_->snapshot(database);
+            home_->state(database);
     }
 
 private:

@@ -34,6 +34,12 @@ std::string numbered(const char *what, std::uint64_t number) {
     return what + (" " + std::to_string(number));
 }
 
+/** "the document of node 7", "the document of node 7 of part 1" */
+std::string placed(const char *what, RecordId node) {
+    const std::string text = numbered(what, nodeOf(node));
+    return partOf(node) == 0 ? text : text + numbered(" of part", partOf(node));
+}
+
 std::string irregularText(NodeKind kind) {
     switch (kind) {
         case NodeKind::element:
@@ -125,6 +131,7 @@ bool CatalogueReader::readMeta() {
         return false;
     }
     tables_.state = *state;
+    tables_.parts.resize(state->lastPart + std::size_t{1});
     if (state->nextNode == noNode || state->nextNode > lastNodeId + 1U)
         findings_.add(metaTable, "the next node", std::to_string(state->nextNode));
     return true;
@@ -148,7 +155,7 @@ bool CatalogueReader::makeRoom(const char *table, std::string_view key,
             table, "keys",
             std::to_string(*number) + " follows " + std::to_string(records.size()) + " others");
     if (*number < records.size() || *number - records.size() > widestGap) return false;
-    records.resize(std::size_t{*number} + 1);
+    records.resize(*number + 1);
     return true;
 }
 
@@ -232,33 +239,36 @@ void CatalogueReader::readDocuments() {
     });
     compareCount("the number of documents", tables_.state.documents, documentCount_);
     std::uint64_t nodes = 0;
-    for (const DocumentRange &document : tables_.documents)
-        nodes += std::uint64_t{document.last} - document.first + 1;
+    for (const PartTables &part : tables_.parts) {
+        for (const DocumentRange &document : part.documents)
+            nodes += std::uint64_t{document.last} - document.first + 1;
+    }
     compareCount("the number of nodes", tables_.state.nodes, nodes);
-    hasHash_.resize(tables_.documents.size());
 }
 
 void CatalogueReader::readDocument(std::string_view key, std::string_view record) {
     const auto first = decodeKey(key);
     const auto document = decodeDocument(record);
-    if (!first || !document || *first == noNode)
+    if (!first || !document || nodeOf(*first) == noNode || !hasPart(*first))
         return findings_.add(documentsTable, "records", "key " + inHex(key) + " cannot be one");
-    const std::string place = numbered("the document of node", *first);
-    if (document->last < *first || document->last >= tables_.state.nextNode)
+    const std::string place = placed("the document of node", *first);
+    auto &documents = tables_.parts[partOf(*first)].documents;
+    if (document->last < nodeOf(*first) || !tables_.state.hasGiven(partOf(*first), document->last))
         return findings_.add(documentsTable, "ranges",
                              place + " ends at " + std::to_string(document->last));
-    if (!tables_.documents.empty() && *first <= tables_.documents.back().last)
+    if (!documents.empty() && nodeOf(*first) <= documents.back().last)
         return findings_.add(documentsTable, "ranges", place + " overlaps the one before");
     if (!isValidDocumentName(document->name))
         findings_.add(documentsTable, "records", place + " has a name that cannot be one");
-    tables_.documents.push_back({*first, document->last, document->name});
+    documents.push_back({nodeOf(*first), document->last, document->name});
 }
 
-const DocumentRange *CatalogueReader::documentAt(NodeId first) const {
-    const auto found = std::lower_bound(
-        tables_.documents.begin(), tables_.documents.end(), first,
-        [](const DocumentRange &document, NodeId node) { return document.first < node; });
-    return found != tables_.documents.end() && found->first == first ? &*found : nullptr;
+const DocumentRange *CatalogueReader::documentAt(RecordId first) const {
+    if (!hasPart(first)) return nullptr;
+    const auto &documents = tables_.parts[partOf(first)].documents;
+    const auto found =
+        std::ranges::lower_bound(documents, nodeOf(first), {}, &DocumentRange::first);
+    return found != documents.end() && found->first == nodeOf(first) ? &*found : nullptr;
 }
 
 void CatalogueReader::readDocumentNames() {
@@ -267,34 +277,33 @@ void CatalogueReader::readDocumentNames() {
                 readHash(key, record);
                 return true;
             });
-    for (std::size_t i = 0; i < hasHash_.size(); ++i) {
-        if (!hasHash_[i])
-            findings_.add(
-                documentNamesTable, "records",
-                numbered("the document of node", tables_.documents[i].first) + " is missing");
+    for (PartNumber part = 0; part < tables_.parts.size(); ++part) {
+        for (const DocumentRange &document : tables_.parts[part].documents) {
+            const RecordId first = recordOf(part, document.first);
+            if (!hashed_.contains(first))
+                findings_.add(documentNamesTable, "records",
+                              placed("the document of node", first) + " is missing");
+        }
     }
 }
 
 void CatalogueReader::readHash(std::string_view key, std::string_view record) {
     const std::string place = "key " + inHex(key);
-    const auto numbers = decodeNumbers(record);
-    if (!numbers || numbers->empty())
+    const auto documents = decodeRecords(record);
+    if (!documents || documents->empty())
         return findings_.add(documentNamesTable, "records", place + " cannot be one");
     std::unordered_set<std::string_view> names;
-    for (const NodeId first : *numbers) {
+    for (const RecordId first : *documents) {
         const DocumentRange *document = documentAt(first);
-        const std::string named = place + ": " + numbered("the document of node", first);
+        const std::string named = place + ": " + placed("the document of node", first);
         if (document == nullptr) {
             findings_.add(documentNamesTable, "records", named + " is not there");
             continue;
         }
-        const auto at = static_cast<std::size_t>(document - tables_.documents.data());
         if (documentNameKey(document->name) != key)
             findings_.add(documentNamesTable, "records", named + " has another name");
-        else if (hasHash_[at] || !names.insert(document->name).second)
+        else if (!names.insert(document->name).second || !hashed_.insert(first).second)
             findings_.add(documentNamesTable, "records", named + " is there twice");
-        else
-            hasHash_[at] = true;
     }
 }
 
@@ -308,21 +317,22 @@ void CatalogueReader::readSegments() {
 void CatalogueReader::readSegment(std::string_view key, std::string_view record) {
     const auto first = decodeKey(key);
     const auto segment = decodeSegment(record);
-    if (!first || !segment || *first == noNode)
+    if (!first || !segment || nodeOf(*first) == noNode || !hasPart(*first))
         return findings_.add(segmentsTable, "records", "key " + inHex(key) + " cannot be one");
-    const std::string place = numbered("the segment of node", *first);
-    if (segment->last < *first || segment->last >= tables_.state.nextNode)
+    const std::string place = placed("the segment of node", *first);
+    auto &segments = tables_.parts[partOf(*first)].segments;
+    if (segment->last < nodeOf(*first) || !tables_.state.hasGiven(partOf(*first), segment->last))
         return findings_.add(segmentsTable, "ranges",
                              place + " ends at " + std::to_string(segment->last));
-    if (!tables_.segments.empty() && *first <= tables_.segments.back().record.last)
+    if (!segments.empty() && *first <= segments.back().last())
         return findings_.add(segmentsTable, "ranges", place + " overlaps the one before");
-    if (segment->nodes == 0 || segment->nodes > segment->last - *first + 1)
+    if (segment->nodes == 0 || segment->nodes > segment->last - nodeOf(*first) + 1)
         findings_.add(segmentsTable, "records",
                       place + " has " + numbered("nodes:", segment->nodes));
     if (segment->file >= tables_.state.nextSegment || !knownFiles_.insert(segment->file).second)
         return findings_.add(segmentsTable, "records",
                              place + " has the file " + std::to_string(segment->file));
-    tables_.segments.push_back({*first, *segment});
+    segments.push_back({*first, *segment});
 }
 
 void CatalogueReader::readLongElements() {
@@ -339,7 +349,7 @@ void CatalogueReader::readLongElementsOf(std::string_view key, std::string_view 
     if (!first || !elements)
         return findings_.add(longElementsTable, "records", "key " + inHex(key) + " cannot be one");
     const DocumentRange *document = documentAt(*first);
-    const std::string place = numbered("the document of node", *first);
+    const std::string place = placed("the document of node", *first);
     if (document == nullptr)
         return findings_.add(longElementsTable, "records", place + " is not there");
     NodeId before = noNode;
@@ -350,7 +360,7 @@ void CatalogueReader::readLongElementsOf(std::string_view key, std::string_view 
                                  place + ": element " + std::to_string(element.node) + " to " +
                                      std::to_string(element.last));
         before = element.node;
-        tables_.longElements.push_back(element);
+        tables_.parts[partOf(*first)].longElements.push_back(element);
     }
 }
 

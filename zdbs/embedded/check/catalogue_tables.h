@@ -16,14 +16,19 @@
 
 namespace zdbs::embedded {
 
+/** What they say of one part. */
+struct PartTables {
+    std::vector<DocumentRange> documents;   ///< ascending, not overlapping
+    std::vector<StoredSegment> segments;    ///< likewise
+    std::vector<LongElement> longElements;  ///< ascending
+};
+
 /** What the records of a state say, as far as they make sense by themselves. */
 struct CatalogueTables {
     StateRecord state;
     std::vector<std::optional<NodeName>> names;  ///< by number
     std::vector<std::optional<Path>> paths;      ///< by number
-    std::vector<DocumentRange> documents;        ///< ascending
-    std::vector<StoredSegment> segments;         ///< ascending, not overlapping
-    std::vector<LongElement> longElements;       ///< ascending
+    std::vector<PartTables> parts;               ///< by number, all that the state has
 
     /** "/a/b/@c", "/a/text()"; the end of it, when it is long. */
     std::string pathText(PathId path) const;
@@ -61,7 +66,8 @@ private:
     bool makeRoom(const char *table, std::string_view key,
                   std::vector<std::optional<Record>> &records);
     void compareCount(const char *what, std::uint64_t stored, std::uint64_t counted);
-    const DocumentRange *documentAt(NodeId first) const;
+    const DocumentRange *documentAt(RecordId first) const;
+    bool hasPart(RecordId record) const { return partOf(record) < tables_.parts.size(); }
 
     const ReadTransaction &transaction_;
     Findings &findings_;
@@ -69,7 +75,7 @@ private:
     std::unordered_set<std::string_view> knownNames_;
     std::unordered_set<std::string> knownPaths_;
     std::unordered_set<std::uint32_t> knownFiles_;
-    std::vector<bool> hasHash_;  ///< by place of a document
+    std::unordered_set<RecordId> hashed_;  ///< first nodes of documents
     std::uint64_t documentCount_ = 0;
 };
 

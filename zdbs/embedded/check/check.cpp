@@ -14,10 +14,10 @@
 #include "zdbs/embedded/check/segment_check.h"
 #include "zdbs/embedded/check/tree_check.h"
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/data_file.h"
 #include "zdbs/embedded/store/environment.h"
 #include "zdbs/embedded/store/segment.h"
-#include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::embedded {
@@ -72,18 +72,26 @@ private:
         if (!tables) return;
         tables_ = std::move(*tables);
         hasTables_ = true;
-        report_.documents = tables_.documents.size();
-        TreeCheck tree(tables_, findings_);
         // All at once: those that are open stay, whatever a writer does meanwhile.
-        std::vector<std::shared_ptr<const Segment>> files;
-        for (const StoredSegment &segment : tables_.segments) {
-            files.push_back(open(segment, environment));
-            total_ += 2 * segment.record.bytes;
+        std::vector<std::vector<std::shared_ptr<const Segment>>> files;
+        for (const PartTables &part : tables_.parts) {
+            report_.documents += part.documents.size();
+            files.emplace_back();
+            for (const StoredSegment &segment : part.segments) {
+                files.back().push_back(open(segment, environment));
+                total_ += 2 * segment.record.bytes;
+            }
         }
+        for (std::size_t number = 0; number < files.size(); ++number)
+            checkPart(tables_.parts[number], std::exchange(files[number], {}));
+    }
+
+    void checkPart(const PartTables &part, std::vector<std::shared_ptr<const Segment>> files) {
+        TreeCheck tree(tables_, part, findings_);
         for (std::size_t i = 0; i < files.size(); ++i)
-            checkSegment(tables_.segments[i], std::exchange(files[i], nullptr), tree);
+            checkSegment(part.segments[i], std::exchange(files[i], nullptr), tree);
         tree.finish();
-        report_.nodes = tree.nodes();
+        report_.nodes += tree.nodes();
     }
 
     void checkSegment(const StoredSegment &stored, std::shared_ptr<const Segment> file,
@@ -112,7 +120,7 @@ private:
             return environment->segment(stored.record.file);
         } catch (const SegmentMissing &) {
             environment->requirePlace();
-            if (Snapshot::newestState(environment) != tables_.state.state) throw StateHasGone();
+            if (CommittedState::newest(environment) != tables_.state.state) throw StateHasGone();
             findings_.add(place, "file", "it is missing");
         } catch (const Failure &failure) {
             if (failure.status() == Status::outOfMemory) throw;
@@ -136,8 +144,10 @@ private:
         }
         if (!hasTables_) return;
         std::set<std::string> named;
-        for (const StoredSegment &segment : tables_.segments)
-            named.insert(segmentName(segment.record.file));
+        for (const PartTables &part : tables_.parts) {
+            for (const StoredSegment &segment : part.segments)
+                named.insert(segmentName(segment.record.file));
+        }
         const std::string folder = Environment::segmentsName;
         for (const std::string &name : namesIn(directory_ / folder)) {
             if (!named.contains(name))

@@ -69,7 +69,7 @@ void SegmentCheck::compareWithRecord(const StoredSegment &stored) {
             tell("header",
                  std::string(what) + " " + differs(inFile, inTable) + " in the table segments");
     };
-    compare("first node", header.firstNode, stored.first);
+    compare("first node", header.firstNode, nodeOf(stored.first));
     compare("last node", header.lastNode, stored.record.last);
     compare("number of nodes", header.nodeCount, stored.record.nodes);
     compare("length", header.fileBytes, stored.record.bytes);

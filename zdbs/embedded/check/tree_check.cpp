@@ -4,12 +4,13 @@
 
 namespace zdbs::embedded {
 
-TreeCheck::TreeCheck(const CatalogueTables &tables, Findings &findings)
+TreeCheck::TreeCheck(const CatalogueTables &tables, const PartTables &part, Findings &findings)
     : tables_(tables),
+      part_(part),
       findings_(findings),
       rowsBefore_(tables.paths.size()),
-      isElementFound_(tables.longElements.size()) {
-    places_.reserve(tables.segments.size());  // open elements point at them
+      isElementFound_(part.longElements.size()) {
+    places_.reserve(part.segments.size());  // open elements point at them
 }
 
 void TreeCheck::add(const CheckedSegment &segment) {
@@ -84,10 +85,10 @@ void TreeCheck::checkDeclarations() const {
 
 void TreeCheck::skip(const StoredSegment &segment) {
     const NodeId last = segment.record.last;
-    enterDocument(segment.first);
+    enterDocument(nodeOf(segment.first));
     isTracked_ = false;
     open_.clear();
-    const auto &documents = tables_.documents;
+    const auto &documents = part_.documents;
     while (document_ < documents.size() && documents[document_].last <= last)
         ++document_;
     isUnread_ = document_ < documents.size() && documents[document_].first <= last;
@@ -97,13 +98,13 @@ void TreeCheck::skip(const StoredSegment &segment) {
 // Ends the documents in front of the node and notices nodes that are missing. False when the node
 // is in no document.
 bool TreeCheck::enterDocument(NodeId node) {
-    while (document_ < tables_.documents.size() && tables_.documents[document_].last < node)
+    while (document_ < part_.documents.size() && part_.documents[document_].last < node)
         endDocument();
-    if (document_ == tables_.documents.size() || node < tables_.documents[document_].first) {
+    if (document_ == part_.documents.size() || node < part_.documents[document_].first) {
         isTracked_ = false;
         return false;
     }
-    if (node == tables_.documents[document_].first) {
+    if (node == part_.documents[document_].first) {
         open_.clear();
         isTracked_ = true;
     } else if (expected_ != node && !isUnread_) {
@@ -116,7 +117,7 @@ bool TreeCheck::enterDocument(NodeId node) {
 }
 
 void TreeCheck::endDocument() {
-    const DocumentRange &document = tables_.documents[document_];
+    const DocumentRange &document = part_.documents[document_];
     const std::uint64_t end = std::uint64_t{document.last} + 1;
     if (expected_ < end && !isUnread_)
         findings_.add("table segments", "nodes of documents",
@@ -131,13 +132,13 @@ void TreeCheck::endDocument() {
 }
 
 void TreeCheck::finish() {
-    while (document_ < tables_.documents.size())
+    while (document_ < part_.documents.size())
         endDocument();
     if (findings_.count() > 0) return;
     for (std::size_t i = 0; i < isElementFound_.size(); ++i) {
         if (!isElementFound_[i])
             findings_.add("table longElements", "records",
-                          "node " + std::to_string(tables_.longElements[i].node) +
+                          "node " + std::to_string(part_.longElements[i].node) +
                               " is no element that ends in a later segment");
     }
 }
@@ -237,10 +238,10 @@ void TreeCheck::close(const OpenElement &element, NodeId last) {
 /** Remembers that it was asked for. */
 const LongElement *TreeCheck::longElementAt(NodeId node) {
     const auto found = std::lower_bound(
-        tables_.longElements.begin(), tables_.longElements.end(), node,
+        part_.longElements.begin(), part_.longElements.end(), node,
         [](const LongElement &element, NodeId number) { return element.node < number; });
-    if (found == tables_.longElements.end() || found->node != node) return nullptr;
-    isElementFound_[static_cast<std::size_t>(found - tables_.longElements.begin())] = true;
+    if (found == part_.longElements.end() || found->node != node) return nullptr;
+    isElementFound_[static_cast<std::size_t>(found - part_.longElements.begin())] = true;
     return &*found;
 }
 

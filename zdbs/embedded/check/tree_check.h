@@ -1,4 +1,4 @@
-/** The trees of the documents, rebuilt from the paths of nodes. */
+/** The trees of the documents of a part, rebuilt from the paths of nodes. */
 #ifndef ZDBS_EMBEDDED_CHECK_TREE_CHECK_H
 #define ZDBS_EMBEDDED_CHECK_TREE_CHECK_H
 
@@ -14,8 +14,8 @@
 namespace zdbs::embedded {
 
 /**
- * Goes through all nodes in order. Of a regular path, level and parent path say where the
- * node hangs: the elements that are open are kept on a stack, as a parser would. What the
+ * Goes through all nodes of the part in order. Of a regular path, level and parent path say where
+ * the node hangs: the elements that are open are kept on a stack, as a parser would. What the
  * columns say about rows, parents and subtrees is compared with that. Of an irregular path
  * the column of parents says where the node hangs, and the rest is compared.
  *
@@ -24,7 +24,8 @@ namespace zdbs::embedded {
  */
 class TreeCheck {
 public:
-    TreeCheck(const CatalogueTables &tables, Findings &findings);
+    /** @param part one of the tables */
+    TreeCheck(const CatalogueTables &tables, const PartTables &part, Findings &findings);
 
     /** The next segment, in the order of their nodes. */
     void add(const CheckedSegment &segment);
@@ -79,6 +80,7 @@ private:
     void tell(const Row &row, const char *structure, const std::string &text) const;
 
     const CatalogueTables &tables_;
+    const PartTables &part_;
     Findings &findings_;
     std::uint64_t nodes_ = 0;
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "zdbs/embedded/evaluate/path_filter.h"
-#include "zdbs/embedded/evaluate/set_algebra.h"
 
 namespace zdbs::embedded {
 namespace {
@@ -17,8 +16,8 @@ struct ConjunctParts {
     std::vector<const Term *> removed;
 };
 
-ConjunctParts partsOf(const Conjunct &conjunct) {
-    ConjunctParts parts;
+ConjunctParts partsOf(const Conjunct &conjunct, RecordId before) {
+    ConjunctParts parts{NodeFilter(before), {}, {}};
     for (const ConjunctTerm &entry : conjunct) {
         if (const auto *field = std::get_if<FieldTerm>(&entry.term)) {
             parts.filter.add(*field, entry.negated);
@@ -37,13 +36,22 @@ NodeSetPtr withoutChain(const NodeSetPtr &set) {
 
 }  // namespace
 
-DatabaseState::DatabaseState(const NodeTable &nodes) : table(nodes), universe(nodes) {
+DatabaseState::DatabaseState(const NodeTable &nodes, RecordId numbersBefore)
+    : table(nodes), before(numbersBefore), universe(nodes) {
     const PathTable *paths = nodes.paths();
     if (paths != nullptr) summary = std::make_unique<const SummaryIndex>(*paths);
 }
 
-Evaluator::Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan)
-    : state_(state), sets_(std::move(sets)), plan_(std::move(plan)) {}
+const ChildTerms Evaluator::noTerms;
+
+Evaluator::Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan,
+                     const ChildTerms &known)
+    : state_(state), sets_(std::move(sets)), plan_(std::move(plan)), known_(known) {}
+
+SecondSide Evaluator::secondSide(const AxisTerm &term) const {
+    return secondSideOf(state_.table, axisSet(term.first), axisSet(term.second),
+                        static_cast<Direction>(term.direction));
+}
 
 NodeSetPtr Evaluator::evaluate(const Condition &condition) const {
     std::vector<NodeSetPtr> sets;
@@ -58,7 +66,7 @@ NodeSetPtr Evaluator::evaluate(const Condition &condition) const {
  * operand as written: where a field term stands first, there is none.
  */
 NodeSetPtr Evaluator::conjunct(const Conjunct &terms) const {
-    ConjunctParts parts = partsOf(terms);
+    ConjunctParts parts = partsOf(terms, state_.before);
     NodeSetPtr result;
     for (const Term *kept : parts.kept) {
         NodeSetPtr set = term(*kept);
@@ -100,8 +108,10 @@ NodeListPtr Evaluator::selected(const NodeSetPtr &set, const NodeFilter &filter)
 NodeSetPtr Evaluator::term(const Term &term) const {
     if (const auto *set = std::get_if<SetReference>(&term)) return reference(*set);
     if (const auto *axis = std::get_if<AxisTerm>(&term)) {
+        const auto known = known_.find(axis);
         return join(state_.table, state_.universe, axis->axis, axisSet(axis->first),
-                    axisSet(axis->second), static_cast<Direction>(axis->direction), plan_.get());
+                    axisSet(axis->second), static_cast<Direction>(axis->direction), plan_.get(),
+                    known != known_.end() ? std::optional(known->second) : std::nullopt);
     }
     if (const auto *position = std::get_if<PositionTerm>(&term)) {
         return selectPositions(state_.table, axisSet(position->set),

@@ -4,9 +4,11 @@
 
 #include <functional>
 #include <memory>
+#include <unordered_map>
 
 #include "zdbs/embedded/evaluate/node_filter.h"
 #include "zdbs/embedded/evaluate/node_set.h"
+#include "zdbs/embedded/evaluate/set_algebra.h"
 #include "zdbs/embedded/evaluate/summary_index.h"
 #include "zdbs/embedded/evaluate/universe.h"
 #include "zdbs/embedded/sets/plan.h"
@@ -14,14 +16,22 @@
 
 namespace zdbs::embedded {
 
-/** What is made once for a state of a database. The table must outlive it. */
+/** What is made once for a part of a state of a database. The table must outlive it. */
 struct DatabaseState {
-    explicit DatabaseState(const NodeTable &nodes);
+    /** @param before see NodeFilter */
+    explicit DatabaseState(const NodeTable &nodes, RecordId before = 0);
 
     const NodeTable &table;
+    RecordId before;
     Universe universe;
     std::unique_ptr<const SummaryIndex> summary;  ///< null where the table is not by path
 };
+
+/**
+ * Terms with the axis `child`, and whether their second sides have attributes only in all parts of
+ * the database; of other terms that is asked of this one.
+ */
+using ChildTerms = std::unordered_map<const AxisTerm *, bool>;
 
 /** The set of a number from 1; throws Failure(unknownSet). */
 using NodeSetLookup = std::function<NodeSetPtr(SetReference)>;
@@ -35,11 +45,17 @@ using NodeSetLookup = std::function<NodeSetPtr(SetReference)>;
 class Evaluator {
 public:
     /** @param plan where the way is noted that nodes are found on; what is pending keeps it */
-    Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan);
+    Evaluator(const DatabaseState &state, NodeSetLookup sets, PlanPtr plan,
+              const ChildTerms &known = noTerms);
 
     NodeSetPtr evaluate(const Condition &condition) const;
 
+    /** Of a term with the axis `child`. */
+    SecondSide secondSide(const AxisTerm &term) const;
+
 private:
+    static const ChildTerms noTerms;
+
     NodeSetPtr conjunct(const Conjunct &terms) const;
     NodeSetPtr term(const Term &term) const;
     NodeSetPtr reference(SetReference reference) const;
@@ -50,6 +66,7 @@ private:
     const DatabaseState &state_;
     NodeSetLookup sets_;
     PlanPtr plan_;
+    const ChildTerms &known_;
 };
 
 }  // namespace zdbs::embedded

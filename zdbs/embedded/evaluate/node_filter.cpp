@@ -64,12 +64,14 @@ bool FieldTest::holdsOf(const NodeName &name) const {
 }
 
 bool FieldTest::holdsOf(NodeId node) const {
-    return relation == Relation::notEmpty || holds(relation, static_cast<double>(node), number);
+    const double record = node == noNode ? 0 : before + node;
+    return relation == Relation::notEmpty || holds(relation, record, number);
 }
 
 void NodeFilter::add(const FieldTerm &term, bool negated) {
-    FieldTest test{term.field, negated, textTest(term), term.relation,
-                   numberOf(term.text).value_or(0)};
+    FieldTest test{
+        term.field, negated, textTest(term), term.relation, numberOf(term.text).value_or(0),
+        before_};
     auto later =
         std::upper_bound(tests_.begin(), tests_.end(), costOf(term.field),
                          [](int cost, const FieldTest &t) { return cost < costOf(t.field); });

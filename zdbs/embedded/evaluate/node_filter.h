@@ -21,12 +21,19 @@ struct FieldTest {
     bool negated;
     ValueTest text;     ///< of the fields that are texts
     Relation relation;  ///< of the fields that are numbers
-    double number;
+    double number;      ///< that is compared with numbers of records
+    double before;      ///< see NodeFilter
+
+    /** What numbers of nodes are compared with. */
+    double nodeNumber() const { return number - before; }
 
     /** Whether the term holds of a name or namespace, `negated` not regarded. */
     bool holdsOf(const NodeName &name) const;
 
-    /** Whether the term holds of the number of a node or its parent, `negated` not regarded. */
+    /**
+     * Whether the term holds of the number of a node or its parent, noNode at the top of a
+     * document, `negated` not regarded.
+     */
     bool holdsOf(NodeId node) const;
 };
 
@@ -37,6 +44,9 @@ struct FieldTest {
  */
 class NodeFilter {
 public:
+    /** @param before what numbers of records are greater by than those of the table's nodes */
+    explicit NodeFilter(RecordId before = 0) : before_(static_cast<double>(before)) {}
+
     void add(const FieldTerm &term, bool negated);
 
     bool empty() const { return tests_.empty(); }
@@ -54,6 +64,7 @@ public:
 private:
     static bool satisfies(const NodeTable &table, NodeId node, const FieldTest &test);
 
+    double before_;
     std::vector<FieldTest> tests_;
 };
 

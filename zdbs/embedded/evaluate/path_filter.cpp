@@ -50,8 +50,8 @@ RowSelection rangeOf(const PathTable &table, PathId path, const FieldTest &test)
         return test.field == Field::id ? table.lowerBound(path, node)
                                        : firstBelow(table, path, node);
     };
-    const NodeId from = firstFrom(test.number);
-    const NodeId beyond = firstBeyond(test.number);
+    const NodeId from = firstFrom(test.nodeNumber());
+    const NodeId beyond = firstBeyond(test.nodeNumber());
     const RowId end = table.rowCount(path);
     switch (test.relation) {
         case Relation::equal:

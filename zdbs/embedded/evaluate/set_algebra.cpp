@@ -49,11 +49,25 @@ NodeSetPtr firstOf(const NodeSetPtr &end) {
     return first;
 }
 
+/** Whether the pairs with `b` are tested directly, and not against the first step of its chain. */
+bool isDirect(const NodeSetPtr &a, const NodeSetPtr &b) {
+    return !b->chain() || isInChain(a, b);
+}
+
+/**
+ * Whether attributes are children is asked of the whole first step, not of what is left
+ * of it: [node()/..] does not come to mean attributes where only those are left.
+ */
+const NodeListPtr &askedSide(const NodeSetPtr &a, const NodeSetPtr &b, Direction direction) {
+    const bool isChain = direction == Direction::first && !isDirect(a, b);
+    return isChain ? firstOf(b)->nodes() : b->nodes();
+}
+
 /** One evaluation of XPATH(axis,a,b,direction). */
 class AxisJoin {
 public:
-    AxisJoin(const NodeTable &table, const Universe &universe, Axis axis, Plan *plan)
-        : table_(table), universe_(universe), axis_(axis), plan_(plan) {}
+    AxisJoin(const NodeTable &table, const Universe &universe, Step step, Plan *plan)
+        : table_(table), universe_(universe), step_(step), plan_(plan) {}
 
     NodeSetPtr first(const NodeSetPtr &a, const NodeSetPtr &b) const;
     NodeSetPtr second(const NodeSetPtr &a, const NodeSetPtr &b) const;
@@ -62,13 +76,9 @@ private:
     ContextList firstStep(const NodeSetPtr &end) const;
     NodeListPtr reached(const NodeSetPtr &a, const NodeListPtr &b) const;
 
-    Step stepTo(const NodeListPtr &second) const {
-        return {axis_, axis_ == Axis::child && allAttributes(table_, second)};
-    }
-
     const NodeTable &table_;
     const Universe &universe_;
-    const Axis axis_;
+    const Step step_;
     Plan *plan_;
 };
 
@@ -83,38 +93,38 @@ ContextList AxisJoin::firstStep(const NodeSetPtr &end) const {
     return reached;
 }
 
-/**
- * Whether attributes are children is asked of the whole first step, not of what is left
- * of it: [node()/..] does not come to mean attributes where only those are left.
- */
 NodeSetPtr AxisJoin::first(const NodeSetPtr &a, const NodeSetPtr &b) const {
     const ContextList contexts = universe_.contextsOf(a);
-    const bool isDirect = !b->chain() || isInChain(a, b);
-    const Step step = stepTo(isDirect ? b->nodes() : firstOf(b)->nodes());
-    const ContextList partners = isDirect ? ContextList{b->nodes(), nullptr} : firstStep(b);
-    return restrict(a, keepFirst(table_, step, contexts, partners, plan_).nodes);
+    const ContextList partners = isDirect(a, b) ? ContextList{b->nodes(), nullptr} : firstStep(b);
+    return restrict(a, keepFirst(table_, step_, contexts, partners, plan_).nodes);
 }
 
 NodeListPtr AxisJoin::reached(const NodeSetPtr &a, const NodeListPtr &b) const {
-    const Step step = stepTo(b);
     if (a == universe_.set()) {
-        NodeListPtr bySummary = universe_.reachedByStep(step, b);
+        NodeListPtr bySummary = universe_.reachedByStep(step_, b);
         if (bySummary) {
             note(plan_, PlanStep::summary);
             return bySummary;
         }
     }
-    return keepSecond(table_, step, universe_.contextsOf(a), b, plan_);
+    return keepSecond(table_, step_, universe_.contextsOf(a), b, plan_);
 }
 
 NodeSetPtr AxisJoin::second(const NodeSetPtr &a, const NodeSetPtr &b) const {
     NodeListPtr nodes = reached(a, b->nodes());
-    auto chain = std::make_shared<ChainLink>(ChainLink{a, axis_});
-    PairSourcePtr pairs = axisPairs(universe_.contextsOf(a), axis_, nodes, b->nodes());
+    auto chain = std::make_shared<ChainLink>(ChainLink{a, step_.axis});
+    PairSourcePtr pairs = axisPairs(universe_.contextsOf(a), step_.axis, nodes, b->nodes());
     return makeSet({nodes, std::move(chain), std::move(pairs), b->leaves()});
 }
 
 }  // namespace
+
+SecondSide secondSideOf(const NodeTable &table, const NodeSetPtr &a, const NodeSetPtr &b,
+                        Direction direction) {
+    const NodeListPtr &side = askedSide(a, b, direction);
+    if (side->empty()) return SecondSide::none;
+    return allAttributes(table, side) ? SecondSide::attributes : SecondSide::others;
+}
 
 NodeSetPtr intersect(const NodeSetPtr &a, const NodeSetPtr &b) {
     NodeListPtr nodes = intersected(a->nodes(), b->nodes());
@@ -156,8 +166,13 @@ NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, Positi
 }
 
 NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, const NodeSetPtr &a,
-                const NodeSetPtr &b, Direction direction, Plan *plan) {
-    const AxisJoin join(table, universe, axis, plan);
+                const NodeSetPtr &b, Direction direction, Plan *plan,
+                std::optional<bool> attributesOnly) {
+    Step step{axis, false};
+    if (axis == Axis::child)
+        step.attributesAreChildren =
+            attributesOnly ? *attributesOnly : allAttributes(table, askedSide(a, b, direction));
+    const AxisJoin join(table, universe, step, plan);
     return direction == Direction::first ? join.first(a, b) : join.second(a, b);
 }
 

@@ -6,6 +6,7 @@
 #ifndef ZDBS_EMBEDDED_EVALUATE_SET_ALGEBRA_H
 #define ZDBS_EMBEDDED_EVALUATE_SET_ALGEBRA_H
 
+#include <optional>
 #include <span>
 
 #include "zdbs/base/axis.h"
@@ -18,6 +19,13 @@ namespace zdbs::embedded {
 
 /** Which side of a join is answered. */
 enum class Direction { first = 1, second = 2 };
+
+/** What nodes are on the second side of a join on `child`. */
+enum class SecondSide { none, attributes, others };
+
+/** Of the side that join() asks whether it has attributes only. */
+SecondSide secondSideOf(const NodeTable &table, const NodeSetPtr &a, const NodeSetPtr &b,
+                        Direction direction);
 
 /** Keeps the chain of `a`, the pairs that both have, the value conditions of both. */
 NodeSetPtr intersect(const NodeSetPtr &a, const NodeSetPtr &b);
@@ -45,9 +53,11 @@ NodeSetPtr selectPositions(const NodeTable &table, const NodeSetPtr &set, Positi
  * the pair is tested directly: b was counted from a then.
  *
  * A second side of attributes only makes `child` relate elements to attributes.
+ * @param attributesOnly whether it is one; nothing: it is found out
  */
 NodeSetPtr join(const NodeTable &table, const Universe &universe, Axis axis, const NodeSetPtr &a,
-                const NodeSetPtr &b, Direction direction, Plan *plan = nullptr);
+                const NodeSetPtr &b, Direction direction, Plan *plan = nullptr,
+                std::optional<bool> attributesOnly = std::nullopt);
 
 }  // namespace zdbs::embedded
 

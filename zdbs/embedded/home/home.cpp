@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -16,8 +18,8 @@
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/user_table.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/environment.h"
-#include "zdbs/embedded/store/snapshot.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::embedded {
@@ -28,6 +30,7 @@ namespace {
 
 constexpr const char *lockName = "lock";
 constexpr const char *databasesName = "databases";
+constexpr const char *nodesOfPartVariable = "ZDBS_PART_NODES";
 
 // What Home::create() makes before the users file, which comes last.
 bool isUnfinishedHome(const fs::path &path) {
@@ -37,6 +40,18 @@ bool isUnfinishedHome(const fs::path &path) {
         if (name != lockName && name != "users.new") return false;
     }
     return true;
+}
+
+/** When a part is full: fewer nodes than have numbers let more cores answer a request. */
+NodeId nodesOfPart() {
+    const char *setting = std::getenv(nodesOfPartVariable);
+    if (setting == nullptr) return lastNodeId;
+    const std::string_view text(setting);
+    NodeId nodes = 0;
+    const auto read = std::from_chars(text.begin(), text.end(), nodes);
+    if (read.ec != std::errc() || read.ptr != text.end() || nodes == 0 || nodes > lastNodeId)
+        throw Failure(Status::badSetting, {nodesOfPartVariable, text});
+    return nodes;
 }
 
 }  // namespace
@@ -236,24 +251,26 @@ std::shared_ptr<Environment> Home::environment(std::string_view database) const 
     return Environment::open(databasePath(database));
 }
 
-std::shared_ptr<const Snapshot> Home::snapshot(std::string_view database) const {
+std::shared_ptr<const CommittedState> Home::state(std::string_view database) const {
     const std::lock_guard lock(mutex_);
-    const auto place = snapshots_.find(database);
-    auto known = place != snapshots_.end() ? place->second.lock() : nullptr;
+    const auto place = states_.find(database);
+    auto known = place != states_.end() ? place->second.lock() : nullptr;
     if (known && known->isNewest()) return known;
     const auto shared = environment(database);
-    const bool isSame =
-        known && known->environment() == shared && known->state() == Snapshot::newestState(shared);
+    const bool isSame = known && known->tables().environment == shared &&
+                        known->number() == CommittedState::newest(shared);
     if (isSame) return known;  // what was committed since changed nothing
-    auto opened = std::make_shared<const Snapshot>(shared);
-    snapshots_.insert_or_assign(std::string(database), opened);
+    auto opened = std::make_shared<const CommittedState>(shared);
+    states_.insert_or_assign(std::string(database), opened);
     return opened;
 }
 
 std::unique_ptr<Writer> Home::write(std::string_view database,
                                     const std::function<void()> &waiting) {
     reserve_.fill();
-    return std::make_unique<Writer>(environment(database), waiting);
+    SegmentLimits limits;
+    limits.nodesOfPart = nodesOfPart();
+    return std::make_unique<Writer>(environment(database), waiting, limits);
 }
 
 std::string Home::notes(std::string_view database) const {

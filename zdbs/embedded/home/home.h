@@ -27,8 +27,8 @@
 
 namespace zdbs::embedded {
 
+class CommittedState;
 class Environment;
-class Snapshot;
 class Writer;
 
 /**
@@ -112,7 +112,7 @@ public:
     void createDatabase(std::string_view database);
 
     /**
-     * Removes a database and the grants that name it. Snapshots of it that are
+     * Removes a database and the grants that name it. States of it that are
      * open stay readable. Waits for a load that is running, as write() does.
      * Throws Failure: unknownDatabase.
      */
@@ -123,12 +123,12 @@ public:
      * long as a caller holds it and nothing was committed; finding that out
      * takes about a microsecond. Throws Failure: unknownDatabase.
      */
-    std::shared_ptr<const Snapshot> snapshot(std::string_view database) const;
+    std::shared_ptr<const CommittedState> state(std::string_view database) const;
 
     /**
      * The right to change a database; one holder at a time among all processes.
      * When another one holds it, `waiting` is called once and then this waits.
-     * Throws Failure: unknownDatabase.
+     * Throws Failure: unknownDatabase, badSetting (of ZDBS_PART_NODES).
      */
     std::unique_ptr<Writer> write(std::string_view database,
                                   const std::function<void()> &waiting = {});
@@ -160,7 +160,7 @@ private:
     UsersFile users_;
     Reserve reserve_;
     mutable std::mutex mutex_;
-    mutable std::map<std::string, std::weak_ptr<const Snapshot>, std::less<>> snapshots_;
+    mutable std::map<std::string, std::weak_ptr<const CommittedState>, std::less<>> states_;
 };
 
 }  // namespace zdbs::embedded

@@ -6,9 +6,9 @@
 #include <cstdio>
 
 #include "zdbs/base/names.h"
+#include "zdbs/base/password.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/columns/checked_blocks.h"
-#include "zdbs/embedded/home/password.h"
 
 namespace zdbs::embedded {
 

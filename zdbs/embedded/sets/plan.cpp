@@ -51,6 +51,11 @@ std::string_view wordsOf(PlanStep step) {
 
 }  // namespace
 
+void Plan::note(const Plan &more) {
+    for (const Entry &entry : more.entries_)
+        note(entry.step, entry.axis);
+}
+
 void Plan::note(PlanStep step, Axis axis) {
     Entry entry{step, axis};
     bool isKnown = std::find(entries_.begin(), entries_.end(), entry) != entries_.end();

@@ -42,6 +42,9 @@ public:
     /** @param axis of a join */
     void note(PlanStep step, Axis axis = Axis::self);
 
+    /** All steps of another one. */
+    void note(const Plan &more);
+
     /** In a few words: "summary of paths, dictionary of values". */
     std::string text() const;
 

@@ -48,16 +48,17 @@ std::vector<Path> Catalogue::paths() const {
 
 std::vector<StoredSegment> Catalogue::segments() const {
     std::vector<StoredSegment> segments;
-    NodeId last = noNode;
+    RecordId last = noNode;
     transaction_.forEach(Table::segments, [&](std::string_view key, std::string_view record) {
         const auto first = decodeKey(key);
         const auto segment = decodeSegment(record);
-        if (!first || !segment || *first <= last || segment->last < *first ||
-            segment->last >= state_.nextNode || segment->file >= state_.nextSegment ||
-            segment->nodes == 0 || segment->nodes > segment->last - *first + 1)
+        if (!first || !segment || *first <= last || segment->last < nodeOf(*first) ||
+            !state_.hasGiven(partOf(*first), segment->last) ||
+            segment->file >= state_.nextSegment || segment->nodes == 0 ||
+            segment->nodes > segment->last - nodeOf(*first) + 1)
             failDamaged("a segment");
-        last = segment->last;
         segments.push_back({*first, *segment});
+        last = segments.back().last();
         return true;
     });
     return segments;
@@ -67,8 +68,8 @@ bool Catalogue::visitDocument(std::string_view key, std::string_view record,
                               const DocumentVisitor &visit) const {
     const auto first = decodeKey(key);
     const auto document = decodeDocument(record);
-    if (!first || !document || *first == noNode || document->last < *first ||
-        document->last >= state_.nextNode)
+    if (!first || !document || nodeOf(*first) == noNode || document->last < nodeOf(*first) ||
+        !state_.hasGiven(partOf(*first), document->last))
         failDamaged("a document");
     return visit(*first, *document);
 }
@@ -79,36 +80,36 @@ void Catalogue::forEachDocument(const DocumentVisitor &visit) const {
     });
 }
 
-void Catalogue::forEachDocumentFrom(NodeId node, const DocumentVisitor &visit) const {
+void Catalogue::forEachDocumentFrom(RecordId node, const DocumentVisitor &visit) const {
     transaction_.forEachFrom(Table::documents, encodeKey(node),
                              [&](std::string_view key, std::string_view record) {
                                  return visitDocument(key, record, visit);
                              });
 }
 
-DocumentRange Catalogue::find(std::string_view name) const {
+std::optional<RecordRange> Catalogue::find(std::string_view name) const {
     const auto bytes = transaction_.get(Table::documentNames, documentNameKey(name));
-    if (!bytes) return {noNode, noNode, {}};
-    const auto numbers = decodeNumbers(*bytes);
-    if (!numbers) failDamaged("the index of documents");
-    for (const NodeId first : *numbers) {
+    if (!bytes) return std::nullopt;
+    const auto documents = decodeRecords(*bytes);
+    if (!documents) failDamaged("the index of documents");
+    for (const RecordId first : *documents) {
         const auto recordBytes = transaction_.get(Table::documents, encodeKey(first));
         const auto record = recordBytes ? decodeDocument(*recordBytes) : std::nullopt;
         if (!record) failDamaged("the index of documents");
-        if (record->name == name) return {first, record->last, record->name};
+        if (record->name == name) return RecordRange{first, recordOf(partOf(first), record->last)};
     }
-    return {noNode, noNode, {}};
+    return std::nullopt;
 }
 
-std::vector<LongElement> Catalogue::longElements() const {
-    std::vector<LongElement> all;
+void Catalogue::forEachLongElements(const LongElementsVisitor &visit) const {
     transaction_.forEach(Table::longElements, [&](std::string_view key, std::string_view record) {
+        const auto first = decodeKey(key);
         const auto elements = decodeLongElements(record);
-        if (!decodeKey(key) || !elements) failDamaged("a list of long elements");
-        all.insert(all.end(), elements->begin(), elements->end());
+        if (!first || !elements || partOf(*first) > state_.lastPart)
+            failDamaged("a list of long elements");
+        visit(partOf(*first), *elements);
         return true;
     });
-    return all;
 }
 
 void Catalogue::failDamaged(std::string_view what) const {

@@ -3,6 +3,8 @@
 #define ZDBS_EMBEDDED_STORE_CATALOGUE_H
 
 #include <functional>
+#include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -31,19 +33,22 @@ public:
     /** In the order of their nodes, which do not overlap. */
     std::vector<StoredSegment> segments() const;
 
-    using DocumentVisitor = std::function<bool(NodeId first, const DocumentRecord &document)>;
+    using DocumentVisitor = std::function<bool(RecordId first, const DocumentRecord &document)>;
 
     /** Calls `visit` with each document in the order of their nodes until it answers false. */
     void forEachDocument(const DocumentVisitor &visit) const;
 
     /** The same from the document on that has the node, or the one before or behind it. */
-    void forEachDocumentFrom(NodeId node, const DocumentVisitor &visit) const;
+    void forEachDocumentFrom(RecordId node, const DocumentVisitor &visit) const;
 
-    /** The range of a document; no document when there is none of that name. */
-    DocumentRange find(std::string_view name) const;
+    /** The document of that name, if there is one. */
+    std::optional<RecordRange> find(std::string_view name) const;
+
+    using LongElementsVisitor =
+        std::function<void(PartNumber part, std::span<const LongElement> elements)>;
 
     /** Of all documents, by node. */
-    std::vector<LongElement> longElements() const;
+    void forEachLongElements(const LongElementsVisitor &visit) const;
 
 private:
     [[noreturn]] void failDamaged(std::string_view what) const;

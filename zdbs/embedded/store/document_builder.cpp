@@ -10,6 +10,8 @@ namespace zdbs::embedded {
 void DocumentBuilder::begin(NodeId first) {
     first_ = first;
     next_ = first;
+    if (lastHandedOut_ >= first) lastHandedOut_ = noNode;  // of the part before
+    most_ = mostFrom(first);
     open_.clear();
     longElements_.clear();
 }
@@ -41,18 +43,19 @@ NodeId DocumentBuilder::end() {
     assert(open_.empty());
     std::sort(longElements_.begin(), longElements_.end(),
               [](const LongElement &a, const LongElement &b) { return a.node < b.node; });
-    return next_ == first_ ? noNode : static_cast<NodeId>(next_ - 1);
+    return last();
 }
 
 void DocumentBuilder::abandon(NodeId lastHandedOut) {
     rows_.truncate(first_);
+    open_.clear();
     lastHandedOut_ = lastHandedOut;
 }
 
 NodeId DocumentBuilder::add(NodeKind kind, std::uint32_t name, std::string_view value) {
-    if (next_ > lastNodeId) throw Failure(Status::tooManyNodes, {"", std::to_string(lastNodeId)});
     if (value.size() > maxValueBytes)
         throw Failure(Status::valueTooLong, {"", std::to_string(maxValueBytes)});
+    if (next_ > most_) makeRoom();
     if (rows_.isFull(limits_)) finishSegment();
     const auto node = static_cast<NodeId>(next_);
     const bool isTop = open_.empty();
@@ -61,6 +64,28 @@ NodeId DocumentBuilder::add(NodeKind kind, std::uint32_t name, std::string_view 
                            {node, isTop ? noNode : open_.back().node, name, value});
     ++next_;
     return node;
+}
+
+void DocumentBuilder::makeRoom() {
+    if (first_ == 1)
+        throw Failure(Status::tooManyNodes, {"", std::to_string(limits_.nodesOfDocument)});
+    nextPart_();
+}
+
+void DocumentBuilder::handOut() {
+    if (!rows_.empty()) finishSegment();
+}
+
+void DocumentBuilder::renumber() {
+    const NodeId less = first_ - 1;
+    for (OpenElement &element : open_)
+        element.node -= less;
+    for (LongElement &element : longElements_)
+        element = {element.node - less, element.last - less};
+    next_ -= less;
+    first_ = 1;
+    most_ = mostFrom(first_);
+    lastHandedOut_ = last();
 }
 
 // The elements that are open have begun in this segment or, further out, in earlier ones.

@@ -26,11 +26,18 @@ class DocumentBuilder {
 public:
     using SegmentSink = std::function<void(SegmentRows rows)>;
 
-    DocumentBuilder(NameDictionary &names, PathDictionary &paths, const SegmentLimits &limits,
-                    SegmentSink sink)
-        : names_(names), paths_(paths), limits_(limits), sink_(std::move(sink)) {}
+    /** Takes the document to a part of its own, by renumber(): it is in one that is full. */
+    using PartSink = std::function<void()>;
 
-    /** The first node of the document will be `first`. */
+    DocumentBuilder(NameDictionary &names, PathDictionary &paths, const SegmentLimits &limits,
+                    SegmentSink sink, PartSink nextPart)
+        : names_(names),
+          paths_(paths),
+          limits_(limits),
+          sink_(std::move(sink)),
+          nextPart_(std::move(nextPart)) {}
+
+    /** The first node of the document will be `first`: 1 in a part that is empty. */
     void begin(NodeId first);
 
     NodeId startElement(std::uint32_t name);
@@ -49,7 +56,19 @@ public:
      */
     void abandon(NodeId lastHandedOut);
 
+    /** Hands out all rows, as far as there are any. */
+    void handOut();
+
+    /**
+     * Numbers the nodes of the document from 1, as the first ones of a part. REQUIRES that all
+     * were handed out.
+     */
+    void renumber();
+
     NodeId first() const { return first_; }
+
+    /** The node added last; noNode where the document has none. */
+    NodeId last() const { return next_ == first_ ? noNode : static_cast<NodeId>(next_ - 1); }
 
     /** After end(): the elements that end in a later segment, by node. */
     const std::vector<LongElement> &longElements() const { return longElements_; }
@@ -65,15 +84,23 @@ private:
     };
 
     NodeId add(NodeKind kind, std::uint32_t name, std::string_view value);
+    void makeRoom();
+
+    /** The last number of a document in its part. */
+    NodeId mostFrom(NodeId first) const {
+        return first == 1 ? limits_.nodesOfDocument : limits_.nodesOfPart;
+    }
     void finishSegment();
 
     NameDictionary &names_;
     PathDictionary &paths_;
     SegmentLimits limits_;
     SegmentSink sink_;
+    PartSink nextPart_;
     SegmentRows rows_;
     NodeId first_ = noNode;
     std::uint64_t next_ = 0;
+    NodeId most_ = 0;
     NodeId lastHandedOut_ = noNode;
     PathId lastPath_ = noPath;  ///< of the node added last
     RowPlace lastPlace_{};

@@ -327,10 +327,10 @@ void Environment::checkVersion() {
     if (error == MDB_SUCCESS) version = decodeNumber(toView(record));
     endRead(transaction);
     if (!version) throw Failure(Status::homeDamaged, {directory_.native(), "it has no version"});
-    if (*version == formatVersion) return;
+    if (*version == formatVersion || *version == formatOfParts) return;
     throw Failure(Status::homeVersion,
                   {directory_.native(),
-                   std::to_string(*version) + " instead of " + std::to_string(formatVersion)});
+                   std::to_string(*version) + " instead of " + std::to_string(formatOfParts)});
 }
 
 std::string_view Environment::recordOf(Table table, std::string_view key,
@@ -418,6 +418,17 @@ bool Environment::isCommitUncertain() {
 void Environment::removeDeadReaders() {
     int dead = 0;
     ::mdb_reader_check(env_, &dead);
+}
+
+// A commit is true once its page is written, and noted in the lock file behind that. LMDB does so
+// for one who died between them when the next one takes the writers' lock; readers take none.
+void Environment::noteLastCommit() {
+    const std::lock_guard lock(mapMutex_);
+    MDB_txn *transaction = nullptr;
+    const int error = ::mdb_txn_begin(env_, nullptr, 0, &transaction);
+    if (error == MDB_SUCCESS) return ::mdb_txn_abort(transaction);
+    // The lock was taken all the same; who reads next takes the new size.
+    if (error != MDB_MAP_RESIZED) fail(error);
 }
 
 MDB_txn *Environment::beginRead() {

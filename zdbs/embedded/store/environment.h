@@ -112,6 +112,13 @@ public:
     /** Gives back the places of readers that died. */
     void removeDeadReaders();
 
+    /**
+     * From now on reading begins at the newest commit, also where whoever made it was killed before
+     * it was noted for readers. For writers, which go on from what they read. Throws
+     * Failure(storeFailed).
+     */
+    void noteLastCommit();
+
 private:
     friend class ReadTransaction;
     friend class WriteTransaction;

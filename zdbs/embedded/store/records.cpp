@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "zdbs/embedded/columns/checked_blocks.h"
 
@@ -36,6 +37,9 @@ std::uint32_t sealOf(Table table, std::string_view key, std::string_view record)
     return crc32Of(record, crc32Of(key, crc32Of({&number, 1})));
 }
 
+/** In front of what is in a later part than the first; no number of a node has this bit. */
+constexpr std::uint32_t partMark = 0x80000000;
+
 /** The version's record is the same in every format, those without checksums included. */
 bool isSealed(Table table, std::string_view key) {
     return table != Table::meta || key != versionKey;
@@ -59,16 +63,21 @@ std::optional<std::string_view> unsealed(Table table, std::string_view key,
     return record;
 }
 
-std::string encodeKey(std::uint32_t number) {
-    return bigEndian(number, sizeof number);
+std::string encodeKey(RecordId record) {
+    if (partOf(record) == 0) return bigEndian(record, sizeof(NodeId));
+    return bigEndian(record | recordOf(partMark, 0), sizeof record);
 }
 
-std::optional<std::uint32_t> decodeKey(std::string_view key) {
-    if (key.size() != sizeof(std::uint32_t)) return std::nullopt;
-    std::uint32_t number = 0;
+std::optional<RecordId> decodeKey(std::string_view key) {
+    const bool isLonger = key.size() == sizeof(RecordId);
+    if (!isLonger && key.size() != sizeof(NodeId)) return std::nullopt;
+    RecordId number = 0;
     for (const char byte : key)
         number = number << 8 | static_cast<unsigned char>(byte);
-    return number;
+    if (!isLonger) return number;
+    const PartNumber marked = partOf(number);
+    if (marked <= partMark) return std::nullopt;
+    return recordOf(marked - partMark, nodeOf(number));
 }
 
 std::string documentNameKey(std::string_view document) {
@@ -100,11 +109,14 @@ std::string encodeState(const StateRecord &state) {
     append(bytes, state.nameCount);
     append(bytes, state.pathCount);
     append(bytes, state.nextSegment);
+    if (state.lastPart != 0) append(bytes, state.lastPart);
     return bytes;
 }
 
 std::optional<StateRecord> decodeState(std::string_view bytes) {
-    if (bytes.size() != 3 * sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t)) return std::nullopt;
+    constexpr std::size_t size = 3 * sizeof(std::uint64_t) + 4 * sizeof(std::uint32_t);
+    const bool hasParts = bytes.size() == size + sizeof(PartNumber);
+    if (!hasParts && bytes.size() != size) return std::nullopt;
     StateRecord state;
     state.state = take<std::uint64_t>(bytes);
     state.documents = take<std::uint64_t>(bytes);
@@ -113,6 +125,10 @@ std::optional<StateRecord> decodeState(std::string_view bytes) {
     state.nameCount = take<std::uint32_t>(bytes);
     state.pathCount = take<std::uint32_t>(bytes);
     state.nextSegment = take<std::uint32_t>(bytes);
+    if (!hasParts) return state;
+    state.lastPart = take<PartNumber>(bytes);
+    // A part has had a segment before the next one began.
+    if (state.lastPart == 0 || state.lastPart >= state.nextSegment) return std::nullopt;
     return state;
 }
 
@@ -210,19 +226,28 @@ std::optional<std::vector<LongElement>> decodeLongElements(std::string_view byte
     return elements;
 }
 
-std::string encodeNumbers(const std::vector<std::uint32_t> &numbers) {
+std::string encodeRecords(const std::vector<RecordId> &records) {
     std::string bytes;
-    for (const std::uint32_t number : numbers)
-        append(bytes, number);
+    for (const RecordId record : records) {
+        if (partOf(record) != 0) append(bytes, partMark | partOf(record));
+        append(bytes, nodeOf(record));
+    }
     return bytes;
 }
 
-std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes) {
-    if (bytes.size() % sizeof(std::uint32_t) != 0) return std::nullopt;
-    std::vector<std::uint32_t> numbers;
-    while (!bytes.empty())
-        numbers.push_back(take<std::uint32_t>(bytes));
-    return numbers;
+std::optional<std::vector<RecordId>> decodeRecords(std::string_view bytes) {
+    std::vector<RecordId> records;
+    PartNumber part = 0;
+    while (bytes.size() >= sizeof(std::uint32_t)) {
+        const auto number = take<std::uint32_t>(bytes);
+        if (number > partMark && part == 0) {
+            part = number - partMark;
+            continue;
+        }
+        records.push_back(recordOf(std::exchange(part, 0), number));
+    }
+    if (!bytes.empty() || part != 0) return std::nullopt;
+    return records;
 }
 
 }  // namespace zdbs::embedded

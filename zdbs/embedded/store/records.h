@@ -30,8 +30,9 @@ enum class Table : std::size_t {
 
 constexpr std::size_t tableCount = 7;
 
-/** The format that this code reads and writes; another one is refused. */
+/** The format of a database of one part, and of one with more; another one is refused. */
 constexpr std::uint32_t formatVersion = 5;
+constexpr std::uint32_t formatOfParts = 6;
 
 constexpr std::string_view versionKey = "version";
 constexpr std::string_view stateKey = "state";
@@ -41,13 +42,19 @@ struct StateRecord {
     std::uint64_t state = 0;  ///< grows by one with every commit
     std::uint64_t documents = 0;
     std::uint64_t nodes = 0;
-    std::uint32_t nextNode = 1;  ///< the first number never given
+    std::uint32_t nextNode = 1;  ///< the first number never given in the last part
     std::uint32_t nameCount = 0;
     std::uint32_t pathCount = 0;
     std::uint32_t nextSegment = 1;  ///< the first number of a file never given
+    PartNumber lastPart = 0;        ///< the one that grows
+
+    /** Whether a node can be there: its number was given. */
+    bool hasGiven(PartNumber part, NodeId node) const {
+        return part < lastPart ? node <= lastNodeId : part == lastPart && node < nextNode;
+    }
 };
 
-/** The record of a segment; its key is its first node. */
+/** The record of a segment, which is in one part; its key is its first node. */
 struct SegmentRecord {
     std::uint32_t file = 0;      ///< number of the file
     NodeId last = noNode;        ///< last node
@@ -64,8 +71,19 @@ struct DocumentRecord {
 
 /** A segment with its key. */
 struct StoredSegment {
-    NodeId first = noNode;
+    RecordId first = noNode;
     SegmentRecord record;
+
+    PartNumber part() const { return partOf(first); }
+    RecordId last() const { return recordOf(part(), record.last); }
+};
+
+/** Nodes of a document, or some of them: of one part. */
+struct RecordRange {
+    RecordId first;
+    RecordId last;
+
+    std::uint64_t size() const { return last - first + 1; }
 };
 
 /** An element that ended when the segment that it is in was written already. */
@@ -83,8 +101,9 @@ std::string sealed(Table table, std::string_view key, std::string_view record);
 /** The record in it; nothing when it is not what was stored under that key. */
 std::optional<std::string_view> unsealed(Table table, std::string_view key, std::string_view bytes);
 
-std::string encodeKey(std::uint32_t number);
-std::optional<std::uint32_t> decodeKey(std::string_view key);
+/** Of a number, or a node in its part: the keys of later parts are longer, and behind. */
+std::string encodeKey(RecordId record);
+std::optional<RecordId> decodeKey(std::string_view key);
 
 /** Key of the documents whose names have this hash (64-bit FNV-1a). */
 std::string documentNameKey(std::string_view document);
@@ -105,8 +124,8 @@ std::string encodeSegment(const SegmentRecord &segment);
 std::optional<SegmentRecord> decodeSegment(std::string_view bytes);
 std::string encodeLongElements(const std::vector<LongElement> &elements);
 std::optional<std::vector<LongElement>> decodeLongElements(std::string_view bytes);
-std::string encodeNumbers(const std::vector<std::uint32_t> &numbers);
-std::optional<std::vector<std::uint32_t>> decodeNumbers(std::string_view bytes);
+std::string encodeRecords(const std::vector<RecordId> &records);
+std::optional<std::vector<RecordId>> decodeRecords(std::string_view bytes);
 
 }  // namespace zdbs::embedded
 

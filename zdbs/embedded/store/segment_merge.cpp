@@ -16,11 +16,11 @@ unsigned classOf(std::uint32_t nodes) {
 }
 
 /** Numbers of nodes and bytes that a group comes to. */
-struct Load {
+struct Weight {
     std::uint64_t nodes = 0;
     std::uint64_t bytes = 0;
 
-    void add(const Load &more) {
+    void add(const Weight &more) {
         nodes += more.nodes;
         bytes += more.bytes;
     }
@@ -29,25 +29,27 @@ struct Load {
     }
 };
 
-Load loadOf(const StoredSegment &segment) {
+Weight loadOf(const StoredSegment &segment) {
     return {segment.record.nodes, segment.record.bytes};
 }
 
 bool isHalfFull(const StoredSegment &segment, const SegmentLimits &limits) {
-    Load load = loadOf(segment);
+    Weight load = loadOf(segment);
     load.add(load);
     return !load.fits(limits);
 }
 
-/** Cuts `begin` … `end` - 1 into groups that fit into a segment. */
+/** Cuts the segments from `begin` on into groups of one part that fit into a segment. */
 template <typename LoadAt>
-std::vector<SegmentGroup> groupsThatFit(std::size_t begin, std::size_t end,
+std::vector<SegmentGroup> groupsThatFit(std::span<const StoredSegment> segments, std::size_t begin,
                                         const SegmentLimits &limits, const LoadAt &loadAt) {
     std::vector<SegmentGroup> groups;
-    Load load;
-    for (std::size_t i = begin; i < end; ++i) {
+    Weight load;
+    for (std::size_t i = begin; i < segments.size(); ++i) {
         load.add(loadAt(i));
-        if (groups.empty() || !load.fits(limits)) {
+        const bool isOfPart =
+            !groups.empty() && segments[groups.back().begin].part() == segments[i].part();
+        if (!isOfPart || !load.fits(limits)) {
             groups.push_back({i, i});
             load = loadAt(i);
         }
@@ -68,7 +70,8 @@ std::vector<SegmentGroup> tiersToMerge(std::span<const StoredSegment> segments,
         std::size_t ofClass = mergedNodes > 0 && classOf(mergedNodes) == most ? 1 : 0;
         std::uint32_t nodes = mergedNodes;
         std::size_t first = begin;
-        for (; first > 0 && classOf(segments[first - 1].record.nodes) <= most &&
+        for (; first > 0 && segments[first - 1].part() == segments.back().part() &&
+               classOf(segments[first - 1].record.nodes) <= most &&
                !isHalfFull(segments[first - 1], limits);
              --first) {
             nodes += segments[first - 1].record.nodes;
@@ -78,8 +81,8 @@ std::vector<SegmentGroup> tiersToMerge(std::span<const StoredSegment> segments,
         begin = first;
         mergedNodes = nodes;
     }
-    auto groups = groupsThatFit(begin, segments.size(), limits,
-                                [&](std::size_t i) { return loadOf(segments[i]); });
+    auto groups =
+        groupsThatFit(segments, begin, limits, [&](std::size_t i) { return loadOf(segments[i]); });
     std::erase_if(groups, [](const SegmentGroup &group) { return group.end - group.begin < 2; });
     return groups;
 }
@@ -87,9 +90,9 @@ std::vector<SegmentGroup> tiersToMerge(std::span<const StoredSegment> segments,
 std::vector<SegmentGroup> groupsToCompact(std::span<const StoredSegment> segments,
                                           std::span<const std::uint32_t> present,
                                           const SegmentLimits &limits) {
-    auto groups = groupsThatFit(0, segments.size(), limits, [&](std::size_t i) {
+    auto groups = groupsThatFit(segments, 0, limits, [&](std::size_t i) {
         const SegmentRecord &record = segments[i].record;
-        return Load{present[i], record.bytes * present[i] / record.nodes};
+        return Weight{present[i], record.bytes * present[i] / record.nodes};
     });
     std::erase_if(groups, [&](const SegmentGroup &group) {
         const bool isSingle = group.end - group.begin == 1;

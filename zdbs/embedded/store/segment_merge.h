@@ -23,14 +23,15 @@ struct SegmentGroup {
  * with the smaller ones among them. The class of a segment is the logarithm of its number of
  * nodes to the base of eight; so a node is written again about once a class, and there are
  * about seven segments of each (a log-structured merge: O'Neil and others, "The
- * log-structured merge-tree", 1996). What is half full stays as it is.
+ * log-structured merge-tree", 1996). What is half full stays as it is, and
+ * so do the segments of all parts but the last.
  */
 std::vector<SegmentGroup> tiersToMerge(std::span<const StoredSegment> segments,
                                        const SegmentLimits &limits);
 
 /**
- * For a compaction: neighbours that fit into one, and single segments with rows of removed
- * documents. `present[i]` is how many nodes of segments[i] are in a document.
+ * For a compaction: neighbours of one part that fit into one, and single segments with rows of
+ * removed documents. `present[i]` is how many nodes of segments[i] are in a document.
  */
 std::vector<SegmentGroup> groupsToCompact(std::span<const StoredSegment> segments,
                                           std::span<const std::uint32_t> present,

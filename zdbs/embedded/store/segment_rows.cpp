@@ -124,6 +124,18 @@ void SegmentRows::truncate(NodeId end) {
         declarations_.pop_back();
 }
 
+void SegmentRows::renumber(NodeId less) {
+    for (PathRows &rows : paths_) {
+        for (std::uint32_t &node : rows.nodes)
+            node -= less;
+    }
+    for (SegmentStretch &stretch : stretches_)
+        stretch.firstNode -= less;
+    for (Declaration &declaration : declarations_)
+        declaration.element -= less;
+    lastNode_ -= less;
+}
+
 // Parents of a path come before it, so that their rows are here when it needs them.
 void SegmentRows::addSegment(const Segment &segment, std::span<const Path> paths,
                              std::span<const DocumentRange> ranges) {

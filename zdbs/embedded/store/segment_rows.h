@@ -14,10 +14,12 @@
 
 namespace zdbs::embedded {
 
-/** When a segment is full. */
+/** When a segment is full, when a part, and what a document may have. */
 struct SegmentLimits {
     std::uint32_t nodes = std::uint32_t{1} << 22;
     std::size_t valueBytes = std::size_t{40} << 20;  ///< exceeded by the last value
+    NodeId nodesOfPart = lastNodeId;                 ///< exceeded by a document alone in it
+    NodeId nodesOfDocument = lastNodeId;             ///< not less than that
 };
 
 /** The rows of one path; columns as in PathRun, but `nodes` are whole numbers of nodes. */
@@ -83,6 +85,9 @@ public:
 
     /** Forgets the nodes from that one on. */
     void truncate(NodeId end);
+
+    /** Makes all numbers less. REQUIRES that the first is greater than that. */
+    void renumber(NodeId less);
 
     /**
      * Adds the nodes of a segment that are in these ranges; behind those that are here.

@@ -43,11 +43,11 @@ SegmentWriter::~SegmentWriter() {
     if (job_ && job_->thread.joinable()) job_->thread.join();
 }
 
-void SegmentWriter::write(SegmentRows rows) {
+void SegmentWriter::write(PartNumber part, SegmentRows rows) {
     wait();
     const bool isSmall = rows.nodeCount() < fewNodes && rows.valueBytes() < fewBytes;
     const std::uint32_t number = nextFile_++;
-    const NodeId first = rows.firstNode();
+    const RecordId first = recordOf(part, rows.firstNode());
     auto job = std::make_unique<Job>(std::move(rows), environment_.segmentFile(number));
     written_.push_back({first, {}});
     written_.back().record.file = number;
@@ -89,7 +89,7 @@ const std::vector<StoredSegment> &SegmentWriter::finish() {
 }
 
 // Also after a failure: what it left is in nobody's way, but takes room.
-void SegmentWriter::removeFrom(NodeId first) noexcept {
+void SegmentWriter::removeFrom(RecordId first) noexcept {
     complete();
     while (!written_.empty() && written_.back().first >= first) {
         environment_.removeSegmentFile(written_.back().record.file);

@@ -32,14 +32,14 @@ public:
     SegmentWriter(const SegmentWriter &) = delete;
     SegmentWriter &operator=(const SegmentWriter &) = delete;
 
-    /** REQUIRES that there are rows. */
-    void write(SegmentRows rows);
+    /** The nodes of a part that these are. REQUIRES that there are rows. */
+    void write(PartNumber part, SegmentRows rows);
 
     /** Waits until all is written; answers what was, in the order of write(). */
     const std::vector<StoredSegment> &finish();
 
     /** Finishes and removes the files of the segments whose first node is `first` or later. */
-    void removeFrom(NodeId first) noexcept;
+    void removeFrom(RecordId first) noexcept;
 
     /** The first number of a file that was not given. */
     std::uint32_t nextFile() const { return nextFile_; }

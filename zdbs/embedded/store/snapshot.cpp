@@ -1,4 +1,4 @@
-// Opening a state, and its nodes by number.
+// Opening a part, and its nodes by number.
 #include "zdbs/embedded/store/snapshot.h"
 
 #include <algorithm>
@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "zdbs/base/status.h"
-#include "zdbs/embedded/store/catalogue.h"
 #include "zdbs/embedded/store/environment.h"
 
 namespace zdbs::embedded {
@@ -65,95 +64,35 @@ std::uint32_t findRow(const PathRun &run, std::uint32_t number) {
 
 }  // namespace
 
-Snapshot::Snapshot(std::shared_ptr<Environment> environment)
-    : environment_(std::move(environment)), serial_(newSerial()) {
-    // A commit may have removed files after this read which ones there are; then there is a
-    // newer state. Those of a database that was dropped are all gone.
-    std::optional<std::uint64_t> missedState;
-    while (!openNewest()) {
-        environment_->requirePlace();
-        if (missedState == state_.state) failDamaged("the file of a segment is missing");
-        missedState = state_.state;
-    }
+void StateTables::failDamaged(std::string_view what) const {
+    throw Failure(Status::homeDamaged, {environment->directory().native(), what});
+}
+
+Snapshot::Snapshot(std::shared_ptr<const StateTables> tables, PartContent content)
+    : tables_(std::move(tables)), content_(std::move(content)), serial_(newSerial()) {
+    for (PartContent::OpenSegment &segment : std::exchange(content_.segments, {}))
+        segments_.push_back({segment.first, segment.last, std::move(segment.file), true, {}});
     numberRuns();
     checkDocuments();
-    requireIntact();
-    pathStates_ = std::make_unique<PathState[]>(summary_.size());
+    pathStates_ = std::make_unique<PathState[]>(summary().size());
 }
 
 Snapshot::~Snapshot() = default;
 
-bool Snapshot::isNewest() const {
-    return environment_->isAtItsPlace() && environment_->lastCommit() == commit_;
-}
-
-/** False when the file of a segment was not there. */
-bool Snapshot::openNewest() {
-    transaction_.reset();
-    environment_->requireSound();
-    transaction_ = std::make_unique<ReadTransaction>(environment_);
-    commit_ = transaction_->commit();
-    const Catalogue catalogue(*environment_, *transaction_);
-    state_ = catalogue.state();
-    segments_.clear();
-    if (!openSegments(catalogue)) return false;
-    readTables(catalogue);
-    return true;
-}
-
-bool Snapshot::openSegments(const Catalogue &catalogue) {
-    for (const StoredSegment &stored : catalogue.segments()) {
-        OpenSegment &segment = segments_.emplace_back();
-        try {
-            segment.file = environment_->segment(stored.record.file);
-        } catch (const SegmentMissing &) {
-            return false;
-        }
-        segment.first = stored.first;
-        segment.last = stored.record.last;
-        const SegmentHeader &header = segment.file->header();
-        if (header.frontChecksum != stored.record.checksum || header.firstNode != segment.first ||
-            header.lastNode != segment.last)
-            segment.file->failDamaged("it is another segment");
-    }
-    return true;
-}
-
-void Snapshot::readTables(const Catalogue &catalogue) {
-    names_ = catalogue.names();
-    for (const Path &path : catalogue.paths())
-        summary_.add(path);
-    longElements_ = catalogue.longElements();
-    documents_.reserve(state_.documents);
-    xmlBytes_.reserve(state_.documents);
-    catalogue.forEachDocument([&](NodeId first, const DocumentRecord &document) {
-        documents_.push_back({first, document.last, document.name});
-        xmlBytes_.push_back(document.xmlBytes);
-        return true;
-    });
-    if (documents_.size() != state_.documents) failDamaged("the number of documents");
-}
-
 void Snapshot::requireIntact() const {
     if (!WatchedMap::lostAny()) return;
-    environment_->requireIntact();
+    tables_->environment->requireIntact();
     for (const OpenSegment &segment : segments_)
         segment.file->requireIntact();
 }
 
-std::uint64_t Snapshot::newestState(const std::shared_ptr<Environment> &environment) {
-    environment->requireSound();
-    const ReadTransaction transaction(environment);
-    return Catalogue(*environment, transaction).state().state;
-}
-
 // Which runs each path has.
 void Snapshot::numberRuns() {
-    std::vector<std::uint32_t> runCounts(summary_.size());
+    std::vector<std::uint32_t> runCounts(summary().size());
     for (OpenSegment &segment : segments_) {
         firstNodes_.push_back(segment.first);
         for (const SegmentPath &entry : segment.file->directory()) {
-            if (entry.path >= summary_.size()) segment.file->failDamaged("the number of a path");
+            if (entry.path >= summary().size()) segment.file->failDamaged("the number of a path");
             segment.runNumbers.push_back(runCounts[entry.path]++);
         }
     }
@@ -169,13 +108,12 @@ void Snapshot::numberRuns() {
     }
 }
 
-// Every node of a document must be in a segment, and there must be as many as the state says.
+// Every node of a document must be in a segment.
 void Snapshot::checkDocuments() {
     std::vector<std::uint64_t> present(segments_.size());
     std::size_t segment = 0;
     std::size_t stretch = 0;
-    std::uint64_t nodes = 0;
-    for (const DocumentRange &document : documents_) {
+    for (const DocumentRange &document : documents()) {
         for (std::uint64_t next = document.first; next <= document.last;) {
             for (; segment < segments_.size() && segments_[segment].last < next; stretch = 0)
                 ++segment;
@@ -187,11 +125,10 @@ void Snapshot::checkDocuments() {
             const std::uint64_t end =
                 std::min<std::uint64_t>(file.lastOf(stretch), document.last) + 1;
             present[segment] += end - next;
-            nodes += end - next;
+            nodes_ += end - next;
             next = end;
         }
     }
-    if (nodes != state_.nodes) failDamaged("the number of nodes");
     for (std::size_t i = 0; i < segments_.size(); ++i)
         segments_[i].isWhole = present[i] == segments_[i].file->nodeCount();
 }
@@ -207,7 +144,7 @@ Snapshot::Place Snapshot::placeOf(NodeId node) const {
 }
 
 const Path &Snapshot::pathAt(const Place &place) const {
-    return summary_[segments_[place.segment].file->directory()[place.local].path];
+    return summary()[segments_[place.segment].file->directory()[place.local].path];
 }
 
 Snapshot::RunRow Snapshot::rowOf(NodeId node) const {
@@ -222,8 +159,8 @@ Snapshot::RunRow Snapshot::rowOf(NodeId node) const {
     if (row >= run.count || run.nodes.at(row) != number)
         segment.file->failDamaged("the row of a node");
     hintOf(&run) = {&run, row};
-    memo = {serial_, node, row, &run, &summary_[path]};
-    return {&run, &summary_[path], row};
+    memo = {serial_, node, row, &run, &summary()[path]};
+    return {&run, &summary()[path], row};
 }
 
 NodeKind Snapshot::kind(NodeId node) const {
@@ -260,14 +197,13 @@ NodeId Snapshot::lastBelow(NodeId node) const {
 NodeId Snapshot::endOf(NodeId node, std::uint32_t below) const {
     if (below != endsLater) {
         const std::uint64_t last = std::uint64_t{node} + below;
-        if (last >= state_.nextNode) failDamaged("the end of an element");
+        if (last > segments_.back().last) failDamaged("the end of an element");
         return static_cast<NodeId>(last);
     }
-    const auto element = std::lower_bound(
-        longElements_.begin(), longElements_.end(), node,
-        [](const LongElement &listed, NodeId number) { return listed.node < number; });
-    if (element == longElements_.end() || element->node != node || element->last < node ||
-        element->last >= state_.nextNode)
+    const auto &longElements = content_.longElements;
+    const auto element = std::ranges::lower_bound(longElements, node, {}, &LongElement::node);
+    if (element == longElements.end() || element->node != node || element->last < node ||
+        element->last > segments_.back().last)
         failDamaged("a long element");
     return element->last;
 }
@@ -279,13 +215,13 @@ std::optional<std::uint32_t> Snapshot::nameNumber(NodeId node) const {
         return std::nullopt;
     const RunRow row = rowOf(node);
     const std::uint32_t number = row.run->names.at(row.row);
-    if (number >= names_.size()) failDamaged("the name of a node");
+    if (number >= nameCount()) failDamaged("the name of a node");
     return number;
 }
 
 NodeName Snapshot::name(NodeId node) const {
     const auto number = nameNumber(node);
-    return number ? names_[*number] : NodeName{};
+    return number ? tables_->names[*number] : NodeName{};
 }
 
 std::string_view Snapshot::value(NodeId node) const {
@@ -302,8 +238,9 @@ std::vector<NamespaceDeclaration> Snapshot::namespaces(NodeId node) const {
     for (std::uint32_t row = elements.lowerBound(element);
          row < elements.size() && elements.at(row) == element; ++row) {
         const std::uint32_t number = segment.declarationNames().at(row);
-        if (number >= names_.size()) failDamaged("a namespace declaration");
-        declarations.push_back({names_[number].prefix, names_[number].uri});
+        if (number >= nameCount()) failDamaged("a namespace declaration");
+        const NodeName &name = tables_->names[number];
+        declarations.push_back({name.prefix, name.uri});
     }
     return declarations;
 }
@@ -323,15 +260,8 @@ NodeId Snapshot::nextDeclaring(NodeId from) const {
 }
 
 std::optional<DocumentRange> Snapshot::findDocument(std::string_view name) const {
-    // Reading is for one thread at a time.
-    const std::lock_guard lock(mutex_);
-    const DocumentRange range = Catalogue(*environment_, *transaction_).find(name);
-    if (range.first == noNode) return std::nullopt;
-    return range;
-}
-
-void Snapshot::failDamaged(std::string_view what) const {
-    throw Failure(Status::homeDamaged, {environment_->directory().native(), what});
+    const auto found = std::ranges::find(documents(), name, &DocumentRange::name);
+    return found != documents().end() ? std::optional(*found) : std::nullopt;
 }
 
 }  // namespace zdbs::embedded

@@ -1,4 +1,4 @@
-// The nodes of a state by path, and what its structures take.
+// The nodes of a part by path.
 #include <algorithm>
 #include <bit>
 #include <utility>
@@ -23,7 +23,7 @@ std::span<const PathRun> Snapshot::runs(PathId path) const {
 // Rows of the parent's path are numbered over all segments; a run's parents count from the
 // first one of its own segment.
 void Snapshot::readRuns(PathId path, PathState &state) const {
-    const PathId parent = summary_[path].parent;
+    const PathId parent = summary()[path].parent;
     std::uint32_t parentRun = parent == noPath ? 0 : firstRuns_[parent];
     const std::uint32_t parentEnd = parent == noPath ? 0 : firstRuns_[parent + 1];
     RowId firstRow = 0;
@@ -36,7 +36,7 @@ void Snapshot::readRuns(PathId path, PathState &state) const {
             parentBase += segments_[above.segment].file->directory()[above.local].count;
         }
         PathRun &run =
-            runs.emplace_back(segments_[source.segment].file->run(source.local, summary_[path]));
+            runs.emplace_back(segments_[source.segment].file->run(source.local, summary()[path]));
         run.firstRow = firstRow;
         run.parentBase = parentBase;
         firstRow += run.count;
@@ -87,11 +87,9 @@ void Snapshot::readLiveRows(PathId path, std::span<const PathRun> all, PathState
 
 // Of a segment with nodes of removed documents: the rows of those that are there.
 void Snapshot::addPresent(const OpenSegment &segment, const PathRun &run, RowSet &rows) const {
-    auto document =
-        std::lower_bound(documents_.begin(), documents_.end(), segment.first,
-                         [](const DocumentRange &range, NodeId node) { return range.last < node; });
+    auto document = std::ranges::lower_bound(documents(), segment.first, {}, &DocumentRange::last);
     std::uint32_t row = 0;
-    for (; document != documents_.end() && document->first <= segment.last; ++document) {
+    for (; document != documents().end() && document->first <= segment.last; ++document) {
         const NodeId first = std::max(document->first, segment.first);
         row = run.nodes.lowerBound(first - run.firstNode, row);
         const std::uint32_t end = run.nodes.lowerBound(document->last + 1 - run.firstNode, row);
@@ -102,7 +100,7 @@ void Snapshot::addPresent(const OpenSegment &segment, const PathRun &run, RowSet
 
 std::optional<std::vector<PathId>> Snapshot::pathsWithKey(ValueKey key) const {
     constexpr std::size_t wordBits = 64;
-    std::vector<std::uint64_t> found(summary_.size() / wordBits + 1);
+    std::vector<std::uint64_t> found(summary().size() / wordBits + 1);
     for (const OpenSegment &segment : segments_) {
         const auto directory = segment.file->directory();
         segment.file->valuePaths().forPathsOf(key, [&](std::uint32_t local) {
@@ -140,61 +138,6 @@ NodeId Snapshot::lastBelow(PathRow row) const {
     const PathRun &run = runOf(row);
     const NodeId node = run.nodeAt(row.row);
     return run.below.empty() ? node : endOf(node, run.below.at(row.row - run.firstRow));
-}
-
-std::uint64_t Snapshot::diskBytes() const {
-    std::uint64_t bytes = environment_->fileSize();
-    for (const OpenSegment &segment : segments_)
-        bytes += segment.file->diskBytes();
-    return bytes;
-}
-
-namespace {
-
-void measure(const Segment &segment, StoreSizes &sizes) {
-    sizes.storedNodes += segment.nodeCount();
-    sizes.pathOfNode += segment.header().pathOfNodeBytes;
-    sizes.names +=
-        segment.header().declarationElementsBytes + segment.header().declarationNamesBytes;
-    sizes.valueIndex += segment.header().valuePathsBytes;
-    sizes.words += segment.header().wordsBytes;
-    sizes.paths +=
-        sizeof(SegmentHeader) + segment.stretches().size_bytes() + segment.directory().size_bytes();
-    for (std::uint32_t local = 0; local < segment.directory().size(); ++local) {
-        const SegmentPath &entry = segment.directory()[local];
-        for (std::size_t column = 0; column + 1 < segmentColumnCount; ++column)
-            sizes.structure += entry.sizes[column];
-        const std::uint64_t bytes = entry.sizes.back();
-        if (bytes == 0) continue;
-        const ValueColumn::Sizes parts = segment.values(local).sizes();
-        sizes.textOrder += parts.textOrder;
-        sizes.numberOrder += parts.numberOrder;
-        sizes.trigrams += parts.trigrams;
-        const std::uint64_t indexes = parts.textOrder + parts.numberOrder + parts.trigrams;
-        sizes.values += bytes - std::min(bytes, indexes);
-    }
-}
-
-}  // namespace
-
-StoreSizes Snapshot::sizes() const {
-    StoreSizes sizes;
-    for (const OpenSegment &segment : segments_)
-        measure(*segment.file, sizes);
-    {
-        const std::lock_guard lock(mutex_);
-        const auto bytes = [&](Table table) { return transaction_->size(table).bytes; };
-        sizes.documents = bytes(Table::documents) + bytes(Table::documentNames);
-        sizes.names += bytes(Table::names);
-        sizes.paths += bytes(Table::paths) + bytes(Table::segments);
-        sizes.structure += bytes(Table::longElements);
-    }
-    sizes.all = diskBytes();
-    const std::uint64_t used = sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
-                               sizes.numberOrder + sizes.trigrams + sizes.words + sizes.valueIndex +
-                               sizes.documents + sizes.names + sizes.paths;
-    sizes.unused = sizes.all - std::min(used, sizes.all);
-    return sizes;
 }
 
 }  // namespace zdbs::embedded

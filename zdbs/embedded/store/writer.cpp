@@ -16,6 +16,10 @@ bool Writer::hasDocument(std::string_view document) const {
     return run_->hasDocument(document);
 }
 
+std::uint64_t Writer::maxNodes() const {
+    return run_->nodesOfDocument();
+}
+
 void Writer::beginDocument(std::string_view document) {
     run_->begin(document);
 }

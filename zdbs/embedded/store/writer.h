@@ -26,6 +26,9 @@ class Environment;
  * Nodes are collected into segments (segment.h); a full one is encoded and written by
  * another thread while the next one is filled. Memory: the open elements, two segments, and
  * one record for each document of the run; however large the input is.
+ *
+ * Documents go to the last part of the database. One that turns out to have no room in it begins
+ * the next part: what was written of it is written once more there.
  */
 class Writer final : public Load {
 public:
@@ -47,7 +50,7 @@ public:
     /** As it will be after commit(). */
     bool hasDocument(std::string_view document) const;
 
-    std::uint64_t maxNodes() const override { return lastNodeId; }
+    std::uint64_t maxNodes() const override;
     void beginDocument(std::string_view document) override;
     void startElement(const NumberedName &name) override;
     void attribute(const NumberedName &name, std::string_view value,

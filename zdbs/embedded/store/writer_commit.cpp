@@ -10,9 +10,6 @@
 
 namespace zdbs::embedded {
 
-namespace {
-
-/** Opened and verified as a whole: what is copied must not get a good checksum by that. */
 std::shared_ptr<const Segment> openSound(const Environment &environment,
                                          const StoredSegment &stored) {
     const auto file = environment.segmentFile(stored.record.file);
@@ -31,14 +28,11 @@ std::shared_ptr<const Segment> openSound(const Environment &environment,
     }
 }
 
-}  // namespace
-
 void Writer::Run::commit() {
     if (added_.empty() && removed_.empty()) return;
     for (const auto &[name, document] : added_)
-        newRanges_.push_back({document.nodes.first, document.nodes.last, {}});
-    std::sort(newRanges_.begin(), newRanges_.end(),
-              [](const DocumentRange &a, const DocumentRange &b) { return a.first < b.first; });
+        newRanges_.push_back(document.nodes);
+    std::ranges::sort(newRanges_, {}, &RecordRange::first);
     for (const auto &[name, nodes] : removed_)
         removedFirsts_.insert(nodes.first);
     flush();
@@ -68,17 +62,16 @@ Compaction Writer::Run::compact(const ProgressReport &report) {
 // The nodes that still wait become a segment.
 void Writer::Run::flush() {
     SegmentRows rows = builder_.takeRows();
-    if (!rows.empty() && !documentsIn(rows.firstNode(), rows.lastNode()).empty())
-        segmentWriter_->write(std::move(rows));
+    if (!rows.empty() && !documentsIn({record(rows.firstNode()), record(rows.lastNode())}).empty())
+        segmentWriter_->write(part_, std::move(rows));
     const auto &written = segmentWriter_->finish();
     segments_.insert(segments_.end(), written.begin(), written.end());
 }
 
 void Writer::Run::dropEmptySegments() {
-    std::sort(vacated_.begin(), vacated_.end(),
-              [](const NodeRange &a, const NodeRange &b) { return a.first < b.first; });
+    std::ranges::sort(vacated_, {}, &RecordRange::first);
     const auto isEmpty = [&](const StoredSegment &segment) {
-        return isTouched(segment) && documentsIn(segment.first, segment.record.last).empty();
+        return isTouched(segment) && documentsIn({segment.first, segment.last()}).empty();
     };
     std::vector<StoredSegment> left;
     for (const StoredSegment &segment : segments_)
@@ -88,28 +81,25 @@ void Writer::Run::dropEmptySegments() {
 
 // Did nodes in it leave their document? The ranges in vacated_ do not overlap.
 bool Writer::Run::isTouched(const StoredSegment &segment) const {
-    const auto range =
-        std::lower_bound(vacated_.begin(), vacated_.end(), segment.first,
-                         [](const NodeRange &nodes, NodeId node) { return nodes.last < node; });
-    return range != vacated_.end() && range->first <= segment.record.last;
+    const auto range = std::ranges::lower_bound(vacated_, segment.first, {}, &RecordRange::last);
+    return range != vacated_.end() && range->first <= segment.last();
 }
 
-/** The documents, as they will be, that have nodes in a range; ascending. */
-std::vector<DocumentRange> Writer::Run::documentsIn(NodeId first, NodeId last) const {
+/** The documents, as they will be, that have some of these nodes; ascending. */
+std::vector<DocumentRange> Writer::Run::documentsIn(RecordRange nodes) const {
     std::vector<DocumentRange> found;
     const ReadTransaction transaction(environment_);
     Catalogue(*environment_, transaction)
-        .forEachDocumentFrom(first, [&](NodeId node, const DocumentRecord &document) {
-            if (node > last) return false;
-            if (document.last >= first && !removedFirsts_.contains(node))
-                found.push_back({node, document.last, {}});
+        .forEachDocumentFrom(nodes.first, [&](RecordId first, const DocumentRecord &document) {
+            if (first > nodes.last) return false;
+            const RecordId last = recordOf(partOf(first), document.last);
+            if (last >= nodes.first && !removedFirsts_.contains(first))
+                found.push_back({nodeOf(first), document.last, {}});
             return true;
         });
-    auto added =
-        std::lower_bound(newRanges_.begin(), newRanges_.end(), first,
-                         [](const DocumentRange &range, NodeId node) { return range.last < node; });
-    for (; added != newRanges_.end() && added->first <= last; ++added)
-        found.push_back(*added);
+    auto added = std::ranges::lower_bound(newRanges_, nodes.first, {}, &RecordRange::last);
+    for (; added != newRanges_.end() && added->first <= nodes.last; ++added)
+        found.push_back({nodeOf(added->first), nodeOf(added->last), {}});
     return found;
 }
 
@@ -119,13 +109,13 @@ std::vector<std::uint32_t> Writer::Run::presentNodes() const {
     std::size_t next = 0;
     const ReadTransaction transaction(environment_);
     Catalogue(*environment_, transaction)
-        .forEachDocument([&](NodeId first, const DocumentRecord &document) {
-            while (next < segments_.size() && segments_[next].record.last < first)
+        .forEachDocument([&](RecordId first, const DocumentRecord &document) {
+            const RecordId last = recordOf(partOf(first), document.last);
+            while (next < segments_.size() && segments_[next].last() < first)
                 ++next;
-            for (std::size_t i = next; i < segments_.size() && segments_[i].first <= document.last;
-                 ++i)
-                present[i] += std::min(document.last, segments_[i].record.last) -
-                              std::max(first, segments_[i].first) + 1;
+            for (std::size_t i = next; i < segments_.size() && segments_[i].first <= last; ++i)
+                present[i] += static_cast<std::uint32_t>(std::min(last, segments_[i].last()) -
+                                                         std::max(first, segments_[i].first) + 1);
             return true;
         });
     return present;
@@ -145,7 +135,7 @@ void Writer::Run::replace(std::span<const SegmentGroup> groups, const ProgressRe
             left.push_back(segments_[next]);
         const auto members = std::span(segments_).subspan(group.begin, group.end - group.begin);
         SegmentRows rows = rowsOf(members);
-        if (!rows.empty()) segmentWriter_->write(std::move(rows));
+        if (!rows.empty()) segmentWriter_->write(members.front().part(), std::move(rows));
         obsolete_.insert(obsolete_.end(), members.begin(), members.end());
         next = group.end;
         done += bytesOf(group);
@@ -170,7 +160,7 @@ std::uint64_t Writer::Run::bytesOf(const SegmentGroup &group) const {
 SegmentRows Writer::Run::rowsOf(std::span<const StoredSegment> segments) const {
     SegmentRows rows;
     for (const StoredSegment &stored : segments) {
-        const auto documents = documentsIn(stored.first, stored.record.last);
+        const auto documents = documentsIn({stored.first, stored.last()});
         if (documents.empty()) continue;
         const auto segment = openSound(*environment_, stored);
         rows.addSegment(*segment, paths_.all(), documents);
@@ -216,6 +206,8 @@ void Writer::Run::putState(WriteTransaction &transaction) const {
                         encodePath(paths_[static_cast<PathId>(i)]));
     putSegments(transaction);
     transaction.put(Table::meta, stateKey, encodeState(newState()));
+    if (part_ != 0 && committed_.lastPart == 0)
+        transaction.put(Table::meta, versionKey, encodeNumber(formatOfParts));
 }
 
 void Writer::Run::putSegments(WriteTransaction &transaction) const {
@@ -240,9 +232,10 @@ StateRecord Writer::Run::newState() const {
     state.documents += added_.size();
     state.documents -= removed_.size();
     for (const auto &[name, document] : added_)
-        state.nodes += document.nodes.last - document.nodes.first + 1;
+        state.nodes += document.nodes.size();
     for (const auto &[name, nodes] : removed_)
-        state.nodes -= nodes.last - nodes.first + 1;
+        state.nodes -= nodes.size();
+    state.lastPart = part_;
     state.nextNode = static_cast<NodeId>(nextNode_);
     state.nameCount = static_cast<std::uint32_t>(names_.size());
     state.pathCount = static_cast<std::uint32_t>(paths_.size());
@@ -252,29 +245,30 @@ StateRecord Writer::Run::newState() const {
 
 void Writer::Run::putDocument(WriteTransaction &transaction, const std::string &name,
                               const NewDocument &document) const {
-    const NodeId first = document.nodes.first;
+    const RecordId first = document.nodes.first;
     transaction.put(Table::documents, encodeKey(first),
-                    encodeDocument({document.nodes.last, document.xmlBytes, name}));
+                    encodeDocument({nodeOf(document.nodes.last), document.xmlBytes, name}));
     if (!document.longElements.empty())
         transaction.put(Table::longElements, encodeKey(first), document.longElements);
     const std::string key = documentNameKey(name);
-    transaction.put(Table::documentNames, key,
-                    transaction.get(Table::documentNames, key).value_or("") + encodeNumber(first));
+    transaction.put(
+        Table::documentNames, key,
+        transaction.get(Table::documentNames, key).value_or("") + encodeRecords({first}));
 }
 
 // Documents whose names have the same hash share a record.
 void Writer::Run::removeDocument(WriteTransaction &transaction, const std::string &name,
-                                 NodeId first) {
+                                 RecordId first) {
     transaction.remove(Table::documents, encodeKey(first));
     transaction.remove(Table::longElements, encodeKey(first));
     const std::string key = documentNameKey(name);
-    auto numbers = decodeNumbers(transaction.get(Table::documentNames, key).value_or(""));
-    if (!numbers) return;
-    std::erase(*numbers, first);
-    if (numbers->empty())
+    auto documents = decodeRecords(transaction.get(Table::documentNames, key).value_or(""));
+    if (!documents) return;
+    std::erase(*documents, first);
+    if (documents->empty())
         transaction.remove(Table::documentNames, key);
     else
-        transaction.put(Table::documentNames, key, encodeNumbers(*numbers));
+        transaction.put(Table::documentNames, key, encodeRecords(*documents));
 }
 
 }  // namespace zdbs::embedded

@@ -9,7 +9,7 @@
 #include "zdbs/base/document_name.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/store/catalogue.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/committed_state.h"
 
 namespace zdbs::embedded {
 
@@ -21,11 +21,14 @@ Writer::Run::Run(std::shared_ptr<Environment> environment, const std::function<v
       limits_(segmentLimits),
       lock_(lockPath(), waiting),
       paths_(pathLimits),
-      builder_(names_, paths_, limits_,
-               [this](SegmentRows rows) { segmentWriter_->write(std::move(rows)); }) {
+      builder_(
+          names_, paths_, limits_,
+          [this](SegmentRows rows) { segmentWriter_->write(part_, std::move(rows)); },
+          [this] { moveToNextPart(); }) {
     if (!lock_.isAt(lockPath())) throw Failure(Status::unknownDatabase, {databaseName()});
     if (environment_->readOnly()) throwWriteError(EROFS, lockPath());
     environment_->removeDeadReaders();
+    environment_->noteLastCommit();
     readCommitted();
     removeLeftovers();
     segmentWriter_ = std::make_unique<SegmentWriter>(*environment_, committed_.nextSegment);
@@ -37,10 +40,11 @@ Writer::Run::~Run() {
 
 void Writer::Run::readCommitted() {
     // What readers refuse gets no newer state, which they would refuse as well.
-    Snapshot(environment_).requireIntact();
+    CommittedState(environment_).requireIntact();
     const ReadTransaction transaction(environment_);
     const Catalogue catalogue(*environment_, transaction);
     committed_ = catalogue.state();
+    part_ = committed_.lastPart;
     nextNode_ = committed_.nextNode;
     for (const NodeName &name : catalogue.names())
         names_.numberOf(name);
@@ -64,11 +68,9 @@ void Writer::Run::removeLeftovers() const {
     if (error) makePrivateDirectory(environment_->segmentsDirectory());
 }
 
-std::optional<Writer::Run::NodeRange> Writer::Run::findCommitted(std::string_view document) const {
+std::optional<RecordRange> Writer::Run::findCommitted(std::string_view document) const {
     const ReadTransaction transaction(environment_);
-    const DocumentRange range = Catalogue(*environment_, transaction).find(document);
-    if (range.first == noNode) return std::nullopt;
-    return NodeRange{range.first, range.last};
+    return Catalogue(*environment_, transaction).find(document);
 }
 
 bool Writer::Run::hasDocument(std::string_view document) const {
@@ -82,9 +84,50 @@ void Writer::Run::begin(std::string_view document) {
     if (hasDocument(document)) throw Failure(Status::documentExists, {document, databaseName()});
     document_ = document;
     told_.clear();
+    if (nextNode_ > limits_.nodesOfPart) beginPart();
     namesBefore_ = names_.size();
     pathsBefore_ = paths_.size();
     builder_.begin(static_cast<NodeId>(nextNode_));
+}
+
+// The nodes that still wait are of the part before.
+void Writer::Run::beginPart() {
+    builder_.handOut();
+    ++part_;
+    nextNode_ = 1;
+}
+
+std::vector<StoredSegment> Writer::Run::writtenFrom(RecordId first) {
+    std::vector<StoredSegment> written = segmentWriter_->finish();
+    std::erase_if(written, [&](const StoredSegment &each) { return each.last() < first; });
+    return written;
+}
+
+// Of the document that is being written the first segment may have earlier documents in it, too:
+// as in abandon(), that one stays.
+void Writer::Run::moveToNextPart() {
+    builder_.handOut();
+    const RecordId first = record(builder_.first());
+    const DocumentRange document{builder_.first(), builder_.last(), {}};
+    std::vector<std::shared_ptr<const Segment>> segments;
+    for (const StoredSegment &written : writtenFrom(first))
+        segments.push_back(openSound(*environment_, written));
+    segmentWriter_->removeFrom(first);
+    for (const StoredSegment &left : writtenFrom(first))
+        vacated_.push_back({first, left.last()});
+    namesBefore_ = names_.size();
+    pathsBefore_ = paths_.size();
+    ++part_;
+    nextNode_ = 1;
+    for (auto &segment : segments) {
+        SegmentRows rows;
+        rows.addSegment(*segment, paths_.all(), std::span(&document, 1));
+        segment->requireIntact();
+        segment.reset();
+        rows.renumber(document.first - 1);
+        segmentWriter_->write(part_, std::move(rows));
+    }
+    builder_.renumber();
 }
 
 std::uint32_t Writer::Run::learn(const NumberedName &name) {
@@ -98,7 +141,7 @@ void Writer::Run::end(std::uint64_t xmlBytes) {
     assert(last != noNode);
     const auto &longElements = builder_.longElements();
     added_.emplace(document_,
-                   NewDocument{{builder_.first(), last},
+                   NewDocument{{record(builder_.first()), record(last)},
                                xmlBytes,
                                longElements.empty() ? "" : encodeLongElements(longElements)});
     nextNode_ = std::uint64_t{last} + 1;
@@ -107,14 +150,13 @@ void Writer::Run::end(std::uint64_t xmlBytes) {
 // A segment that was written with an earlier document in it stays. It has some nodes of the
 // abandoned document then, whose numbers, names and paths are not given again.
 void Writer::Run::abandon() {
-    const NodeId first = builder_.first();
+    const RecordId first = record(builder_.first());
     segmentWriter_->removeFrom(first);
-    const auto &written = segmentWriter_->finish();
-    const NodeId lastLeft = written.empty() ? noNode : written.back().record.last;
-    builder_.abandon(lastLeft);
-    if (lastLeft >= first) {
-        vacated_.push_back({first, lastLeft});
-        nextNode_ = std::uint64_t{lastLeft} + 1;
+    const auto left = writtenFrom(first);
+    builder_.abandon(left.empty() ? nodeOf(first) - 1 : left.back().record.last);
+    if (!left.empty()) {
+        vacated_.push_back({first, left.back().last()});
+        nextNode_ = std::uint64_t{left.back().record.last} + 1;
         return;
     }
     names_.truncate(namesBefore_);

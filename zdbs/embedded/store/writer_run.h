@@ -21,11 +21,19 @@
 #include "zdbs/embedded/store/name_dictionary.h"
 #include "zdbs/embedded/store/path_dictionary.h"
 #include "zdbs/embedded/store/records.h"
+#include "zdbs/embedded/store/segment.h"
 #include "zdbs/embedded/store/segment_merge.h"
 #include "zdbs/embedded/store/segment_writer.h"
 #include "zdbs/embedded/store/writer.h"
 
 namespace zdbs::embedded {
+
+/**
+ * Opens a segment and verifies it as a whole: what is copied must not get a good checksum by
+ * that. Throws Failure: homeDamaged.
+ */
+std::shared_ptr<const Segment> openSound(const Environment &environment,
+                                         const StoredSegment &stored);
 
 /**
  * The state of a writer between its construction and its commit.
@@ -42,6 +50,7 @@ public:
     Run &operator=(const Run &) = delete;
 
     DocumentBuilder &builder() { return builder_; }
+    NodeId nodesOfDocument() const { return limits_.nodesOfDocument; }
 
     /** In the dictionary, of a name as whoever loads numbers it. */
     std::uint32_t nameNumber(const NumberedName &name) {
@@ -59,12 +68,8 @@ public:
     Compaction compact(const ProgressReport &report);
 
 private:
-    struct NodeRange {
-        NodeId first;
-        NodeId last;
-    };
     struct NewDocument {
-        NodeRange nodes;
+        RecordRange nodes;
         std::uint64_t xmlBytes;
         std::string longElements;  ///< their record; empty when there are none
     };
@@ -75,14 +80,19 @@ private:
     std::uint32_t learn(const NumberedName &name);
     void readCommitted();
     void removeLeftovers() const;
-    std::optional<NodeRange> findCommitted(std::string_view document) const;
+    std::optional<RecordRange> findCommitted(std::string_view document) const;
+
+    RecordId record(NodeId node) const { return recordOf(part_, node); }
+    void beginPart();
+    void moveToNextPart();
+    std::vector<StoredSegment> writtenFrom(RecordId first);
 
     void flush();
     void dropEmptySegments();
     void replace(std::span<const SegmentGroup> groups, const ProgressReport &report = {});
     std::uint64_t bytesOf(const SegmentGroup &group) const;
     SegmentRows rowsOf(std::span<const StoredSegment> segments) const;
-    std::vector<DocumentRange> documentsIn(NodeId first, NodeId last) const;
+    std::vector<DocumentRange> documentsIn(RecordRange nodes) const;
     std::vector<std::uint32_t> presentNodes() const;
     bool isTouched(const StoredSegment &segment) const;
 
@@ -95,7 +105,7 @@ private:
     void putDocument(WriteTransaction &transaction, const std::string &name,
                      const NewDocument &document) const;
     static void removeDocument(WriteTransaction &transaction, const std::string &name,
-                               NodeId first);
+                               RecordId first);
 
     std::shared_ptr<Environment> environment_;
     SegmentLimits limits_;
@@ -106,18 +116,19 @@ private:
     std::vector<StoredSegment> segments_;  ///< committed; while committing what will be
     std::unique_ptr<SegmentWriter> segmentWriter_;
     DocumentBuilder builder_;
-    std::uint64_t nextNode_ = 0;
+    PartNumber part_ = 0;              ///< the last one
+    std::uint64_t nextNode_ = 0;       ///< in it
     std::string document_;             ///< the one that is being written
     std::vector<std::uint32_t> told_;  ///< its names, by the numbers that they are told with
     std::size_t namesBefore_ = 0;
     std::size_t pathsBefore_ = 0;
     std::unordered_map<std::string, NewDocument> added_;
-    std::unordered_map<std::string, NodeRange> removed_;
-    std::vector<NodeRange> vacated_;  ///< what no document has any more, since the last commit
+    std::unordered_map<std::string, RecordRange> removed_;
+    std::vector<RecordRange> vacated_;  ///< what no document has any more, since the last commit
 
     // While committing.
-    std::vector<DocumentRange> newRanges_;  ///< of added_, ascending
-    std::unordered_set<NodeId> removedFirsts_;
+    std::vector<RecordRange> newRanges_;  ///< of added_, ascending
+    std::unordered_set<RecordId> removedFirsts_;
     std::vector<StoredSegment> obsolete_;
     bool mayBeCommitted_ = false;  ///< the files may be named by the catalogue
 };

@@ -101,20 +101,20 @@ std::vector<Damage> documentDamages() {
         {"NameOfAnotherDocument",
          [](Db db) {
              db.put("documentNames", documentNameKey("deep.xml"),
-                    encodeNumbers({db.documents()[0]}));
+                    encodeRecords({db.documents()[0]}));
          },
          "has another name"},
         {"DocumentIsNamedTwice",
          [](Db db) {
              const NodeId document = db.documents()[1];
              db.put("documentNames", documentNameKey("deep.xml"),
-                    encodeNumbers({document, document}));
+                    encodeRecords({document, document}));
          },
          "is there twice"},
         {"NameWithoutADocument",
          [](Db db) {
              db.put("documentNames", documentNameKey("deep.xml"),
-                    encodeNumbers({db.documents()[1], 3}));
+                    encodeRecords({db.documents()[1], 3}));
          },
          "is not there"},
         {"EmptyListOfDocuments",

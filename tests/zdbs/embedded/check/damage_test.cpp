@@ -14,7 +14,7 @@
 #include "tests/zdbs/embedded/check/damaged_use.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/check/check.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/load/loader.h"
 
@@ -72,7 +72,7 @@ TEST(DamagedDatabase, IsSoundBeforeItIsDamaged) {
 
 TEST(DamagedDatabase, OfAnotherFormatIsAFailure) {
     const DamagedDatabase database;
-    database.put("meta", std::string(versionKey), encodeNumber(formatVersion + 1));
+    database.put("meta", std::string(versionKey), encodeNumber(formatOfParts + 1));
     EXPECT_THROW(checkDatabase(database.path()), Failure);
 }
 
@@ -90,7 +90,7 @@ TEST(DamagedDatabase, WithAnotherByteInAnyRecordIsRefusedAndTold) {
             textOf(checkDatabase(database.path())),
             HasSubstr("table " + std::string(table) + ": checksums: the record of the key "));
         if (std::string_view(table) == "documentNames") continue;  // read when a name is looked for
-        EXPECT_THROW(Home::open(database.home())->snapshot("db"), Failure) << table;
+        EXPECT_THROW(Home::open(database.home())->state("db"), Failure) << table;
     }
 }
 
@@ -162,7 +162,7 @@ TEST_P(DamageTest, DoesNoHarmToWhoWrites) {
 }
 
 TEST_P(DamageTest, IsRefusedByWhoWritesWhereWhoReadsRefusesIt) {
-    const bool isRead = succeeds([&] { Home::open(database_.home())->snapshot("db"); });
+    const bool isRead = succeeds([&] { Home::open(database_.home())->state("db"); });
     const bool isWritten = succeeds([&] {
         const auto writer = Home::open(database_.home())->write("db");
         Loader(*writer).load(*openText("<items/>"), "new", "new");

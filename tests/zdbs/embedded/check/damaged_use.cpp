@@ -10,7 +10,7 @@
 #include "zdbs/embedded/embedded_administration.h"
 #include "zdbs/embedded/fragments/tree_teller.h"
 #include "zdbs/embedded/paths/path_nodes.h"
-#include "zdbs/embedded/store/snapshot.h"
+#include "zdbs/embedded/store/committed_state.h"
 #include "zdbs/embedded/store/writer.h"
 #include "zdbs/export/xml_writer.h"
 #include "zdbs/load/loader.h"
@@ -52,7 +52,7 @@ void readPaths(const PathTable &table) {
 
 std::size_t readAll(const DamagedDatabase &database) {
     const auto home = Home::open(database.home());
-    const auto snapshot = home->snapshot("db");
+    const auto snapshot = home->state("db")->parts().front();
     std::size_t sum = 0;
     for (const DocumentRange &document : snapshot->documents()) {
         for (std::uint64_t node = document.first; node <= document.last; ++node)

@@ -4,6 +4,7 @@
 
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/nodes_of.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
@@ -65,7 +66,7 @@ Desk::Desk(const std::vector<XmlSource> &documents)
 }
 
 void Desk::add(std::string name, std::shared_ptr<const NodeTable> table) {
-    auto database = makeEmbeddedDatabase("test", [table] { return table; });
+    auto database = makeEmbeddedDatabase("test", onePart([table] { return table; }));
     editions_.push_back({std::move(name), std::move(table), std::move(database), {}});
 }
 

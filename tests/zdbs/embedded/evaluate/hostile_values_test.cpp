@@ -9,6 +9,7 @@
 #include "tests/zdbs/support/memory_node_table.h"
 #include "tests/zdbs/support/memory_path_table.h"
 #include "tests/zdbs/support/nodes_of.h"
+#include "tests/zdbs/support/one_part.h"
 #include "zdbs/embedded/embedded_database.h"
 #include "zdbs/language/command_parser.h"
 
@@ -53,7 +54,7 @@ protected:
     HostileValues() {
         std::shared_ptr<const NodeTable> nodes(&table_, [](const NodeTable *) {});
         if (GetParam()) nodes = std::make_shared<MemoryPathTable>(table_);
-        database_ = makeEmbeddedDatabase("values", [nodes] { return nodes; });
+        database_ = makeEmbeddedDatabase("values", onePart([nodes] { return nodes; }));
         everything_ = database_->everything();
     }
 

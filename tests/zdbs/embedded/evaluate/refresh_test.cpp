@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/zdbs/support/memory_node_table.h"
+#include "tests/zdbs/support/one_part.h"
 #include "tests/zdbs/support/told.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/embedded_database.h"
@@ -28,7 +29,7 @@ std::shared_ptr<const NodeTable> tableFrom(NodeId first, int count) {
 
 TEST(Refresh, TakesUpTheNewestState) {
     std::shared_ptr<const NodeTable> newest = tableFrom(1, 3);
-    auto database = makeEmbeddedDatabase("d", [&] { return newest; });
+    auto database = makeEmbeddedDatabase("d", onePart([&] { return newest; }));
     EXPECT_EQ(database->name(), "d");
     const ResultSetPtr made = database->everything();
     std::vector<ResultSetPtr> sets{made};
@@ -42,7 +43,7 @@ TEST(Refresh, TakesUpTheNewestState) {
 
 TEST(Refresh, DropsWhatIsGoneFromSetsThatAreCarriedOver) {
     std::shared_ptr<const NodeTable> newest = tableFrom(1, 4);
-    auto database = makeEmbeddedDatabase("d", [&] { return newest; });
+    auto database = makeEmbeddedDatabase("d", onePart([&] { return newest; }));
     std::vector<ResultSetPtr> sets{database->everything(), nullptr, database->everything()};
     newest = tableFrom(3, 5);
     database->refresh(sets);
@@ -56,7 +57,7 @@ TEST(Refresh, DropsWhatIsGoneFromSetsThatAreCarriedOver) {
 
 TEST(Refresh, LetsCarriedSetsBeUsedFurther) {
     std::shared_ptr<const NodeTable> newest = tableFrom(1, 4);
-    auto database = makeEmbeddedDatabase("d", [&] { return newest; });
+    auto database = makeEmbeddedDatabase("d", onePart([&] { return newest; }));
     auto evaluate = [&](const char *line, const ResultSetPtr &set) {
         Command command = parseCommand(line);
         return database->evaluate(std::get<FindCommand>(command).condition,
@@ -96,7 +97,7 @@ private:
 TEST(Refresh, CarriesAllSetsOverOrNone) {
     const std::shared_ptr<const NodeTable> before = tableFrom(1, 4);
     std::shared_ptr<const NodeTable> newest = before;
-    auto database = makeEmbeddedDatabase("d", [&] { return newest; });
+    auto database = makeEmbeddedDatabase("d", onePart([&] { return newest; }));
     std::vector<ResultSetPtr> sets{database->everything(), database->everything()};
     const std::vector<ResultSetPtr> untouched = sets;
     int failures = 0;

@@ -286,7 +286,7 @@ TEST(HomeDatabases, HaveNoOtherNamesThanValidOnes) {
         EXPECT_FALSE(test.home->hasDatabase(name)) << name;
         EXPECT_EQ(statusOf([&] { test.home->createDatabase(name); }), Status::badName) << name;
         EXPECT_EQ(statusOf([&] { test.home->dropDatabase(name); }), Status::unknownDatabase);
-        EXPECT_EQ(statusOf([&] { test.home->snapshot(name); }), Status::unknownDatabase) << name;
+        EXPECT_EQ(statusOf([&] { snapshotOf(*test.home, name); }), Status::unknownDatabase) << name;
         EXPECT_EQ(statusOf([&] { test.home->write(name); }), Status::unknownDatabase) << name;
     }
     EXPECT_THAT(test.home->databases(), ElementsAre("db"));
@@ -297,7 +297,7 @@ TEST(HomeDatabases, AreNotWhatElseLiesThere) {
     fs::create_directory(test.home->path() / "databases" / "empty");
     test.directory.write("home/databases/file", "");
     EXPECT_THAT(test.home->databases(), ElementsAre("db"));
-    EXPECT_EQ(statusOf([&] { test.home->snapshot("empty"); }), Status::unknownDatabase);
+    EXPECT_EQ(statusOf([&] { snapshotOf(*test.home, "empty"); }), Status::unknownDatabase);
 }
 
 TEST(HomeDatabases, LeftHalfMadeOrHalfDroppedAreClearedAway) {
@@ -311,7 +311,7 @@ TEST(HomeDatabases, LeftHalfMadeOrHalfDroppedAreClearedAway) {
     test.home->createDatabase("new");
     EXPECT_FALSE(fs::exists(databases / ".new"));
     EXPECT_FALSE(fs::exists(databases / ".dropped"));
-    EXPECT_THAT(treeText(*test.home->snapshot("new")), IsEmpty());
+    EXPECT_THAT(treeText(*snapshotOf(*test.home, "new")), IsEmpty());
 }
 
 // As a user who may only read; root may write everything.
@@ -349,7 +349,7 @@ bool isReadAndNotWritten(const fs::path &path) {
         if (status != Status::homeReadOnly) return false;
     }
     return home->authenticate("alice", "secret") && home->mayRead("alice", "db") &&
-           home->databases().size() == 1 && home->snapshot("db")->documents().empty();
+           home->databases().size() == 1 && snapshotOf(*home)->documents().empty();
 }
 
 TEST(HomeDatabases, ThatMayOnlyBeReadAreReadAndNotWritten) {
@@ -379,17 +379,17 @@ void store(Home &home, const std::string &name, const std::string &value) {
 TEST(HomeSnapshots, AreTheSameUntilSomethingIsCommitted) {
     TestHome test;
     store(*test.home, "one", "1");
-    const auto first = test.home->snapshot("db");
-    EXPECT_EQ(test.home->snapshot("db"), first);
+    const auto first = snapshotOf(*test.home);
+    EXPECT_EQ(snapshotOf(*test.home), first);
     {
         const auto writer = test.home->write("db");
         write(*writer, "two", {{NodeKind::element, noParent, 0, "e", "", "", "", {}}});
-        EXPECT_EQ(test.home->snapshot("db"), first);
+        EXPECT_EQ(snapshotOf(*test.home), first);
         writer->commit();
     }
-    const auto second = test.home->snapshot("db");
+    const auto second = snapshotOf(*test.home);
     EXPECT_NE(second, first);
-    EXPECT_EQ(test.home->snapshot("db"), second);
+    EXPECT_EQ(snapshotOf(*test.home), second);
     EXPECT_EQ(treeText(*first), "one: e('1')\n");
     EXPECT_EQ(treeText(*second), "one: e('1')\ntwo: e()\n");
 }
@@ -397,20 +397,20 @@ TEST(HomeSnapshots, AreTheSameUntilSomethingIsCommitted) {
 TEST(HomeSnapshots, SeeWhatAnotherHomeObjectCommitted) {
     TestHome test;
     const auto other = Home::open(test.home->path());
-    const auto empty = other->snapshot("db");
+    const auto empty = snapshotOf(*other);
     store(*test.home, "one", "1");
     EXPECT_THAT(treeText(*empty), IsEmpty());
-    EXPECT_EQ(treeText(*other->snapshot("db")), "one: e('1')\n");
+    EXPECT_EQ(treeText(*snapshotOf(*other)), "one: e('1')\n");
 }
 
 TEST(HomeSnapshots, OutliveTheirDatabaseAndTheirHome) {
     auto test = std::make_unique<TestHome>();
     store(*test->home, "one", "1");
-    const auto snapshot = test->home->snapshot("db");
+    const auto snapshot = snapshotOf(*test->home);
     test->home->dropDatabase("db");
-    EXPECT_EQ(statusOf([&] { test->home->snapshot("db"); }), Status::unknownDatabase);
+    EXPECT_EQ(statusOf([&] { snapshotOf(*test->home); }), Status::unknownDatabase);
     test->home->createDatabase("db");
-    EXPECT_THAT(treeText(*test->home->snapshot("db")), IsEmpty());
+    EXPECT_THAT(treeText(*snapshotOf(*test->home)), IsEmpty());
     test.reset();
     EXPECT_EQ(treeText(*snapshot), "one: e('1')\n");
 }

@@ -117,7 +117,7 @@ TEST_F(EnvironmentTest, OfAnotherVersionIsRefusedByNumber) {
     putRaw("meta", versionKey, encodeNumber(7));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("7 instead of 5"));
+    EXPECT_THAT(sentence, HasSubstr("7 instead of 6"));
     EXPECT_THAT(sentence, HasSubstr(directory_.path().native()));
     putRaw("meta", versionKey, encodeNumber(formatVersion));
     EXPECT_EQ(statusOf([&] { open(); }), Status::ok);
@@ -163,7 +163,7 @@ TEST_F(EnvironmentTest, OfTheFormatBeforeIsRefusedByNumber) {
     putRaw("meta", versionKey, encodeNumber(4));
     std::string sentence;
     EXPECT_EQ(statusOf([&] { open(); }, &sentence), Status::homeVersion);
-    EXPECT_THAT(sentence, HasSubstr("4 instead of 5"));
+    EXPECT_THAT(sentence, HasSubstr("4 instead of 6"));
 }
 
 TEST_F(EnvironmentTest, RemovesRecords) {

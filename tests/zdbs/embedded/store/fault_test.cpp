@@ -85,11 +85,11 @@ protected:
             std::distance(std::filesystem::directory_iterator(path), {}));
     }
 
-    std::uint64_t storedNodes() const { return test_.home->snapshot("db")->sizes().storedNodes; }
+    std::uint64_t storedNodes() const { return test_.home->state("db")->sizes().storedNodes; }
 
     /** "before", "after", or what is wrong. */
     std::string state() const {
-        const auto snapshot = test_.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test_.home);
         const auto check = [&](std::string_view name, const ModelDocument &expected) {
             const auto range = snapshot->findDocument(name);
             return range ? difference(*snapshot, *range, expected) : "missing " + std::string(name);
@@ -133,27 +133,27 @@ TEST_F(FaultTest, AfterAKilledLoadTheNextOneGetsThrough) {
     }
     change();
     EXPECT_EQ(state(), "after");
-    EXPECT_EQ(files(), test_.home->snapshot("db")->segmentCount()) << "of killed loads";
+    EXPECT_EQ(files(), snapshotOf(*test_.home)->segmentCount()) << "of killed loads";
 }
 
 TEST_F(FaultTest, KilledAtAnyWriteACompactionHasHappenedOrNot) {
     change();
-    const auto segments = test_.home->snapshot("db")->segmentCount();
-    ASSERT_LT(test_.home->snapshot("db")->nodeCount(), storedNodes());
+    const auto segments = snapshotOf(*test_.home)->segmentCount();
+    ASSERT_LT(snapshotOf(*test_.home)->nodeCount(), storedNodes());
     int before = 0;
     int n = 1;
     for (End end = End::killed; end == End::killed; ++n) {
         end = inKilledChild(n, [&] { compact(); });
         ASSERT_NE(end, End::failed);
         ASSERT_EQ(state(), "after") << n;
-        if (test_.home->snapshot("db")->segmentCount() != segments) break;
+        if (snapshotOf(*test_.home)->segmentCount() != segments) break;
         ++before;
     }
     EXPECT_GT(before, 5);
-    EXPECT_EQ(storedNodes(), test_.home->snapshot("db")->nodeCount());
+    EXPECT_EQ(storedNodes(), snapshotOf(*test_.home)->nodeCount());
     compact();
     (void)test_.home->write("db");
-    EXPECT_EQ(files(), test_.home->snapshot("db")->segmentCount()) << "of killed compactions";
+    EXPECT_EQ(files(), snapshotOf(*test_.home)->segmentCount()) << "of killed compactions";
     EXPECT_EQ(state(), "after");
 }
 
@@ -228,7 +228,7 @@ TEST_P(FailingCall, IsAFailureOrOfNoConsequence) {
     int failures = 0;
     const auto work = [&] {
         const auto home = Home::open(test_.home->path());
-        (void)home->snapshot("db");
+        (void)snapshotOf(*home);
         change();
     };
     for (int n = 1;; ++n) {
@@ -276,7 +276,7 @@ TEST_F(FaultTest, SegmentsOfAFailedLoadAreRemovedUnlessTheNextStartCouldSeeIt) {
             const Status status = statusOf([&] { change(); });
             faults::disarm();
             if (status == Status::ok) return left;
-            left.push_back(files() - test_.home->snapshot("db")->segmentCount());
+            left.push_back(files() - snapshotOf(*test_.home)->segmentCount());
         }
     };
     auto left = leftBy(faults::Call::write);
@@ -292,7 +292,7 @@ TEST_F(FaultTest, SegmentsOfAFailedLoadAreRemovedUnlessTheNextStartCouldSeeIt) {
 }
 
 TEST_F(FaultTest, AFailedSyncIsFinalAsLongAsTheDatabaseIsOpen) {
-    const auto snapshot = test_.home->snapshot("db");  // keeps it open
+    const auto snapshot = snapshotOf(*test_.home);  // keeps it open
     faults::failAt(faults::Call::sync, 1, EIO);
     EXPECT_EQ(statusOf([&] { change(); }), Status::storeFailed);
     faults::disarm();
@@ -325,7 +325,7 @@ TEST_F(FaultTest, KilledAtAnyWriteADatabaseIsMadeOrNot) {
     }
     EXPECT_GT(missing, 3);
     EXPECT_THAT(test_.home->databases(), ElementsAre("db", "made"));
-    EXPECT_THAT(test_.home->snapshot("made")->documents(), IsEmpty());
+    EXPECT_THAT(snapshotOf(*test_.home, "made")->documents(), IsEmpty());
     test_.home->createDatabase("another");
     EXPECT_EQ(statusOf([&] { test_.home->createDatabase("made"); }), Status::databaseExists);
 }

@@ -139,7 +139,7 @@ ModelDocument randomDocument(std::mt19937 &random, const ModelShape &shape) {
     return Grower(random, shape).grow();
 }
 
-void write(Writer &writer, const std::string &name, const ModelDocument &document) {
+void writeNodes(Writer &writer, const std::string &name, const ModelDocument &document) {
     writer.beginDocument(name);
     std::vector<std::size_t> open;
     for (std::size_t i = 0; i < document.size(); ++i) {
@@ -150,6 +150,10 @@ void write(Writer &writer, const std::string &name, const ModelDocument &documen
     }
     for (; !open.empty(); open.pop_back())
         writer.endElement();
+}
+
+void write(Writer &writer, const std::string &name, const ModelDocument &document) {
+    writeNodes(writer, name, document);
     writer.endDocument(document.size() * 10);
 }
 

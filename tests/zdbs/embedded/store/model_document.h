@@ -37,6 +37,9 @@ struct ModelShape {
 /** A document of all kinds of nodes; the same seed gives the same document. */
 ModelDocument randomDocument(std::mt19937 &random, const ModelShape &shape = {});
 
+/** Begins a document and writes all of its nodes. */
+void writeNodes(Writer &writer, const std::string &name, const ModelDocument &document);
+
 /** Writes it as a document of that name, from begin to end. */
 void write(Writer &writer, const std::string &name, const ModelDocument &document);
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace zdbs::embedded {
 namespace {
@@ -19,6 +21,20 @@ TEST(Records, KeysSortAsTheirNumbers) {
     }
     EXPECT_FALSE(decodeKey("abc"));
     EXPECT_FALSE(decodeKey("abcde"));
+    EXPECT_FALSE(decodeKey(std::string_view("\0\0\0\1\0\0\0\1", 8)));
+    EXPECT_FALSE(decodeKey(std::string_view("\x80\0\0\0\0\0\0\1", 8)));
+}
+
+TEST(Records, KeysOfNodesSortByPart) {
+    std::string before;
+    for (const PartNumber part : {0U, 1U, 2U, 255U, 65536U, 0x7fffffffU}) {
+        for (const NodeId node : {1U, 256U, lastNodeId}) {
+            const std::string key = encodeKey(recordOf(part, node));
+            EXPECT_EQ(decodeKey(key), recordOf(part, node));
+            EXPECT_LT(before, key);
+            before = key;
+        }
+    }
 }
 
 // FNV-1a, 64 bits: the reference values of its authors.
@@ -37,6 +53,9 @@ TEST(Records, ComeBackAsTheyWere) {
     EXPECT_EQ(state.nameCount, 5U);
     EXPECT_EQ(state.pathCount, 6U);
     EXPECT_EQ(state.nextSegment, 7U);
+    EXPECT_EQ(state.lastPart, 0U);
+    EXPECT_EQ(decodeState(encodeState({1, 2, 3, 4, 5, 6, 7, 6}))->lastPart, 6U);
+    EXPECT_FALSE(decodeState(encodeState({1, 2, 3, 4, 5, 6, 7, 7})));
 
     const Path path = *decodePath(encodePath({4, NodeKind::attribute, 9, 3, true}));
     EXPECT_EQ(path.parent, 4U);
@@ -75,7 +94,8 @@ TEST(Records, ComeBackAsTheyWere) {
     EXPECT_EQ(elements[1].node, 2U);
     EXPECT_EQ(elements[1].last, 8U);
 
-    EXPECT_EQ(*decodeNumbers(encodeNumbers({7, 8})), (std::vector<std::uint32_t>{7, 8}));
+    const std::vector<RecordId> records{7, recordOf(3, 8), 9, recordOf(0x7fffffff, lastNodeId)};
+    EXPECT_EQ(*decodeRecords(encodeRecords(records)), records);
     EXPECT_EQ(*decodeNumber(encodeNumber(9)), 9U);
 }
 
@@ -90,7 +110,8 @@ TEST(Records, OfAnotherLengthAreNone) {
     EXPECT_FALSE(decodePath("123"));
     EXPECT_FALSE(decodePath(encodePath({}).replace(12, 1, "\5")));
     EXPECT_FALSE(decodeSegment(encodeSegment({}) + 'x'));
-    EXPECT_FALSE(decodeNumbers("123"));
+    EXPECT_FALSE(decodeRecords("123"));
+    EXPECT_FALSE(decodeRecords(std::string_view("\1\0\0\x80", 4)));
     EXPECT_FALSE(decodeNumber("12345"));
 }
 

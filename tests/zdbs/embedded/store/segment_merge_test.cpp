@@ -29,6 +29,15 @@ std::string text(const std::vector<SegmentGroup> &groups) {
     return all;
 }
 
+TEST(SegmentMerge, LeavesPartsApart) {
+    auto segments = segmentsOf({1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1});
+    for (std::size_t i = 9; i < segments.size(); ++i)
+        segments[i].first = recordOf(1, nodeOf(segments[i].first));
+    const std::vector<std::uint32_t> present(segments.size(), 1);
+    EXPECT_EQ(text(tiersToMerge(segments, limits)), "9-17 ");
+    EXPECT_EQ(text(groupsToCompact(segments, present, limits)), "0-9 9-17 ");
+}
+
 struct TierCase {
     std::vector<std::uint32_t> nodes;
     const char *groups;

@@ -271,8 +271,8 @@ TEST_F(SegmentTest, WithDamagedColumnsIsReadWithoutHarm) {
         write(*writer, "b", randomDocument(random, {90, 9, 30, 5}));
         writer->commit();
     }
-    const auto damagedFile = test.home->snapshot("db")->segment(1).file();
-    const std::uint64_t front = test.home->snapshot("db")->segment(1).parts()[1].offset;
+    const auto damagedFile = snapshotOf(*test.home)->segment(1).file();
+    const std::uint64_t front = snapshotOf(*test.home)->segment(1).parts()[1].offset;
     const std::string bytes = support::readFile(damagedFile);
     int failures = 0;
     for (int turn = 0; turn < 60; ++turn) {
@@ -282,7 +282,7 @@ TEST_F(SegmentTest, WithDamagedColumnsIsReadWithoutHarm) {
         std::filesystem::remove(damagedFile);
         std::ofstream(damagedFile, std::ios::binary) << damaged;
         std::shared_ptr<const Snapshot> snapshot;
-        const Status status = statusOf([&] { snapshot = test.home->snapshot("db"); });
+        const Status status = statusOf([&] { snapshot = snapshotOf(*test.home); });
         if (status == Status::ok)
             failures += failuresOfReading(*snapshot);
         else
@@ -313,7 +313,7 @@ TEST_F(SegmentTest, OfTheExampleIsAsThePageAboutTheFormatSays) {
     writer->endElement();
     writer->endDocument(14);
     writer->commit();
-    const auto stored = test.home->snapshot("db")->segment(0).file();
+    const auto stored = snapshotOf(*test.home)->segment(0).file();
     EXPECT_EQ(bytesOfTheExample(), support::readFile(stored));
 }
 

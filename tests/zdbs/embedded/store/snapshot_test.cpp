@@ -36,7 +36,7 @@ std::shared_ptr<const Snapshot> stored(Home &home, const std::vector<ModelDocume
     for (std::size_t i = 0; i < documents.size(); ++i)
         write(writer, std::to_string(i), documents[i]);
     writer.commit();
-    return home.snapshot("db");
+    return snapshotOf(home);
 }
 
 void expectStored(const Snapshot &snapshot, const std::vector<ModelDocument> &documents) {
@@ -90,15 +90,15 @@ TEST(Snapshot, TellsPathsOfNeighboursAndDeclarationsInOneGo) {
             writer->removeDocument("3");
             writer->commit();
         }
-        expectSameInOneGo(*test.home->snapshot("db"));
+        expectSameInOneGo(*snapshotOf(*test.home));
         test.home->write("db")->compact();
-        expectSameInOneGo(*test.home->snapshot("db"));
+        expectSameInOneGo(*snapshotOf(*test.home));
     }
 }
 
 TEST(Snapshot, OfAnEmptyDatabaseIsEmpty) {
     TestHome test;
-    const auto snapshot = test.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test.home);
     EXPECT_THAT(snapshot->documents(), IsEmpty());
     EXPECT_EQ(snapshot->nodeCount(), 0U);
     EXPECT_EQ(snapshot->nameCount(), 0U);
@@ -239,7 +239,8 @@ TEST(Snapshot, MeasuresItsStructures) {
     std::mt19937 random(5);
     TestHome test;
     const auto snapshot = stored(*test.home, {randomDocument(random, {100000, 10, 50, 100})});
-    const StoreSizes sizes = snapshot->sizes();
+    const auto state = test.home->state("db");
+    const StoreSizes sizes = state->sizes();
     EXPECT_GT(sizes.structure, 10000U);
     EXPECT_GT(sizes.pathOfNode, 10000U);
     EXPECT_GT(sizes.values, 100000U);
@@ -249,7 +250,7 @@ TEST(Snapshot, MeasuresItsStructures) {
     EXPECT_GT(sizes.names, 0U);
     EXPECT_GT(sizes.paths, 0U);
     EXPECT_EQ(sizes.storedNodes, snapshot->nodeCount());
-    EXPECT_EQ(sizes.all, snapshot->diskBytes());
+    EXPECT_EQ(sizes.all, state->diskBytes());
     EXPECT_EQ(sizes.all, sizes.structure + sizes.pathOfNode + sizes.values + sizes.textOrder +
                              sizes.numberOrder + sizes.trigrams + sizes.words + sizes.valueIndex +
                              sizes.documents + sizes.names + sizes.paths + sizes.unused);
@@ -333,7 +334,7 @@ TEST(Snapshot, OfADamagedDatabaseIsRefused) {
         const auto environment = Environment::open(test.home->databasePath("db"));
         WriteTransaction::run(*environment, row.damage);
         std::string sentence;
-        EXPECT_EQ(statusOf([&] { test.home->snapshot("db"); }, &sentence), Status::homeDamaged)
+        EXPECT_EQ(statusOf([&] { snapshotOf(*test.home); }, &sentence), Status::homeDamaged)
             << row.what;
         EXPECT_THAT(sentence, HasSubstr(row.what));
     }
@@ -347,7 +348,7 @@ TEST(Snapshot, LacksNoLongElement) {
     WriteTransaction::run(*environment, [](WriteTransaction &change) {
         change.remove(Table::longElements, encodeKey(1));
     });
-    const auto snapshot = test.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test.home);
     EXPECT_EQ(statusOf([&] { (void)snapshot->lastBelow(2); }), Status::homeDamaged);
 }
 
@@ -374,11 +375,11 @@ TEST(Snapshot, IsOfANewerStateWhereACommitTookTheFilesAway) {
     for (int status = 0; ended == 0; ++opened) {
         ended = ::waitpid(child, &status, WNOHANG);
         ASSERT_EQ(status, 0);
-        const auto snapshot = test.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test.home);
         ASSERT_EQ(treeText(*snapshot), "0: e('t')\n");
     }
     EXPECT_EQ(ended, child);
-    EXPECT_EQ(test.home->snapshot("db")->state(), 61U);
+    EXPECT_EQ(snapshotOf(*test.home)->state(), 61U);
 }
 
 /** Reads all that there is; what fails has failed. */
@@ -396,7 +397,7 @@ TEST(Snapshot, OfASegmentThatIsCutShortSaysSoAfterwards) {
     std::mt19937 random(5);
     TestHome test;
     stored(*test.home, {randomDocument(random, {600, 9, 30, 5})});
-    const auto snapshot = test.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test.home);
     readEverything(*snapshot);
     snapshot->requireIntact();
     std::filesystem::resize_file(snapshot->segment(0).file(), 0);
@@ -411,7 +412,7 @@ TEST(Snapshot, OfACatalogueThatIsCutShortOrOverwrittenSaysSo) {
     for (const bool isCut : {true, false}) {
         TestHome test;
         stored(*test.home, {document});
-        const auto snapshot = test.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test.home);
         const auto file = test.home->databasePath("db") / Environment::dataFileName;
         const auto size = std::filesystem::file_size(file);
         if (isCut)
@@ -420,7 +421,7 @@ TEST(Snapshot, OfACatalogueThatIsCutShortOrOverwrittenSaysSo) {
             std::fstream(file, std::ios::binary | std::ios::in | std::ios::out)
                 << std::string(size, 'x');
         readEverything(*snapshot);
-        EXPECT_EQ(statusOf([&] { (void)test.home->snapshot("db"); }), Status::homeDamaged) << isCut;
+        EXPECT_EQ(statusOf([&] { (void)snapshotOf(*test.home); }), Status::homeDamaged) << isCut;
     }
 }
 
@@ -430,7 +431,8 @@ TEST(Snapshot, OfADatabaseThatWasDroppedMeanwhileIsOfNone) {
     const auto environment = Environment::open(test.home->databasePath("db"));
     test.home->dropDatabase("db");
     std::string sentence;
-    EXPECT_EQ(statusOf([&] { Snapshot opened(environment); }, &sentence), Status::unknownDatabase)
+    EXPECT_EQ(statusOf([&] { CommittedState opened(environment); }, &sentence),
+              Status::unknownDatabase)
         << sentence;
 }
 
@@ -444,7 +446,7 @@ TEST(Snapshot, KeepsTheFilesThatItHasOpen) {
     writer->commit();
     EXPECT_FALSE(std::filesystem::exists(before->segment(0).file()));
     EXPECT_EQ(difference(*before, before->documents()[0], document), "");
-    EXPECT_EQ(test.home->snapshot("db")->segmentCount(), 0U);
+    EXPECT_EQ(snapshotOf(*test.home)->segmentCount(), 0U);
 }
 
 /** Nodes by path, and the runs behind them, told in another way than by the columns. */
@@ -490,7 +492,7 @@ TEST(Snapshot, HasItsNodesByPath) {
             for (const char *name : {"1", "2", "7"})
                 writer.removeDocument(name);
             writer.commit();
-            expectPathsAgree(*test.home->snapshot("db"));
+            expectPathsAgree(*snapshotOf(*test.home));
             expectPathsAgree(*before);
         }
     }

@@ -5,10 +5,12 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "tests/support/temporary_directory.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/home.h"
+#include "zdbs/embedded/store/committed_state.h"
 
 namespace zdbs::embedded {
 
@@ -18,6 +20,13 @@ struct TestHome {
     support::TemporaryDirectory directory;
     std::shared_ptr<Home> home = Home::create(directory.path() / "home");
 };
+
+/** The nodes of a database of one part in its newest state, which it holds. */
+inline std::shared_ptr<const Snapshot> snapshotOf(const Home &home,
+                                                  std::string_view database = "db") {
+    const auto state = home.state(database);
+    return {state, state->parts().front().get()};
+}
 
 /** The status that `work` fails with, ok when it does not; and the sentence, when asked for. */
 inline Status statusOf(const std::function<void()> &work, std::string *sentence = nullptr) {

@@ -93,7 +93,7 @@ protected:
         from->removeDocument(name);
         from->commit();
     }
-    std::shared_ptr<const Snapshot> snapshot() const { return test_.home->snapshot("db"); }
+    std::shared_ptr<const Snapshot> snapshot() const { return snapshotOf(*test_.home); }
 
     TestHome test_;
 };

@@ -70,9 +70,10 @@ TEST(WordIndexOfStore, FindsTheSameInSeveralSegmentsAfterRemovalsAndACompaction)
         write(*into, name, proseDocument(random, 5000));
         into->commit();
     }
-    const auto before = test.home->snapshot("db");
+    const auto before = snapshotOf(*test.home);
     EXPECT_GE(before->segmentCount(), 4U);
-    EXPECT_GT(before->sizes().words, 1000U);
+    const std::uint64_t wordsBefore = test.home->state("db")->sizes().words;
+    EXPECT_GT(wordsBefore, 1000U);
     EXPECT_GT(compareWithValues(*before), 8U);
 
     {
@@ -80,10 +81,10 @@ TEST(WordIndexOfStore, FindsTheSameInSeveralSegmentsAfterRemovalsAndACompaction)
         from->removeDocument("a");
         from->commit();
     }
-    EXPECT_GT(compareWithValues(*test.home->snapshot("db")), 4U);
+    EXPECT_GT(compareWithValues(*snapshotOf(*test.home)), 4U);
     writer()->compact();
-    const auto after = test.home->snapshot("db");
-    EXPECT_LT(after->sizes().words, before->sizes().words);
+    const auto after = snapshotOf(*test.home);
+    EXPECT_LT(test.home->state("db")->sizes().words, wordsBefore);
     EXPECT_GT(compareWithValues(*after), 4U);
 }
 

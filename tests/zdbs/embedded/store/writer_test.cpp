@@ -38,11 +38,23 @@ void writeSmall(Writer &writer, const std::string &name, const std::string &valu
 class WriterTest : public testing::Test {
 protected:
     std::unique_ptr<Writer> open() { return test_.home->write("db"); }
-    std::string content() { return treeText(*test_.home->snapshot("db")); }
+    std::string content() { return treeText(*snapshotOf(*test_.home)); }
     std::shared_ptr<Environment> environment() {
         return Environment::open(test_.home->databasePath("db"));
     }
-    std::size_t segments() { return test_.home->snapshot("db")->segmentCount(); }
+    /** The documents of each part. */
+    std::string contentOfParts() {
+        std::string text;
+        const auto state = test_.home->state("db");
+        for (const auto &part : state->parts()) {
+            text += treeText(*part) + "|";
+            EXPECT_EQ(numberingFaults(*part), "");
+        }
+        return text;
+    }
+
+    StoreSizes sizes() { return test_.home->state("db")->sizes(); }
+    std::size_t segments() { return snapshotOf(*test_.home)->segmentCount(); }
 
     /** Files of segments, seen or not. */
     std::ptrdiff_t files() {
@@ -75,9 +87,9 @@ TEST_F(WriterTest, CommitsAllOfItOrNothing) {
 }
 
 TEST_F(WriterTest, WithNothingToDoMakesNoNewState) {
-    const auto before = test_.home->snapshot("db");
+    const auto before = snapshotOf(*test_.home);
     open()->commit();
-    EXPECT_EQ(test_.home->snapshot("db"), before);
+    EXPECT_EQ(snapshotOf(*test_.home), before);
 }
 
 TEST_F(WriterTest, KeepsTheOrderOfLoading) {
@@ -124,9 +136,9 @@ TEST_F(WriterTest, RemovesDocuments) {
     EXPECT_EQ(content(), "a: e('a')\nb: e('b')\nc: e('c')\n");
     writer->commit();
     EXPECT_EQ(content(), "a: e('a')\nc: e('c')\n");
-    const auto snapshot = test_.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test_.home);
     EXPECT_EQ(snapshot->nodeCount(), 4U);
-    EXPECT_EQ(snapshot->sizes().storedNodes, 6U);
+    EXPECT_EQ(sizes().storedNodes, 6U);
     EXPECT_FALSE(snapshot->findDocument("b"));
 }
 
@@ -137,7 +149,7 @@ TEST_F(WriterTest, NeverUsesANumberTwice) {
         if (turn > 0) writer->removeDocument("a");
         writeSmall(*writer, "a", std::to_string(turn));
         writer->commit();
-        const auto snapshot = test_.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test_.home);
         ASSERT_EQ(snapshot->documents().size(), 1U);
         EXPECT_GT(snapshot->documents()[0].first, last);
         last = snapshot->documents()[0].last;
@@ -152,7 +164,7 @@ TEST_F(WriterTest, ReplacesADocumentInOneCommit) {
     writeSmall(*writer, "b", "stays");
     writer->commit();
     writer.reset();
-    const auto before = test_.home->snapshot("db");
+    const auto before = snapshotOf(*test_.home);
     writer = open();
     writer->removeDocument("a");
     writeSmall(*writer, "a", "new");
@@ -184,20 +196,20 @@ TEST_F(WriterTest, AbandonsADocumentWithoutATrace) {
     writeSmall(*writer, "b", "2");
     writer->commit();
     EXPECT_EQ(content(), "a: e('1')\nb: e('2')\n");
-    const auto snapshot = test_.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test_.home);
     EXPECT_EQ(snapshot->nameCount(), 1U);
     // The numbers go on without a gap.
     EXPECT_EQ(snapshot->documents()[1].first, snapshot->documents()[0].last + 1);
 }
 
 TEST_F(WriterTest, CommitsNothingWhenItsOnlyDocumentIsAbandoned) {
-    const auto before = test_.home->snapshot("db");
+    const auto before = snapshotOf(*test_.home);
     const auto writer = open();
     writer->beginDocument("bad");
     writer->startElement(numbered({"e", "", ""}));
     writer->abandonDocument();
     writer->commit();
-    EXPECT_EQ(test_.home->snapshot("db"), before);
+    EXPECT_EQ(snapshotOf(*test_.home), before);
 }
 
 TEST_F(WriterTest, ContinuesTheNamesOfEarlierCommits) {
@@ -207,7 +219,7 @@ TEST_F(WriterTest, ContinuesTheNamesOfEarlierCommits) {
         writer->commit();
     }
     EXPECT_EQ(content(), "a: e('x')\nb: other('x')\nc: e('x')\n");
-    EXPECT_EQ(test_.home->snapshot("db")->nameCount(), 2U);
+    EXPECT_EQ(snapshotOf(*test_.home)->nameCount(), 2U);
 }
 
 TEST_F(WriterTest, TellsPrefixesAndNamespacesOfOneLocalNameApart) {
@@ -273,7 +285,7 @@ TEST_F(WriterTest, WritesSegmentsOfLargeLoadsOutOfSight) {
         EXPECT_EQ(content(), "");
     }
     writer->commit();
-    const auto snapshot = test_.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test_.home);
     ASSERT_EQ(snapshot->documents().size(), 5U);
     for (const DocumentRange &range : snapshot->documents())
         EXPECT_EQ(difference(*snapshot, range, documents[std::string(range.name)]), "");
@@ -302,7 +314,7 @@ TEST_F(WriterTest, RemovesSegmentsOfAnAbandonedDocument) {
     EXPECT_LE(files(), before + 2) << "one was being written, and one is shared";
     writeSmall(*writer, "small", "1");
     writer->commit();
-    const auto snapshot = test_.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test_.home);
     ASSERT_EQ(snapshot->documents().size(), 2U);
     EXPECT_EQ(difference(*snapshot, snapshot->documents()[0], good), "");
     EXPECT_EQ(treeText(*snapshot, snapshot->documents()[1]), "e('1')");
@@ -328,7 +340,7 @@ TEST_F(WriterTest, GoesOnAfterAnAbandonedDocumentWhereverSegmentsEnd) {
                 "')\n");
         }
         writer.commit();
-        const auto snapshot = test.home->snapshot("db");
+        const auto snapshot = snapshotOf(*test.home);
         EXPECT_EQ(treeText(*snapshot), expected) << most;
         EXPECT_EQ(numberingFaults(*snapshot), "") << most;
     }
@@ -365,7 +377,7 @@ TEST_F(WriterTest, MergesTheSegmentsOfManyCommits) {
     }
     EXPECT_LE(most, 7U * 3);
     EXPECT_EQ(content(), expected);
-    EXPECT_EQ(numberingFaults(*test_.home->snapshot("db")), "");
+    EXPECT_EQ(numberingFaults(*snapshotOf(*test_.home)), "");
 }
 
 // On a full disk there is no room for one. The next load merges what the removal brought together.
@@ -406,9 +418,9 @@ TEST_F(WriterTest, DropsRowsOfRemovedDocumentsWhereItMerges) {
         writer->removeDocument("twin");
         writer->commit();
     }
-    const auto snapshot = test_.home->snapshot("db");
+    const auto snapshot = snapshotOf(*test_.home);
     EXPECT_EQ(snapshot->nodeCount(), 40U);
-    EXPECT_LT(snapshot->sizes().storedNodes, 60U);
+    EXPECT_LT(sizes().storedNodes, 60U);
     EXPECT_EQ(numberingFaults(*snapshot), "");
 }
 
@@ -448,13 +460,14 @@ TEST_F(WriterTest, CompactsWhatRemovedDocumentsHeld) {
         }
         writer.commit();
     }
-    const auto before = test_.home->snapshot("db");
+    const auto before = snapshotOf(*test_.home);
+    const std::uint64_t allBefore = sizes().all;
     const Compaction done = compact({});
     EXPECT_LT(done.after, done.before);
-    const auto after = test_.home->snapshot("db");
+    const auto after = snapshotOf(*test_.home);
     EXPECT_NE(after, before);
-    EXPECT_LE(after->diskBytes(), before->diskBytes());
-    EXPECT_EQ(after->sizes().storedNodes, after->nodeCount());
+    EXPECT_LE(sizes().all, allBefore);
+    EXPECT_EQ(sizes().storedNodes, after->nodeCount());
     EXPECT_EQ(after->segmentCount(), 1U);
     EXPECT_EQ(files(), 1);
     EXPECT_EQ(numberingFaults(*after), "");
@@ -468,65 +481,144 @@ TEST_F(WriterTest, CompactsWhatRemovedDocumentsHeld) {
         }
     }
     EXPECT_EQ(compact({}).before, done.after);
-    EXPECT_EQ(test_.home->snapshot("db"), after) << "there was nothing to do";
+    EXPECT_EQ(snapshotOf(*test_.home), after) << "there was nothing to do";
 }
 
-TEST_F(WriterTest, EndsAtTheLastNumber) {
+TEST_F(WriterTest, BeginsAPartWhereNumbersEnd) {
     WriteTransaction::run(*environment(), [](WriteTransaction &change) {
         StateRecord state;
         state.nextNode = lastNodeId - 1;
         change.put(Table::meta, stateKey, encodeState(state));
     });
     auto writer = open();
-    writer->beginDocument("toolong");
+    writeSmall(*writer, "last", "1");
+    writeSmall(*writer, "first", "2");
+    writer->beginDocument("abandoned");
     writer->startElement(numbered({"e", "", ""}));
-    writer->text("t", unmarked);
-    std::string sentence;
-    EXPECT_EQ(statusOf([&] { writer->comment("c"); }, &sentence), Status::tooManyNodes);
-    EXPECT_THAT(sentence, HasSubstr("2147483647"));
     writer->abandonDocument();
-    writeSmall(*writer, "fits", "1");
     writer->commit();
+    EXPECT_EQ(contentOfParts(), "last: e('1')\n|first: e('2')\n|");
+    const auto state = test_.home->state("db");
+    EXPECT_EQ(state->parts()[0]->documents()[0].last, lastNodeId);
+    EXPECT_EQ(state->parts()[1]->documents()[0].first, 1U);
+    EXPECT_EQ(state->nodeCount(), 4U);
     writer.reset();
-    EXPECT_EQ(content(), "fits: e('1')\n");
-    EXPECT_EQ(numberingFaults(*test_.home->snapshot("db")), "");
     writer = open();
-    writer->beginDocument("more");
-    EXPECT_EQ(statusOf([&] {
-                  writer->startElement(numbered({"e", "", ""}));
-              }),
-              Status::tooManyNodes);
+    EXPECT_TRUE(writer->hasDocument("first"));
+    writer->removeDocument("first");
+    writeSmall(*writer, "next", "3");
+    writer->commit();
+    EXPECT_EQ(contentOfParts(), "last: e('1')\n|next: e('3')\n|");
+    EXPECT_EQ(test_.home->state("db")->parts()[1]->documents()[0].first, 3U);
 }
 
-// A long run of loads, removals and replacements against a plain map.
-TEST_F(WriterTest, AgreesWithAModelOverManyCommits) {
-    std::mt19937 random(11);
-    std::map<std::string, ModelDocument> model;
-    for (int commit = 0; commit < 40; ++commit) {
-        const SegmentLimits limits{random() % 2 ? 100U : 100000U, random() % 2 ? 1000U : 1000000U};
-        auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), limits);
-        auto changed = model;
-        for (auto changes = random() % 6; changes > 0; --changes) {
-            const std::string name = "doc" + std::to_string(random() % 10);
-            ASSERT_EQ(writer->hasDocument(name), changed.contains(name));
-            if (changed.erase(name) > 0) writer->removeDocument(name);
-            if (random() % 3 == 0) continue;
-            const ModelDocument document = randomDocument(random, {1 + random() % 300, 9, 30, 9});
-            changed[name] = document;
-            write(*writer, name, document);
+// A document of three nodes behind one of two: where its third one comes it is in a full part.
+TEST_F(WriterTest, MovesADocumentThatHasNoRoom) {
+    for (const std::uint32_t nodesOfSegment : {1U, 2U, 3U, 100U}) {
+        SegmentLimits limits{nodesOfSegment, 1000, 4, 4};
+        test_.home->dropDatabase("db");
+        test_.home->createDatabase("db");
+        {
+            Writer writer(environment(), {}, limits);
+            writeSmall(writer, "a", "1");
+            for (const char *name : {"abandoned", "b"}) {
+                writer.beginDocument(name);
+                writer.startElement(numbered({"r", "p", "u"}));
+                writer.namespaceDeclaration("p", "u");
+                writer.startElement(numbered({name, "", ""}));
+                writer.text("t", unmarked);
+                if (std::string(name) == "abandoned") {
+                    writer.abandonDocument();
+                    continue;
+                }
+                writer.endElement();
+                writer.comment("c");
+                writer.endElement();
+                writer.endDocument(9);
+            }
+            writer.commit();
         }
+        const char *const all = "a: e('1')\n|b: {u}p:r(xmlns:p=u b('t') <!--c-->)\n|";
+        EXPECT_EQ(contentOfParts(), all) << nodesOfSegment;
+        compact(limits);
+        EXPECT_EQ(contentOfParts(), all) << nodesOfSegment;
+        EXPECT_EQ(sizes().storedNodes, 6U) << nodesOfSegment;
+    }
+}
+
+TEST_F(WriterTest, RefusesADocumentOfMoreNodesThanHaveNumbers) {
+    Writer writer(environment(), {}, {2, 1000, 3, 5});
+    EXPECT_EQ(writer.maxNodes(), 5U);
+    writeSmall(writer, "before", "1");
+    writer.beginDocument("toolong");
+    writer.startElement(numbered({"e", "", ""}));
+    for (int i = 0; i < 4; ++i)
+        writer.comment("c");
+    std::string sentence;
+    EXPECT_EQ(statusOf([&] { writer.comment("c"); }, &sentence), Status::tooManyNodes);
+    EXPECT_THAT(sentence, HasSubstr("more than 5"));
+    writer.abandonDocument();
+    writeSmall(writer, "fits", "2");
+    writer.commit();
+    EXPECT_EQ(contentOfParts(), "before: e('1')\n|fits: e('2')\n|");
+}
+
+/** A long run of loads, removals, replacements and what is given up against a plain map. */
+class WriterModel : public WriterTest, public testing::WithParamInterface<NodeId> {
+protected:
+    static SegmentLimits randomLimits(std::mt19937 &random) {
+        return {random() % 2 ? 100U : 100000U, random() % 2 ? 1000U : 1000000U, GetParam()};
+    }
+
+    void change(Writer &writer, std::mt19937 &random) {
+        const std::string name = "doc" + std::to_string(random() % 10);
+        ASSERT_EQ(writer.hasDocument(name), changed_.contains(name));
+        if (changed_.erase(name) > 0) writer.removeDocument(name);
+        if (random() % 3 == 0) return;
+        const ModelDocument document = randomDocument(random, {1 + random() % 300, 9, 30, 9});
+        if (random() % 5 == 0) {
+            writeNodes(writer, "abandoned", document);
+            return writer.abandonDocument();
+        }
+        changed_[name] = document;
+        write(writer, name, document);
+    }
+
+    void expectModel() {
+        const auto state = test_.home->state("db");
+        std::uint64_t documents = 0;
+        for (const auto &part : state->parts()) {
+            EXPECT_EQ(numberingFaults(*part), "");
+            documents += part->documents().size();
+            for (const DocumentRange &range : part->documents())
+                ASSERT_EQ(difference(*part, range, model_[std::string(range.name)]), "");
+        }
+        ASSERT_EQ(documents, model_.size());
+    }
+
+    std::map<std::string, ModelDocument> model_;
+    std::map<std::string, ModelDocument> changed_;
+};
+
+TEST_P(WriterModel, AgreesOverManyCommits) {
+    std::mt19937 random(11);
+    for (int commit = 0; commit < 40; ++commit) {
+        const SegmentLimits limits = randomLimits(random);
+        auto writer = std::make_unique<Writer>(environment(), std::function<void()>(), limits);
+        changed_ = model_;
+        for (auto changes = random() % 6; changes > 0; --changes)
+            change(*writer, random);
         if (random() % 4 == 0) continue;  // given up
         writer->commit();
         writer.reset();
-        model = std::move(changed);
+        model_ = changed_;
         if (random() % 4 == 0) compact(limits);
-        const auto snapshot = test_.home->snapshot("db");
-        ASSERT_EQ(snapshot->documents().size(), model.size());
-        EXPECT_EQ(numberingFaults(*snapshot), "");
-        for (const DocumentRange &range : snapshot->documents())
-            ASSERT_EQ(difference(*snapshot, range, model[std::string(range.name)]), "");
+        expectModel();
     }
+    EXPECT_EQ(test_.home->state("db")->parts().size() > 5, GetParam() != lastNodeId);
 }
+
+INSTANTIATE_TEST_SUITE_P(Parts, WriterModel, testing::Values(lastNodeId, 500, 200, 1));
 
 }  // namespace
 }  // namespace zdbs::embedded

@@ -1,11 +1,11 @@
 /** Slow salted hashes of passwords (yescrypt, through libcrypt). */
-#ifndef ZDBS_EMBEDDED_HOME_PASSWORD_H
-#define ZDBS_EMBEDDED_HOME_PASSWORD_H
+#ifndef ZDBS_BASE_PASSWORD_H
+#define ZDBS_BASE_PASSWORD_H
 
 #include <string>
 #include <string_view>
 
-namespace zdbs::embedded {
+namespace zdbs {
 
 /**
  * A new hash with a new salt. Any bytes but NUL, up to 511 of them, are a
@@ -26,6 +26,6 @@ bool verifyPassword(std::string_view password, std::string_view hash);
 /** Takes the time of one verifyPassword(); for users that do not exist. */
 void verifyNothing(std::string_view password);
 
-}  // namespace zdbs::embedded
+}  // namespace zdbs
 
 #endif

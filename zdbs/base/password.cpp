@@ -1,4 +1,4 @@
-#include "zdbs/embedded/home/password.h"
+#include "zdbs/base/password.h"
 
 #include <crypt.h>
 
@@ -8,7 +8,7 @@
 
 #include "zdbs/base/status.h"
 
-namespace zdbs::embedded {
+namespace zdbs {
 
 namespace {
 
@@ -79,4 +79,4 @@ void verifyNothing(std::string_view password) {
         throw std::bad_alloc();
 }
 
-}  // namespace zdbs::embedded
+}  // namespace zdbs

@@ -1,4 +1,4 @@
-#include "zdbs/embedded/home/password.h"
+#include "zdbs/base/password.h"
 
 #include <crypt.h>
 #include <dlfcn.h>
@@ -26,7 +26,7 @@ extern "C" char *crypt_rn(const char *phrase, const char *setting, void *data, i
     return next(phrase, setting, data, size);
 }
 
-namespace zdbs::embedded {
+namespace zdbs {
 namespace {
 
 constexpr const char *methodAndCost = "$y$jBT$";  // yescrypt, cost 7
@@ -139,4 +139,4 @@ TEST(PasswordDeathTest, ThatCannotBeHashedForWantOfMemoryIsNotAWrongOne) {
 #endif
 
 }  // namespace
-}  // namespace zdbs::embedded
+}  // namespace zdbs

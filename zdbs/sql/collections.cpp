@@ -1,0 +1,124 @@
+#include "zdbs/sql/collections.h"
+
+#include <vector>
+
+#include "zdbs/base/names.h"
+#include "zdbs/base/status.h"
+#include "zdbs/sql/schema.h"
+
+namespace zdbs::sql {
+namespace {
+
+/** Tells our locks from those of others. */
+const std::string lockSpace = "2053399411";
+
+std::string lockArguments(std::int64_t collection) {
+    return "(" + lockSpace + ", " + std::to_string(collection) + ")";
+}
+
+void call(Connection &connection, const std::string &function, std::int64_t collection) {
+    connection.run("select " + function + lockArguments(collection));
+}
+
+std::optional<std::int64_t> numberIn(const Rows &rows) {
+    if (rows.size() == 0) return std::nullopt;
+    return rows.number(0, 0);
+}
+
+Statement forChange(std::string_view database, const char *otherwise) {
+    return Statement::of(
+        "select number from zdbs.collection where name = $1 for update" + std::string(otherwise),
+        database);
+}
+
+/** What was dropped while somebody held it goes when nobody does. */
+void sweepDropped(Connection &connection) {
+    const Rows dropped = connection.run("select number from zdbs.dropped");
+    for (int row = 0; row < dropped.size(); ++row) {
+        const std::int64_t number = dropped.number(row, 0);
+        Transaction transaction(connection);
+        const Rows locked =
+            connection.run("select pg_try_advisory_xact_lock" + lockArguments(number));
+        if (locked.text(0, 0) != "t") continue;
+        connection.run("drop schema if exists " + schemaOf(number) + " cascade");
+        connection.run(Statement::of("delete from zdbs.dropped where number = $1", number));
+        transaction.commit();
+    }
+}
+
+}  // namespace
+
+std::int64_t collectionOf(Connection &connection, std::string_view database,
+                          const std::optional<std::string> &user) {
+    const std::string text = "select c.number from zdbs.collection c where c.name = $1";
+    const Statement statement =
+        user ? Statement::of(text +
+                                 " and exists (select 1 from zdbs.permission p where p.usr = $2 "
+                                 "and p.database in ('*', c.name))",
+                             database, std::string_view(*user))
+             : Statement::of(text, database);
+    const auto number = numberIn(connection.run(statement));
+    if (!number) throw Failure(Status::unknownDatabase, {database});
+    return *number;
+}
+
+void hold(Connection &connection, std::int64_t collection) {
+    call(connection, "pg_advisory_lock_shared", collection);
+}
+
+void release(Connection &connection, std::int64_t collection) {
+    call(connection, "pg_advisory_unlock_shared", collection);
+}
+
+std::int64_t beginChange(Connection &connection, std::string_view database,
+                         const WaitingReport &waiting) {
+    connection.run("begin");
+    try {
+        std::optional<std::int64_t> number;
+        try {
+            number = numberIn(connection.run(forChange(database, " nowait")));
+        } catch (const Failure &) {
+            if (!connection.failedWith("55P03")) throw;
+            connection.run("rollback");
+            if (waiting) waiting();
+            connection.run("begin");
+            number = numberIn(connection.run(forChange(database, "")));
+        }
+        if (!number) throw Failure(Status::unknownDatabase, {database});
+        return *number;
+    } catch (...) {
+        connection.close();  // which ends the transaction
+        throw;
+    }
+}
+
+void createCollection(Connection &connection, std::string_view database) {
+    requireValidName(database);
+    sweepDropped(connection);
+    Transaction transaction(connection);
+    const std::int64_t number = connection.run("select nextval('zdbs.numbers')").number(0, 0);
+    const bool withTrigrams = hasTrigrams(connection);
+    try {
+        connection.run(Statement::of("insert into zdbs.collection (name, number) values ($1, $2)",
+                                     database, number));
+    } catch (const Failure &) {
+        if (!connection.failedWith("23505")) throw;
+        throw Failure(Status::databaseExists, {database});
+    }
+    for (const std::string &each : collectionTables(number, withTrigrams))
+        connection.run(each);
+    transaction.commit();
+}
+
+void dropCollection(Connection &connection, std::string_view database,
+                    const WaitingReport &waiting) {
+    const std::int64_t number = beginChange(connection, database, waiting);
+    connection.run(Statement::of("delete from zdbs.permission where database = $1", database));
+    connection.run(Statement::of("delete from zdbs.note where number = $1", number));
+    connection.run(Statement::of("insert into zdbs.dropped (number) values ($1)", number));
+    connection.run(Statement::of("delete from zdbs.collection where number = $1", number));
+    connection.run("commit");
+    sweepDropped(connection);
+}
+
+}  // namespace zdbs::sql

@@ -1,0 +1,36 @@
+#include "zdbs/sql/stored_documents.h"
+
+#include "zdbs/sql/collections.h"
+#include "zdbs/sql/schema.h"
+#include "zdbs/sql/tree_teller.h"
+
+namespace zdbs::sql {
+
+SqlDocuments::SqlDocuments(const Location &location, std::string_view database)
+    : connection_(location, [this](Connection &connection) {
+          if (!state_) return;
+          hold(connection, state_->collection);
+          enterCollection(connection, state_->collection);
+      }) {
+    const std::int64_t collection = collectionOf(connection_, database, std::nullopt);
+    hold(connection_, collection);
+    enterCollection(connection_, collection);
+    Transaction transaction(connection_, "isolation level repeatable read read only");
+    state_ = readState(connection_, collection);
+    transaction.commit();
+    for (const Document &each : state_->documents)
+        list_.push_back({each.name, each.first(), each.nodes(), each.xmlBytes});
+}
+
+void SqlDocuments::tell(std::size_t place, NodeEvents &events) const {
+    const Document &document = state_->documents[place];
+    const Excerpt excerpt(connection_, state_);
+    const TreeTeller::Marks unmarkedRows;
+    NameNumbers names;
+    TreeTeller teller(state_->summary, names, unmarkedRows, events);
+    excerpt.tell({document.part, document.root + 1, document.last},
+                 [&](const NodeRow &row) { teller.tell(row); });
+    teller.end();
+}
+
+}  // namespace zdbs::sql
