@@ -218,7 +218,7 @@ void KernelSessions::open(KernelPlace place) {
     }
 }
 
-/** The last thing it does to this object lets the destructor go on. */
+/** Unlocking is the last that it does to this object: the destructor goes on then, and not before. */
 void KernelSessions::run(const std::shared_ptr<Running> &session) {
     session->run();
     std::unique_lock lock(mutex_);
@@ -228,7 +228,7 @@ void KernelSessions::run(const std::shared_ptr<Running> &session) {
     session->close();
     lock.lock();
     --closing_;
-    std::notify_all_at_thread_exit(ended_, std::move(lock));
+    ended_.notify_all();
 }
 
 void KernelSessions::end() {
