@@ -218,7 +218,7 @@ void KernelSessions::open(KernelPlace place) {
     }
 }
 
-/** Unlocking is the last that it does to this object: the destructor goes on then, and not before. */
+/** Unlocking is the last that it does to this object: the destructor goes on no sooner. */
 void KernelSessions::run(const std::shared_ptr<Running> &session) {
     session->run();
     std::unique_lock lock(mutex_);
