@@ -66,12 +66,15 @@ private:
     std::uint64_t left_;
 };
 
-/** Calls `take(node)` for each; it answers whether it wants more. */
+/** Calls `take(node)` for each until the window is over. */
 template <typename Take>
-void forEach(RecordCursor &nodes, Take take) {
-    for (auto batch = nodes.next(); !batch.empty(); batch = nodes.next()) {
+void forEach(RecordCursor &nodes, const Window &window, Take take) {
+    while (!window.isOver()) {
+        const auto batch = nodes.next();
+        if (batch.empty()) return;
         for (const RecordId node : batch) {
-            if (!take(node)) return;
+            if (window.isOver()) return;
+            take(node);
         }
     }
 }
@@ -191,10 +194,8 @@ void NodeOutput::tellRows(const NodeForms &columns, const OpenDatabase &database
                           RecordCursor &nodes, const Take &take) const {
     const auto describer = database.describer(factsFor(columns));
     Window window(forms_);
-    forEach(nodes, [&](RecordId node) {
-        if (window.isOver()) return false;
+    forEach(nodes, window, [&](RecordId node) {
         if (window.takes()) take(node, describer->of(node));
-        return true;
     });
 }
 
@@ -208,15 +209,13 @@ void NodeOutput::tell(NodeColumn column, const OpenDatabase &database, RecordCur
     const bool isOnceEach = column == NodeColumn::document;
     std::optional<std::string> last;
     Window window(forms_);
-    forEach(nodes, [&](RecordId node) {
-        if (window.isOver()) return false;
+    forEach(nodes, window, [&](RecordId node) {
         if (isOnceEach) {
             const std::string_view document = describer->of(node).document;
-            if (document == last) return true;
+            if (document == last) return;
             last = document;
         }
         if (window.takes()) take(node, describer ? describer->of(node) : RecordFacts{});
-        return true;
     });
 }
 

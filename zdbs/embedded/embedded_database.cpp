@@ -72,14 +72,18 @@ void addChildTerms(const Condition &condition, ChildTerms &terms) {
 
 class EmbeddedDatabase : public OpenDatabase {
 public:
-    EmbeddedDatabase(std::string name, StateSource newest, NameIsTaken isTaken)
-        : name_(std::move(name)), newest_(std::move(newest)), isTaken_(std::move(isTaken)) {
+    EmbeddedDatabase(std::string name, StateSource newest, NameIsTaken isTaken, NewestKnown known)
+        : name_(std::move(name)),
+          newest_(std::move(newest)),
+          isTaken_(std::move(isTaken)),
+          known_(std::move(known)) {
         refresh({});
     }
 
     const std::string &name() const override { return name_; }
 
     std::uint64_t state() const override { return tables_->front()->state(); }
+    StateIdentity newestState() const override { return known_ ? known_() : nullptr; }
 
     void refresh(std::span<ResultSetPtr> sets) override {
         std::shared_ptr<const PartTables> newest = newest_();
@@ -241,6 +245,7 @@ private:
     std::string name_;
     StateSource newest_;
     NameIsTaken isTaken_;
+    NewestKnown known_;
     std::shared_ptr<const PartTables> tables_;
     PartsPtr parts_;
 };
@@ -248,9 +253,9 @@ private:
 }  // namespace
 
 std::unique_ptr<OpenDatabase> makeEmbeddedDatabase(std::string name, StateSource newest,
-                                                   NameIsTaken isTaken) {
+                                                   NameIsTaken isTaken, NewestKnown known) {
     return std::make_unique<EmbeddedDatabase>(std::move(name), std::move(newest),
-                                              std::move(isTaken));
+                                              std::move(isTaken), std::move(known));
 }
 
 }  // namespace zdbs::embedded

@@ -17,24 +17,34 @@ namespace {
 /** Hands numbers on in batches, so that their wider form takes no memory. */
 class NumberCursor : public RecordCursor {
 public:
-    NumberCursor(NodeIds numbers, RecordId before)
-        : numbers_(std::move(numbers)),
-          before_(before),
-          batch_(std::min(numbers_.size(), batchSize)) {}
+    NumberCursor(const NodeTable &table, const NodeList &list, RecordId before)
+        : table_(table), before_(before) {
+        if (list.table() == nullptr)
+            numbers_ = list.numbers();
+        else
+            stretches_.emplace(*list.table(), list.byPath(*list.table()));
+    }
 
     std::span<const RecordId> next() override {
         heedStop();
+        if (next_ == numbers_.size() && stretches_) {
+            numbers_ = intact(table_, [this] { return stretches_->next(); });
+            next_ = 0;
+        }
         const auto left = std::span(numbers_).subspan(next_);
-        const std::size_t count = std::min(batch_.size(), left.size());
+        const std::size_t count = std::min(batchSize, left.size());
+        batch_.resize(count);
         std::ranges::transform(left.first(count), batch_.begin(),
                                [this](NodeId node) { return before_ + node; });
         next_ += count;
-        return std::span(batch_).first(count);
+        return batch_;
     }
 
 private:
     static constexpr std::size_t batchSize = 1024;
 
+    const NodeTable &table_;
+    std::optional<NumberStretches> stretches_;
     NodeIds numbers_;
     RecordId before_;
     std::size_t next_ = 0;
@@ -114,8 +124,9 @@ RecordId EmbeddedPart::record(const ResultSet &set, std::int64_t ordinal) const 
 }
 
 std::unique_ptr<RecordCursor> EmbeddedPart::records(const ResultSet &set) const {
-    return intact(*table_,
-                  [&] { return std::make_unique<NumberCursor>(numbersOf(set), place_.before); });
+    return intact(*table_, [&] {
+        return std::make_unique<NumberCursor>(*table_, *nodesOf(set)->nodes(), place_.before);
+    });
 }
 
 std::unique_ptr<RecordDescriber> EmbeddedPart::describer(FactsWanted wanted) const {

@@ -28,11 +28,15 @@ public:
     PartsOfNewest(std::shared_ptr<const Home> home, NamedParts named, ReadRequirement requirement)
         : home_(std::move(home)), named_(std::move(named)), requirement_(std::move(requirement)) {}
 
-    std::shared_ptr<const PartTables> operator()() {
+    std::shared_ptr<const PartTables> take() {
         if (requirement_) requirement_(named_.database);
         auto state = home_->state(named_.database);
         if (!last_ || last_->state != state) last_ = takenFrom(std::move(state));
         return {last_, &last_->tables};
+    }
+
+    StateIdentity known() const {
+        return last_ && last_->state->isNewest() ? last_->state : nullptr;
     }
 
 private:
@@ -76,8 +80,11 @@ std::unique_ptr<OpenDatabase> openParts(std::shared_ptr<const Home> home, const 
     auto named = partsNamed(*home, name);
     if (!named) throw Failure(Status::unknownDatabase, {name});
     NameIsTaken isTaken = [home](const std::string &part) { return home->hasDatabase(part); };
-    PartsOfNewest newest(std::move(home), *std::move(named), std::move(requireReadable));
-    return makeEmbeddedDatabase(name, std::move(newest), std::move(isTaken));
+    const auto newest = std::make_shared<PartsOfNewest>(std::move(home), *std::move(named),
+                                                        std::move(requireReadable));
+    return makeEmbeddedDatabase(
+        name, [newest] { return newest->take(); }, std::move(isTaken),
+        [newest] { return newest->known(); });
 }
 
 }  // namespace zdbs::embedded

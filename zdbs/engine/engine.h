@@ -110,6 +110,12 @@ public:
     virtual const RecordFacts &of(RecordId record) = 0;
 };
 
+/**
+ * Stands for a committed state: one object for all that have it open in this process, and another
+ * one also where a database of the same name is made anew and counts from the beginning.
+ */
+using StateIdentity = std::shared_ptr<const void>;
+
 /** One database as one session sees it: a state that changes by refresh() only. */
 class OpenDatabase {
 public:
@@ -119,6 +125,12 @@ public:
 
     /** Number of the state; each commit makes another one, and none has that of one before it. */
     virtual std::uint64_t state() const = 0;
+
+    /**
+     * The state, if refresh() would find no other one, in microseconds; null where it would, or
+     * where an engine cannot say so.
+     */
+    virtual StateIdentity newestState() const { return nullptr; }
 
     /**
      * Takes up the newest committed state, and puts in the place of each of `sets` what it is

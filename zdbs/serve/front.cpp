@@ -49,9 +49,11 @@ Front::Front(const Engine &engine, Administration &home, const std::string &loca
       logsValues(settings.logsRequests),
       engine_(engine),
       sessions_(home, 2 * threadsOf(limitsOf(settings))),
+      kept_(limitsOf(settings).kept * megabyte),
       service_{engine,
                home,
                sessions_,
+               kept_,
                metrics,
                [this] { return gauges(); },
                [this] { return this->limits(); },
@@ -115,6 +117,17 @@ bool Front::identify(const std::shared_ptr<Exchange> &exchange) {
 void Front::admit(const Exchange &exchange) const {
     if (isOver_) throw Problem(503, "The server is ending.");
     serve::admit(service_, exchange.request);
+}
+
+/** What fails here fails once more where the request is worked on, and is told there. */
+bool Front::answerAtOnce(Exchange &exchange) {
+    try {
+        if (!answerKept(service_, exchange.request, exchange)) return false;
+    } catch (const Failure &) {
+        return false;
+    }
+    exchange.finish();
+    return true;
 }
 
 /** What is for everybody takes no time, and tells that the server is there when it is busy. */

@@ -45,6 +45,9 @@ public:
      */
     bool identify(const std::shared_ptr<Exchange> &exchange);
 
+    /** Whether it is answered already, from what is kept. */
+    bool answerAtOnce(Exchange &exchange);
+
     /** Hands a whole request to a worker. Throws Problem(429, 503). */
     void work(const std::shared_ptr<Exchange> &exchange);
 
@@ -83,6 +86,7 @@ private:
 
     const Engine &engine_;
     SessionPool sessions_;
+    KeptAnswers kept_;
     Service service_;
     Proofs proofs_;
     mutable std::mutex mutex_;

@@ -65,6 +65,8 @@ std::string Metrics::text(const Gauges &gauges) const {
         stoppedMemory);
     add(text, "zdbs_password_hashes_total", "counter", "Passwords that were verified slowly.",
         slowHashes);
+    add(text, "zdbs_kept_answers_total", "counter", "Requests that were answered from memory.",
+        keptAnswers);
     add(text, "zdbs_connections", "gauge", "Connections that are open.", gauges.connections);
     add(text, "zdbs_requests_running", "gauge", "Requests that have a thread.", gauges.running);
     add(text, "zdbs_requests_waiting", "gauge", "Requests that wait for one.", gauges.waiting);

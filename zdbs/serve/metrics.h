@@ -31,7 +31,8 @@ public:
     Counter clientsGone = 0;  ///< requests that nobody waited for any more
     Counter stoppedTime = 0;  ///< requests that were over their time
     Counter stoppedMemory = 0;
-    Counter slowHashes = 0;  ///< of passwords
+    Counter slowHashes = 0;   ///< of passwords
+    Counter keptAnswers = 0;  ///< that were sent once more
 
     /** The text format of Prometheus. */
     std::string text(const Gauges &gauges) const;

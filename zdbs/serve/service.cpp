@@ -70,6 +70,22 @@ Found find(const Request &request) {
     return found;
 }
 
+Form formOf(const Request &request, const Found &found) {
+    return preferredForm(request.fields.accept, found.route->forms).value_or(Form::json);
+}
+
+/** Whether its answer may be one for everybody who may ask. */
+bool mayBeKept(const Service &service, const Request &request, const Found &found) {
+    return service.kept.keepsAny() && found.route->access == Access::readers &&
+           request.method == Method::get && request.fields.ifMatch.empty() &&
+           request.fields.ifNoneMatch.empty();
+}
+
+/** What an answer is kept by: the database has to be in the target. */
+std::string questionOf(const Request &request, const Found &found) {
+    return std::string(tagSuffix(formOf(request, found))) + ' ' + request.rawTarget;
+}
+
 [[noreturn]] void failUnknown(const std::string &database) {
     throw Problem(Failure(Status::unknownDatabase, {database}));
 }
@@ -178,6 +194,7 @@ void Call::requireState(std::uint64_t state) const {
 
 bool Call::isKnown(std::uint64_t state) const {
     requireState(state);
+    isOfState = true;
     return isKnown(headFor(state));
 }
 
@@ -226,12 +243,37 @@ void admit(const Service &service, const Request &request) {
         throw Problem(406, "The answer does not come in the forms of the field Accept.");
 }
 
+bool answerKept(const Service &service, const Request &request, Reply &reply) {
+    const Found found = find(request);
+    if (!mayBeKept(service, request, found)) return false;
+    const auto state = service.sessions.newest(found.fit.database);
+    if (!state) return false;
+    const auto answer = service.kept.find(questionOf(request, found), state);
+    if (!answer) return false;
+    reply.send(answer->head, answer->text);
+    ++service.metrics.keptAnswers;
+    return true;
+}
+
 void answer(const Service &service, Request &request, Reply &reply) {
     admit(service, request);
-    Found found = find(request);
-    const Form form = preferredForm(request.fields.accept, found.route->forms).value_or(Form::json);
-    found.route->answer({service, request, reply, *found.route, std::move(found.fit.database),
-                         std::move(found.fit.document), form});
+    const Found found = find(request);
+    const bool mayKeep = mayBeKept(service, request, found);
+    const auto before = mayKeep ? service.sessions.newest(found.fit.database) : nullptr;
+    KeepingReply keeping(reply);
+    Reply &to = before ? keeping : reply;
+    const Call call{service,
+                    request,
+                    to,
+                    *found.route,
+                    found.fit.database,
+                    found.fit.document,
+                    formOf(request, found)};
+    found.route->answer(call);
+    // Where the same state is the newest before and behind it, the answer is of that one.
+    if (!before || !call.isOfState || service.sessions.newest(found.fit.database) != before) return;
+    if (auto answer = keeping.taken())
+        service.kept.add(questionOf(request, found), before, std::move(*answer));
 }
 
 }  // namespace zdbs::serve

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zdbs/engine/administration.h"
+#include "zdbs/serve/kept_answers.h"
 #include "zdbs/serve/media_type.h"
 #include "zdbs/serve/metrics.h"
 #include "zdbs/serve/reply.h"
@@ -24,6 +25,7 @@ struct Service {
     const Engine &engine;
     Administration &home;
     SessionPool &sessions;
+    KeptAnswers &kept;
     Metrics &metrics;
     std::function<Gauges()> gauges;
     std::function<std::shared_ptr<const Limits>()> limits;
@@ -72,6 +74,7 @@ struct Call {
     std::string database;  ///< empty where the route has none
     std::string document;  ///< or the file of the page
     Form form = Form::json;
+    mutable bool isOfState = false;  ///< whether all of the answer is told by state and target
 
     const std::string *parameter(std::string_view name) const {
         return request.target.parameter(name);
@@ -89,7 +92,10 @@ struct Call {
     /** Throws Problem(412) where If-Match names another state. */
     void requireState(std::uint64_t state) const;
 
-    /** The same; and true where 304 was sent, for If-None-Match says that the client has it. */
+    /**
+     * The same; and true where 304 was sent, for If-None-Match says that the client has it. What is
+     * answered otherwise may be kept: it has to come from target, form and state alone.
+     */
     bool isKnown(std::uint64_t state) const;
 
     /** The same for a head whose first field is the ETag; If-Match is of no account. */
@@ -107,6 +113,12 @@ bool isPublic(const Request &request);
 
 /** The path of the route, for logs: without names of documents. Empty where there is none. */
 std::string placeOf(const Request &request);
+
+/**
+ * Sends the answer where it is kept from an earlier request; false where it is not. Takes
+ * microseconds. REQUIRES that the request was admitted. Throws Failure.
+ */
+bool answerKept(const Service &service, const Request &request, Reply &reply);
 
 /** Throws Problem and Failure. */
 void answer(const Service &service, Request &request, Reply &reply);

@@ -13,15 +13,25 @@ SessionPool::Lease::~Lease() {
     if (std::uncaught_exceptions() == exceptions_) pool_.giveBack(std::move(lent_));
 }
 
-SessionPool::Sessions SessionPool::take(std::string database) {
+SessionPool::Sessions SessionPool::takeIdle(const std::string &database) {
     Sessions lent;
-    {
-        const std::lock_guard lock(mutex_);
-        const auto found = std::find_if(idle_.begin(), idle_.end(), [&](const Kept &each) {
-            return each.database == database;
-        });
-        if (found != idle_.end()) lent.splice(lent.end(), idle_, found);
-    }
+    const std::lock_guard lock(mutex_);
+    const auto found = std::find_if(idle_.begin(), idle_.end(),
+                                    [&](const Kept &each) { return each.database == database; });
+    if (found != idle_.end()) lent.splice(lent.end(), idle_, found);
+    return lent;
+}
+
+StateIdentity SessionPool::newest(const std::string &database) {
+    Sessions lent = takeIdle(database);
+    if (lent.empty()) return nullptr;
+    StateIdentity state = lent.front().session->newestState();
+    giveBack(std::move(lent));
+    return state;
+}
+
+SessionPool::Sessions SessionPool::take(std::string database) {
+    Sessions lent = takeIdle(database);
     if (lent.empty()) {
         auto session = Session::ofOwner(home_.open(database));
         lent.push_back({std::move(database), std::move(session), {}});

@@ -50,12 +50,20 @@ public:
         int exceptions_;
     };
 
+    /**
+     * The newest state of a database, where an idle session has it open; null otherwise. Throws
+     * what OpenDatabase::newestState() does.
+     */
+    StateIdentity newest(const std::string &database);
+
     /** Closes what nobody asked for since then: an old state holds room on the disk. */
     void closeIdleSince(Clock::time_point then);
 
     std::size_t idle() const;
 
 private:
+    Sessions takeIdle(const std::string &database);
+
     /** Throws Failure(unknownDatabase). */
     Sessions take(std::string database);
     void giveBack(Sessions lent) noexcept;  ///< the one too many is closed outside of the lock

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t million = 1'000'000;
 
-constexpr std::array<LimitRow, 14> table = {{
+constexpr std::array<LimitRow, 15> table = {{
     {"threads", &Limits::threads, 0, 1024, false,
      "Requests at once; 0: as many as there are processors"},
     {"connections", &Limits::connections, 2, million, false, "Connections at once"},
@@ -26,6 +26,8 @@ constexpr std::array<LimitRow, 14> table = {{
     {"result", &Limits::result, 1, million, true, "Megabytes of an answer"},
     {"body", &Limits::body, 1, million, true, "Megabytes of what is sent with a request"},
     {"header", &Limits::header, 4, 1024, false, "Kilobytes of a request's line and headers"},
+    {"kept", &Limits::kept, 0, million, false,
+     "Megabytes of short answers kept for who asks the same again"},
     {"idle", &Limits::idle, 1, million, true, "Seconds until a connection without request ends"},
     {"stall", &Limits::stall, 1, million, true,
      "Seconds in which a client must take or send something"},

@@ -97,6 +97,9 @@ public:
     /** A record of a set by its place from 1; throws unknownSet, noSuchRecord. */
     SetRecord record(std::int32_t set, std::int32_t ordinal) const;
 
+    /** See OpenDatabase; nothing without a database. */
+    StateIdentity newestState() const { return database_ ? database_->newestState() : nullptr; }
+
     /** See OpenDatabase::placeOf(); throws Failure(noDatabase). */
     RecordPlace placeOf(RecordId record) const;
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <limits>
 #include <numeric>
 
 #include "foundation/bit_count.h"
@@ -51,10 +52,19 @@ private:
     std::vector<std::uint64_t> words_;
 };
 
-/** Calls `take` with the numbers of a part's nodes, ascending, some at a time. */
+constexpr RowRange allRows = {0, std::numeric_limits<RowId>::max()};
+
+/** Rows of a part that lie within a range, and how many they are. */
+struct Slice {
+    const PathPart *part;
+    RowRange within;
+    std::uint64_t size;
+};
+
+/** Calls `take` with the numbers of nodes, ascending, some at a time. */
 template <typename Take>
-void forNodes(const PathTable &table, const PathPart &part, Take take) {
-    RowReader reader(table, part.path, *part.rows);
+void forNodes(const PathTable &table, const Slice &slice, Take take) {
+    RowReader reader(table, slice.part->path, *slice.part->rows, slice.within);
     std::array<NodeId, RowReader::batchSize> numbers;
     for (RowBatch batch; reader.next(batch);) {
         const auto out = std::span(numbers).first(batch.rows.size());
@@ -79,6 +89,33 @@ Numbers numbersOf(const PathTable &table, const PathNodes &nodes) {
 
 /** Looking through so many empty numbers costs as much as sorting one node in. */
 constexpr std::uint64_t sparse = 1024;
+
+/** The numbers of nodes that lie between two numbers, ascending. */
+NodeIds ordered(const PathTable &table, std::span<const Slice> slices, Numbers range) {
+    std::uint64_t count = 0;
+    for (const Slice &slice : slices)
+        count += slice.size;
+    if (slices.size() > 1 && (range.last - range.first) / sparse <= count) {
+        NumberBits bits(range.first, range.last);
+        for (const Slice &slice : slices)
+            forNodes(table, slice, [&](std::span<const NodeId> numbers) { bits.add(numbers); });
+        return bits.numbers();
+    }
+    NodeIds result;
+    result.reserve(count);
+    const auto append = [&](std::span<const NodeId> numbers) {
+        result.insert(result.end(), numbers.begin(), numbers.end());
+    };
+    for (const Slice &slice : slices)
+        forNodes(table, slice, append);
+    if (slices.size() > 1) std::sort(result.begin(), result.end());
+    return result;
+}
+
+/** So many numbers a stretch begins with, and what it grows by, and ends with. */
+constexpr std::uint64_t firstStretch = 1024;
+constexpr std::uint64_t stretchGrowth = 8;
+constexpr std::uint64_t longestStretch = 4 << 20;
 
 /** A part of a set that shrinks while a place is searched: rows of some ranks. */
 struct Candidate {
@@ -184,22 +221,52 @@ private:
 
 NodeIds nodeIdsOf(const PathTable &table, const PathNodes &nodes) {
     if (nodes.empty()) return {};
-    const std::uint64_t count = sizeOf(nodes);
-    const Numbers range = numbersOf(table, nodes);
-    if (nodes.size() > 1 && (range.last - range.first) / sparse <= count) {
-        NumberBits bits(range.first, range.last);
-        for (const PathPart &part : nodes)
-            forNodes(table, part, [&](std::span<const NodeId> numbers) { bits.add(numbers); });
-        return bits.numbers();
-    }
-    NodeIds result;
-    result.reserve(count);
-    const auto append = [&](std::span<const NodeId> numbers) {
-        result.insert(result.end(), numbers.begin(), numbers.end());
-    };
+    std::vector<Slice> slices;
+    slices.reserve(nodes.size());
     for (const PathPart &part : nodes)
-        forNodes(table, part, append);
-    if (nodes.size() > 1) std::sort(result.begin(), result.end());
+        slices.push_back({&part, allRows, part.rows->cardinality()});
+    return ordered(table, slices, numbersOf(table, nodes));
+}
+
+NumberStretches::NumberStretches(const PathTable &table, const PathNodes &nodes) : table_(table) {
+    if (nodes.empty()) return;
+    left_.reserve(nodes.size());
+    for (const PathPart &part : nodes)
+        left_.push_back({&part, 0, 0});
+    const Numbers range = numbersOf(table, nodes);
+    first_ = range.first;
+    last_ = range.last;
+    // Where nodes are few among the numbers, as many more numbers have to be looked through.
+    const std::uint64_t numbersEach = (last_ - first_) / sizeOf(nodes) + 1;
+    width_ = std::min(firstStretch * numbersEach, longestStretch);
+}
+
+/** The row with which the numbers from `end` on begin. */
+RowId NumberStretches::rowBehind(const PathPart &part, std::uint64_t end) const {
+    if (end > last_) return allRows.end;
+    return table_.lowerBound(part.path, static_cast<NodeId>(end));
+}
+
+NodeIds NumberStretches::next() {
+    NodeIds result;
+    while (result.empty() && !left_.empty()) {
+        const std::uint64_t end = std::min(first_ + width_, last_ + 1);
+        std::vector<Slice> slices;
+        for (Left &left : left_) {
+            const RowId endRow = rowBehind(*left.part, end);
+            const std::uint64_t told = endRow == 0 ? 0 : left.part->rows->rank(endRow - 1);
+            if (told > left.told)
+                slices.push_back({left.part, {left.firstRow, endRow}, told - left.told});
+            left.firstRow = endRow;
+            left.told = told;
+        }
+        const Numbers range = {static_cast<NodeId>(first_), static_cast<NodeId>(end - 1)};
+        result = ordered(table_, slices, range);
+        std::erase_if(left_,
+                      [](const Left &left) { return left.told == left.part->rows->cardinality(); });
+        first_ = end;
+        width_ = std::min(width_ * stretchGrowth, longestStretch);
+    }
     return result;
 }
 

@@ -41,6 +41,34 @@ PathNodes subtracted(const PathNodes &a, const PathNodes &b);
 /** The numbers of the nodes, ascending. */
 std::vector<NodeId> nodeIdsOf(const PathTable &table, const PathNodes &nodes);
 
+/**
+ * The same in stretches: the first is short, so that who wants a few numbers has them soon, and the
+ * longest takes a few megabytes. Table and nodes must outlive it.
+ */
+class NumberStretches {
+public:
+    NumberStretches(const PathTable &table, const PathNodes &nodes);
+
+    /** The next numbers; none at the end. */
+    std::vector<NodeId> next();
+
+private:
+    /** What is left of a part. */
+    struct Left {
+        const PathPart *part;
+        RowId firstRow;
+        std::uint64_t told;  ///< rows before that
+    };
+
+    RowId rowBehind(const PathPart &part, std::uint64_t end) const;
+
+    const PathTable &table_;
+    std::vector<Left> left_;
+    std::uint64_t first_ = 0;  ///< number with which the next stretch begins
+    std::uint64_t last_ = 0;
+    std::uint64_t width_ = 0;
+};
+
 /** Nodes by path. `nodes` ascending, all present. */
 PathNodes byPath(const PathTable &table, std::span<const NodeId> nodes);
 

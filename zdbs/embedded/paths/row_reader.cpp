@@ -23,6 +23,13 @@ RowReader::RowReader(const PathTable &table, PathId path, const RowSet &rows)
     if (rows.cardinality() == endRow_ - nextRow_) source_ = Source::range;
 }
 
+RowReader::RowReader(const PathTable &table, PathId path, const RowSet &rows, RowRange within)
+    : RowReader(table, path, rows) {
+    nextRow_ = std::max(nextRow_, within.first);
+    endRow_ = std::max(nextRow_, std::min(endRow_, within.end));
+    if (source_ == Source::set) roaring_move_uint32_iterator_equalorlarger(&place_, within.first);
+}
+
 RowReader::RowReader(const PathTable &table, PathId path, const RowBits &rows)
     : runs_(table.runs(path)), source_(Source::bits), words_(rows.words()) {}
 
@@ -54,12 +61,9 @@ bool RowReader::next(RowBatch &batch) {
 
 bool RowReader::fill() {
     switch (source_) {
-        case Source::set: {
-            const auto count = static_cast<std::uint32_t>(batchSize);
-            left_ = std::span(buffer_).first(
-                roaring_read_uint32_iterator(&place_, buffer_.data(), count));
+        case Source::set:
+            fillFromSet();
             break;
-        }
         case Source::range:
             fillFromRange();
             break;
@@ -70,6 +74,14 @@ bool RowReader::fill() {
             break;  // all there is was there from the beginning
     }
     return !left_.empty();
+}
+
+void RowReader::fillFromSet() {
+    std::size_t count = roaring_read_uint32_iterator(&place_, buffer_.data(),
+                                                     static_cast<std::uint32_t>(batchSize));
+    while (count > 0 && buffer_[count - 1] >= endRow_)
+        --count;
+    left_ = std::span(buffer_).first(count);
 }
 
 void RowReader::fillFromRange() {

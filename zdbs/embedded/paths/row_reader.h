@@ -29,6 +29,8 @@ public:
     RowReader(const PathTable &table, PathId path, const RowSet &rows);
     RowReader(const PathTable &table, PathId path, const RowBits &rows);
 
+    /** Those of a set within a range. */
+    RowReader(const PathTable &table, PathId path, const RowSet &rows, RowRange within);
     RowReader(const PathTable &table, PathId path, RowRange rows);
 
     /** @param rows ascending */
@@ -44,6 +46,7 @@ private:
     enum class Source { set, range, bits, list };
 
     bool fill();
+    void fillFromSet();
     void fillFromRange();
     void fillFromBits();
 
@@ -51,7 +54,7 @@ private:
     Source source_;
     roaring_uint32_iterator_t place_;       ///< of a set
     RowId nextRow_ = 0;                     ///< of a range; of bits: row of the first word
-    RowId endRow_ = 0;                      ///< of a range
+    RowId endRow_ = 0;                      ///< of a range and of a set
     std::span<const std::uint64_t> words_;  ///< of bits: those not looked at
     std::uint64_t word_ = 0;                ///< of bits: what is left of the word before
     std::array<RowId, batchSize> buffer_;

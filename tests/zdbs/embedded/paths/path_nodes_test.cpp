@@ -37,6 +37,16 @@ void onRandomTables(Check check) {
     }
 }
 
+/** All stretches, one behind the other; none of them may be empty. */
+NodeIds inStretches(const PathTable &table, const PathNodes &nodes) {
+    NumberStretches stretches(table, nodes);
+    NodeIds all;
+    for (NodeIds some = stretches.next(); !some.empty(); some = stretches.next())
+        all.insert(all.end(), some.begin(), some.end());
+    EXPECT_TRUE(stretches.next().empty());
+    return all;
+}
+
 TEST(PathTables, HaveEveryNodeOnceWithItsParentAndName) {
     onRandomTables([](const MemoryPathTable &table, std::mt19937 &) {
         for (NodeId node : allNodes(table)) {
@@ -79,6 +89,7 @@ TEST(PathNodes, ComeFromNodesAndGiveThemBack) {
             EXPECT_TRUE(isSound(table, paths));
             EXPECT_EQ(sizeOf(paths), nodes.size());
             EXPECT_EQ(nodeIdsOf(table, paths), nodes);
+            EXPECT_EQ(inStretches(table, paths), nodes);
         }
         EXPECT_EQ(nodeIdsOf(table, wholePaths(table, allPaths(table))), allNodes(table));
     });
@@ -136,7 +147,24 @@ TEST(PathNodes, AreNumberedWhenTheyLieFarApart) {
     const NodeIds all{1, 2, 100003, 100004, 200005, 200006};
     const PathNodes paths = byPath(table, all);
     EXPECT_EQ(nodeIdsOf(table, paths), all);
+    EXPECT_EQ(inStretches(table, paths), all);
     EXPECT_EQ(nodeAtPlace(table, paths, 3), 100004U);
+}
+
+TEST(PathNodes, AreNumberedInStretchesThatGrow) {
+    for (const std::size_t perSegment : {std::size_t{0}, std::size_t{7000}}) {
+        PathTableOptions options;
+        if (perSegment != 0) options.nodesPerSegment = perSegment;
+        const MemoryPathTable table(randomTable(3, 40000), options);
+        std::mt19937 random(5);
+        for (const unsigned oneIn : {1U, 7U, 300U}) {
+            const NodeIds nodes = someNodes(table, random, oneIn);
+            const PathNodes paths = byPath(table, nodes);
+            EXPECT_EQ(inStretches(table, paths), nodes);
+            NumberStretches stretches(table, paths);
+            EXPECT_LE(stretches.next().size(), nodes.size() < 4000 ? nodes.size() : 4000);
+        }
+    }
 }
 
 TEST(PathNodes, OfNoPathsAreNone) {
@@ -144,6 +172,7 @@ TEST(PathNodes, OfNoPathsAreNone) {
     const MemoryPathTable table(nodes);
     EXPECT_TRUE(wholePaths(table, {}).empty());
     EXPECT_TRUE(nodeIdsOf(table, {}).empty());
+    EXPECT_TRUE(inStretches(table, {}).empty());
     EXPECT_TRUE(byPath(table, {}).empty());
     EXPECT_EQ(sizeOf({}), 0U);
     EXPECT_FALSE(contains(table, {}, 1));
