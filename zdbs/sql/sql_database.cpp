@@ -12,6 +12,7 @@
 #include "zdbs/sql/fragment_teller.h"
 #include "zdbs/sql/row_reader.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/sql_tree.h"
 
 namespace zdbs::sql {
 namespace {
@@ -85,7 +86,7 @@ public:
     }
 
     std::unique_ptr<NodeTree> tree() const override {
-        throw Failure(Status::unsupported, {"XPath beyond what the command language has"});
+        return makeSqlTree(connection_, counter_, state_);
     }
 
     ResultSetPtr evaluate(const Condition &condition, const SetLookup &sets) const override {
