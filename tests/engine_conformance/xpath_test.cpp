@@ -146,7 +146,7 @@ TEST_P(XPath, FindsNothingInACollectionOfNothing) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, XPath, ::testing::ValuesIn(folderEngines()), nameOfEngine);
+INSTANTIATE_TEST_SUITE_P(Engines, XPath, ::testing::ValuesIn(allEngines()), nameOfEngine);
 
 }  // namespace
 }  // namespace zdbs::conformance

@@ -57,6 +57,7 @@ public:
         defineUserCommands();
         defineDatabaseCommands();
         defineBackupCommands();
+        defineCopyCommand();
         defineLoadCommand();
         defineSyncCommand();
         defineDocumentCommands();
@@ -274,6 +275,18 @@ private:
     bool runRestore() {
         if (!into_.empty()) home_.directory = into_;
         return restore(home_, backup_.output);
+    }
+
+    void defineCopyCommand() {
+        CLI::App &command = define(app_, "copy", "Copy a database to another home, all or nothing",
+                                   [this] { return copy(home_, copy_); });
+        command.add_option("DATABASE", copy_.database, "Name of the database")->required();
+        command
+            .add_option("--to", copy_.location, "The other home: a folder, or a database server")
+            ->required()
+            ->type_name("HOME");
+        command.add_option("--as", copy_.name, "Name of the copy; otherwise that of the database")
+            ->type_name("NAME");
     }
 
     void defineLoadCommand() {
@@ -541,6 +554,7 @@ private:
     bool stops_ = false;  // says only what happens anyway
     BackupRequest backup_;
     std::string into_;
+    CopyRequest copy_;
     LoadRequest load_;
     SyncRequest sync_;
     DumpRequest dump_;

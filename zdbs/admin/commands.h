@@ -67,6 +67,15 @@ bool backUp(const HomeChoice &home, const BackupRequest &request);
 /** Makes a home of a backup, which is a file, or `-` for standard input. */
 bool restore(const HomeChoice &home, const std::string &file);
 
+struct CopyRequest {
+    std::string database;
+    std::string location;  ///< of another home, or the same
+    std::string name;      ///< there; empty: the same
+};
+
+/** Copies the documents of a database, all or nothing, into a database that is new or empty. */
+bool copy(const HomeChoice &home, const CopyRequest &request);
+
 struct LoadRequest {
     std::string database;
     std::vector<std::string> paths;

@@ -3,10 +3,12 @@
 #define ZDBS_ENGINE_FRAGMENTS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "zdbs/base/axis.h"
+#include "zdbs/base/node.h"
 #include "zdbs/base/relation.h"
 #include "zdbs/engine/result_set.h"
 
@@ -19,6 +21,30 @@ struct NodeTest {
     Kind kind = Kind::node;
     std::string local = {};  ///< of a name; empty is every name
     std::string space = {};  ///< prefix as written or namespace name; empty is every namespace
+
+    /** The only kind that passes on an axis: the principal one where a name is asked for. */
+    std::optional<NodeKind> kindOn(const AxisTraits &axis) const {
+        switch (kind) {
+            case Kind::node:
+                break;
+            case Kind::name:
+                return axis.toAttributes ? NodeKind::attribute : NodeKind::element;
+            case Kind::text:
+                return NodeKind::text;
+            case Kind::comment:
+                return NodeKind::comment;
+            case Kind::instruction:
+                return NodeKind::processingInstruction;
+        }
+        return std::nullopt;
+    }
+
+    /** Whether not all nodes of that kind pass. */
+    bool asksForName() const { return kind == Kind::name && !(local.empty() && space.empty()); }
+    bool allows(const NodeName &name) const {
+        if (!local.empty() && local != name.local) return false;
+        return space.empty() || space == name.prefix || space == name.uri;
+    }
 };
 
 /**
@@ -41,6 +67,14 @@ struct FragmentFilter {
     Relation relation = Relation::equal;     ///< of a position, which is counted from 1
     double place = 0;                        ///< in axis order, or from -1 backwards
     std::vector<FragmentFilter> sides = {};  ///< left and right
+
+    /** Whether a position passes of which there are so many, counted from 1 in document order. */
+    bool holdsAt(std::size_t position, std::size_t count, const AxisTraits &axis) const {
+        const auto size = static_cast<double>(count);
+        const auto forwards = static_cast<double>(position);
+        return holds(relation, axis.isReverse() ? size + 1 - forwards : forwards,
+                     place < 0 ? size + 1 + place : place);
+    }
 };
 
 struct FragmentStep {

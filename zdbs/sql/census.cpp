@@ -11,17 +11,6 @@ namespace {
 
 constexpr std::string_view hexDigits = "0123456789abcdef";
 
-std::uint64_t bytesOf(const SqlDocuments &documents, const std::string &function) {
-    const Rows rows = documents.connection().run(
-        Statement::of("select sum(" + function +
-                          "(c.oid)) from pg_catalog.pg_class c inner join "
-                          "pg_catalog.pg_namespace s on s.oid = c.relnamespace where s.nspname = "
-                          "$1 and c.relkind in "
-                          "('r', 'm')",
-                      std::string_view(schemaOf(documents.taken().collection))));
-    return rows.count(0, 0);
-}
-
 void addPaths(const Summary &summary, const std::vector<std::vector<PathNumber>> &children,
               PathNumber above, std::vector<PathCount> &counts) {
     for (const PathNumber path : children[static_cast<std::size_t>(above)]) {
@@ -35,10 +24,22 @@ void addPaths(const Summary &summary, const std::vector<std::vector<PathNumber>>
 
 }  // namespace
 
+std::uint64_t bytesOf(Connection &connection, std::int64_t collection,
+                      const std::string &function) {
+    const Rows rows = connection.run(
+        Statement::of("select sum(" + function +
+                          "(c.oid)) from pg_catalog.pg_class c inner join "
+                          "pg_catalog.pg_namespace s on s.oid = c.relnamespace where s.nspname = "
+                          "$1 and c.relkind in "
+                          "('r', 'm')",
+                      std::string_view(schemaOf(collection))));
+    return rows.count(0, 0);
+}
+
 DatabaseSummary summaryOf(const SqlDocuments &documents) {
     const State &state = documents.taken();
-    return {state.documents.size(), state.nodes(), bytesOf(documents, "pg_total_relation_size"),
-            documents.state()};
+    return {state.documents.size(), state.nodes(),
+            bytesOf(documents.connection(), state.collection), documents.state()};
 }
 
 DatabaseInfo infoOf(const SqlDocuments &documents) {
@@ -60,9 +61,12 @@ DatabaseInfo infoOf(const SqlDocuments &documents) {
                      [](const NameCount &a, const NameCount &b) { return a.count > b.count; });
     for (const Document &each : state.documents)
         info.xmlBytes += each.xmlBytes;
-    info.sizes = {{"all", "on the server", bytesOf(documents, "pg_total_relation_size")},
-                  {"tables", "  tables", bytesOf(documents, "pg_table_size")},
-                  {"indexes", "  indexes", bytesOf(documents, "pg_indexes_size")}};
+    const auto bytes = [&](const char *function) {
+        return bytesOf(documents.connection(), state.collection, function);
+    };
+    info.sizes = {{"all", "on the server", bytes("pg_total_relation_size")},
+                  {"tables", "  tables", bytes("pg_table_size")},
+                  {"indexes", "  indexes", bytes("pg_indexes_size")}};
     return info;
 }
 

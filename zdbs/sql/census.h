@@ -11,6 +11,10 @@
 
 namespace zdbs::sql {
 
+/** What a function of the server's says of the tables of a collection. */
+std::uint64_t bytesOf(Connection &connection, std::int64_t collection,
+                      const std::string &function = "pg_total_relation_size");
+
 DatabaseSummary summaryOf(const SqlDocuments &documents);
 DatabaseInfo infoOf(const SqlDocuments &documents);
 std::vector<PathCount> pathsOf(const State &state);

@@ -4,21 +4,11 @@
 
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
+#include "zdbs/sql/locks.h"
 #include "zdbs/sql/schema.h"
 
 namespace zdbs::sql {
 namespace {
-
-/** Tells our locks from those of others. */
-const std::string lockSpace = "2053399411";
-
-std::string lockArguments(std::int64_t collection) {
-    return "(" + lockSpace + ", " + std::to_string(collection) + ")";
-}
-
-void call(Connection &connection, const std::string &function, std::int64_t collection) {
-    connection.run("select " + function + lockArguments(collection));
-}
 
 std::optional<std::int64_t> numberIn(const Rows &rows) {
     if (rows.size() == 0) return std::nullopt;
@@ -37,9 +27,7 @@ void sweepDropped(Connection &connection) {
     for (int row = 0; row < dropped.size(); ++row) {
         const std::int64_t number = dropped.number(row, 0);
         Transaction transaction(connection);
-        const Rows locked =
-            connection.run("select pg_try_advisory_xact_lock" + lockArguments(number));
-        if (locked.text(0, 0) != "t") continue;
+        if (!tryLock(connection, LockSpace::collection, number)) continue;
         connection.run("drop schema if exists " + schemaOf(number) + " cascade");
         connection.run(Statement::of("delete from zdbs.dropped where number = $1", number));
         transaction.commit();
@@ -63,11 +51,42 @@ std::int64_t collectionOf(Connection &connection, std::string_view database,
 }
 
 void hold(Connection &connection, std::int64_t collection) {
-    call(connection, "pg_advisory_lock_shared", collection);
+    lockShared(connection, LockSpace::collection, collection);
+    enterCollection(connection, collection);
 }
 
 void release(Connection &connection, std::int64_t collection) {
-    call(connection, "pg_advisory_unlock_shared", collection);
+    unlockShared(connection, LockSpace::collection, collection);
+}
+
+StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present) {
+    for (;;) {
+        const std::int64_t number = connection.run("select number from state").number(0, 0);
+        if (present && present->number == number) return present;
+        lockShared(connection, LockSpace::state, number);
+        Transaction transaction(connection, "isolation level repeatable read read only");
+        StatePtr state = readState(connection, collection);
+        transaction.commit();
+        if (state->number == number) return state;
+        letGo(connection, number);
+    }
+}
+
+void holdAgain(Connection &connection, const State &state) {
+    hold(connection, state.collection);
+    lockShared(connection, LockSpace::state, state.number);
+}
+
+void requireRows(Connection &connection, const State &state) {
+    const Rows swept = connection.run("select swept from state");
+    if (swept.number(0, 0) > state.number)
+        throw Failure(Status::databaseLost, {connection.location().name,
+                                             "documents are gone that were there when it was "
+                                             "opened"});
+}
+
+void letGo(Connection &connection, std::int64_t state) {
+    unlockShared(connection, LockSpace::state, state);
 }
 
 std::int64_t beginChange(Connection &connection, std::string_view database,

@@ -9,6 +9,7 @@
 
 #include "zdbs/engine/administration.h"
 #include "zdbs/sql/connection.h"
+#include "zdbs/sql/state.h"
 
 namespace zdbs::sql {
 
@@ -16,9 +17,22 @@ namespace zdbs::sql {
 std::int64_t collectionOf(Connection &connection, std::string_view database,
                           const std::optional<std::string> &user);
 
-/** While a connection holds a collection, its tables stay, whoever drops it. */
+/** While a connection holds a collection, its tables stay, whoever drops it, and are those that
+ * are meant by their names. */
 void hold(Connection &connection, std::int64_t collection);
 void release(Connection &connection, std::int64_t collection);
+
+/**
+ * Takes up the newest state of a collection that is held, unless the present one is it. As long as
+ * the connection holds a state, its rows stay.
+ */
+StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present);
+void letGo(Connection &connection, std::int64_t state);
+
+/** A new connection holds what the last one held. */
+void holdAgain(Connection &connection, const State &state);
+/** Throws Failure(databaseLost) when rows of it have gone before it was held again. */
+void requireRows(Connection &connection, const State &state);
 
 /**
  * The right to change a collection, until the end of the transaction. `waiting` is called once

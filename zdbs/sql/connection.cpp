@@ -94,7 +94,13 @@ void Connection::connect() {
     }
     PQsetNoticeProcessor(
         connection_.get(), [](void *, const char *) {}, nullptr);
-    if (greet_) greet_(*this);
+    if (!greet_) return;
+    try {
+        greet_(*this);
+    } catch (...) {
+        close();  // the next one is greeted anew
+        throw;
+    }
 }
 
 Rows Connection::run(const Statement &statement) {

@@ -1,9 +1,7 @@
 #include "zdbs/sql/counter.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
-#include <random>
 #include <set>
 
 #include "zdbs/base/status.h"
@@ -205,41 +203,13 @@ void Counter::count(SqlSet &set) {
     set.isCounted = true;
 }
 
-KeptRowsPtr Counter::number() {
-    static thread_local std::mt19937_64 random(std::random_device{}());
-    sweep();
-    const auto rows =
-        std::make_shared<const KeptRows>(static_cast<std::int64_t>(random() >> 1U), unused_);
-    kept_.push_back(rows);
-    return rows;
-}
-
-Counter::~Counter() {
-    try {
-        std::erase_if(kept_, [](const auto &each) { return each.expired(); });
-        for (const auto &each : kept_) {
-            if (const KeptRowsPtr rows = each.lock()) unused_->push_back(rows->number);
-        }
-        if (connection_.isOpen()) sweep();
-    } catch (const std::exception &) {
-        // What a lost connection leaves takes room until the database is dropped.
-    }
-}
-
-void Counter::sweep() {
-    while (!unused_->empty()) {
-        connection_.run(Statement::of("delete from setnode where number = $1", unused_->back()));
-        unused_->pop_back();
-    }
-}
-
 void Counter::keep(SqlSet &set) {
-    const auto rows = number();
+    const KeptRowsPtr rows = keeper_.next();
     auto paths = std::make_shared<PathSet>();
     Statement statement;
     Selection selection(set.state->summary, statement);
     selection.limitTo(set.state->live);
-    const std::string number = statement.bind(rows->number);
+    const std::string number = statement.bind(rows->number());
     for (const PathGroup &group : groupsOf(*set.paths, set.state->summary, Levels::whereNeeded)) {
         if (!group.predicate) {
             for (const PathNumber path : group.paths)
@@ -252,21 +222,46 @@ void Counter::keep(SqlSet &set) {
     statement.text = "insert into setnode (number, part, id, path) " + statement.text;
     requireAskable(statement);
     connection_.run(statement);
-    const Rows kept = connection_.run(
-        Statement::of("select path from setnode where number = $1 group by path", rows->number));
-    const PredicatePtr test = predicate(KeptTest{rows});
-    for (int row = 0; row < kept.size(); ++row)
-        paths->emplace(static_cast<PathNumber>(kept.number(row, 0)), test);
+    paths->merge(pathsOfKept(rows));
     replaceLeaves(set, paths);
     set.paths = std::move(paths);
 }
 
+PathSet Counter::keptRows(const std::vector<RowId> &rows) {
+    constexpr std::size_t together = 5000;
+    const KeptRowsPtr kept = keeper_.next();
+    for (std::size_t first = 0; first < rows.size(); first += together) {
+        std::map<int, std::string> numbers;
+        for (std::size_t i = first; i < std::min(first + together, rows.size()); ++i) {
+            std::string &list = numbers[rows[i].part];
+            list += (list.empty() ? "" : ", ") + std::to_string(rows[i].id);
+        }
+        for (const auto &[part, list] : numbers)
+            connection_.run(Statement::of(
+                "insert into setnode (number, part, id, path) select $1, n.part, n.id, n.path from "
+                "node n where n.part = $2 and n.id in (" +
+                    list + ")",
+                kept->number(), std::int64_t{part}));
+    }
+    return pathsOfKept(kept);
+}
+
+PathSet Counter::pathsOfKept(const KeptRowsPtr &rows) {
+    const Rows kept = connection_.run(
+        Statement::of("select path from setnode where number = $1 group by path", rows->number()));
+    const PredicatePtr test = predicate(KeptTest{rows});
+    PathSet paths;
+    for (int row = 0; row < kept.size(); ++row)
+        paths.emplace(static_cast<PathNumber>(kept.number(row, 0)), test);
+    return paths;
+}
+
 void Counter::keepPairs(SqlSet &set) {
-    const auto rows = number();
+    const KeptRowsPtr rows = keeper_.next();
     Statement statement;
     Selection selection(set.state->summary, statement);
     Pairs made = pairsOf(set);
-    const std::string number = statement.bind(rows->number);
+    const std::string number = statement.bind(rows->number());
     statement.text = "insert into setnode (number, part, path, id) select " + number +
                      ", v.part, v.c, v.k from (" + selection.pairsOf(made) + ") v";
     requireAskable(statement);

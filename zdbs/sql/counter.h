@@ -2,9 +2,8 @@
 #ifndef ZDBS_SQL_COUNTER_H
 #define ZDBS_SQL_COUNTER_H
 
-#include <memory>
-
 #include "zdbs/sql/connection.h"
+#include "zdbs/sql/kept_rows.h"
 #include "zdbs/sql/sql_set.h"
 
 namespace zdbs::sql {
@@ -12,12 +11,7 @@ namespace zdbs::sql {
 /** Throws what the connection throws: a set that cannot be counted is not made. */
 class Counter {
 public:
-    explicit Counter(Connection &connection)
-        : connection_(connection), unused_(std::make_shared<KeptRows::Numbers>()) {}
-    /** What it kept on the server is gone with it. */
-    ~Counter();
-    Counter(const Counter &) = delete;
-    Counter &operator=(const Counter &) = delete;
+    explicit Counter(Connection &connection) : connection_(connection), keeper_(connection) {}
 
     /**
      * Puts numbers to a set. Kinds of paths without a node are left out of it, and what has become
@@ -25,15 +19,19 @@ public:
      */
     void count(SqlSet &set);
 
+    /** Rows by their numbers, kept on the server. */
+    PathSet keptRows(const std::vector<RowId> &rows);
+
+    /** As of Keeper. */
+    void goOn() { keeper_.goOn(); }
+
 private:
-    void sweep();
     void keep(SqlSet &set);
     void keepPairs(SqlSet &set);
-    KeptRowsPtr number();
+    PathSet pathsOfKept(const KeptRowsPtr &rows);
 
     Connection &connection_;
-    std::shared_ptr<KeptRows::Numbers> unused_;  ///< to be deleted
-    std::vector<std::weak_ptr<const KeptRows>> kept_;
+    Keeper keeper_;
 };
 
 }  // namespace zdbs::sql

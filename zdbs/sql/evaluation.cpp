@@ -5,74 +5,72 @@
 namespace zdbs::sql {
 namespace {
 
-class Evaluation {
-public:
-    Evaluation(const SqlSetPtr &setZero, const SetLookup &sets) : setZero_(setZero), sets_(sets) {}
+/** What each kind of term is by itself. Nothing is asked of the server here. */
+struct Terms {
+    const SqlSetPtr &setZero;
+    const SetLookup &sets;
 
-    SqlSetPtr of(const Condition &condition) const {
-        SqlSetPtr result;
-        for (const Conjunct &terms : condition.conjuncts)
-            add(result, of(terms), unionOf);
-        return result;
+    /** Numbered, set 0 is no set 0 any more. */
+    SqlSetPtr operator()(SetReference set) const {
+        return set.number == 0 ? std::make_shared<SqlSet>(setZero->state, *setZero->paths)
+                               : sqlSet(sets(set));
     }
+    SqlSetPtr operator()(const PositionTerm &term) const {
+        return atPosition(*operand(term.set), term.relation, term.place);
+    }
+    SqlSetPtr operator()(const AxisTerm &term) const {
+        return (term.direction == 1 ? joinFirst : joinSecond)(operand(term.first), term.axis,
+                                                              operand(term.second));
+    }
+    SqlSetPtr operator()(const std::unique_ptr<Condition> &nested) const {
+        return evaluated(*nested, setZero, sets);
+    }
+    SqlSetPtr operator()(const FieldTerm &) const { return nullptr; }
 
 private:
-    using Operation = SqlSetPtr (*)(const SqlSet &, const SqlSet &);
-
-    static void add(SqlSetPtr &result, SqlSetPtr more, Operation operation) {
-        result = result ? operation(*result, *more) : std::move(more);
-    }
-
-    /** Field terms are tested together, on what the sets leave; on every node without any. */
-    SqlSetPtr of(const Conjunct &terms) const {
-        std::vector<const ConjunctTerm *> fields;
-        SqlSetPtr kept;
-        SqlSetPtr removed;
-        for (const ConjunctTerm &each : terms) {
-            if (std::holds_alternative<FieldTerm>(each.term))
-                fields.push_back(&each);
-            else if (each.negated)
-                add(removed, of(each.term), unionOf);
-            else
-                add(kept, of(each.term), intersection);
-        }
-        SqlSetPtr result = kept ? kept : filtered(*setZero_, fields);
-        if (removed) result = difference(*result, *removed);
-        if (kept && !fields.empty()) result = filtered(*result, fields);
-        const bool beginsWithField = std::holds_alternative<FieldTerm>(terms.front().term);
-        return beginsWithField ? withoutChain(*result) : result;
-    }
-
-    /** REQUIRES: no field term. */
-    SqlSetPtr of(const Term &term) const {
-        if (const auto *set = std::get_if<SetReference>(&term))
-            return set->number == 0 ? everyNode() : sqlSet(sets_(*set));
-        if (const auto *position = std::get_if<PositionTerm>(&term))
-            return atPosition(*operand(position->set), position->relation, position->place);
-        if (const auto *axis = std::get_if<AxisTerm>(&term)) {
-            const auto join = axis->direction == 1 ? joinFirst : joinSecond;
-            return join(operand(axis->first), axis->axis, operand(axis->second));
-        }
-        return of(*std::get<std::unique_ptr<Condition>>(term));
-    }
-
-    /** Numbered, it is no set 0 any more. */
-    SqlSetPtr everyNode() const {
-        return std::make_shared<SqlSet>(setZero_->state, *setZero_->paths);
-    }
-
     SqlSetPtr operand(SetReference set) const {
-        return set.number == 0 ? setZero_ : sqlSet(sets_(set));
+        return set.number == 0 ? setZero : sqlSet(sets(set));
     }
-
-    const SqlSetPtr &setZero_;
-    const SetLookup &sets_;
 };
+
+/**
+ * Sets are intersected in the order in which they are written, as a chain is the first one's. Of
+ * fields that are tested together a value that one rejects is hit by none, so they are one filter;
+ * it comes last, so that hits are those in what is left, or is the first set where no other is.
+ */
+SqlSetPtr evaluated(const Conjunct &conjunct, const Terms &terms) {
+    std::vector<const ConjunctTerm *> fields;
+    SqlSetPtr result;
+    SqlSetPtr without;
+    for (const ConjunctTerm &each : conjunct) {
+        const SqlSetPtr set = std::visit(terms, each.term);
+        if (!set) {
+            fields.push_back(&each);
+            continue;
+        }
+        if (each.negated)
+            without = without ? unionOf(*without, *set) : set;
+        else
+            result = result ? intersection(*result, *set) : set;
+    }
+    const bool isFiltered = !result;
+    if (isFiltered) result = filtered(*terms.setZero, fields);
+    if (without) result = difference(*result, *without);
+    if (!isFiltered && !fields.empty()) result = filtered(*result, fields);
+    const bool beginsWithField = std::holds_alternative<FieldTerm>(conjunct.front().term);
+    return beginsWithField ? withoutChain(*result) : result;
+}
 
 }  // namespace
 
 SqlSetPtr evaluated(const Condition &condition, const SqlSetPtr &setZero, const SetLookup &sets) {
-    return Evaluation(setZero, sets).of(condition);
+    const Terms terms{setZero, sets};
+    SqlSetPtr result;
+    for (const Conjunct &each : condition.conjuncts) {
+        const SqlSetPtr set = evaluated(each, terms);
+        result = result ? unionOf(*result, *set) : set;
+    }
+    return result;
 }
 
 }  // namespace zdbs::sql

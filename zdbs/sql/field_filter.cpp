@@ -125,22 +125,22 @@ bool isImpossible(Relation relation, const std::string &literal) {
     return hasNul && (relation == Relation::equal || relation == Relation::contains);
 }
 
-PathSet nodesValued(const Summary &summary, const FieldTerm &term) {
+}  // namespace
+
+PathSet nodesValued(const Summary &summary, const ValueTest &test) {
     const auto valued = [&](const PredicatePtr &predicate) {
         return pathsWith(summary, predicate,
                          [](const Path &path) { return !path.is(NodeKind::element); });
     };
-    const bool isNot = term.relation == Relation::notEqual;
-    const bool isComparison = term.relation != Relation::any && term.relation != Relation::notEmpty;
-    const bool isEverything = term.relation == Relation::any ||
-                              (term.relation == Relation::contains && term.text.empty());
+    const bool isNot = test.relation == Relation::notEqual;
+    const bool isComparison = test.relation != Relation::any && test.relation != Relation::notEmpty;
+    const bool isEverything = test.relation == Relation::any ||
+                              (test.relation == Relation::contains && test.literal.empty());
     if (isEverything) return valued(nullptr);
-    if (isComparison && isImpossible(isNot ? Relation::equal : term.relation, term.text))
+    if (isComparison && isImpossible(isNot ? Relation::equal : test.relation, test.literal))
         return isNot ? valued(nullptr) : PathSet();
-    return valued(predicate(withoutNul({term.relation, term.text, true})));
+    return valued(predicate(withoutNul(test)));
 }
-
-}  // namespace
 
 PathSet everyNode(const Summary &summary) {
     return pathsWith(summary, nullptr, [](const Path &) { return true; });
@@ -163,7 +163,7 @@ PathSet nodesWith(const State &state, const FieldTerm &term) {
             return pathsWith(summary, nullptr,
                              [&](const Path &path) { return matchesNamespace(path, term); });
         case Field::value:
-            return nodesValued(summary, term);
+            return nodesValued(summary, {term.relation, term.text, true});
     }
     return {};
 }

@@ -11,6 +11,9 @@ namespace zdbs::sql {
 /** Every node that has the field, and the field the relation to the literal. */
 PathSet nodesWith(const State &state, const FieldTerm &term);
 
+/** Every node that has a value, and one that passes. */
+PathSet nodesValued(const Summary &summary, const ValueTest &test);
+
 /** Every node but the roots. */
 PathSet everyNode(const Summary &summary);
 

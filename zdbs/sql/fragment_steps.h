@@ -26,15 +26,13 @@ public:
     RowList selected(const FragmentSpec &spec, RowId from);
 
 private:
-    RowList step(const FragmentStep &step, RowId from);
-    RowList onAxis(Axis axis, const NodeRow &from);
-    RowList below(const AxisTraits &axis, const NodeRow &from);
-    RowList above(const AxisTraits &axis, const NodeRow &from);
-    RowList siblings(const AxisTraits &axis, const NodeRow &from);
-    RowList beside(const AxisTraits &axis, const NodeRow &from);
-    void apply(const FragmentFilter &filter, Axis axis, const RowList &found, RowList &last);
-    RowList members(const ResultSetPtr &set, const RowList &of) const;
-    bool passes(const NodeTest &test, Axis axis, RowId row);
+    using Marks = std::vector<bool>;  ///< which of some rows
+
+    RowList stepped(const FragmentStep &step, const RowList &contexts);
+    RowList onAxis(const FragmentStep &step, const NodeRow &from);
+    RowRange beyond(const AxisTraits &axis, const NodeRow &from);
+    Marks filtered(const FragmentStep &step, const RowList &rows);
+    void apply(const FragmentFilter &filter, Axis axis, const RowList &rows, Marks &last);
 
     Excerpt &excerpt_;
     MembersOf membersOf_;

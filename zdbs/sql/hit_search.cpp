@@ -16,22 +16,6 @@ void addHits(std::string_view value, const FieldTerm &term, std::vector<HitRange
         hits.push_back({at, term.text.size()});
 }
 
-constexpr std::string_view white = " \t\r\n";
-
-bool isWhite(char each) {
-    return white.find(each) != std::string_view::npos;
-}
-
-/** Words are what white space separates; white space belongs to the word behind it. */
-std::int32_t wordAt(std::string_view value, std::size_t offset) {
-    const std::size_t begin = std::min(value.find_first_not_of(white, offset), value.size());
-    std::int32_t words = 0;
-    for (std::size_t at = 0; at < value.size() && at <= begin; ++at) {
-        if (!isWhite(value[at]) && (at == 0 || isWhite(value[at - 1]))) ++words;
-    }
-    return std::max(words, 1);
-}
-
 RowId rowIn(const Rows &rows, int row, int column) {
     return {static_cast<int>(rows.number(row, column)),
             static_cast<int>(rows.number(row, column + 1))};
@@ -62,17 +46,8 @@ std::vector<HitRange> hitsIn(std::string_view value, const Conditions &condition
     std::vector<HitRange> hits;
     for (const FieldTerm *term : conditions)
         addHits(value, *term, hits);
-    std::sort(hits.begin(), hits.end(),
-              [](const HitRange &a, const HitRange &b) { return a.offset < b.offset; });
-    std::vector<HitRange> merged;
-    for (const HitRange &hit : hits) {
-        const std::size_t end = merged.empty() ? 0 : merged.back().offset + merged.back().length;
-        if (hit.offset >= end)
-            merged.push_back(hit);
-        else
-            merged.back().length = std::max(end, hit.offset + hit.length) - merged.back().offset;
-    }
-    return merged;
+    joinOverlaps(hits);
+    return hits;
 }
 
 std::map<RowId, Conditions> matchedRows(Connection &connection, const State &state,
@@ -113,28 +88,27 @@ std::int64_t furtherHits(Connection &connection, const SqlSet &set) {
 
 std::vector<HitWord> hitWordsOf(Connection &connection, const SqlSet &set, RowId row,
                                 std::int32_t part) {
-    HitWord word;
-    word.part = part;
-    word.field = static_cast<std::int32_t>(Field::id);
-    std::vector<HitWord> words;
     Statement statement;
     Selection selection(set.state->summary, statement);
     const RowRanges ranges = {{row.part, row.id, row.id}};
     selection.limitTo(ranges);
     selectLeaves(statement, selection, set.state->summary, set.leaves, nullptr, "n.value");
-    if (statement.text.empty()) return {word};
+    const HitWord whole{part, static_cast<std::int32_t>(Field::id)};
+    if (statement.text.empty()) return {whole};
     const Rows rows = connection.run(statement);
+    if (rows.size() == 0) return {whole};
     Conditions conditions;
     for (int each = 0; each < rows.size(); ++each)
         addConditions(conditions, *set.leaves[static_cast<std::size_t>(rows.number(each, 0))]);
-    const std::string_view value = rows.size() > 0 ? rows.text(0, 1) : std::string_view();
-    for (const HitRange &hit : hitsIn(value, conditions)) {
+    WordCounter counter(rows.text(0, 1));
+    std::vector<HitWord> words;
+    for (const HitRange &hit : hitsIn(rows.text(0, 1), conditions)) {
+        HitWord &word = words.emplace_back(whole);
         word.field = static_cast<std::int32_t>(Field::value);
-        word.word = wordAt(value, hit.offset);
+        word.word = static_cast<std::int32_t>(counter.at(hit.offset));
         word.length = static_cast<std::int32_t>(hit.length);
-        words.push_back(word);
     }
-    if (words.empty()) words.push_back(word);
+    if (words.empty()) words.push_back(whole);
     return words;
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "zdbs/base/relation.h"
+#include "zdbs/sql/kept_rows.h"
 #include "zdbs/sql/summary.h"
 
 namespace zdbs::sql {
@@ -74,23 +75,7 @@ struct PlaceTest {
     double place = 0;
 };
 
-/** Rows that the server keeps under a number; whoever lets go of them says that in the list. */
-struct KeptRows {
-    using Numbers = std::vector<std::int64_t>;
-
-    KeptRows(std::int64_t number_, std::shared_ptr<Numbers> unused)
-        : number(number_), unused_(std::move(unused)) {}
-    ~KeptRows() { unused_->push_back(number); }
-    KeptRows(const KeptRows &) = delete;
-    KeptRows &operator=(const KeptRows &) = delete;
-
-    const std::int64_t number;
-
-private:
-    std::shared_ptr<Numbers> unused_;
-};
-using KeptRowsPtr = std::shared_ptr<const KeptRows>;
-
+/** The server keeps the rows. */
 struct KeptTest {
     KeptRowsPtr rows;
 };

@@ -50,13 +50,14 @@ std::vector<std::string> collectionTables(std::int64_t collection, bool withTrig
             "document (number bigint primary key, part int, root int, last int, base bigint, bytes "
             "bigint, name text collate \"C\", added bigint, removed bigint)",
         "create unique index document_name on " + schema + "document (name) where removed is null",
-        "create table " + schema + "state (number bigint, levels int)",
+        "create table " + schema + "state (number bigint, levels int, swept bigint)",
         "insert into " + schema + "state values (nextval('zdbs.numbers'), " +
-            std::to_string(firstLevels) + ")",
+            std::to_string(firstLevels) + ", 0)",
         "create table " + schema + "part (part int primary key, next int, base bigint)",
         "insert into " + schema + "part values (0, 0, 0)",
         "create table " + schema + "setnode (number bigint, part int, id int, path int)",
         "create index setnode_row on " + schema + "setnode (number, part, id)",
+        "create table " + schema + "kept (number bigint primary key, session bigint)",
     };
     for (const NodeIndex &each : nodeIndexes(withTrigrams))
         statements.push_back(each.create(schema));

@@ -218,7 +218,7 @@ std::string Selection::rowsOfAtom(const Predicate &predicate, const PathGroup &g
         return rowsInBounds(*bound, group, isLast);
     if (const auto *kept = std::get_if<KeptTest>(&predicate.test)) {
         std::string text = "select n.part, n.id as k from setnode n where n.number = " +
-                           statement_.bind(kept->rows->number) + " and " + inPaths(group.paths);
+                           statement_.bind(kept->rows->number()) + " and " + inPaths(group.paths);
         append(text, " and ", limited("n", isLast));
         return text;
     }

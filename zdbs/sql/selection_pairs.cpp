@@ -101,7 +101,7 @@ std::string Selection::pairs(const Pairs &pairs_, const PathSet &nodes) {
     };
     if (const auto *kept = std::get_if<KeptPairs>(&pairs_.made))
         return "select x.part, x.path as c, x.id as k from setnode x where x.number = " +
-               statement_.bind(kept->rows->number) + " and (x.part, x.id) in (" + among() + ")";
+               statement_.bind(kept->rows->number()) + " and (x.part, x.id) in (" + among() + ")";
     if (const auto *at = std::get_if<PairsAtPlace>(&pairs_.made)) {
         return "select x.part, x.c, x.k from (" + positions(*at->pairs, at->relation, at->place) +
                ") x where (x.part, x.k) in (" + among() + ")";

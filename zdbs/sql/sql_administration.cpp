@@ -9,6 +9,7 @@
 #include "zdbs/sql/census.h"
 #include "zdbs/sql/check.h"
 #include "zdbs/sql/collections.h"
+#include "zdbs/sql/compaction.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/sql_database.h"
 #include "zdbs/sql/sql_load.h"
@@ -91,10 +92,11 @@ public:
         return checkCollection(*documentsOf(database), progress);
     }
 
-    Compaction compact(std::string_view database, const WaitingReport &,
-                       const ProgressReport &) override {
+    Compaction compact(std::string_view database, const WaitingReport &waiting,
+                       const ProgressReport &progress) override {
         requireKnown(database);
-        throw Failure(Status::unsupported, {"the rows of removed documents stay"});
+        Connection own(unlimited());
+        return compactCollection(own, database, waiting, progress);
     }
 
     std::string notes(std::string_view database) const override {

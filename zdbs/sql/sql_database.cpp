@@ -12,6 +12,7 @@
 #include "zdbs/sql/fragment_teller.h"
 #include "zdbs/sql/row_reader.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/sql_tree.h"
 
 namespace zdbs::sql {
 namespace {
@@ -59,6 +60,7 @@ public:
           connection_(location, [this](Connection &connection) { greet(connection); }),
           counter_(connection_) {
         takeUp(newest());
+        sweepOthers();
     }
 
     const std::string &name() const override { return name_; }
@@ -66,21 +68,15 @@ public:
     std::uint64_t state() const override { return static_cast<std::uint64_t>(state_->number); }
 
     void refresh(std::span<ResultSetPtr> sets) override {
-        StatePtr next = newest();
-        if (next == state_) return;
-        std::vector<ResultSetPtr> carried;
+        isLeaving_ = true;
         try {
-            for (const ResultSetPtr &set : sets)
-                carried.push_back(set ? carriedOver(sqlSet(*set), next) : nullptr);
+            takeUpNewest(sets);
         } catch (...) {
-            if (next->collection != state_->collection) leave(next->collection);
+            isLeaving_ = false;
+            if (std::exchange(lacksRows_, false)) connection_.close();  // to be greeted anew
             throw;
         }
-        // Nothing that is asked for fails from here on.
-        std::swap_ranges(sets.begin(), sets.end(), carried.begin());
-        const std::int64_t before = state_->collection;
-        takeUp(next);
-        if (before != next->collection) release(before);
+        isLeaving_ = lacksRows_ = false;
     }
 
     ResultSetPtr everything() const override {
@@ -90,7 +86,7 @@ public:
     }
 
     std::unique_ptr<NodeTree> tree() const override {
-        throw Failure(Status::unsupported, {"XPath beyond what the command language has"});
+        return makeSqlTree(connection_, counter_, state_);
     }
 
     ResultSetPtr evaluate(const Condition &condition, const SetLookup &sets) const override {
@@ -138,25 +134,54 @@ private:
     /** A new connection is where the last one was. */
     void greet(Connection &connection) {
         if (!state_) return;
-        hold(connection, state_->collection);
-        enterCollection(connection, state_->collection);
+        holdAgain(connection, *state_);
+        counter_.goOn();
+        // A later state lacks nothing, and what a set has in both of them is there.
+        if (isLeaving_)
+            lacksRows_ = true;
+        else
+            requireRows(connection, *state_);
+    }
+
+    /** Whatever becomes of it, the database is open. */
+    void sweepOthers() {
+        try {
+            sweepKeptRows(connection_);
+        } catch (const Failure &failure) {
+            if (failure.status() == Status::stopped) throw;
+        }
+    }
+
+    void takeUpNewest(std::span<ResultSetPtr> sets) {
+        StatePtr next = newest();
+        if (next == state_) return;
+        std::vector<ResultSetPtr> carried;
+        try {
+            for (const ResultSetPtr &set : sets)
+                carried.push_back(set ? carriedOver(sqlSet(*set), next) : nullptr);
+        } catch (...) {
+            letGoOf(*next);
+            if (connection_.isOpen()) enterCollection(connection_, state_->collection);
+            throw;
+        }
+        // Nothing that is asked for fails from here on.
+        std::swap_ranges(sets.begin(), sets.end(), carried.begin());
+        const StatePtr before = state_;
+        takeUp(next);
+        try {
+            letGoOf(*before);
+        } catch (const Failure &) {
+            connection_.close();  // which lets go of all
+        }
     }
 
     /** The newest state, or the present one where that is it. */
     StatePtr newest() {
         const std::int64_t collection = collectionOf(connection_, name_, user_);
         const bool isSame = state_ && state_->collection == collection;
-        if (!isSame) {
-            hold(connection_, collection);
-            enterCollection(connection_, collection);
-        }
+        if (!isSame) hold(connection_, collection);
         try {
-            Transaction transaction(connection_, "isolation level repeatable read read only");
-            const Rows number = connection_.run("select number from state");
-            if (isSame && number.number(0, 0) == state_->number) return state_;
-            StatePtr read = readState(connection_, collection);
-            transaction.commit();
-            return read;
+            return takeNewest(connection_, collection, isSame ? state_ : nullptr);
         } catch (...) {
             if (!isSame && state_) leave(collection);
             throw;
@@ -167,15 +192,13 @@ private:
     void leave(std::int64_t collection) {
         if (!connection_.isOpen()) return;
         enterCollection(connection_, state_->collection);
-        sql::release(connection_, collection);
+        release(connection_, collection);
     }
 
-    void release(std::int64_t collection) {
-        try {
-            if (connection_.isOpen()) sql::release(connection_, collection);
-        } catch (const Failure &) {
-            connection_.close();  // which releases all
-        }
+    void letGoOf(const State &state) {
+        if (!connection_.isOpen()) return;
+        letGo(connection_, state.number);
+        if (state.collection != state_->collection) release(connection_, state.collection);
     }
 
     void takeUp(StatePtr next) {
@@ -199,6 +222,8 @@ private:
     mutable Connection connection_;
     mutable Counter counter_;
     StatePtr state_;
+    bool isLeaving_ = false;  ///< for another state
+    bool lacksRows_ = false;  ///< of the present state, perhaps
     SqlSetPtr setZero_;
     mutable std::vector<RecordId> told_;
 };

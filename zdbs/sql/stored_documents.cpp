@@ -9,15 +9,12 @@ namespace zdbs::sql {
 SqlDocuments::SqlDocuments(const Location &location, std::string_view database)
     : connection_(location, [this](Connection &connection) {
           if (!state_) return;
-          hold(connection, state_->collection);
-          enterCollection(connection, state_->collection);
+          holdAgain(connection, *state_);
+          requireRows(connection, *state_);
       }) {
     const std::int64_t collection = collectionOf(connection_, database, std::nullopt);
     hold(connection_, collection);
-    enterCollection(connection_, collection);
-    Transaction transaction(connection_, "isolation level repeatable read read only");
-    state_ = readState(connection_, collection);
-    transaction.commit();
+    state_ = takeNewest(connection_, collection, nullptr);
     for (const Document &each : state_->documents)
         list_.push_back({each.name, each.first(), each.nodes(), each.xmlBytes});
 }

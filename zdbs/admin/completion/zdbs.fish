@@ -37,7 +37,7 @@ function __zdbs_candidates
         end
         switch $word
             case --home --output --into --name --fragments --limit --offset --files-from \
-                    --pattern --prefix --entities '--max-*'
+                    --to --as --pattern --prefix --entities '--max-*'
                 set value $word
             case '-?*'
             case '*'

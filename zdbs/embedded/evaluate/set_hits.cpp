@@ -13,24 +13,6 @@
 namespace zdbs::embedded {
 namespace {
 
-/** Sorts, and makes one of those that overlap. */
-void mergeRanges(std::vector<HitRange> &ranges) {
-    if (ranges.size() < 2) return;
-    std::sort(ranges.begin(), ranges.end(),
-              [](const HitRange &a, const HitRange &b) { return a.offset < b.offset; });
-    std::vector<HitRange> merged;
-    for (const HitRange &range : ranges) {
-        std::size_t end = merged.empty() ? 0 : merged.back().offset + merged.back().length;
-        if (merged.empty() || range.offset >= end) {
-            merged.push_back(range);
-        } else {
-            end = std::max(end, range.offset + range.length);
-            merged.back().length = end - merged.back().offset;
-        }
-    }
-    ranges = std::move(merged);
-}
-
 /** Only "contains" hits more than once; every other condition hits the whole value. */
 bool canHitTwice(const ValueLeafPtr &leaf) {
     return std::all_of(leaf->tests.begin(), leaf->tests.end(), [](const ValueTest &test) {
@@ -114,7 +96,7 @@ private:
                 test.addHits(value, ranges_);
             tests += leaf.leaf->tests.size();
         }
-        if (tests > 1) mergeRanges(ranges_);
+        if (tests > 1) joinOverlaps(ranges_);
         return ranges_.size();
     }
 
@@ -177,7 +159,7 @@ std::vector<HitRange> hitsIn(const NodeTable &table, const std::vector<ValueLeaf
         for (const ValueTest &test : leaf->tests)
             test.addHits(table.value(node), ranges);
     }
-    mergeRanges(ranges);
+    joinOverlaps(ranges);
     return ranges;
 }
 

@@ -1,7 +1,6 @@
 #include "zdbs/embedded/fragments/fragment_evaluator.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <limits>
 #include <unordered_set>
@@ -15,12 +14,8 @@ namespace {
 /** The members whose position, counted in axis order, satisfies the test. */
 NodeIds atPosition(const FragmentFilter &test, const NodeIds &nodes, Axis axis) {
     NodeIds result;
-    const auto size = static_cast<double>(nodes.size());
-    const double place = test.place < 0 ? size + 1 + test.place : test.place;
     for (std::size_t index = 0; index < nodes.size(); ++index) {
-        const auto before = static_cast<double>(index);
-        const double position = isReverse(axis) ? size - before : before + 1;
-        if (holds(test.relation, position, place)) result.push_back(nodes[index]);
+        if (test.holdsAt(index + 1, nodes.size(), traitsOf(axis))) result.push_back(nodes[index]);
     }
     return result;
 }
@@ -231,26 +226,9 @@ bool FragmentEvaluator::isAttribute(NodeId node) const {
 }
 
 bool FragmentEvaluator::passes(const NodeTest &test, Axis axis, NodeId node) const {
-    switch (test.kind) {
-        case NodeTest::Kind::node:
-            return true;
-        case NodeTest::Kind::text:
-            return nodes_.kind(node) == NodeKind::text;
-        case NodeTest::Kind::comment:
-            return nodes_.kind(node) == NodeKind::comment;
-        case NodeTest::Kind::instruction:
-            return nodes_.kind(node) == NodeKind::processingInstruction;
-        case NodeTest::Kind::name:
-            break;
-    }
-    // The principal kind of the axis.
-    if (nodes_.kind(node) !=
-        (traitsOf(axis).toAttributes ? NodeKind::attribute : NodeKind::element))
-        return false;
-    const NodeName name = nodes_.name(node);
-    if (!test.local.empty() && test.local != name.local) return false;
-    if (test.space.empty()) return true;
-    return test.space == name.prefix || test.space == name.uri;
+    const auto kind = test.kindOn(traitsOf(axis));
+    if (kind && nodes_.kind(node) != *kind) return false;
+    return !test.asksForName() || test.allows(nodes_.name(node));
 }
 
 }  // namespace zdbs::embedded

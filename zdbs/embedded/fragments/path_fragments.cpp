@@ -11,26 +11,6 @@ bool isDownwards(const AxisTraits &axis) {
     return axis.region == Region::below || (axis.region == Region::none && axis.withSelf);
 }
 
-bool isKind(NodeKind kind, NodeTest::Kind wanted) {
-    switch (wanted) {
-        case NodeTest::Kind::text:
-            return kind == NodeKind::text;
-        case NodeTest::Kind::comment:
-            return kind == NodeKind::comment;
-        case NodeTest::Kind::instruction:
-            return kind == NodeKind::processingInstruction;
-        case NodeTest::Kind::node:
-        case NodeTest::Kind::name:
-            return true;
-    }
-    return false;
-}
-
-bool isNamed(const NodeName &name, const NodeTest &test) {
-    if (!test.local.empty() && test.local != name.local) return false;
-    return test.space.empty() || test.space == name.prefix || test.space == name.uri;
-}
-
 }  // namespace
 
 PathMatch::PathMatch(NodeReader &reader, NodeId match)
@@ -104,11 +84,9 @@ void PathFragments::addBelow(const FragmentStep &step, PathId from,
 
 bool PathFragments::passes(const FragmentStep &step, PathId path) const {
     const Path &entry = reader_.summary()[path];
-    if (step.test.kind != NodeTest::Kind::name) return isKind(entry.kind, step.test.kind);
-    // The principal kind of the axis.
-    const NodeKind principal =
-        traitsOf(step.axis).toAttributes ? NodeKind::attribute : NodeKind::element;
-    return entry.kind == principal && isNamed(reader_.table().nameOf(entry.name), step.test);
+    const auto kind = step.test.kindOn(traitsOf(step.axis));
+    if (kind && entry.kind != *kind) return false;
+    return !step.test.asksForName() || step.test.allows(reader_.table().nameOf(entry.name));
 }
 
 }  // namespace zdbs::embedded

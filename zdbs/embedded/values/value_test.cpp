@@ -10,8 +10,6 @@
 namespace zdbs::embedded {
 namespace {
 
-constexpr std::string_view whiteSpace = " \t\n\r";
-
 /** First place of `needle` from `from` on, in linear time, which std::string_view does not promise.
  */
 std::size_t findText(std::string_view text, std::string_view needle, std::size_t from) {
@@ -95,17 +93,6 @@ std::size_t ValueTest::countHits(std::string_view value) const {
     for (; from != std::string_view::npos; ++count)
         from = findText(value, literal_, from + literal_.size());
     return count;
-}
-
-std::size_t WordCounter::at(std::size_t offset) {
-    std::size_t begin = std::min(text_.find_first_not_of(whiteSpace, offset), text_.size());
-    while (place_ < text_.size()) {
-        std::size_t word = text_.find_first_not_of(whiteSpace, place_);
-        if (word == std::string_view::npos || word > begin) break;
-        ++words_;
-        place_ = std::min(text_.find_first_of(whiteSpace, word), text_.size());
-    }
-    return std::max<std::size_t>(words_, 1);
 }
 
 }  // namespace zdbs::embedded

@@ -158,24 +158,6 @@ TEST(ValueTestHits, AreNeverEmptyStretches) {
     EXPECT_EQ(rangesOf(Relation::contains, "", ""), Ranges{});
 }
 
-TEST(WordCounter, NumbersTheWordsOfAText) {
-    std::string text = "  to be,\nor not";
-    WordCounter counter(text);
-    EXPECT_EQ(counter.at(0), 1U);
-    EXPECT_EQ(counter.at(2), 1U);
-    EXPECT_EQ(counter.at(3), 1U);
-    EXPECT_EQ(counter.at(4), 2U);
-    EXPECT_EQ(counter.at(5), 2U);
-    EXPECT_EQ(counter.at(9), 3U);
-    EXPECT_EQ(counter.at(10), 3U);
-    EXPECT_EQ(counter.at(14), 4U);
-}
-
-TEST(WordCounter, CountsOneWordInTextsWithoutAny) {
-    EXPECT_EQ(WordCounter("").at(0), 1U);
-    EXPECT_EQ(WordCounter("   ").at(1), 1U);
-}
-
 TEST(ValueTest, AppendsHitsToThoseThatAreThereAlready) {
     std::vector<HitRange> ranges{{7, 1}};
     ValueTest(Relation::contains, "ab", Comparing::asTexts).addHits("ab-ab", ranges);
