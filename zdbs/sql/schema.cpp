@@ -53,8 +53,8 @@ std::vector<std::string> collectionTables(std::int64_t collection, bool withTrig
         "create table " + schema + "state (number bigint, levels int)",
         "insert into " + schema + "state values (nextval('zdbs.numbers'), " +
             std::to_string(firstLevels) + ")",
-        "create table " + schema + "part (part int primary key, next int, base bigint)",
-        "insert into " + schema + "part values (0, 0, 0)",
+        "create table " + schema + "part (part int primary key, next int)",
+        "insert into " + schema + "part values (0, 0)",
         "create table " + schema + "setnode (number bigint, part int, id int, path int)",
         "create index setnode_row on " + schema + "setnode (number, part, id)",
     };

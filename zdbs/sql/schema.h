@@ -14,7 +14,8 @@ namespace zdbs::sql {
 constexpr std::size_t indexedCharacters = 64;  ///< of a value: equality and order by an index
 constexpr int firstLevels = 16;                ///< for which there are columns from the beginning
 constexpr int mostLevels = 1400;               ///< a table has no more columns
-constexpr int formatVersion = 1;
+constexpr int formatVersion = 2;
+constexpr int baseBits = 32;  ///< of a record number, below those of the part
 
 /** Statements that make a location, in order. */
 std::vector<std::string> locationTables();

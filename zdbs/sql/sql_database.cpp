@@ -10,6 +10,7 @@
 #include "zdbs/sql/evaluation.h"
 #include "zdbs/sql/field_filter.h"
 #include "zdbs/sql/fragment_teller.h"
+#include "zdbs/sql/named_parts.h"
 #include "zdbs/sql/row_reader.h"
 #include "zdbs/sql/schema.h"
 
@@ -58,6 +59,9 @@ public:
           user_(std::move(user)),
           connection_(location, [this](Connection &connection) { greet(connection); }),
           counter_(connection_) {
+        auto named = partsNamed(connection_, name_);
+        if (!named) throw Failure(Status::unknownDatabase, {name_});
+        named_ = *std::move(named);
         takeUp(newest());
     }
 
@@ -116,6 +120,14 @@ public:
         return block.records[place - block.before];
     }
 
+    RecordPlace placeOf(RecordId record) const override {
+        const Document &document = state_->documents[state_->documentAt(record)];
+        if (document.base == 0) return {name_, record};
+        std::string part = nameOfPart(name_, document.part);
+        if (isDatabase(connection_, part)) return {name_, record};
+        return {std::move(part), record - static_cast<RecordId>(document.base)};
+    }
+
     std::unique_ptr<RecordCursor> records(const ResultSet &set) const override {
         return std::make_unique<Cursor>(connection_, sqlSet(set), told_);
     }
@@ -144,7 +156,7 @@ private:
 
     /** The newest state, or the present one where that is it. */
     StatePtr newest() {
-        const std::int64_t collection = collectionOf(connection_, name_, user_);
+        const std::int64_t collection = collectionOf(connection_, named_.database, user_);
         const bool isSame = state_ && state_->collection == collection;
         if (!isSame) {
             hold(connection_, collection);
@@ -154,7 +166,7 @@ private:
             Transaction transaction(connection_, "isolation level repeatable read read only");
             const Rows number = connection_.run("select number from state");
             if (isSame && number.number(0, 0) == state_->number) return state_;
-            StatePtr read = readState(connection_, collection);
+            StatePtr read = readState(connection_, collection, named_.part);
             transaction.commit();
             return read;
         } catch (...) {
@@ -195,6 +207,7 @@ private:
     }
 
     std::string name_;
+    NamedParts named_;
     std::optional<std::string> user_;
     mutable Connection connection_;
     mutable Counter counter_;

@@ -5,6 +5,7 @@
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
 #include "zdbs/sql/connection.h"
+#include "zdbs/sql/named_parts.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/sql_administration.h"
 #include "zdbs/sql/sql_database.h"
@@ -27,7 +28,8 @@ public:
 
     bool hasDatabase(std::string_view user, std::string_view database) const override {
         const std::lock_guard lock(mutex_);
-        return Users(connection_).has(user, database, false);
+        const auto named = partsNamed(connection_, database);
+        return named && Users(connection_).has(user, named->database, false);
     }
 
     bool mayWrite(std::string_view user, std::string_view database) const override {
