@@ -5,6 +5,7 @@
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/shards.h"
 
 namespace zdbs::sql {
 namespace {
@@ -41,6 +42,11 @@ void sweepDropped(Connection &connection) {
             connection.run("select pg_try_advisory_xact_lock" + lockArguments(number));
         if (locked.text(0, 0) != "t") continue;
         connection.run("drop schema if exists " + schemaOf(number) + " cascade");
+        try {
+            dropOnShards(connection, number);
+        } catch (const Failure &) {
+            continue;  // next time
+        }
         connection.run(Statement::of("delete from zdbs.dropped where number = $1", number));
         transaction.commit();
     }
@@ -92,12 +98,15 @@ std::int64_t beginChange(Connection &connection, std::string_view database,
     }
 }
 
+void lockChanges(Connection &shard, std::int64_t collection) {
+    call(shard, "pg_advisory_xact_lock", collection);
+}
+
 void createCollection(Connection &connection, std::string_view database) {
     requireValidName(database);
     sweepDropped(connection);
     Transaction transaction(connection);
     const std::int64_t number = connection.run("select nextval('zdbs.numbers')").number(0, 0);
-    const bool withTrigrams = hasTrigrams(connection);
     try {
         connection.run(Statement::of("insert into zdbs.collection (name, number) values ($1, $2)",
                                      database, number));
@@ -105,8 +114,12 @@ void createCollection(Connection &connection, std::string_view database) {
         if (!connection.failedWith("23505")) throw;
         throw Failure(Status::databaseExists, {database});
     }
-    for (const std::string &each : collectionTables(number, withTrigrams))
+    for (const std::string &each : collectionTables(number))
         connection.run(each);
+    if (!createOnShards(connection, number)) {
+        for (const std::string &each : nodeTables(number, hasTrigrams(connection)))
+            connection.run(each);
+    }
     transaction.commit();
 }
 

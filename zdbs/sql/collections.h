@@ -28,6 +28,9 @@ void release(Connection &connection, std::int64_t collection);
 std::int64_t beginChange(Connection &connection, std::string_view database,
                          const WaitingReport &waiting);
 
+/** The same on a shard, where whoever had it may not have ended yet. REQUIRES a transaction. */
+void lockChanges(Connection &shard, std::int64_t collection);
+
 /** Throws Failure: badName, databaseExists. */
 void createCollection(Connection &connection, std::string_view database);
 

@@ -113,7 +113,7 @@ public:
 
     std::map<int, std::int64_t> run(Connection &connection) {
         if (isAsked()) {
-            const Rows rows = connection.run(statement_);
+            const Rows rows = connection.ask(statement_, "c int, n bigint");
             for (int row = 0; row < rows.size(); ++row)
                 counts_[static_cast<int>(rows.number(row, 0))] += rows.number(row, 1);
         }
@@ -228,7 +228,7 @@ Counter::~Counter() {
 
 void Counter::sweep() {
     while (!unused_->empty()) {
-        connection_.run(Statement::of("delete from setnode where number = $1", unused_->back()));
+        connection_.change(Statement::of("delete from setnode where number = $1", unused_->back()));
         unused_->pop_back();
     }
 }
@@ -251,9 +251,10 @@ void Counter::keep(SqlSet &set) {
     }
     statement.text = "insert into setnode (number, part, id, path) " + statement.text;
     requireAskable(statement);
-    connection_.run(statement);
-    const Rows kept = connection_.run(
-        Statement::of("select path from setnode where number = $1 group by path", rows->number));
+    connection_.change(statement);
+    const Rows kept = connection_.ask(
+        Statement::of("select path from setnode where number = $1 group by path", rows->number),
+        "path int");
     const PredicatePtr test = predicate(KeptTest{rows});
     for (int row = 0; row < kept.size(); ++row)
         paths->emplace(static_cast<PathNumber>(kept.number(row, 0)), test);
@@ -270,7 +271,7 @@ void Counter::keepPairs(SqlSet &set) {
     statement.text = "insert into setnode (number, part, path, id) select " + number +
                      ", v.part, v.c, v.k from (" + selection.pairsOf(made) + ") v";
     requireAskable(statement);
-    connection_.run(statement);
+    connection_.change(statement);
     made.made = KeptPairs{rows};
     set.pairs = std::make_shared<const Pairs>(std::move(made));
 }

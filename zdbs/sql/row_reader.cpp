@@ -19,7 +19,7 @@ std::vector<RowId> rowsIn(Connection &connection, const SqlSet &set, const RowRa
     selection.limitTo(ranges);
     statement.text = selection.rowsOf(*set.paths);
     if (statement.text.empty() || ranges.empty()) return {};
-    const Rows found = connection.run(statement);
+    const Rows found = connection.ask(statement, "part int, id int");
     std::vector<RowId> rows;
     rows.reserve(static_cast<std::size_t>(found.size()));
     for (int row = 0; row < found.size(); ++row)

@@ -32,8 +32,11 @@ struct NodeIndex {
 
 std::vector<NodeIndex> nodeIndexes(bool withTrigrams);
 
-/** Statements that make the schema of a collection and its tables. */
-std::vector<std::string> collectionTables(std::int64_t collection, bool withTrigrams);
+/** Statements that make the schema of a collection and its tables but those of nodes. */
+std::vector<std::string> collectionTables(std::int64_t collection);
+
+/** Statements that make the tables of nodes in a schema. */
+std::vector<std::string> nodeTables(std::int64_t collection, bool withTrigrams);
 
 /** What names the schema of a collection, `z17`. */
 std::string schemaOf(std::int64_t collection);
@@ -44,7 +47,8 @@ void enterCollection(Connection &connection, std::int64_t collection);
 /** Throws Failure: homeMissing, homeVersion. */
 void requireLocation(Connection &connection);
 
-/** Whether the server can index trigrams here. */
+/** Whether the server offers to index trigrams, and whether it does here. */
+bool canHaveTrigrams(Connection &connection);
 bool hasTrigrams(Connection &connection);
 
 }  // namespace zdbs::sql

@@ -77,6 +77,7 @@ public:
             for (const ResultSetPtr &set : sets)
                 carried.push_back(set ? carriedOver(sqlSet(*set), next) : nullptr);
         } catch (...) {
+            connection_.spreadOver(state_->spread);
             if (next->collection != state_->collection) leave(next->collection);
             throw;
         }
@@ -170,6 +171,7 @@ private:
             transaction.commit();
             return read;
         } catch (...) {
+            if (state_) connection_.spreadOver(state_->spread);
             if (!isSame && state_) leave(collection);
             throw;
         }

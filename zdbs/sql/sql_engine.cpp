@@ -7,6 +7,7 @@
 #include "zdbs/sql/connection.h"
 #include "zdbs/sql/named_parts.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/shards.h"
 #include "zdbs/sql/sql_administration.h"
 #include "zdbs/sql/sql_database.h"
 #include "zdbs/sql/users.h"
@@ -66,18 +67,17 @@ std::unique_ptr<Administration> administerServer(const std::string &location) {
 }
 
 void makeServerLocation(const std::string &location) {
+    const std::vector<Location> shards = shardsFromSetting();
     Connection connection(parseLocation(location));
     const Rows there =
         connection.run("select count(*) from pg_catalog.pg_namespace where nspname = 'zdbs'");
     if (there.number(0, 0) > 0) throw Failure(Status::homeExists, {location});
-    const Rows offered = connection.run(
-        "select count(*) from pg_catalog.pg_available_extensions where name = 'pg_trgm'");
-    if (offered.number(0, 0) > 0 && !hasTrigrams(connection))
+    if (canHaveTrigrams(connection) && !hasTrigrams(connection))
         connection.run("create extension pg_trgm");
     Transaction transaction(connection);
     for (const std::string &each : locationTables())
         connection.run(each);
-    transaction.commit();
+    makeShards(connection, shards, transaction);
 }
 
 }  // namespace zdbs::sql

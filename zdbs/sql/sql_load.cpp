@@ -1,18 +1,15 @@
 #include "zdbs/sql/sql_load.h"
 
-#include <algorithm>
-#include <deque>
 #include <limits>
 #include <optional>
 #include <utility>
 
 #include "zdbs/base/document_name.h"
-#include "zdbs/base/part_size.h"
 #include "zdbs/base/status.h"
 #include "zdbs/sql/collections.h"
 #include "zdbs/sql/declarations.h"
-#include "zdbs/sql/node_writer.h"
 #include "zdbs/sql/open_elements.h"
+#include "zdbs/sql/part_writers.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/state.h"
 
@@ -20,8 +17,6 @@ namespace zdbs::sql {
 namespace {
 
 constexpr int mostRows = std::numeric_limits<int>::max() - 1;  ///< of a part
-/** Of a part that takes no more documents: half, so that the last one may be as large again. */
-constexpr std::uint32_t rowsOfFull = std::uint32_t{1} << 30U;
 constexpr std::size_t longestValue = 1000000000;  ///< in bytes; a field of the server's has 2^30
 constexpr std::size_t together = 500;             ///< paths that one statement changes
 
@@ -38,11 +33,8 @@ public:
         before_ = readState(connection_, collection);
         summary_ = before_->summary;
         levels_ = static_cast<int>(connection_.run("select levels from state").number(0, 0));
-        readParts();
         number_ = connection_.run("select nextval('zdbs.numbers')").number(0, 0);
-        const bool isEmpty = std::all_of(parts_.begin(), parts_.end(),
-                                         [](const Part &each) { return each.next == 0; });
-        writer_.emplace(connection_, isEmpty);
+        writers_.emplace(connection_, before_->spread);
     }
 
     std::uint64_t maxNodes() const override { return mostRows; }
@@ -53,7 +45,7 @@ public:
             Statement::of("select 1 from document where name = $1 and removed is null", document));
         if (same.size() > 0) throw Failure(Status::documentExists, {document, database_});
         name_ = document;
-        part_ = emptiestPart();
+        part_ = &writers_->emptiest();
         root_ = part_->next;
         counts_.clear();
         open_.begin(takeRow());
@@ -62,7 +54,7 @@ public:
     void endDocument(std::uint64_t xmlBytes) override {
         const int last = part_->next - 1;
         const int part = part_->number;
-        writer_->add({part, root_, root_, rootPath, -1, last}, {}, {});
+        writers_->of(part).add({part, root_, root_, rootPath, -1, last}, {}, {});
         connection_.run(Statement::of(
             "insert into document (number, part, root, last, base, bytes, name, added) values "
             "(nextval('zdbs.numbers'), $1, $2, $3, $4, $5, $6, $7)",
@@ -76,18 +68,19 @@ public:
     }
 
     void abandonDocument() override {
-        writer_->drop(part_->number, root_);
+        writers_->of(part_->number).drop(part_->number, root_);
         part_->next = root_;
     }
 
     void removeDocument(std::string_view document) override {
-        writer_->send();
         const Rows removed = connection_.run(
             Statement::of("update document set removed = $2 where name = $1 and removed is null "
                           "returning part, root, last",
                           document, number_));
         if (removed.size() == 0) throw Failure(Status::unknownDocument, {document, database_});
-        const Rows paths = connection_.run(
+        const int part = static_cast<int>(removed.number(0, 0));
+        writers_->of(part).send();
+        const Rows paths = writers_->connectionOf(part).run(
             Statement::of("select path, count(*) from node where part = $1 and id between $2 and "
                           "$3 group by path",
                           removed.number(0, 0), removed.number(0, 1), removed.number(0, 2)));
@@ -96,14 +89,14 @@ public:
     }
 
     void commit() override {
-        writer_->finish();
+        writers_->finish(number_);
         addPaths();
         countPaths();
-        keepParts();
         connection_.run(Statement::of("update state set number = $1, levels = $2", number_,
                                       std::int64_t{levels_}));
+        writers_->commit();
         connection_.run("commit");
-        if (static_cast<std::uint64_t>(added_) > before_->nodes() / 10) writer_->tidy();
+        if (static_cast<std::uint64_t>(added_) > before_->nodes() / 10) writers_->tidy();
     }
 
     void startElement(const NumberedName &name) override {
@@ -142,40 +135,6 @@ public:
     }
 
 private:
-    struct Part {
-        int number;
-        int next;  ///< number of the next row
-        bool isNew = false;
-        bool isChanged = false;
-    };
-
-    void readParts() {
-        const Rows rows = connection_.run("select part, next from part order by part");
-        for (int row = 0; row < rows.size(); ++row)
-            parts_.push_back(
-                {static_cast<int>(rows.number(row, 0)), static_cast<int>(rows.number(row, 1))});
-    }
-
-    /** With room; the first of several, and a new one where all are full. */
-    Part *emptiestPart() {
-        const auto emptiest =
-            std::min_element(parts_.begin(), parts_.end(),
-                             [](const Part &a, const Part &b) { return a.next < b.next; });
-        if (static_cast<std::uint32_t>(emptiest->next) < full_) return &*emptiest;
-        parts_.push_back({static_cast<int>(parts_.size()), 0, true});
-        return &parts_.back();
-    }
-
-    void keepParts() {
-        for (const Part &each : parts_) {
-            if (!each.isChanged) continue;
-            connection_.run(Statement::of(each.isNew
-                                              ? "insert into part (part, next) values ($1, $2)"
-                                              : "update part set next = $2 where part = $1",
-                                          std::int64_t{each.number}, std::int64_t{each.next}));
-        }
-    }
-
     int takeRow() {
         if (part_->next >= mostRows)
             throw Failure(Status::tooManyNodes, {database_, std::to_string(mostRows)});
@@ -201,11 +160,11 @@ private:
     void put(const LoadedRow &row, std::string_view value) {
         const std::vector<int> above = open_.above();
         if (static_cast<int>(above.size()) > levels_) addLevels(static_cast<int>(above.size()));
-        writer_->add(row, value, above);
+        writers_->of(row.part).add(row, value, above);
     }
 
     void addLevels(int levels) {
-        writer_->addLevels(levels_, levels);
+        writers_->addLevels(levels_, levels);
         levels_ = levels;
     }
 
@@ -255,16 +214,14 @@ private:
     StatePtr before_;
     Summary summary_;
     OpenElements open_{summary_};
-    std::optional<NodeWriter> writer_;
+    std::optional<PartWriters> writers_;
     int levels_ = 0;
-    std::uint32_t full_ = nodesOfPart(rowsOfFull);
-    std::deque<Part> parts_;
     std::int64_t number_ = 0;  ///< of the state that it makes
     std::int64_t added_ = 0;
     std::map<PathNumber, std::int64_t> changes_;  ///< in the counts of paths
     // The document that is being told.
     std::string name_;
-    Part *part_ = nullptr;
+    ChangedPart *part_ = nullptr;
     int root_ = 0;
     std::map<PathNumber, std::int64_t> counts_;
 };

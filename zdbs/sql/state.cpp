@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "zdbs/sql/shards.h"
+
 namespace zdbs::sql {
 namespace {
 
@@ -35,10 +37,12 @@ void readDocuments(Connection &connection, const std::string &condition,
 void countPaths(Connection &connection, State &state) {
     std::vector<std::int64_t> nodes(static_cast<std::size_t>(state.summary.size()));
     for (const RowRange &each : state.live) {
-        const Rows rows = connection.run(Statement::of(
-            "select path, count(*) from node where part = $1 and id "
-            "between $2 and $3 group by path",
-            std::int64_t{each.part}, std::int64_t{each.first}, std::int64_t{each.last}));
+        const Rows rows = connection.ask(
+            Statement::of("select path, count(*) from node where part = $1 and id between $2 and "
+                          "$3 group by path",
+                          std::int64_t{each.part}, std::int64_t{each.first},
+                          std::int64_t{each.last}),
+            "path int, n bigint");
         for (int row = 0; row < rows.size(); ++row)
             nodes[static_cast<std::size_t>(rows.number(row, 0))] += rows.number(row, 1);
     }
@@ -72,6 +76,9 @@ StatePtr readState(Connection &connection, std::int64_t collection, std::optiona
     auto state = std::make_shared<State>();
     state->collection = collection;
     state->number = connection.run("select number from state").number(0, 0);
+    state->spread = readSpread(connection, collection);
+    connection.spreadOver(state->spread);
+    requireShards(connection);
     readPaths(connection, state->summary);
     const std::string condition = part ? " and part = " + std::to_string(*part) : "";
     readDocuments(connection, condition, state->documents);

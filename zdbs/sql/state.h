@@ -51,6 +51,7 @@ struct State {
     Summary summary;
     std::vector<Document> documents;  ///< in the order of records, which is that of rows
     RowRanges live;                   ///< rows of documents, neighbours made one
+    SpreadPtr spread;                 ///< null: all rows are on the server itself
 
     /** Index of the document with a record or behind it. */
     std::size_t documentAt(RecordId record) const;
@@ -73,7 +74,7 @@ using StatePtr = std::shared_ptr<const State>;
 
 /**
  * Reads the newest state of a schema that is the connection's, or what one part is by itself;
- * REQUIRES a transaction.
+ * REQUIRES a transaction. From then on the connection asks where the rows of that state are.
  */
 StatePtr readState(Connection &connection, std::int64_t collection,
                    std::optional<int> part = std::nullopt);
