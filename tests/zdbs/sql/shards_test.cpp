@@ -302,6 +302,64 @@ TEST_F(Shards, KeepNothingThatCountsOfALoaderThatIsKilled) {
     RecordProperty("complete", complete);
 }
 
+/** What a loader leaves that is killed between the commits of the shards and that of the home. */
+TEST_F(Shards, KeepRowsThatNoDocumentHasUntilTheNextLoadOnly) {
+    const std::string columns = "doc + 302, path, parent + 302, last + 302, ord, num, value, a1";
+    for (const int part : {0, 3})
+        askShard(0, "insert into " + schema() +
+                        ".node (part, id, doc, path, parent, last, ord, num, "
+                        "value, a1) select " +
+                        std::to_string(part) + ", id + 302, " + columns + " from " + schema() +
+                        ".node where part = 0 and id < 302");
+    const auto database = collection->open();
+    Finder finder(*database);
+    EXPECT_EQ(finder.find(std::string("N_TVALUE=$word$"))->size(), 600);
+    EXPECT_EQ(finder.find(std::string("XPATH(PARENT,1,0,2)"))->size(), 600);
+    EXPECT_EQ(recordsOf(*database, *finder.sets()[0]).size(), 600U);
+    EXPECT_EQ(rowsOn(0), "906");
+    collection->load({{"four", xmlOf(50)}});
+    EXPECT_EQ(rowsOn(0), "454");
+    database->refresh({});
+    EXPECT_EQ(finder.find(std::string("N_TVALUE=$word$"))->size(), 650);
+    EXPECT_EQ(collection->administration().check("db", {}).found, 0U);
+}
+
+TEST_F(Shards, OneThatEndsDuringALoadIsAFailureOfTheLoad) {
+    const auto reader = collection->open();
+    {
+        const auto load = collection->administration().load("db", {});
+        tellXml(*load, {"four", xmlOf(100)});
+        tellXml(*load, {"five", xmlOf(100)});
+        load->removeDocument("two");
+        shard(1).kill();
+        expectFailure([&] { load->commit(); }, Status::databaseLost, 1);
+    }
+    shard(1).start();
+    const auto database = collection->open();
+    EXPECT_EQ(database->everything()->size(), 1803);
+    collection->load({{"four", xmlOf(100)}});
+    EXPECT_EQ(collection->open()->everything()->size(), 2104);
+    EXPECT_EQ(collection->administration().check("db", {}).found, 0U);
+}
+
+TEST_F(Shards, AreGivenHostileLiteralsAsTheyAreWritten) {
+    const std::vector<std::string> literals = {"'",     "''", "\\", "\\\\",  "\"",   "{",    "}",
+                                               ",",     "{}", "$1", "$$",    "null", "NULL", "a,b",
+                                               "\"a\"", "%",  "_",  "a\\\"", "]",    "1e3"};
+    std::string xml = "<r>";
+    for (const std::string &each : literals)
+        xml += "<t>" + each + "</t>";
+    collection->load({{"hostile", xml + "</r>"}});
+    const auto database = collection->open();
+    Finder finder(*database);
+    for (const std::string &each : literals) {
+        Condition condition;
+        condition.conjuncts.emplace_back().push_back(
+            {false, FieldTerm{Field::value, Relation::equal, each}});
+        EXPECT_EQ(finder.find(condition)->size(), 1) << each;
+    }
+}
+
 /** Rows that shards have sent for each statement, as the server wrote down what it did. */
 std::vector<int> rowsSent(const std::string &log, std::size_t from) {
     std::ifstream file(log);
