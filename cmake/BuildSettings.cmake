@@ -130,6 +130,16 @@ function(vexa_test_in_parts name nodes)
     ENVIRONMENT "ZDBS_PART_NODES=${nodes}" TIMEOUT 900 COST 100)
 endfunction()
 
+# vexa_test_on_shards(NAME NODES PATTERN): those of a pattern once more, one entry, with the rows of
+# nodes on three servers, in parts of so many nodes; skipped where PL/Proxy is not installed.
+function(vexa_test_on_shards name nodes pattern)
+  if(VEXA_SQL_ENGINE)
+    add_test(NAME ${name}.on_shards COMMAND ${name} "--gtest_filter=${pattern}")
+    set_tests_properties(${name}.on_shards PROPERTIES
+      ENVIRONMENT "VEXA_SHARDS=3;ZDBS_PART_NODES=${nodes}" TIMEOUT 900 COST 100)
+  endif()
+endfunction()
+
 # vexa_fast_allocator(NAME): a program of many small objects allocates through jemalloc. Nothing
 # calls it by name, so the linker has to be told to keep it. The sanitizers have their own.
 function(vexa_fast_allocator name)

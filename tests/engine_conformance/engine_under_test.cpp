@@ -1,5 +1,6 @@
 #include "tests/engine_conformance/engine_under_test.h"
 
+#include <cstdlib>
 #include <ostream>
 
 #include "tests/engine_conformance/naive/location.h"
@@ -33,9 +34,23 @@ std::string onServer(const std::string &location) {
     return support::DatabaseServer::ofProcess().urlOf(location);
 }
 
+std::size_t shardCount() {
+    const char *setting = std::getenv("VEXA_SHARDS");
+    return setting == nullptr ? 0 : std::stoul(setting);
+}
+
 void makeOnServer(const std::string &location) {
     support::DatabaseServer::ofProcess().createDatabase(location);
+    std::string shards;
+    for (std::size_t number = 0; number < shardCount(); ++number) {
+        auto &server = support::DatabaseServer::shardOfProcess(number);
+        const std::string own = shardLocation(location, number);
+        server.createDatabase(own);
+        shards += server.urlOf(own) + " ";
+    }
+    ::setenv("ZDBS_SHARDS", shards.c_str(), 1);
     makeLocation(onServer(location));
+    ::unsetenv("ZDBS_SHARDS");
 }
 
 std::unique_ptr<Administration> administerOnServer(const std::string &location) {
@@ -71,10 +86,15 @@ const EngineUnderTest &farNaiveEngine() {
 
 std::vector<EngineUnderTest> serverEngines() {
 #ifdef VEXA_SQL_ENGINE
-    if (support::DatabaseServer::canStart())
-        return {{"sql", makeOnServer, administerOnServer, openOnServer}};
+    const bool canStart = shardCount() == 0 ? support::DatabaseServer::canStart()
+                                            : support::DatabaseServer::canHaveShards();
+    if (canStart) return {{"sql", makeOnServer, administerOnServer, openOnServer}};
 #endif
     return {};
+}
+
+std::string shardLocation(const std::string &location, std::size_t number) {
+    return location + "#" + std::to_string(number);
 }
 
 std::vector<EngineUnderTest> folderEngines() {

@@ -33,8 +33,14 @@ const EngineUnderTest &farNaiveEngine();
 
 constexpr RecordId farRecord = (RecordId{1} << 32U) + 7;
 
-/** The one that keeps databases on a server, if there is one to be started. */
+/**
+ * The one that keeps databases on a server, if there is one to be started; with VEXA_SHARDS in the
+ * environment on so many others beside it.
+ */
 std::vector<EngineUnderTest> serverEngines();
+
+/** Where a location of that one has what a shard keeps. */
+std::string shardLocation(const std::string &location, std::size_t number);
 
 std::vector<EngineUnderTest> allEngines();
 

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -79,14 +80,25 @@ pid_t spawn(const std::string &log, std::vector<std::string> words) {
 
 using Connection = std::unique_ptr<PGconn, decltype(&PQfinish)>;
 
-std::string nameOf(const std::string &key) {
-    return "l" + std::to_string(std::hash<std::string>()(key));
-}
-
 }  // namespace
 
 bool DatabaseServer::canStart() {
     return !programs().empty();
+}
+
+bool DatabaseServer::canHaveShards() {
+    return canStart() &&
+           fs::exists("/usr/share/postgresql/" + programs().parent_path().filename().string() +
+                      "/extension/plproxy.control");
+}
+
+DatabaseServer &DatabaseServer::shardOfProcess(std::size_t number) {
+    static std::map<std::size_t, DatabaseServer> servers;
+    return servers[number];
+}
+
+std::string DatabaseServer::nameOf(const std::string &key) {
+    return "l" + std::to_string(std::hash<std::string>()(key));
 }
 
 DatabaseServer &DatabaseServer::ofProcess() {
@@ -111,11 +123,27 @@ DatabaseServer::~DatabaseServer() {
 }
 
 void DatabaseServer::start() {
-    process_ = spawn(folder_ + "/log",
-                     {(programs() / "postgres").string(), "-D", folder_ + "/data", "-k", folder_,
-                      "-c", "listen_addresses=", "-c", "fsync=off", "-c", "full_page_writes=off",
-                      "-c", "synchronous_commit=off", "-c", "max_connections=60", "-c",
-                      "autovacuum=off", "-c", "max_prepared_transactions=0"});
+    process_ = spawn(folder_ + "/log", {(programs() / "postgres").string(),
+                                        "-D",
+                                        folder_ + "/data",
+                                        "-k",
+                                        folder_,
+                                        "-c",
+                                        "listen_addresses=",
+                                        "-c",
+                                        "fsync=off",
+                                        "-c",
+                                        "full_page_writes=off",
+                                        "-c",
+                                        "synchronous_commit=off",
+                                        "-c",
+                                        "max_connections=60",
+                                        "-c",
+                                        "shared_buffers=64MB",
+                                        "-c",
+                                        "autovacuum=off",
+                                        "-c",
+                                        "max_prepared_transactions=0"});
     // It takes connections when a first one succeeds; it ends when it cannot.
     for (;;) {
         const std::string text = "host=" + folder_ + " user=zdbs dbname=postgres";

@@ -18,8 +18,14 @@ public:
     /** Whether its programs are installed. */
     static bool canStart();
 
+    /** Whether PL/Proxy is installed, too. */
+    static bool canHaveShards();
+
     /** The one of this process, started when it is first asked for. */
     static DatabaseServer &ofProcess();
+
+    /** Others beside it, by their numbers from 0; likewise. */
+    static DatabaseServer &shardOfProcess(std::size_t number);
 
     /** Throws std::runtime_error with what it says where it does not start. */
     DatabaseServer();
@@ -30,6 +36,7 @@ public:
     /** One for each key; what it is called is known to urlOf(). */
     void createDatabase(const std::string &key);
     std::string urlOf(const std::string &key) const;
+    static std::string nameOf(const std::string &key);
 
     /** Runs a statement on it, as its owner; the first column of the first row. */
     std::string run(const std::string &key, const std::string &statement);

@@ -26,14 +26,19 @@ void addPaths(const Summary &summary, const std::vector<std::vector<PathNumber>>
 
 std::uint64_t bytesOf(Connection &connection, std::int64_t collection,
                       const std::string &function) {
-    const Rows rows = connection.run(
+    const Statement statement =
         Statement::of("select sum(" + function +
-                          "(c.oid)) from pg_catalog.pg_class c inner join "
+                          "(c.oid))::bigint from pg_catalog.pg_class c inner join "
                           "pg_catalog.pg_namespace s on s.oid = c.relnamespace where s.nspname = "
                           "$1 and c.relkind in "
                           "('r', 'm')",
-                      std::string_view(schemaOf(collection))));
-    return rows.count(0, 0);
+                      std::string_view(schemaOf(collection)));
+    std::uint64_t bytes = connection.run(statement).count(0, 0);
+    if (!connection.spread()) return bytes;
+    const Rows rows = connection.ask(statement, "n bigint");
+    for (int row = 0; row < rows.size(); ++row)
+        bytes += rows.count(row, 0);
+    return bytes;
 }
 
 DatabaseSummary summaryOf(const SqlDocuments &documents) {

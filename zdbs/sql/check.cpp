@@ -64,12 +64,17 @@ private:
     void checkRows(const Document &document, int first, int last) {
         heedStop();
         std::string levels;
-        for (int level = 1; level <= levels_; ++level)
+        std::string types;
+        for (int level = 1; level <= levels_; ++level) {
             levels += ", a" + std::to_string(level);
-        const Rows rows = documents_.connection().run(
-            "select id, doc, path, parent, last, num, value" + levels +
-            " from node where part = " + std::to_string(document.part) + " and id between " +
-            std::to_string(first) + " and " + std::to_string(last) + " order by id");
+            types += ", a" + std::to_string(level) + " int";
+        }
+        const Rows rows = documents_.connection().ask(
+            {"select id, doc, path, parent, last, num, value" + levels +
+             " from node where part = " + std::to_string(document.part) + " and id between " +
+             std::to_string(first) + " and " + std::to_string(last) + " order by id"},
+            "id int, doc int, path int, parent int, last int, num double precision, value text" +
+                types);
         if (rows.size() != last - first + 1)
             find("table node", "rows of " + document.name,
                  std::to_string(rows.size()) + " instead of " + std::to_string(last - first + 1));

@@ -6,6 +6,7 @@
 #include "zdbs/base/status.h"
 #include "zdbs/sql/locks.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/shards.h"
 
 namespace zdbs::sql {
 namespace {
@@ -29,6 +30,11 @@ void sweepDropped(Connection &connection) {
         Transaction transaction(connection);
         if (!tryLock(connection, LockSpace::collection, number)) continue;
         connection.run("drop schema if exists " + schemaOf(number) + " cascade");
+        try {
+            dropOnShards(connection, number);
+        } catch (const Failure &) {
+            continue;  // next time
+        }
         connection.run(Statement::of("delete from zdbs.dropped where number = $1", number));
         transaction.commit();
     }
@@ -59,13 +65,14 @@ void release(Connection &connection, std::int64_t collection) {
     unlockShared(connection, LockSpace::collection, collection);
 }
 
-StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present) {
+StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present,
+                    std::optional<int> part) {
     for (;;) {
         const std::int64_t number = connection.run("select number from state").number(0, 0);
         if (present && present->number == number) return present;
         lockShared(connection, LockSpace::state, number);
         Transaction transaction(connection, "isolation level repeatable read read only");
-        StatePtr state = readState(connection, collection);
+        StatePtr state = readState(connection, collection, part);
         transaction.commit();
         if (state->number == number) return state;
         letGo(connection, number);
@@ -111,12 +118,15 @@ std::int64_t beginChange(Connection &connection, std::string_view database,
     }
 }
 
+void lockChanges(Connection &shard, std::int64_t collection) {
+    call(shard, "pg_advisory_xact_lock", collection);
+}
+
 void createCollection(Connection &connection, std::string_view database) {
     requireValidName(database);
     sweepDropped(connection);
     Transaction transaction(connection);
     const std::int64_t number = connection.run("select nextval('zdbs.numbers')").number(0, 0);
-    const bool withTrigrams = hasTrigrams(connection);
     try {
         connection.run(Statement::of("insert into zdbs.collection (name, number) values ($1, $2)",
                                      database, number));
@@ -124,8 +134,12 @@ void createCollection(Connection &connection, std::string_view database) {
         if (!connection.failedWith("23505")) throw;
         throw Failure(Status::databaseExists, {database});
     }
-    for (const std::string &each : collectionTables(number, withTrigrams))
+    for (const std::string &each : collectionTables(number))
         connection.run(each);
+    if (!createOnShards(connection, number)) {
+        for (const std::string &each : nodeTables(number, hasTrigrams(connection)))
+            connection.run(each);
+    }
     transaction.commit();
 }
 

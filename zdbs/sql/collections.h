@@ -24,9 +24,10 @@ void release(Connection &connection, std::int64_t collection);
 
 /**
  * Takes up the newest state of a collection that is held, unless the present one is it. As long as
- * the connection holds a state, its rows stay.
+ * the connection holds a state, its rows stay. @param part as of readState()
  */
-StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present);
+StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present,
+                    std::optional<int> part = std::nullopt);
 void letGo(Connection &connection, std::int64_t state);
 
 /** A new connection holds what the last one held. */
@@ -41,6 +42,9 @@ void requireRows(Connection &connection, const State &state);
  */
 std::int64_t beginChange(Connection &connection, std::string_view database,
                          const WaitingReport &waiting);
+
+/** The same on a shard, where whoever had it may not have ended yet. REQUIRES a transaction. */
+void lockChanges(Connection &shard, std::int64_t collection);
 
 /** Throws Failure: badName, databaseExists. */
 void createCollection(Connection &connection, std::string_view database);

@@ -1,12 +1,16 @@
 #include "zdbs/sql/compaction.h"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 
+#include "zdbs/base/status.h"
 #include "zdbs/sql/census.h"
 #include "zdbs/sql/collections.h"
 #include "zdbs/sql/kept_rows.h"
 #include "zdbs/sql/locks.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/shards.h"
 
 namespace zdbs::sql {
 namespace {
@@ -33,27 +37,52 @@ std::int64_t oldestHeld(Connection &connection, std::int64_t collection) {
     return oldest;
 }
 
+/**
+ * From here on a session that takes up a state again that is older is told that rows are gone. So
+ * what is said before it is looked at once more who holds which state holds for everybody.
+ */
+void announce(Connection &connection, std::int64_t oldest) {
+    const Rows last = connection.run(
+        Statement::of("select max(removed) from document where removed <= $1", oldest));
+    if (!last.isNull(0, 0))
+        connection.run(
+            Statement::of("update state set swept = $1 where swept < $1", last.number(0, 0)));
+}
+
 /** REQUIRES the right to change the collection. */
 void deleteRemoved(Connection &connection, std::int64_t oldest, const ProgressReport &progress) {
-    const Rows removed = connection.run(Statement::of(
-        "select number, part, root, last, removed from document where removed <= $1", oldest));
+    const Rows removed = connection.run(
+        Statement::of("select number, part, root, last from document where removed <= $1", oldest));
     std::uint64_t total = 0;
     for (int row = 0; row < removed.size(); ++row)
         total += removed.count(row, 3) - removed.count(row, 2) + 1;
     std::uint64_t done = 0;
-    std::int64_t swept = 0;
     for (int row = 0; row < removed.size(); ++row) {
-        const Rows gone = connection.run(
-            Statement::of("delete from node where part = $1 and id between $2 and $3",
-                          removed.number(row, 1), removed.number(row, 2), removed.number(row, 3)));
+        connection.change(Statement::of("delete from node where part = $1 and id between $2 and $3",
+                                        removed.number(row, 1), removed.number(row, 2),
+                                        removed.number(row, 3)));
         connection.run(
             Statement::of("delete from document where number = $1", removed.number(row, 0)));
-        swept = std::max(swept, removed.number(row, 4));
-        done += static_cast<std::uint64_t>(gone.changed());
+        done += removed.count(row, 3) - removed.count(row, 2) + 1;
         if (progress) progress(done, total);
     }
-    if (swept > 0)
-        connection.run(Statement::of("update state set swept = $1 where swept < $1", swept));
+}
+
+void vacuum(Connection &connection, std::int64_t collection,
+            const std::vector<std::string> &tables) {
+    for (const std::string &table : tables)
+        connection.run("vacuum (analyze) " + schemaOf(collection) + "." + table);
+}
+
+/** Lets servers use the room of what was deleted. */
+void vacuumAll(Connection &connection, std::int64_t collection) {
+    const std::vector<std::string> ofNodes = {"node", "setnode"};
+    vacuum(connection, collection, {"document", "kept"});
+    if (!connection.spread()) return vacuum(connection, collection, ofNodes);
+    for (const Shard &each : connection.spread()->shards) {
+        Connection own(locationOf(connection.location(), each, connection.location().timeout));
+        vacuum(own, collection, ofNodes);
+    }
 }
 
 }  // namespace
@@ -62,13 +91,18 @@ Compaction compactCollection(Connection &connection, std::string_view database,
                              const WaitingReport &waiting, const ProgressReport &progress) {
     const std::int64_t collection = beginChange(connection, database, waiting);
     enterCollection(connection, collection);
+    const std::int64_t oldest = oldestHeld(connection, collection);
+    announce(connection, oldest);
+    connection.run("commit");
+    const std::int64_t same = beginChange(connection, database, waiting);
+    if (same != collection) throw Failure(Status::unknownDatabase, {database});
+    connection.spreadOver(readSpread(connection, collection));
     Compaction bytes;
     bytes.before = bytesOf(connection, collection);
-    deleteRemoved(connection, oldestHeld(connection, collection), progress);
+    deleteRemoved(connection, std::min(oldest, oldestHeld(connection, collection)), progress);
     connection.run("commit");
     sweepKeptRows(connection);
-    for (const char *table : {"node", "document", "setnode", "kept"})
-        connection.run("vacuum (analyze) " + std::string(table));
+    vacuumAll(connection, collection);
     bytes.after = bytesOf(connection, collection);
     return bytes;
 }

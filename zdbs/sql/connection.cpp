@@ -6,11 +6,13 @@
 #include <array>
 #include <charconv>
 #include <exception>
+#include <random>
 #include <thread>
 #include <vector>
 
 #include "zdbs/base/status.h"
 #include "zdbs/base/stop.h"
+#include "zdbs/sql/shards.h"
 
 namespace zdbs::sql {
 namespace {
@@ -111,6 +113,26 @@ Rows Connection::run(const Statement &statement) {
     return await();
 }
 
+Rows Connection::ask(const Statement &statement, std::string_view columns) {
+    return spread_ ? runOnAll(statement, columns) : run(statement);
+}
+
+Rows Connection::runOnAll(const Statement &statement, std::string_view columns) {
+    static thread_local std::mt19937_64 random(std::random_device{}());
+    request_ = "zdbs " + std::to_string(random());
+    return run(spread_->onAll(statement, columns, request_));
+}
+
+void Connection::change(const Statement &statement) {
+    if (!spread_) {
+        run(statement);
+        return;
+    }
+    Statement counted = statement;
+    counted.text = "with x as (" + statement.text + " returning 1) select count(*) from x";
+    runOnAll(counted, "n bigint");
+}
+
 void Connection::send(const Statement &statement) {
     std::vector<Oid> types;
     std::vector<const char *> values;
@@ -128,6 +150,10 @@ void Connection::send(const Statement &statement) {
 Rows Connection::await() {
     try {
         awaitInput();
+    } catch (const Failure &failure) {
+        cancel();
+        if (failure.status() == Status::databaseSlow) failSlow();
+        throw;
     } catch (...) {
         cancel();
         throw;
@@ -181,10 +207,19 @@ void Connection::cancel() {
         PQclear(result);
 }
 
+void Connection::failSlow() {
+    const std::string silent = spread_ ? silentShards(location_, *spread_, request_) : "";
+    throw Failure(Status::databaseSlow,
+                  {silent.empty() ? location_.name : placeOf(location_, silent),
+                   std::to_string(location_.timeout)});
+}
+
 void Connection::fail(const PGresult *result) {
     lastState_ = field(result, PG_DIAG_SQLSTATE);
     const std::string message = field(result, PG_DIAG_MESSAGE_PRIMARY);
     const std::string why = message.empty() ? firstLine(PQresultErrorMessage(result)) : message;
+    if (const auto failure = failureOfShard(location_, lastState_, firstLine(why.c_str())))
+        throw Failure(*failure);
     if (!isOpen() || isLoss(lastState_)) {
         if (!isOpen()) close();
         throw Failure(Status::databaseLost, {location_.name, why});

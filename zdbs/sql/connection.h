@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "zdbs/sql/location.h"
+#include "zdbs/sql/spread.h"
 #include "zdbs/sql/statement.h"
 
 namespace zdbs::sql {
@@ -61,6 +62,19 @@ public:
     Rows run(const Statement &statement);
     Rows run(const std::string &text) { return run(Statement{text}); }
 
+    /** Where the rows of nodes are that are asked for from now on; null: here. */
+    void spreadOver(SpreadPtr spread) { spread_ = std::move(spread); }
+    const SpreadPtr &spread() const { return spread_; }
+
+    /**
+     * What selects rows of nodes, wherever these are: each shard answers for its own.
+     * @param columns with their types, "c int, n bigint"
+     */
+    Rows ask(const Statement &statement, std::string_view columns);
+
+    /** What changes rows that are kept beside the nodes, wherever these are. */
+    void change(const Statement &statement);
+
     /** Whether the last failure was of this SQLSTATE. */
     bool failedWith(std::string_view state) const { return lastState_ == state; }
 
@@ -80,16 +94,20 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void connect();
+    Rows runOnAll(const Statement &statement, std::string_view columns);
     void send(const Statement &statement);
     Rows await();
     void awaitInput();
     void waitUntil(Clock::time_point end);
     void cancel();
+    [[noreturn]] void failSlow();
     [[noreturn]] void fail(const PGresult *result);
     [[noreturn]] void lose();
 
     Location location_;
     Greeting greet_;
+    SpreadPtr spread_;
+    std::string request_;  ///< what the last one is called by on the shards
     std::unique_ptr<PGconn, decltype(&PQfinish)> connection_{nullptr, PQfinish};
     std::string lastState_;
 };

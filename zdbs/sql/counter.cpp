@@ -111,7 +111,7 @@ public:
 
     std::map<int, std::int64_t> run(Connection &connection) {
         if (isAsked()) {
-            const Rows rows = connection.run(statement_);
+            const Rows rows = connection.ask(statement_, "c int, n bigint");
             for (int row = 0; row < rows.size(); ++row)
                 counts_[static_cast<int>(rows.number(row, 0))] += rows.number(row, 1);
         }
@@ -221,7 +221,7 @@ void Counter::keep(SqlSet &set) {
     }
     statement.text = "insert into setnode (number, part, id, path) " + statement.text;
     requireAskable(statement);
-    connection_.run(statement);
+    connection_.change(statement);
     paths->merge(pathsOfKept(rows));
     replaceLeaves(set, paths);
     set.paths = std::move(paths);
@@ -237,7 +237,7 @@ PathSet Counter::keptRows(const std::vector<RowId> &rows) {
             list += (list.empty() ? "" : ", ") + std::to_string(rows[i].id);
         }
         for (const auto &[part, list] : numbers)
-            connection_.run(Statement::of(
+            connection_.change(Statement::of(
                 "insert into setnode (number, part, id, path) select $1, n.part, n.id, n.path from "
                 "node n where n.part = $2 and n.id in (" +
                     list + ")",
@@ -247,8 +247,9 @@ PathSet Counter::keptRows(const std::vector<RowId> &rows) {
 }
 
 PathSet Counter::pathsOfKept(const KeptRowsPtr &rows) {
-    const Rows kept = connection_.run(
-        Statement::of("select path from setnode where number = $1 group by path", rows->number()));
+    const Rows kept = connection_.ask(
+        Statement::of("select path from setnode where number = $1 group by path", rows->number()),
+        "path int");
     const PredicatePtr test = predicate(KeptTest{rows});
     PathSet paths;
     for (int row = 0; row < kept.size(); ++row)
@@ -265,7 +266,7 @@ void Counter::keepPairs(SqlSet &set) {
     statement.text = "insert into setnode (number, part, path, id) select " + number +
                      ", v.part, v.c, v.k from (" + selection.pairsOf(made) + ") v";
     requireAskable(statement);
-    connection_.run(statement);
+    connection_.change(statement);
     made.made = KeptPairs{rows};
     set.pairs = std::make_shared<const Pairs>(std::move(made));
 }

@@ -12,6 +12,8 @@ constexpr int mostHeld = 2000000;  ///< rows of a range at once
 constexpr int mostPrefetched = 50000;
 
 constexpr const char *columns = "n.part, n.id, n.last, n.parent, n.ord, n.path, n.value";
+constexpr const char *types =
+    "part int, id int, last int, parent int, ord int, path int, value text";
 constexpr int levelsBegin = 7;
 
 int small(const Rows &rows, int row, int column) {
@@ -64,10 +66,14 @@ void Excerpt::fetchRows(const std::vector<RowId> &rows, std::vector<RowId> &abov
         where += (where.empty() ? "" : " or ") + std::string("(n.part = ") + std::to_string(part) +
                  " and n.id in (" + list + "))";
     std::string levels;
-    for (int level = 1; level < deepest(state_->summary) - 1; ++level)
+    std::string typesOfLevels;
+    for (int level = 1; level < deepest(state_->summary) - 1; ++level) {
         levels += ", n.a" + std::to_string(level);
+        typesOfLevels += ", a" + std::to_string(level) + " int";
+    }
     const Rows found =
-        connection_.run("select " + std::string(columns) + levels + " from node n where " + where);
+        connection_.ask({"select " + std::string(columns) + levels + " from node n where " + where},
+                        types + typesOfLevels);
     add(found, above);
 }
 
@@ -84,8 +90,8 @@ void Excerpt::add(const Rows &rows, std::vector<RowId> &above) {
 
 void Excerpt::fetchRanges(const RowRanges &ranges) {
     if (ranges.empty()) return;
-    const Rows rows =
-        connection_.run("select " + std::string(columns) + " from node n where " + within(ranges));
+    const Rows rows = connection_.ask(
+        {"select " + std::string(columns) + " from node n where " + within(ranges)}, types);
     for (int row = 0; row < rows.size(); ++row) {
         NodeRow node = rowIn(rows, row);
         rows_.insert_or_assign(node.row, std::move(node));
@@ -148,8 +154,10 @@ void Excerpt::tell(const RowRange &range, const Visitor &visitor) const {
     if (holds(range)) return forEach(range, visitor);
     for (int first = range.first; first <= range.last;) {
         const int last = range.last - first < chunk ? range.last : first + chunk - 1;
-        const Rows rows = connection_.run("select " + std::string(columns) + " from node n where " +
-                                          within({{range.part, first, last}}) + " order by n.id");
+        const Rows rows =
+            connection_.ask({"select " + std::string(columns) + " from node n where " +
+                             within({{range.part, first, last}}) + " order by n.id"},
+                            types);
         if (rows.size() != last - first + 1)
             throw Failure(Status::homeDamaged, {connection_.location().name, "rows are missing"});
         for (int row = 0; row < rows.size(); ++row)

@@ -59,7 +59,7 @@ std::map<RowId, Conditions> matchedRows(Connection &connection, const State &sta
     selection.limitTo(ranges);
     selectLeaves(statement, selection, state.summary, leaves, nullptr, "n.part, n.id");
     if (statement.text.empty()) return matched;
-    const Rows rows = connection.run(statement);
+    const Rows rows = connection.ask(statement, "c int, part int, id int");
     for (int row = 0; row < rows.size(); ++row)
         addConditions(matched[rowIn(rows, row, 1)],
                       *leaves[static_cast<std::size_t>(rows.number(row, 0))]);
@@ -73,7 +73,7 @@ std::int64_t furtherHits(Connection &connection, const SqlSet &set) {
     selectLeaves(statement, selection, set.state->summary, set.leaves, set.paths.get(),
                  "n.part, n.id, n.value");
     if (statement.text.empty()) return 0;
-    const Rows rows = connection.run(statement);
+    const Rows rows = connection.ask(statement, "c int, part int, id int, value text");
     std::map<RowId, std::pair<Conditions, std::string_view>> matched;
     for (int row = 0; row < rows.size(); ++row) {
         auto &[conditions, value] = matched[rowIn(rows, row, 1)];
@@ -95,7 +95,7 @@ std::vector<HitWord> hitWordsOf(Connection &connection, const SqlSet &set, RowId
     selectLeaves(statement, selection, set.state->summary, set.leaves, nullptr, "n.value");
     const HitWord whole{part, static_cast<std::int32_t>(Field::id)};
     if (statement.text.empty()) return {whole};
-    const Rows rows = connection.run(statement);
+    const Rows rows = connection.ask(statement, "c int, value text");
     if (rows.size() == 0) return {whole};
     Conditions conditions;
     for (int each = 0; each < rows.size(); ++each)

@@ -56,7 +56,7 @@ void Keeper::goOn() {
 
 void Keeper::deleteUnused() {
     for (std::vector<std::int64_t> &unused = owner_->unused; !unused.empty(); unused.pop_back()) {
-        connection_.run(Statement::of("delete from setnode where number = $1", unused.back()));
+        connection_.change(Statement::of("delete from setnode where number = $1", unused.back()));
         connection_.run(Statement::of("delete from kept where number = $1", unused.back()));
     }
 }
@@ -78,9 +78,11 @@ void sweepKeptRows(Connection &connection) {
         const std::int64_t session = sessions.number(row, 0);
         Transaction transaction(connection);
         if (!tryLock(connection, LockSpace::session, session)) continue;
-        connection.run(Statement::of(
-            "delete from setnode where number in (select number from kept where session = $1)",
-            session));
+        const Rows kept =
+            connection.run(Statement::of("select number from kept where session = $1", session));
+        for (int each = 0; each < kept.size(); ++each)
+            connection.change(
+                Statement::of("delete from setnode where number = $1", kept.number(each, 0)));
         connection.run(Statement::of("delete from kept where session = $1", session));
         transaction.commit();
     }

@@ -17,9 +17,9 @@ struct Location {
 
 /**
  * Passwords have no place in a location: libpq takes them from ~/.pgpass or the file that
- * PGPASSFILE names. Throws Failure(badSetting).
+ * PGPASSFILE names. Throws Failure(badSetting) of the setting that the text is from.
  */
-Location parseLocation(const std::string &text);
+Location parseLocation(const std::string &text, const char *setting = "ZDBS_HOME");
 
 }  // namespace zdbs::sql
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <tuple>
 
 #include "zdbs/base/number.h"
 
@@ -44,14 +45,17 @@ void RowBuffer::add(const LoadedRow &row, std::string_view value, std::span<cons
     above_.insert(above_.end(), above.begin(), above.end());
 }
 
-void RowBuffer::dropFrom(int document) {
-    std::erase_if(rows_, [&](const Kept &kept) { return kept.row.document >= document; });
+void RowBuffer::dropFrom(int part, int document) {
+    std::erase_if(rows_, [&](const Kept &kept) {
+        return kept.row.part == part && kept.row.document >= document;
+    });
 }
 
-void RowBuffer::send(Connection &connection, int part) {
+void RowBuffer::send(Connection &connection) {
     if (rows_.empty()) return;
     std::sort(rows_.begin(), rows_.end(), [](const Kept &a, const Kept &b) {
-        return a.row.path != b.row.path ? a.row.path < b.row.path : a.row.id < b.row.id;
+        return std::tie(a.row.path, a.row.part, a.row.id) <
+               std::tie(b.row.path, b.row.part, b.row.id);
     });
     std::uint32_t levels = 0;
     for (const Kept &each : rows_)
@@ -62,7 +66,7 @@ void RowBuffer::send(Connection &connection, int part) {
     connection.beginCopy("copy node (" + columns + ") from stdin (format binary)");
     std::string out(signature);
     for (const Kept &each : rows_) {
-        encode(each, part, levels, out);
+        encode(each, levels, out);
         if (out.size() < packet) continue;
         connection.copy(out);
         out.clear();
@@ -75,11 +79,11 @@ void RowBuffer::send(Connection &connection, int part) {
     above_.clear();
 }
 
-void RowBuffer::encode(const Kept &kept, int part, std::uint32_t levels, std::string &out) const {
+void RowBuffer::encode(const Kept &kept, std::uint32_t levels, std::string &out) const {
     const LoadedRow &row = kept.row;
     const std::string_view value = std::string_view(values_).substr(kept.value, kept.valueSize);
     put(out, static_cast<std::uint16_t>(fixedColumns + levels));
-    putInteger(out, part);
+    putInteger(out, row.part);
     putInteger(out, row.id);
     putInteger(out, row.document);
     putInteger(out, row.path);

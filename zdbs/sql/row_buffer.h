@@ -14,6 +14,7 @@
 namespace zdbs::sql {
 
 struct LoadedRow {
+    int part = 0;
     int id = 0;
     int document = 0;
     PathNumber path = rootPath;
@@ -33,11 +34,11 @@ public:
 
     bool isFull() const { return values_.size() + rows_.size() * sizeof(Kept) > mostBytes; }
 
-    /** Those of one part; none are left. */
-    void send(Connection &connection, int part);
+    /** None are left. */
+    void send(Connection &connection);
 
-    /** Forgets the rows of a document and of those behind it. */
-    void dropFrom(int document);
+    /** Forgets the rows of a document and of those behind it in its part. */
+    void dropFrom(int part, int document);
 
 private:
     static constexpr std::size_t mostBytes = std::size_t{64} * 1024 * 1024;
@@ -50,7 +51,7 @@ private:
         std::size_t above;
     };
 
-    void encode(const Kept &kept, int part, std::uint32_t levels, std::string &out) const;
+    void encode(const Kept &kept, std::uint32_t levels, std::string &out) const;
 
     std::vector<Kept> rows_;
     std::string values_;

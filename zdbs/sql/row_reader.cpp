@@ -19,7 +19,7 @@ std::vector<RowId> rowsIn(Connection &connection, const SqlSet &set, const RowRa
     selection.limitTo(ranges);
     statement.text = selection.rowsOf(*set.paths);
     if (statement.text.empty() || ranges.empty()) return {};
-    const Rows found = connection.run(statement);
+    const Rows found = connection.ask(statement, "part int, id int");
     std::vector<RowId> rows;
     rows.reserve(static_cast<std::size_t>(found.size()));
     for (int row = 0; row < found.size(); ++row)
@@ -43,7 +43,7 @@ BlockReader::BlockReader(Connection &connection, const SqlSet &set)
     : connection_(connection), set_(set) {
     end_ = set.state->documents.empty() ? 0 : set.state->documents.back().end();
     const std::uint64_t blocks = static_cast<std::uint64_t>(set.records) / blockSize + 1;
-    stride_ = end_ / blocks + 1;
+    stride_ = set.state->nodes() / blocks + 1;
 }
 
 bool BlockReader::next(Block &block) {
@@ -51,7 +51,7 @@ bool BlockReader::next(Block &block) {
         if (block.end >= end_ || set_.records == 0) return false;
         block.before += block.records.size();
         const RecordId first = block.end;
-        block.end = std::min(first + stride_, end_);
+        block.end = set_.state->behind(first, stride_);
         block.records = recordsIn(connection_, set_, first, block.end);
     } while (block.records.empty());
     return true;

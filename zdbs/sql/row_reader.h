@@ -26,8 +26,8 @@ public:
 private:
     Connection &connection_;
     const SqlSet &set_;
-    RecordId end_;  ///< of all records
-    RecordId stride_;
+    RecordId end_;          ///< of all records
+    std::uint64_t stride_;  ///< in nodes
 };
 
 }  // namespace zdbs::sql

@@ -21,8 +21,9 @@ std::string schemaOf(std::int64_t collection) {
 std::vector<std::string> locationTables() {
     return {
         "create schema zdbs",
-        "create table zdbs.home (version int)",
-        "insert into zdbs.home values (" + std::to_string(formatVersion) + ")",
+        "create table zdbs.home (version int, mark text)",
+        "insert into zdbs.home values (" + std::to_string(formatVersion) +
+            ", md5(random()::text || clock_timestamp()::text))",
         "create sequence zdbs.numbers",
         "create table zdbs.usr (name text collate \"C\" primary key, hash text)",
         "create table zdbs.collection (name text collate \"C\" primary key, number bigint)",
@@ -33,16 +34,10 @@ std::vector<std::string> locationTables() {
     };
 }
 
-std::vector<std::string> collectionTables(std::int64_t collection, bool withTrigrams) {
+std::vector<std::string> collectionTables(std::int64_t collection) {
     const std::string schema = schemaOf(collection) + ".";
-    std::vector<std::string> statements = {
+    return {
         "create schema " + schemaOf(collection),
-        // The columns of levels come last, so that deeper documents can add to them.
-        "create table " + schema +
-            "node (part int not null, id int not null, doc int not null, path int not null, "
-            "parent int, last int not null, ord int not null, num double precision, value text "
-            "collate \"C\"" +
-            levelColumns() + ")",
         "create table " + schema +
             "path (path int primary key, parent int, kind int, prefix text, local text, uri text, "
             "level int, nodes bigint)",
@@ -53,11 +48,24 @@ std::vector<std::string> collectionTables(std::int64_t collection, bool withTrig
         "create table " + schema + "state (number bigint, levels int, swept bigint)",
         "insert into " + schema + "state values (nextval('zdbs.numbers'), " +
             std::to_string(firstLevels) + ", 0)",
-        "create table " + schema + "part (part int primary key, next int, base bigint)",
-        "insert into " + schema + "part values (0, 0, 0)",
+        "create table " + schema + "part (part int primary key, next int)",
+        "insert into " + schema + "part values (0, 0)",
+        "create table " + schema + "shard (number int primary key, fence bigint)",
+        "create table " + schema + "kept (number bigint primary key, session bigint)",
+    };
+}
+
+std::vector<std::string> nodeTables(std::int64_t collection, bool withTrigrams) {
+    const std::string schema = schemaOf(collection) + ".";
+    std::vector<std::string> statements = {
+        // The columns of levels come last, so that deeper documents can add to them.
+        "create table " + schema +
+            "node (part int not null, id int not null, doc int not null, path int not null, "
+            "parent int, last int not null, ord int not null, num double precision, value text "
+            "collate \"C\"" +
+            levelColumns() + ")",
         "create table " + schema + "setnode (number bigint, part int, id int, path int)",
         "create index setnode_row on " + schema + "setnode (number, part, id)",
-        "create table " + schema + "kept (number bigint primary key, session bigint)",
     };
     for (const NodeIndex &each : nodeIndexes(withTrigrams))
         statements.push_back(each.create(schema));
@@ -96,6 +104,14 @@ void requireLocation(Connection &connection) {
     const std::int64_t version = connection.run("select version from zdbs.home").number(0, 0);
     if (version != formatVersion)
         throw Failure(Status::homeVersion, {name, std::to_string(version)});
+}
+
+bool canHaveTrigrams(Connection &connection) {
+    return connection
+               .run(
+                   "select count(*) from pg_catalog.pg_available_extensions where name = "
+                   "'pg_trgm'")
+               .number(0, 0) > 0;
 }
 
 bool hasTrigrams(Connection &connection) {

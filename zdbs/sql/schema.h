@@ -14,7 +14,8 @@ namespace zdbs::sql {
 constexpr std::size_t indexedCharacters = 64;  ///< of a value: equality and order by an index
 constexpr int firstLevels = 16;                ///< for which there are columns from the beginning
 constexpr int mostLevels = 1400;               ///< a table has no more columns
-constexpr int formatVersion = 1;
+constexpr int formatVersion = 2;
+constexpr int baseBits = 32;  ///< of a record number, below those of the part
 
 /** Statements that make a location, in order. */
 std::vector<std::string> locationTables();
@@ -31,8 +32,11 @@ struct NodeIndex {
 
 std::vector<NodeIndex> nodeIndexes(bool withTrigrams);
 
-/** Statements that make the schema of a collection and its tables. */
-std::vector<std::string> collectionTables(std::int64_t collection, bool withTrigrams);
+/** Statements that make the schema of a collection and its tables but those of nodes. */
+std::vector<std::string> collectionTables(std::int64_t collection);
+
+/** Statements that make the tables of nodes in a schema. */
+std::vector<std::string> nodeTables(std::int64_t collection, bool withTrigrams);
 
 /** What names the schema of a collection, `z17`. */
 std::string schemaOf(std::int64_t collection);
@@ -43,7 +47,8 @@ void enterCollection(Connection &connection, std::int64_t collection);
 /** Throws Failure: homeMissing, homeVersion. */
 void requireLocation(Connection &connection);
 
-/** Whether the server can index trigrams here. */
+/** Whether the server offers to index trigrams, and whether it does here. */
+bool canHaveTrigrams(Connection &connection);
 bool hasTrigrams(Connection &connection);
 
 }  // namespace zdbs::sql

@@ -10,6 +10,7 @@
 #include "zdbs/sql/evaluation.h"
 #include "zdbs/sql/field_filter.h"
 #include "zdbs/sql/fragment_teller.h"
+#include "zdbs/sql/named_parts.h"
 #include "zdbs/sql/row_reader.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/sql_tree.h"
@@ -59,6 +60,9 @@ public:
           user_(std::move(user)),
           connection_(location, [this](Connection &connection) { greet(connection); }),
           counter_(connection_) {
+        auto named = partsNamed(connection_, name_);
+        if (!named) throw Failure(Status::unknownDatabase, {name_});
+        named_ = *std::move(named);
         takeUp(newest());
         sweepOthers();
     }
@@ -112,6 +116,14 @@ public:
         return block.records[place - block.before];
     }
 
+    RecordPlace placeOf(RecordId record) const override {
+        const Document &document = state_->documents[state_->documentAt(record)];
+        if (document.base == 0) return {name_, record};
+        std::string part = nameOfPart(name_, document.part);
+        if (isDatabase(connection_, part)) return {name_, record};
+        return {std::move(part), record - static_cast<RecordId>(document.base)};
+    }
+
     std::unique_ptr<RecordCursor> records(const ResultSet &set) const override {
         return std::make_unique<Cursor>(connection_, sqlSet(set), told_);
     }
@@ -160,6 +172,7 @@ private:
             for (const ResultSetPtr &set : sets)
                 carried.push_back(set ? carriedOver(sqlSet(*set), next) : nullptr);
         } catch (...) {
+            connection_.spreadOver(state_->spread);
             letGoOf(*next);
             if (connection_.isOpen()) enterCollection(connection_, state_->collection);
             throw;
@@ -177,12 +190,13 @@ private:
 
     /** The newest state, or the present one where that is it. */
     StatePtr newest() {
-        const std::int64_t collection = collectionOf(connection_, name_, user_);
+        const std::int64_t collection = collectionOf(connection_, named_.database, user_);
         const bool isSame = state_ && state_->collection == collection;
         if (!isSame) hold(connection_, collection);
         try {
-            return takeNewest(connection_, collection, isSame ? state_ : nullptr);
+            return takeNewest(connection_, collection, isSame ? state_ : nullptr, named_.part);
         } catch (...) {
+            if (state_) connection_.spreadOver(state_->spread);
             if (!isSame && state_) leave(collection);
             throw;
         }
@@ -218,6 +232,7 @@ private:
     }
 
     std::string name_;
+    NamedParts named_;
     std::optional<std::string> user_;
     mutable Connection connection_;
     mutable Counter counter_;

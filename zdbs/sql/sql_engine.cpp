@@ -5,7 +5,9 @@
 #include "zdbs/base/names.h"
 #include "zdbs/base/status.h"
 #include "zdbs/sql/connection.h"
+#include "zdbs/sql/named_parts.h"
 #include "zdbs/sql/schema.h"
+#include "zdbs/sql/shards.h"
 #include "zdbs/sql/sql_administration.h"
 #include "zdbs/sql/sql_database.h"
 #include "zdbs/sql/users.h"
@@ -27,7 +29,8 @@ public:
 
     bool hasDatabase(std::string_view user, std::string_view database) const override {
         const std::lock_guard lock(mutex_);
-        return Users(connection_).has(user, database, false);
+        const auto named = partsNamed(connection_, database);
+        return named && Users(connection_).has(user, named->database, false);
     }
 
     bool mayWrite(std::string_view user, std::string_view database) const override {
@@ -64,18 +67,17 @@ std::unique_ptr<Administration> administerServer(const std::string &location) {
 }
 
 void makeServerLocation(const std::string &location) {
+    const std::vector<Location> shards = shardsFromSetting();
     Connection connection(parseLocation(location));
     const Rows there =
         connection.run("select count(*) from pg_catalog.pg_namespace where nspname = 'zdbs'");
     if (there.number(0, 0) > 0) throw Failure(Status::homeExists, {location});
-    const Rows offered = connection.run(
-        "select count(*) from pg_catalog.pg_available_extensions where name = 'pg_trgm'");
-    if (offered.number(0, 0) > 0 && !hasTrigrams(connection))
+    if (canHaveTrigrams(connection) && !hasTrigrams(connection))
         connection.run("create extension pg_trgm");
     Transaction transaction(connection);
     for (const std::string &each : locationTables())
         connection.run(each);
-    transaction.commit();
+    makeShards(connection, shards, transaction);
 }
 
 }  // namespace zdbs::sql

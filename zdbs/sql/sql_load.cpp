@@ -9,7 +9,7 @@
 #include "zdbs/sql/collections.h"
 #include "zdbs/sql/declarations.h"
 #include "zdbs/sql/open_elements.h"
-#include "zdbs/sql/row_buffer.h"
+#include "zdbs/sql/part_writers.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/state.h"
 
@@ -32,12 +32,9 @@ public:
         enterCollection(connection_, collection);
         before_ = readState(connection_, collection);
         summary_ = before_->summary;
-        levels_ = small(connection_.run("select levels from state"), 0);
-        const Rows part = connection_.run("select part, next, base from part order by next, part");
-        part_ = small(part, 0);
-        next_ = static_cast<int>(part.number(0, 1));
+        levels_ = static_cast<int>(connection_.run("select levels from state").number(0, 0));
         number_ = connection_.run("select nextval('zdbs.numbers')").number(0, 0);
-        if (next_ == 0) leaveIndexes();
+        writers_.emplace(connection_, before_->spread);
     }
 
     std::uint64_t maxNodes() const override { return mostRows; }
@@ -48,41 +45,42 @@ public:
             Statement::of("select 1 from document where name = $1 and removed is null", document));
         if (same.size() > 0) throw Failure(Status::documentExists, {document, database_});
         name_ = document;
-        root_ = next_;
-        isSent_ = false;
+        part_ = &writers_->emptiest();
+        root_ = part_->next;
         counts_.clear();
         open_.begin(takeRow());
     }
 
     void endDocument(std::uint64_t xmlBytes) override {
-        const int last = next_ - 1;
-        buffer_.add({root_, root_, rootPath, -1, last}, {}, {});
+        const int last = part_->next - 1;
+        const int part = part_->number;
+        writers_->of(part).add({part, root_, root_, rootPath, -1, last}, {}, {});
         connection_.run(Statement::of(
             "insert into document (number, part, root, last, base, bytes, name, added) values "
-            "(nextval('zdbs.numbers'), $1, $2, $3, 0, $4, $5, $6)",
-            std::int64_t{part_}, std::int64_t{root_}, std::int64_t{last},
-            static_cast<std::int64_t>(xmlBytes), std::string_view(name_), number_));
+            "(nextval('zdbs.numbers'), $1, $2, $3, $4, $5, $6, $7)",
+            std::int64_t{part}, std::int64_t{root_}, std::int64_t{last},
+            std::int64_t{part} << baseBits, static_cast<std::int64_t>(xmlBytes),
+            std::string_view(name_), number_));
+        part_->isChanged = true;
         for (const auto &[path, count] : counts_)
             changes_[path] += count;
         added_ += last - root_;
     }
 
     void abandonDocument() override {
-        buffer_.dropFrom(root_);
-        if (isSent_)
-            connection_.run(Statement::of("delete from node where part = $1 and id >= $2",
-                                          std::int64_t{part_}, std::int64_t{root_}));
-        next_ = root_;
+        writers_->of(part_->number).drop(part_->number, root_);
+        part_->next = root_;
     }
 
     void removeDocument(std::string_view document) override {
-        buffer_.send(connection_, part_);
         const Rows removed = connection_.run(
             Statement::of("update document set removed = $2 where name = $1 and removed is null "
                           "returning part, root, last",
                           document, number_));
         if (removed.size() == 0) throw Failure(Status::unknownDocument, {document, database_});
-        const Rows paths = connection_.run(
+        const int part = static_cast<int>(removed.number(0, 0));
+        writers_->of(part).send();
+        const Rows paths = writers_->connectionOf(part).run(
             Statement::of("select path, count(*) from node where part = $1 and id between $2 and "
                           "$3 group by path",
                           removed.number(0, 0), removed.number(0, 1), removed.number(0, 2)));
@@ -91,17 +89,14 @@ public:
     }
 
     void commit() override {
-        buffer_.send(connection_, part_);
-        for (const NodeIndex &each : left_)
-            connection_.run(each.create(""));
+        writers_->finish(number_);
         addPaths();
         countPaths();
-        connection_.run(Statement::of("update part set next = $2 where part = $1",
-                                      std::int64_t{part_}, std::int64_t{next_}));
         connection_.run(Statement::of("update state set number = $1, levels = $2", number_,
                                       std::int64_t{levels_}));
+        writers_->commit();
         connection_.run("commit");
-        tidy();
+        if (static_cast<std::uint64_t>(added_) > before_->nodes() / 10) writers_->tidy();
     }
 
     void startElement(const NumberedName &name) override {
@@ -134,27 +129,16 @@ public:
         OpenElement element = std::move(open_.top());
         open_.pop();
         const std::string &declared = element.declarations;
-        put({element.id, root_, element.path, open_.top().id, next_ - 1, element.ordinal,
-             !declared.empty(), false},
+        put({part_->number, element.id, root_, element.path, open_.top().id, part_->next - 1,
+             element.ordinal, !declared.empty(), false},
             declared);
     }
 
 private:
-    static int small(const Rows &rows, int column) {
-        return static_cast<int>(rows.number(0, column));
-    }
-
-    /** Into an empty table rows come faster without indexes, which then are smaller, too. */
-    void leaveIndexes() {
-        left_ = nodeIndexes(hasTrigrams(connection_));
-        for (const NodeIndex &each : left_)
-            connection_.run("drop index if exists " + each.name);
-    }
-
     int takeRow() {
-        if (next_ >= mostRows)
+        if (part_->next >= mostRows)
             throw Failure(Status::tooManyNodes, {database_, std::to_string(mostRows)});
-        return next_++;
+        return part_->next++;
     }
 
     PathNumber take(NodeKind kind, std::uint32_t number, const NodeName &name) {
@@ -170,24 +154,17 @@ private:
             throw Failure(Status::valueTooLong, {name_, std::to_string(longestValue)});
         const int ordinal = open_.nextOrdinal(path);
         const int id = takeRow();
-        put({id, root_, path, open_.top().id, id, ordinal, true, true}, value);
+        put({part_->number, id, root_, path, open_.top().id, id, ordinal, true, true}, value);
     }
 
     void put(const LoadedRow &row, std::string_view value) {
         const std::vector<int> above = open_.above();
         if (static_cast<int>(above.size()) > levels_) addLevels(static_cast<int>(above.size()));
-        buffer_.add(row, value, above);
-        if (!buffer_.isFull()) return;
-        buffer_.send(connection_, part_);
-        isSent_ = true;
+        writers_->of(row.part).add(row, value, above);
     }
 
     void addLevels(int levels) {
-        std::string text;
-        for (int level = levels_ + 1; level <= levels; ++level)
-            text += (text.empty() ? "" : ", ") + std::string("add column a") +
-                    std::to_string(level) + " int";
-        connection_.run("alter table node " + text);
+        writers_->addLevels(levels_, levels);
         levels_ = levels;
     }
 
@@ -232,33 +209,20 @@ private:
         values.clear();
     }
 
-    /** Answers come without it, too, but slowly: the commit stands whatever becomes of this. */
-    void tidy() {
-        const bool isMuch = static_cast<std::uint64_t>(added_) > before_->nodes() / 10;
-        try {
-            if (isMuch) connection_.run("vacuum (analyze) node");
-        } catch (const Failure &) {
-            connection_.close();
-        }
-    }
-
     Connection connection_;
     std::string database_;
     StatePtr before_;
     Summary summary_;
     OpenElements open_{summary_};
-    RowBuffer buffer_;
+    std::optional<PartWriters> writers_;
     int levels_ = 0;
-    int part_ = 0;
-    int next_ = 0;             ///< number of the next row
     std::int64_t number_ = 0;  ///< of the state that it makes
     std::int64_t added_ = 0;
-    std::vector<NodeIndex> left_;                 ///< made at the end
     std::map<PathNumber, std::int64_t> changes_;  ///< in the counts of paths
     // The document that is being told.
     std::string name_;
+    ChangedPart *part_ = nullptr;
     int root_ = 0;
-    bool isSent_ = false;  ///< some of its rows are in the table
     std::map<PathNumber, std::int64_t> counts_;
 };
 

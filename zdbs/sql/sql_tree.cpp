@@ -57,7 +57,7 @@ public:
         for (auto &[path, own] : all)
             own = listed;
         const Rows found =
-            connection_.run(selected("n.path", all, state_->live, " group by n.path"));
+            connection_.ask(selected("n.path", all, state_->live, " group by n.path"), "path int");
         PathSet paths;
         for (int row = 0; row < found.size(); ++row)
             paths.emplace(static_cast<PathNumber>(found.number(row, 0)), listed);
@@ -124,7 +124,7 @@ public:
 
     std::vector<RecordId> numbers(const ResultSet &set) const override {
         std::vector<RecordId> records;
-        tell(set, "", [&](const Document &document, const Rows &rows, int row) {
+        tell(set, {}, [&](const Document &document, const Rows &rows, int row) {
             records.push_back(recordOf(document, rows, row, 1));
         });
         return records;
@@ -132,7 +132,7 @@ public:
 
     std::vector<RecordId> parents(const ResultSet &set) const override {
         std::vector<RecordId> records;
-        tell(set, ", n.parent", [&](const Document &document, const Rows &rows, int row) {
+        tell(set, {{"parent", "int"}}, [&](const Document &document, const Rows &rows, int row) {
             const bool isTop = rows.number(row, 2) == document.root;
             records.push_back(isTop ? 0 : recordOf(document, rows, row, 2));
         });
@@ -141,7 +141,7 @@ public:
 
     std::vector<RecordId> ends(const ResultSet &set) const override {
         std::vector<RecordId> records;
-        tell(set, ", n.last", [&](const Document &document, const Rows &rows, int row) {
+        tell(set, {{"last", "int"}}, [&](const Document &document, const Rows &rows, int row) {
             records.push_back(recordOf(document, rows, row, 2));
         });
         return records;
@@ -155,7 +155,7 @@ public:
             const bool hasValue = !state_->summary[path].is(NodeKind::element);
             texts.push_back(hasValue ? rows.text(row, 3) : std::string_view());
         };
-        for (Rows &each : tell(set, ", n.path, n.value", add))
+        for (Rows &each : tell(set, {{"path", "int"}, {"value", "text"}}, add))
             valued_.push_back(std::move(each));
         return texts;
     }
@@ -163,7 +163,7 @@ public:
     NamesOfNodes names(const ResultSet &set) const override {
         NamesOfNodes names;
         std::map<PathNumber, std::uint32_t> places;
-        tell(set, ", n.path", [&](const Document &, const Rows &rows, int row) {
+        tell(set, {{"path", "int"}}, [&](const Document &, const Rows &rows, int row) {
             const auto path = static_cast<PathNumber>(rows.number(row, 2));
             const auto next = static_cast<std::uint32_t>(names.distinct.size());
             const auto [place, isNew] = places.emplace(path, next);
@@ -215,9 +215,21 @@ private:
         return static_cast<RecordId>(document.base + rows.number(row, column));
     }
 
+    struct Column {
+        const char *name;
+        const char *type;
+    };
+
     /** Tells part, number and what else is asked for, in the order of records. */
     template <typename Visitor>
-    std::vector<Rows> tell(const ResultSet &set, const std::string &more, Visitor visitor) const {
+    std::vector<Rows> tell(const ResultSet &set, const std::vector<Column> &more,
+                           Visitor visitor) const {
+        std::string columns = "n.part, n.id";
+        std::string types = "part int, id int";
+        for (const auto &[name, type] : more) {
+            columns += std::string(", n.") + name;
+            types += std::string(", ") + name + " " + type;
+        }
         const PathSet &paths = pathsOf(set);
         const RecordId end = documents_.empty() ? 0 : documents_.back().last + 1;
         const RecordId stride = end / (static_cast<std::uint64_t>(set.size()) / blockSize + 1) + 1;
@@ -225,7 +237,7 @@ private:
         for (RecordId first = 0; first < end && !paths.empty(); first += stride) {
             const RowRanges ranges = state_->rows(first, first + stride);
             if (ranges.empty()) continue;
-            told.push_back(connection_.run(selected("n.part, n.id" + more, paths, ranges)));
+            told.push_back(connection_.ask(selected(columns, paths, ranges), types));
             tellInOrder(told.back(), visitor);
         }
         return told;

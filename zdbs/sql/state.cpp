@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "zdbs/sql/shards.h"
+
 namespace zdbs::sql {
 namespace {
 
@@ -20,14 +22,33 @@ void readPaths(Connection &connection, Summary &summary) {
     }
 }
 
-void readDocuments(Connection &connection, std::vector<Document> &documents) {
+void readDocuments(Connection &connection, const std::string &condition,
+                   std::vector<Document> &documents) {
     const Rows rows = connection.run(
-        "select number, part, root, last, base, bytes, name from document "
-        "where removed is null order by number");
+        "select number, part, root, last, base, bytes, name from document where removed is null" +
+        condition + " order by part, root");
     for (int row = 0; row < rows.size(); ++row)
         documents.push_back({rows.number(row, 0), small(rows, row, 1), small(rows, row, 2),
                              small(rows, row, 3), rows.number(row, 4), rows.count(row, 5),
                              std::string(rows.text(row, 6))});
+}
+
+/** What the summary counts is in all parts together. */
+void countPaths(Connection &connection, State &state) {
+    std::vector<std::int64_t> nodes(static_cast<std::size_t>(state.summary.size()));
+    for (const RowRange &each : state.live) {
+        const Rows rows = connection.ask(
+            Statement::of("select path, count(*) from node where part = $1 and id between $2 and "
+                          "$3 group by path",
+                          std::int64_t{each.part}, std::int64_t{each.first},
+                          std::int64_t{each.last}),
+            "path int, n bigint");
+        for (int row = 0; row < rows.size(); ++row)
+            nodes[static_cast<std::size_t>(rows.number(row, 0))] += rows.number(row, 1);
+    }
+    for (PathNumber path = 0; path < state.summary.size(); ++path)
+        state.summary.count(path, nodes[static_cast<std::size_t>(path)] -
+                                      static_cast<std::int64_t>(state.summary[path].nodes));
 }
 
 }  // namespace
@@ -51,20 +72,21 @@ RowRanges rowsOf(const std::vector<Document> &documents) {
     return joined;
 }
 
-StatePtr readState(Connection &connection, std::int64_t collection) {
+StatePtr readState(Connection &connection, std::int64_t collection, std::optional<int> part) {
     auto state = std::make_shared<State>();
     state->collection = collection;
     state->number = connection.run("select number from state").number(0, 0);
+    state->spread = readSpread(connection, collection);
+    connection.spreadOver(state->spread);
+    requireShards(connection);
     readPaths(connection, state->summary);
-    readDocuments(connection, state->documents);
+    const std::string condition = part ? " and part = " + std::to_string(*part) : "";
+    readDocuments(connection, condition, state->documents);
     state->live = rowsOf(state->documents);
-    for (std::size_t each = 0; each < state->documents.size(); ++each)
-        state->byRow.push_back(each);
-    std::sort(state->byRow.begin(), state->byRow.end(), [&](std::size_t a, std::size_t b) {
-        const Document &one = state->documents[a];
-        const Document &other = state->documents[b];
-        return RowId{one.part, one.root} < RowId{other.part, other.root};
-    });
+    if (!part) return state;
+    for (Document &each : state->documents)
+        each.base = 0;
+    countPaths(connection, *state);
     return state;
 }
 
@@ -76,10 +98,11 @@ std::size_t State::documentAt(RecordId record) const {
 }
 
 const Document &State::documentOf(RowId row) const {
-    const auto behind = std::partition_point(byRow.begin(), byRow.end(), [&](std::size_t each) {
-        return RowId{documents[each].part, documents[each].root} <= row;
-    });
-    return documents[*std::prev(behind)];
+    const auto behind =
+        std::partition_point(documents.begin(), documents.end(), [&](const Document &each) {
+            return RowId{each.part, each.root} <= row;
+        });
+    return *std::prev(behind);
 }
 
 RecordId State::recordOf(RowId row) const {
@@ -104,6 +127,16 @@ RowRanges State::rows(RecordId first, RecordId end) const {
         cut.push_back(document);
     }
     return rowsOf(cut);
+}
+
+RecordId State::behind(RecordId first, std::uint64_t nodes) const {
+    for (std::size_t each = documentAt(first); each < documents.size(); ++each) {
+        const RecordId begin = std::max(first, documents[each].first());
+        const std::uint64_t left = documents[each].end() - begin;
+        if (nodes <= left) return begin + nodes;
+        nodes -= left;
+    }
+    return documents.empty() ? 0 : documents.back().end();
 }
 
 std::uint64_t State::nodes() const {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,9 +49,9 @@ struct State {
     std::int64_t number = 0;
     std::int64_t collection = 0;  ///< number of the schema
     Summary summary;
-    std::vector<Document> documents;  ///< in the order of loading, which is that of records
-    std::vector<std::size_t> byRow;   ///< indexes of documents, by part and row
+    std::vector<Document> documents;  ///< in the order of records, which is that of rows
     RowRanges live;                   ///< rows of documents, neighbours made one
+    SpreadPtr spread;                 ///< null: all rows are on the server itself
 
     /** Index of the document with a record or behind it. */
     std::size_t documentAt(RecordId record) const;
@@ -63,15 +64,21 @@ struct State {
     /** The rows of records from `first` to in front of `end`. */
     RowRanges rows(RecordId first, RecordId end) const;
 
+    /** The record behind so many of them from `first` on, or the end of all. */
+    RecordId behind(RecordId first, std::uint64_t nodes) const;
+
     std::uint64_t nodes() const;
 };
 
 using StatePtr = std::shared_ptr<const State>;
 
-/** Reads the newest state of a schema that is the connection's; REQUIRES a transaction. */
-StatePtr readState(Connection &connection, std::int64_t collection);
+/**
+ * Reads the newest state of a schema that is the connection's, or what one part is by itself;
+ * REQUIRES a transaction. From then on the connection asks where the rows of that state are.
+ */
+StatePtr readState(Connection &connection, std::int64_t collection,
+                   std::optional<int> part = std::nullopt);
 
-/** REQUIRES documents in the order of loading. */
 RowRanges rowsOf(const std::vector<Document> &documents);
 
 }  // namespace zdbs::sql

@@ -1,5 +1,8 @@
 #include "zdbs/sql/stored_documents.h"
 
+#include <algorithm>
+#include <numeric>
+
 #include "zdbs/sql/collections.h"
 #include "zdbs/sql/schema.h"
 #include "zdbs/sql/tree_teller.h"
@@ -15,12 +18,20 @@ SqlDocuments::SqlDocuments(const Location &location, std::string_view database)
     const std::int64_t collection = collectionOf(connection_, database, std::nullopt);
     hold(connection_, collection);
     state_ = takeNewest(connection_, collection, nullptr);
-    for (const Document &each : state_->documents)
+    const std::vector<Document> &documents = state_->documents;
+    places_.resize(documents.size());
+    std::iota(places_.begin(), places_.end(), 0);
+    std::sort(places_.begin(), places_.end(), [&](std::size_t a, std::size_t b) {
+        return documents[a].number < documents[b].number;
+    });
+    for (const std::size_t place : places_) {
+        const Document &each = documents[place];
         list_.push_back({each.name, each.first(), each.nodes(), each.xmlBytes});
+    }
 }
 
 void SqlDocuments::tell(std::size_t place, NodeEvents &events) const {
-    const Document &document = state_->documents[place];
+    const Document &document = state_->documents[places_[place]];
     const Excerpt excerpt(connection_, state_);
     const TreeTeller::Marks unmarkedRows;
     NameNumbers names;

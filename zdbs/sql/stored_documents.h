@@ -27,6 +27,7 @@ private:
     mutable Connection connection_;
     StatePtr state_;
     std::vector<DocumentSummary> list_;
+    std::vector<std::size_t> places_;  ///< of what is listed, in the order of records
 };
 
 }  // namespace zdbs::sql

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -15,6 +13,7 @@
 #include <utility>
 
 #include "zdbs/base/names.h"
+#include "zdbs/base/part_size.h"
 #include "zdbs/base/private_files.h"
 #include "zdbs/base/status.h"
 #include "zdbs/embedded/home/user_table.h"
@@ -30,7 +29,6 @@ namespace {
 
 constexpr const char *lockName = "lock";
 constexpr const char *databasesName = "databases";
-constexpr const char *nodesOfPartVariable = "ZDBS_PART_NODES";
 
 // What Home::create() makes before the users file, which comes last.
 bool isUnfinishedHome(const fs::path &path) {
@@ -40,18 +38,6 @@ bool isUnfinishedHome(const fs::path &path) {
         if (name != lockName && name != "users.new") return false;
     }
     return true;
-}
-
-/** When a part is full: fewer nodes than have numbers let more cores answer a request. */
-NodeId nodesOfPart() {
-    const char *setting = std::getenv(nodesOfPartVariable);
-    if (setting == nullptr) return lastNodeId;
-    const std::string_view text(setting);
-    NodeId nodes = 0;
-    const auto read = std::from_chars(text.begin(), text.end(), nodes);
-    if (read.ec != std::errc() || read.ptr != text.end() || nodes == 0 || nodes > lastNodeId)
-        throw Failure(Status::badSetting, {nodesOfPartVariable, text});
-    return nodes;
 }
 
 }  // namespace
@@ -269,7 +255,7 @@ std::unique_ptr<Writer> Home::write(std::string_view database,
                                     const std::function<void()> &waiting) {
     reserve_.fill();
     SegmentLimits limits;
-    limits.nodesOfPart = nodesOfPart();
+    limits.nodesOfPart = nodesOfPart(lastNodeId);
     return std::make_unique<Writer>(environment(database), waiting, limits);
 }
 
