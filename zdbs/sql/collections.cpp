@@ -119,7 +119,7 @@ std::int64_t beginChange(Connection &connection, std::string_view database,
 }
 
 void lockChanges(Connection &shard, std::int64_t collection) {
-    call(shard, "pg_advisory_xact_lock", collection);
+    lock(shard, LockSpace::collection, collection);
 }
 
 void createCollection(Connection &connection, std::string_view database) {

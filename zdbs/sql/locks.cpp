@@ -19,6 +19,10 @@ void unlockShared(Connection &connection, LockSpace space, std::int64_t number) 
     call(connection, "pg_advisory_unlock_shared", space, number);
 }
 
+void lock(Connection &connection, LockSpace space, std::int64_t number) {
+    call(connection, "pg_advisory_xact_lock", space, number);
+}
+
 bool tryLock(Connection &connection, LockSpace space, std::int64_t number) {
     return call(connection, "pg_try_advisory_xact_lock", space, number).text(0, 0) == "t";
 }

@@ -24,7 +24,8 @@ constexpr std::int64_t lockNumber(std::int64_t number) {
 void lockShared(Connection &connection, LockSpace space, std::int64_t number);
 void unlockShared(Connection &connection, LockSpace space, std::int64_t number);
 
-/** For nobody else until the end of the transaction, if nobody else has it. */
+/** For nobody else until the end of the transaction: waits for that, or tells whether it is so. */
+void lock(Connection &connection, LockSpace space, std::int64_t number);
 bool tryLock(Connection &connection, LockSpace space, std::int64_t number);
 
 }  // namespace zdbs::sql
