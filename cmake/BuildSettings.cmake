@@ -131,12 +131,13 @@ function(vexa_test_in_parts name nodes)
 endfunction()
 
 # vexa_test_on_shards(NAME NODES PATTERN): those of a pattern once more, one entry, with the rows of
-# nodes on three servers, in parts of so many nodes; skipped where PL/Proxy is not installed.
+# nodes on three servers, in parts of so many nodes; skipped where PL/Proxy is not installed. Makes
+# four databases a test, so that it takes minutes.
 function(vexa_test_on_shards name nodes pattern)
   if(VEXA_SQL_ENGINE)
     add_test(NAME ${name}.on_shards COMMAND ${name} "--gtest_filter=${pattern}")
     set_tests_properties(${name}.on_shards PROPERTIES
-      ENVIRONMENT "VEXA_SHARDS=3;ZDBS_PART_NODES=${nodes}" TIMEOUT 900 COST 100)
+      ENVIRONMENT "VEXA_SHARDS=3;ZDBS_PART_NODES=${nodes}" TIMEOUT 900 COST 100 LABELS long)
   endif()
 endfunction()
 
