@@ -49,11 +49,8 @@ std::string makeFolder() {
     return pattern;
 }
 
-/** In a child: as an ordinary user, ended with the parent, and out of memory before the machine is.
- */
+/** In a child: as an ordinary user, ended with the parent. */
 void becomeOrdinary() {
-    const rlimit most{std::size_t{4} << 30, std::size_t{4} << 30};
-    ::setrlimit(RLIMIT_AS, &most);
     if (::geteuid() == 0) {
         const passwd *entry = ::getpwnam(user);
         if (::setgroups(0, nullptr) != 0 || ::setgid(entry->pw_gid) != 0 ||
@@ -74,7 +71,11 @@ pid_t spawn(const std::string &log, std::vector<std::string> words) {
     const int out = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     ::dup2(out, STDOUT_FILENO);
     ::dup2(out, STDERR_FILENO);
-    if (::chdir("/") == 0) ::execv(arguments[0], arguments.data());
+    // It is to be out of memory before the machine is. A parent with address checks has more, and
+    // this copy of it can get none from here on.
+    const rlimit most{std::size_t{4} << 30, std::size_t{4} << 30};
+    if (::chdir("/") == 0 && ::setrlimit(RLIMIT_AS, &most) == 0)
+        ::execv(arguments[0], arguments.data());
     ::_exit(127);
 }
 
