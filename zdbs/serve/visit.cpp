@@ -221,7 +221,7 @@ bool Visit::receive(std::string_view piece) {
 }
 
 bool Visit::finish() {
-    if (isRefused_ || front_.answerAtOnce(*exchange_)) return respond();
+    if (isRefused_) return respond();
     stage_ = Stage::working;
     connection_.expectNothing();
     exchange_->isKernelCall = exchange_->request.fields.contentType == kernelType;
