@@ -5,6 +5,7 @@
 #include <utility>
 #include <variant>
 
+#include "zdbs/base/part_name.h"
 #include "zdbs/embedded/embedded_part.h"
 #include "zdbs/embedded/embedded_set.h"
 #include "zdbs/embedded/occurring_names.h"
@@ -150,7 +151,7 @@ public:
 
     RecordPlace placeOf(RecordId record) const override {
         if (isWhole() || partOf(record) == 0) return {name_, record};
-        std::string part = name_ + "." + std::to_string(partOf(record));
+        std::string part = nameOfPart(name_, partOf(record));
         if (isTaken_ && isTaken_(part)) return {name_, record};
         return {std::move(part), nodeOf(record)};
     }

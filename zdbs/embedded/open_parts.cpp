@@ -1,6 +1,5 @@
 #include "zdbs/embedded/open_parts.h"
 
-#include <charconv>
 #include <utility>
 
 #include "zdbs/base/status.h"
@@ -9,18 +8,6 @@
 
 namespace zdbs::embedded {
 namespace {
-
-/** "plays.17"; nothing for other names. */
-std::optional<NamedParts> splitName(std::string_view name) {
-    const std::size_t point = name.rfind('.');
-    if (point == std::string_view::npos || point + 1 == name.size()) return std::nullopt;
-    const std::string_view digits = name.substr(point + 1);
-    PartNumber part = 0;
-    const auto read = std::from_chars(digits.begin(), digits.end(), part);
-    if (read.ec != std::errc() || read.ptr != digits.end() || digits.front() == '0')
-        return std::nullopt;
-    return NamedParts{std::string(name.substr(0, point)), part};
-}
 
 /** The newest state, with its parts as node tables. */
 class PartsOfNewest {
@@ -69,7 +56,7 @@ private:
 
 std::optional<NamedParts> partsNamed(const Home &home, std::string_view name) {
     if (home.hasDatabase(name)) return NamedParts{std::string(name), std::nullopt};
-    auto split = splitName(name);
+    auto split = splitPartName(name);
     if (!split || !home.hasDatabase(split->database)) return std::nullopt;
     if (*split->part >= home.state(split->database)->parts().size()) return std::nullopt;
     return split;

@@ -8,17 +8,12 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/base/part_name.h"
 #include "zdbs/embedded/home/home.h"
 #include "zdbs/embedded/tree/node_id.h"
 #include "zdbs/engine/engine.h"
 
 namespace zdbs::embedded {
-
-/** What a name stands for. */
-struct NamedParts {
-    std::string database;
-    std::optional<PartNumber> part;  ///< that one alone; none: all
-};
 
 /**
  * A database, or the part "plays.17" of the database "plays", which by itself is a database of

@@ -66,7 +66,7 @@ void release(Connection &connection, std::int64_t collection) {
 }
 
 StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present,
-                    std::optional<int> part) {
+                    std::optional<std::uint32_t> part) {
     for (;;) {
         const std::int64_t number = connection.run("select number from state").number(0, 0);
         if (present && present->number == number) return present;

@@ -27,7 +27,7 @@ void release(Connection &connection, std::int64_t collection);
  * the connection holds a state, its rows stay. @param part as of readState()
  */
 StatePtr takeNewest(Connection &connection, std::int64_t collection, const StatePtr &present,
-                    std::optional<int> part = std::nullopt);
+                    std::optional<std::uint32_t> part = std::nullopt);
 void letGo(Connection &connection, std::int64_t state);
 
 /** A new connection holds what the last one held. */

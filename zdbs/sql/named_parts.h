@@ -6,18 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "zdbs/base/part_name.h"
 #include "zdbs/sql/connection.h"
 
 namespace zdbs::sql {
-
-/** What a name stands for. */
-struct NamedParts {
-    std::string database;
-    std::optional<int> part;  ///< that one alone; none: all
-};
-
-/** The name of a part; the first one, 0, has none of its own. */
-std::string nameOfPart(std::string_view database, int part);
 
 bool isDatabase(Connection &connection, std::string_view name);
 

@@ -119,7 +119,7 @@ public:
     RecordPlace placeOf(RecordId record) const override {
         const Document &document = state_->documents[state_->documentAt(record)];
         if (document.base == 0) return {name_, record};
-        std::string part = nameOfPart(name_, document.part);
+        std::string part = nameOfPart(name_, static_cast<std::uint32_t>(document.part));
         if (isDatabase(connection_, part)) return {name_, record};
         return {std::move(part), record - static_cast<RecordId>(document.base)};
     }

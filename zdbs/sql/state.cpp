@@ -72,7 +72,8 @@ RowRanges rowsOf(const std::vector<Document> &documents) {
     return joined;
 }
 
-StatePtr readState(Connection &connection, std::int64_t collection, std::optional<int> part) {
+StatePtr readState(Connection &connection, std::int64_t collection,
+                   std::optional<std::uint32_t> part) {
     auto state = std::make_shared<State>();
     state->collection = collection;
     state->number = connection.run("select number from state").number(0, 0);

@@ -77,7 +77,7 @@ using StatePtr = std::shared_ptr<const State>;
  * REQUIRES a transaction. From then on the connection asks where the rows of that state are.
  */
 StatePtr readState(Connection &connection, std::int64_t collection,
-                   std::optional<int> part = std::nullopt);
+                   std::optional<std::uint32_t> part = std::nullopt);
 
 RowRanges rowsOf(const std::vector<Document> &documents);
 
