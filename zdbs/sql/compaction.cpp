@@ -38,8 +38,8 @@ std::int64_t oldestHeld(Connection &connection, std::int64_t collection) {
 }
 
 /**
- * From here on a session that takes up a state again that is older is told that rows are gone. So
- * what is said before it is looked at once more who holds which state holds for everybody.
+ * From its commit on, a session that comes back to an older state is told that rows are gone. Who
+ * came back before that holds its state, and is seen when the holders are looked at once more.
  */
 void announce(Connection &connection, std::int64_t oldest) {
     const Rows last = connection.run(

@@ -8,12 +8,14 @@ namespace zdbs::sql {
 namespace {
 
 void addHits(std::string_view value, const FieldTerm &term, std::vector<HitRange> &hits) {
-    if (value.empty()) return;
-    if (term.relation != Relation::contains || term.text.empty())
-        return hits.push_back({0, value.size()});
-    for (std::size_t at = value.find(term.text); at != std::string_view::npos;
-         at = value.find(term.text, at + term.text.size()))
-        hits.push_back({at, term.text.size()});
+    const std::size_t length = term.text.size();
+    const bool isSearched = term.relation == Relation::contains && length > 0;
+    if (!isSearched && !value.empty()) hits.push_back({0, value.size()});
+    std::size_t at = 0;
+    while (isSearched && (at = value.find(term.text, at)) != std::string_view::npos) {
+        hits.push_back({at, length});
+        at += length;
+    }
 }
 
 RowId rowIn(const Rows &rows, int row, int column) {
