@@ -49,28 +49,30 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(vexa_warnings INTERFACE -Wno-maybe-uninitialized)
   endif()
 endif()
-# Precompiled, the system's headers are warned of like ours.
-if(VEXA_PRECOMPILED_HEADERS)
-  target_compile_options(vexa_warnings INTERFACE -w)
-endif()
 target_include_directories(vexa_warnings INTERFACE "${CMAKE_SOURCE_DIR}")
 
-# Parses what most sources include once for all libraries with the same options.
+# Parses what most sources include once for all targets with the same options, and HEADERS with it.
 function(vexa_precompile_headers name)
+  cmake_parse_arguments(ARG "" "" "OPTIONS;LINK;HEADERS" ${ARGN})
   file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/${name}.cpp" CONTENT "")
   add_library(${name} OBJECT "${CMAKE_BINARY_DIR}/${name}.cpp")
-  target_link_libraries(${name} PRIVATE vexa_warnings)
-  target_compile_options(${name} PRIVATE ${ARGN})
+  target_link_libraries(${name} PRIVATE vexa_warnings ${ARG_LINK})
+  target_compile_options(${name} PRIVATE ${ARG_OPTIONS})
   target_precompile_headers(${name} PRIVATE
     <algorithm> <array> <bit> <cassert> <cerrno> <chrono> <cstdint> <cstdio> <cstring> <filesystem>
     <functional> <map> <memory> <mutex> <optional> <span> <string> <string_view> <system_error>
-    <unordered_map> <utility> <vector>)
+    <unordered_map> <utility> <vector> ${ARG_HEADERS})
 endfunction()
 
 set(lightOptions $<$<CONFIG:Release>:-O1>)
+# What takes time is in libraries; compiling assertions for speed takes longer than running them.
+set(testOptions ${lightOptions})
+if(VEXA_SANITIZE)
+  set(testOptions -O0)
+endif()
 if(VEXA_PRECOMPILED_HEADERS)
   vexa_precompile_headers(vexa_headers)
-  vexa_precompile_headers(vexa_headers_light ${lightOptions})
+  vexa_precompile_headers(vexa_headers_light OPTIONS ${lightOptions})
 endif()
 
 # vexa_library(NAME [LIGHT] SOURCES...): a static library of ours, usable in shared ones. One that is
@@ -85,13 +87,12 @@ function(vexa_library name)
     target_compile_options(${name} PRIVATE ${lightOptions})
     set(headers vexa_headers_light)
   endif()
-  string(FIND "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_SOURCE_DIR}/tests" in_tests)
-  if(in_tests EQUAL 0)
-    return()
-  endif()
-  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VEXA_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 12)
   if(VEXA_PRECOMPILED_HEADERS)
     target_precompile_headers(${name} REUSE_FROM ${headers})
+  endif()
+  string(FIND "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_SOURCE_DIR}/tests" in_tests)
+  if(NOT in_tests EQUAL 0)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ${VEXA_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 12)
   endif()
 endfunction()
 
@@ -102,8 +103,16 @@ function(vexa_test name)
   cmake_parse_arguments(ARG "MANY" "SERVER" "LINK" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE vexa_warnings ${ARG_LINK} GTest::gmock GTest::gtest_main)
-  # What takes time is in libraries; compiling assertions for speed takes longer than running them.
-  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+  target_compile_options(${name} PRIVATE ${testOptions})
+  if(VEXA_PRECOMPILED_HEADERS)
+    if(NOT TARGET vexa_headers_tests)
+      vexa_precompile_headers(vexa_headers_tests LINK GTest::gmock GTest::gtest
+        OPTIONS ${testOptions} ${CMAKE_CXX_COMPILE_OPTIONS_PIE}
+        HEADERS <gmock/gmock.h> <gtest/gtest.h> <fstream> <random> <set> <sstream> <stdexcept> <thread>)
+      set_target_properties(vexa_headers_tests PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    endif()
+    target_precompile_headers(${name} REUSE_FROM vexa_headers_tests)
+  endif()
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   if((ARG_MANY AND VEXA_SANITIZE) OR ARG_SERVER STREQUAL "*")
     add_test(NAME ${name} COMMAND ${name})

@@ -13,6 +13,7 @@
 
 #include "zdbs/serve/exchange.h"
 #include "zdbs/serve/kernel_calls.h"
+#include "zdbs/serve/wake_up.h"
 
 namespace zdbs::serve {
 
@@ -21,9 +22,12 @@ class Connection {
 public:
     using Clock = std::chrono::steady_clock;
 
-    Connection(int socket, std::string client) : socket_(socket), client_(std::move(client)) {}
+    /** @param server outlives it: whom to wake when the connection goes on */
+    Connection(int socket, std::string client, WakeUp &server)
+        : socket_(socket), client_(std::move(client)), server_(server) {}
 
     const std::string &client() const { return client_; }
+    WakeUp &server() const { return server_; }
 
     /** It has to do something within this time. */
     void expect(Clock::duration time) {
@@ -42,6 +46,7 @@ private:
 
     int socket_;
     std::string client_;
+    WakeUp &server_;
     std::atomic<Clock::rep> due_ = never;
     std::weak_ptr<Exchange> exchange_;  ///< under the mutex of Connections
 };

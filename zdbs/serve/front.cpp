@@ -119,6 +119,17 @@ void Front::admit(const Exchange &exchange) const {
     serve::admit(service_, exchange.request);
 }
 
+/** What fails here fails once more where the request is worked on, and is told there. */
+bool Front::answerAtOnce(Exchange &exchange) {
+    try {
+        if (!answerKept(service_, exchange.request, exchange)) return false;
+    } catch (const Failure &) {
+        return false;
+    }
+    exchange.finish();
+    return true;
+}
+
 /** What is for everybody takes no time, and tells that the server is there when it is busy. */
 void Front::work(const std::shared_ptr<Exchange> &exchange) {
     if (isPublic(exchange->request)) {
@@ -142,8 +153,7 @@ void Front::run(Exchange &exchange) {
     const StopScope scope(exchange.stop);
     try {
         heedStop();
-        if (!answerKept(service_, exchange.request, exchange))
-            answer(service_, exchange.request, exchange);
+        answer(service_, exchange.request, exchange);
     } catch (const Problem &problem) {
         exchange.refuse(problem);
     } catch (const Failure &failure) {

@@ -45,6 +45,9 @@ public:
      */
     bool identify(const std::shared_ptr<Exchange> &exchange);
 
+    /** Whether it is answered already, from what is kept. */
+    bool answerAtOnce(Exchange &exchange);
+
     /** Hands a whole request to a worker. Throws Problem(429, 503). */
     void work(const std::shared_ptr<Exchange> &exchange);
 

@@ -2,21 +2,33 @@
 
 #include <microhttpd.h>
 #include <netdb.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
+#include <cerrno>
 #include <chrono>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "foundation/keyword.h"
 #include "zdbs/serve/visit.h"
+#include "zdbs/serve/wake_up.h"
 
 namespace zdbs::serve {
+
+/** What a thread that serves connections has for them. */
+struct Loop {
+    Front &front;
+    WakeUp wakeUp;
+};
 
 namespace {
 
@@ -43,9 +55,9 @@ Connection &connectionOf(MHD_Connection *connection) {
 
 // What libmicrohttpd calls. Nothing may be thrown into it.
 
-void *requestBegins(void *front, const char *target, MHD_Connection *connection) {
+void *requestBegins(void *loop, const char *target, MHD_Connection *connection) {
     try {
-        return new Visit(*static_cast<Front *>(front), connectionOf(connection), connection,
+        return new Visit(static_cast<Loop *>(loop)->front, connectionOf(connection), connection,
                          target);
     } catch (const std::exception &) {
         return nullptr;
@@ -78,10 +90,10 @@ void requestEnds(void *, MHD_Connection *, void **context, MHD_RequestTerminatio
 
 void connectionChanges(void *context, MHD_Connection *connection, void **socketContext,
                        MHD_ConnectionNotificationCode code) {
-    auto &front = *static_cast<Front *>(context);
+    auto &[front, wakeUp] = *static_cast<Loop *>(context);
     if (code == MHD_CONNECTION_NOTIFY_STARTED) {
         const auto *info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-        auto fresh = std::make_unique<Connection>(info->connect_fd, clientOf(connection));
+        auto fresh = std::make_unique<Connection>(info->connect_fd, clientOf(connection), wakeUp);
         fresh->expect(std::chrono::seconds(front.limits()->idle));
         front.connections.add(*fresh);
         ++front.metrics.connections;
@@ -104,12 +116,16 @@ int showCertificate(gnutls_session_t, const gnutls_datum_t *, int, const gnutls_
 
 }  // namespace
 
+/**
+ * The library's own thread is not used: where as many connections are ready at once as it asks the
+ * system for (128), it waits for the next event, for ever maybe, before it serves them. Run from
+ * outside it never waits.
+ */
 class HttpServer::Daemon {
 public:
     Daemon(Listener listener, Front &front, const Certificates *certificates, unsigned connections)
-        : listener_(std::move(listener)) {
-        unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME |
-                         MHD_ALLOW_UPGRADE | MHD_USE_ITC;
+        : listener_(std::move(listener)), loop_{front, {}} {
+        unsigned flags = MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_ALLOW_UPGRADE;
         // An option more with TLS; without it the list ends there.
         MHD_OptionItem certificate = {MHD_OPTION_END, 0, nullptr};
         if (certificates != nullptr) {
@@ -120,27 +136,73 @@ public:
         }
         std::array<MHD_OptionItem, 2> more = {certificate, {MHD_OPTION_END, 0, nullptr}};
         const std::size_t memory = front.limits()->header * kilobyte;
-        daemon_ = MHD_start_daemon(
-            flags, 0, nullptr, nullptr, requestComes, &front, MHD_OPTION_LISTEN_SOCKET,
+        library_ = MHD_start_daemon(
+            flags, 0, nullptr, nullptr, requestComes, &loop_, MHD_OPTION_LISTEN_SOCKET,
             listener_.socket(), MHD_OPTION_CONNECTION_LIMIT, connections,
             MHD_OPTION_CONNECTION_MEMORY_LIMIT, memory, MHD_OPTION_URI_LOG_CALLBACK, requestBegins,
-            &front, MHD_OPTION_NOTIFY_COMPLETED, requestEnds, &front, MHD_OPTION_NOTIFY_CONNECTION,
-            connectionChanges, &front, MHD_OPTION_STRICT_FOR_CLIENT, 0,
+            &loop_, MHD_OPTION_NOTIFY_COMPLETED, requestEnds, &loop_, MHD_OPTION_NOTIFY_CONNECTION,
+            connectionChanges, &loop_, MHD_OPTION_STRICT_FOR_CLIENT, 0,
             MHD_OPTION_SIGPIPE_HANDLED_BY_APP, 1, MHD_OPTION_ARRAY, more.data(), MHD_OPTION_END);
-        if (daemon_ == nullptr)
+        if (library_ == nullptr)
             throw Failure(Status::storeFailed,
                           {listener_.name(), std::system_category().message(errno)});
+        try {
+            thread_ = std::thread([this] { run(); });
+        } catch (...) {
+            MHD_stop_daemon(library_);
+            throw;
+        }
     }
-    ~Daemon() { MHD_stop_daemon(daemon_); }
+    ~Daemon() {
+        isOver_ = true;
+        loop_.wakeUp.wake();
+        thread_.join();
+        MHD_stop_daemon(library_);
+    }
     Daemon(const Daemon &) = delete;
     Daemon &operator=(const Daemon &) = delete;
 
-    void stopListening() { MHD_quiesce_daemon(daemon_); }
+    void stopListening() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        MHD_quiesce_daemon(library_);
+    }
     const Listener &listener() const { return listener_; }
 
 private:
+    void run() {
+        const int events = MHD_get_daemon_info(library_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+        std::array<pollfd, 2> awaited = {
+            {{events, POLLIN, 0}, {loop_.wakeUp.descriptor(), POLLIN, 0}}};
+        while (!isOver_) {
+            ::poll(awaited.data(), awaited.size(), serve());
+            if (awaited[1].revents != 0) loop_.wakeUp.heed();
+        }
+    }
+
+    /** Serves what is ready. Returns how many milliseconds it is to be called after at most. */
+    int serve() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const unsigned before = connections();
+        MHD_run(library_);
+        // Where one has ended, a run finds out that there is room for another.
+        if (connections() < before) MHD_run(library_);
+        MHD_UNSIGNED_LONG_LONG most = 0;
+        if (MHD_get_timeout(library_, &most) == MHD_NO) return -1;
+        return static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(most, longestWait));
+    }
+
+    unsigned connections() {
+        return MHD_get_daemon_info(library_, MHD_DAEMON_INFO_CURRENT_CONNECTIONS)->num_connections;
+    }
+
+    static constexpr MHD_UNSIGNED_LONG_LONG longestWait = 60000;
+
     Listener listener_;
-    MHD_Daemon *daemon_ = nullptr;
+    Loop loop_;
+    std::atomic<bool> isOver_ = false;
+    std::mutex mutex_;  ///< held while the library runs
+    MHD_Daemon *library_ = nullptr;
+    std::thread thread_;
 };
 
 HttpServer::HttpServer(Listener listener, Front &front, const Certificates *certificates,

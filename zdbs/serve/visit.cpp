@@ -115,7 +115,10 @@ Visit::Visit(Front &front, Connection &connection, MHD_Connection *library, std:
     exchange_->request.stop = &exchange_->stop;
     exchange_->request.mostBody = limits_->body * megabyte;
     exchange_->attach({[library] { MHD_suspend_connection(library); },
-                       [library] { MHD_resume_connection(library); }});
+                       [library, &server = connection_.server()] {
+                           MHD_resume_connection(library);
+                           server.wake();
+                       }});
 }
 
 bool Visit::come(std::string_view method, std::string_view version, std::string_view piece) {
@@ -221,7 +224,7 @@ bool Visit::receive(std::string_view piece) {
 }
 
 bool Visit::finish() {
-    if (isRefused_) return respond();
+    if (isRefused_ || front_.answerAtOnce(*exchange_)) return respond();
     stage_ = Stage::working;
     connection_.expectNothing();
     exchange_->isKernelCall = exchange_->request.fields.contentType == kernelType;
@@ -285,7 +288,10 @@ bool Visit::queue(MHD_Response *response) {
 void Visit::goOver(void *context, MHD_Connection *library, void *, const char *, std::size_t early,
                    MHD_socket socket, MHD_UpgradeResponseHandle *handle) {
     auto &visit = *static_cast<Visit *>(context);
-    const auto close = [handle] { MHD_upgrade_action(handle, MHD_UPGRADE_ACTION_CLOSE); };
+    const auto close = [handle, &server = visit.connection_.server()] {
+        MHD_upgrade_action(handle, MHD_UPGRADE_ACTION_CLOSE);
+        server.wake();
+    };
     const int immediately = 1;
     const auto *info = MHD_get_connection_info(library, MHD_CONNECTION_INFO_CONNECTION_FD);
     ::setsockopt(info->connect_fd, IPPROTO_TCP, TCP_NODELAY, &immediately, sizeof immediately);

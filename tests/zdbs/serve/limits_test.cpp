@@ -1,5 +1,6 @@
 /** What requests may take, and what becomes of those that take more. */
 #include <poll.h>
+#include <sys/wait.h>
 
 #include "tests/zdbs/serve/served_home.h"
 
@@ -140,6 +141,28 @@ TEST_F(Limited, HeadersAreLimited) {
     const std::string more = "X: " + std::string(6000, 'x') + "\r\n";
     EXPECT_EQ(server.get("/healthz", "", more).status, 431U);
 }
+
+/** Of so many connections, all with a request when the server looks. */
+class ReadyAtOnce : public ::testing::TestWithParam<std::size_t> {};
+
+TEST_P(ReadyAtOnce, AllAreAnswered) {
+    const ServedHome home;
+    Server server(home);
+    std::vector<std::unique_ptr<HttpClient>> clients;
+    while (clients.size() < GetParam())
+        clients.push_back(std::make_unique<HttpClient>(server.address()));
+    ASSERT_TRUE(server.awaitMetric("zdbs_connections", static_cast<double>(GetParam())));
+    server.program().signal(SIGSTOP);
+    ASSERT_EQ(::waitpid(server.program().pid(), nullptr, WUNTRACED), server.program().pid());
+    for (const auto &each : clients)
+        ASSERT_TRUE(each->send(requestText("GET", "/healthz")));
+    server.program().signal(SIGCONT);
+    for (std::size_t i = 0; i < clients.size(); ++i)
+        ASSERT_EQ(clients[i]->receive().status, 200U) << i;
+}
+
+// 128 is what libmicrohttpd asks the system for.
+INSTANTIATE_TEST_SUITE_P(Connections, ReadyAtOnce, ::testing::Values(127, 128, 129, 256));
 
 }  // namespace
 }  // namespace zdbs::serve
