@@ -96,12 +96,15 @@ function(vexa_library name)
   endif()
 endfunction()
 
-# vexa_test(NAME SOURCES... LINK LIBRARIES... [MANY] [SERVER PATTERN]): a GoogleTest program, one ctest
-# entry a test. One of MANY short tests is one entry where it is sanitized, as starting it takes longer
-# than they. Those of a pattern start a server of databases, and are one entry, too.
+# vexa_test(NAME SOURCES... [SEPARATE SOURCES...] LINK LIBRARIES... [MANY] [SERVER PATTERN]): a
+# GoogleTest program, one ctest entry a test. SEPARATE ones have names that others have, too, and are
+# compiled by themselves. One of MANY short tests is one entry where it is sanitized, as starting it
+# takes longer than they. Those of a pattern start a server of databases, and are one entry, too.
 function(vexa_test name)
-  cmake_parse_arguments(ARG "MANY" "SERVER" "LINK" ${ARGN})
-  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  cmake_parse_arguments(ARG "MANY" "SERVER" "SEPARATE;LINK" ${ARGN})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS} ${ARG_SEPARATE})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VEXA_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 6)
+  set_source_files_properties(${ARG_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_link_libraries(${name} PRIVATE vexa_warnings ${ARG_LINK} GTest::gmock GTest::gtest_main)
   target_compile_options(${name} PRIVATE ${testOptions})
   if(VEXA_PRECOMPILED_HEADERS)

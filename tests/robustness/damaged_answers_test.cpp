@@ -18,6 +18,12 @@
 namespace robustness {
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr long fewDamages = 60;
+#else
+constexpr long fewDamages = 200;
+#endif
+
 /** One way to spoil bytes. */
 enum class Kind { flipBit, randomBytes, zeroBlock, swapBlocks, truncate };
 
@@ -152,7 +158,7 @@ protected:
 };
 
 TEST_F(DamagedAnswersTest, AreThoseOfBeforeOrFail) {
-    const auto damages = static_cast<std::uint32_t>(numberIn("VEXA_DAMAGES", 200));
+    const auto damages = static_cast<std::uint32_t>(numberIn("VEXA_DAMAGES", fewDamages));
     const auto first = static_cast<std::uint32_t>(numberIn("VEXA_SEED", 1));
     std::size_t wrong = 0;
     for (std::uint32_t seed = first; seed < first + damages; ++seed) {
