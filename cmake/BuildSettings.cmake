@@ -49,6 +49,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(vexa_warnings INTERFACE -Wno-maybe-uninitialized)
   endif()
 endif()
+# Precompiled, GCC takes the system's headers for ours where it warns of what it has optimised.
+if(VEXA_PRECOMPILED_HEADERS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(vexa_warnings INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-array-bounds -Wno-stringop-overflow>)
+endif()
 target_include_directories(vexa_warnings INTERFACE "${CMAKE_SOURCE_DIR}")
 
 # Parses what most sources include once for all targets with the same options, and HEADERS with it.

@@ -102,7 +102,7 @@ Texts longTexts() {
     Texts texts = sampleTexts(Kind::words, 7000, random);
     texts[10] += "Zanzibar";
     texts[6000] += "Zanzibar";
-    texts[6001] = std::string(200000, 'x') + "Zanzibar";
+    texts[6001] = std::string(200000, 'x').append("Zanzibar");
     texts[6002] = "Zanzibar";
     texts[6003] = "Zanzi";
     texts[6004] = "bar";
