@@ -5,7 +5,9 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <thread>
 
@@ -127,16 +129,19 @@ TEST_F(LogFileName, TheTimeSuffixHasSeventeenDigits) {
 TEST_F(LogFileName, TheTimeIsTheLocalTimeOfTheCall) {
     setenv("TZ", "XYZ-5:30", 1);
     tzset();
-    const auto stamp = [](std::time_t time) {
+    // Not std::time(), whose clock may be a few milliseconds behind the one of file names.
+    const auto stamp = [] {
+        const std::time_t time =
+            std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
         char text[32];
         std::strftime(text, sizeof text, "%Y%m%d%H%M%S", std::localtime(&time));
         return std::string(text);
     };
     char buffer[zfxLogFileNameSize];
     char dir[] = "/d";
-    const std::string before = stamp(std::time(nullptr));
+    const std::string before = stamp();
     getLogFileNameEx(buffer, dir, "", "out", 0, 0, 1);
-    const std::string after = stamp(std::time(nullptr));
+    const std::string after = stamp();
     const std::string used = std::string(buffer).substr(4, 14);
     EXPECT_LE(before, used);
     EXPECT_LE(used, after);
