@@ -27,8 +27,24 @@ struct Fit {
     std::string document;
 };
 
-std::optional<Fit> fitOf(const Route &route, const std::vector<std::string> &steps) {
-    const std::vector<std::string_view> wanted = stepsOf(route.path);
+/** A route, and its path step by step. */
+struct Pattern {
+    const Route *route;
+    std::vector<std::string_view> steps;
+};
+
+const std::vector<Pattern> &patterns() {
+    static const auto all = [] {
+        std::vector<Pattern> made;
+        for (const Route &route : routes())
+            made.push_back({&route, stepsOf(route.path)});
+        return made;
+    }();
+    return all;
+}
+
+std::optional<Fit> fitOf(const std::vector<std::string_view> &wanted,
+                         const std::vector<std::string> &steps) {
     const bool takesRest = !wanted.empty() && wanted.back() == "{document}";
     if (takesRest ? steps.size() < wanted.size() : steps.size() != wanted.size())
         return std::nullopt;
@@ -58,12 +74,12 @@ struct Found {
 
 Found find(const Request &request) {
     Found found;
-    for (const Route &route : routes()) {
-        auto fit = fitOf(route, request.target.steps);
+    for (const auto &[route, steps] : patterns()) {
+        auto fit = fitOf(steps, request.target.steps);
         if (!fit) continue;
         found.isPlace = true;
-        if (!isMethodOf(route, request.method)) continue;
-        found.route = &route;
+        if (!isMethodOf(*route, request.method)) continue;
+        found.route = route;
         found.fit = std::move(*fit);
         break;
     }
@@ -227,8 +243,8 @@ void admit(const Service &service, const Request &request) {
     if (!found.isPlace) throw Problem(404, "There is nothing at this place.");
     if (found.route == nullptr) {
         // What is not granted is not there, whatever somebody wants to do with it.
-        for (const Route &route : routes()) {
-            const auto fit = fitOf(route, request.target.steps);
+        for (const Pattern &pattern : patterns()) {
+            const auto fit = fitOf(pattern.steps, request.target.steps);
             if (fit && !fit->database.empty() &&
                 !service.engine.hasDatabase(request.user, fit->database))
                 failUnknown(fit->database);
