@@ -1,6 +1,7 @@
 #include "zdbs/answers/sizes.h"
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdio>
 
@@ -59,8 +60,9 @@ std::string ratioText(std::uint64_t part, std::uint64_t whole) {
 std::string millisecondsText(std::chrono::nanoseconds time) {
     const std::chrono::duration<double, std::milli> milliseconds = time;
     std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%.3f", milliseconds.count());
-    return text.data();
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), milliseconds.count(),
+                                   std::chars_format::fixed, 3);
+    return {text.data(), end.ptr};
 }
 
 }  // namespace zdbs

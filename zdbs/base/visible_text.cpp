@@ -1,5 +1,6 @@
 #include "zdbs/base/visible_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -52,6 +53,8 @@ std::string visible(std::string_view character) {
 }  // namespace
 
 std::string visibleText(std::string_view text) {
+    const auto isPlain = [](char each) { return each >= ' ' && each <= '~'; };
+    if (std::all_of(text.begin(), text.end(), isPlain)) return std::string(text);
     std::string result;
     const bool isText = isUtf8(text);
     while (!text.empty()) {

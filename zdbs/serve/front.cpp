@@ -54,6 +54,7 @@ Front::Front(const Engine &engine, Administration &home, const std::string &loca
                home,
                sessions_,
                kept_,
+               proofs_,
                metrics,
                [this] { return gauges(); },
                [this] { return this->limits(); },
@@ -85,7 +86,7 @@ bool Front::identify(const std::shared_ptr<Exchange> &exchange) {
     if (isPublic(request)) return true;
     auto credentials = credentialsIn(request.fields.authorization);
     if (!credentials) throw Problem(401, "User and password are needed.", Status::loginFailed);
-    const std::uint64_t users = engine_.usersState();
+    const std::uint64_t users = request.usersState = engine_.usersState();
     const Proofs::Proof proof = proofs_.of(credentials->user, credentials->password);
     if (proofs_.holds(proof, users)) {
         request.user = std::move(credentials->user);
@@ -120,14 +121,13 @@ void Front::admit(const Exchange &exchange) const {
 }
 
 /** What fails here fails once more where the request is worked on, and is told there. */
-bool Front::answerAtOnce(Exchange &exchange) {
+std::shared_ptr<const KeptAnswer> Front::keptAnswer(const Request &request) const {
+    if (isOver_) return nullptr;
     try {
-        if (!answerKept(service_, exchange.request, exchange)) return false;
+        return serve::keptAnswer(service_, request);
     } catch (const Failure &) {
-        return false;
+        return nullptr;
     }
-    exchange.finish();
-    return true;
 }
 
 /** What is for everybody takes no time, and tells that the server is there when it is busy. */

@@ -45,8 +45,8 @@ public:
      */
     bool identify(const std::shared_ptr<Exchange> &exchange);
 
-    /** Whether it is answered already, from what is kept. */
-    bool answerAtOnce(Exchange &exchange);
+    /** Where it is answered already and the user may have it: the answer; null otherwise. */
+    std::shared_ptr<const KeptAnswer> keptAnswer(const Request &request) const;
 
     /** Hands a whole request to a worker. Throws Problem(429, 503). */
     void work(const std::shared_ptr<Exchange> &exchange);
@@ -87,8 +87,8 @@ private:
     const Engine &engine_;
     SessionPool sessions_;
     KeptAnswers kept_;
-    Service service_;
     Proofs proofs_;
+    Service service_;
     mutable std::mutex mutex_;
     std::shared_ptr<const Limits> limits_;
     std::map<std::string, std::size_t> shares_;

@@ -169,14 +169,35 @@ public:
     const Listener &listener() const { return listener_; }
 
 private:
+    using Awaited = std::array<pollfd, 2>;
+
     void run() {
         const int events = MHD_get_daemon_info(library_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
-        std::array<pollfd, 2> awaited = {
-            {{events, POLLIN, 0}, {loop_.wakeUp.descriptor(), POLLIN, 0}}};
+        Awaited awaited = {{{events, POLLIN, 0}, {loop_.wakeUp.descriptor(), POLLIN, 0}}};
         while (!isOver_) {
-            ::poll(awaited.data(), awaited.size(), serve());
+            const int most = serve();
+            if (most == 0 || !comesSoon(awaited)) ::poll(awaited.data(), awaited.size(), most);
             if (awaited[1].revents != 0) loop_.wakeUp.heed();
         }
+    }
+
+    /**
+     * Looks for what comes next for a moment without going to sleep, since waking up takes longer
+     * than to answer. Where nothing came so fast, the next times are passed over; and where a
+     * worker is busy it gets the processor.
+     */
+    bool comesSoon(Awaited &awaited) {
+        if (::poll(awaited.data(), awaited.size(), 0) > 0) return true;
+        if (!hasProcessors_ || loop_.front.isBusy() || passedOver_++ < toPassOver_) return false;
+        passedOver_ = 0;
+        const auto end = std::chrono::steady_clock::now() + moment;
+        do {
+            if (::poll(awaited.data(), awaited.size(), 0) <= 0) continue;
+            toPassOver_ = 0;
+            return true;
+        } while (std::chrono::steady_clock::now() < end);
+        toPassOver_ = std::min(2 * toPassOver_ + 1, mostPassedOver);
+        return false;
     }
 
     /** Serves what is ready. Returns how many milliseconds it is to be called after at most. */
@@ -196,11 +217,16 @@ private:
     }
 
     static constexpr MHD_UNSIGNED_LONG_LONG longestWait = 60000;
+    static constexpr auto moment = std::chrono::microseconds(50);
+    static constexpr unsigned mostPassedOver = 255;
 
     Listener listener_;
     Loop loop_;
     std::atomic<bool> isOver_ = false;
     std::mutex mutex_;  ///< held while the library runs
+    const bool hasProcessors_ = std::thread::hardware_concurrency() > 1;
+    unsigned toPassOver_ = 0;
+    unsigned passedOver_ = 0;
     MHD_Daemon *library_ = nullptr;
     std::thread thread_;
 };

@@ -7,7 +7,7 @@ namespace zdbs::serve {
 namespace {
 
 /** Roughly what an entry takes beside its texts. */
-constexpr std::uint64_t entrySize = 512;
+constexpr std::uint64_t entrySize = 2048;
 
 bool isSame(const std::weak_ptr<const void> &a, const StateIdentity &b) {
     return !a.owner_before(b) && !b.owner_before(a);
@@ -29,14 +29,14 @@ std::shared_ptr<const KeptAnswer> KeptAnswers::find(const std::string &question,
     return entry->answer;
 }
 
-void KeptAnswers::add(const std::string &question, const StateIdentity &state, KeptAnswer answer) {
-    const std::uint64_t size = entrySize + 2 * question.size() + answer.text.size();
+void KeptAnswers::add(const std::string &question, const StateIdentity &state,
+                      std::shared_ptr<const KeptAnswer> answer) {
+    const std::uint64_t size = entrySize + 2 * question.size() + 2 * answer->text.size();
     if (size > most_) return;
-    auto kept = std::make_shared<const KeptAnswer>(std::move(answer));
     const std::lock_guard lock(mutex_);
     const auto known = places_.find(question);
     if (known != places_.end()) drop(known->second);
-    entries_.push_front({question, state, std::move(kept), size});
+    entries_.push_front({question, state, std::move(answer), size});
     places_.emplace(entries_.front().question, entries_.begin());
     size_ += size;
     while (size_ > most_)
@@ -51,13 +51,13 @@ void KeptAnswers::drop(Entries::iterator entry) {
 
 void KeepingReply::begin(ReplyHead head) {
     isKept_ = head.status == 200;
-    if (isKept_) answer_.head = head;
+    if (isKept_) answer_->head = head;
     to_.begin(std::move(head));
 }
 
 void KeepingReply::write(std::string_view piece) {
-    isKept_ = isKept_ && answer_.text.size() + piece.size() <= KeptAnswers::longest;
-    if (isKept_) answer_.text += piece;
+    isKept_ = isKept_ && answer_->text.size() + piece.size() <= KeptAnswers::longest;
+    if (isKept_) answer_->text += piece;
     to_.write(piece);
 }
 
@@ -66,9 +66,8 @@ void KeepingReply::flush() {
     to_.flush();
 }
 
-std::optional<KeptAnswer> KeepingReply::taken() {
-    if (!isKept_) return std::nullopt;
-    return std::move(answer_);
+std::shared_ptr<const KeptAnswer> KeepingReply::taken() {
+    return isKept_ ? std::move(answer_) : nullptr;
 }
 
 }  // namespace zdbs::serve

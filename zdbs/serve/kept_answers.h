@@ -7,7 +7,6 @@
 #include <list>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,6 +20,10 @@ namespace zdbs::serve {
 struct KeptAnswer {
     ReplyHead head;
     std::string text;
+
+    // What its first reader made of it to send it, for those behind; takes as much again.
+    mutable std::once_flag isMade = {};
+    mutable std::shared_ptr<void> made = nullptr;
 };
 
 /**
@@ -39,7 +42,8 @@ public:
     /** Null where there is none for this state; one for another state goes. */
     std::shared_ptr<const KeptAnswer> find(const std::string &question, const StateIdentity &state);
 
-    void add(const std::string &question, const StateIdentity &state, KeptAnswer answer);
+    void add(const std::string &question, const StateIdentity &state,
+             std::shared_ptr<const KeptAnswer> answer);
 
 private:
     struct Entry {
@@ -68,12 +72,12 @@ public:
     void write(std::string_view piece) override;
     void flush() override;
 
-    /** What was sent; nothing where it was long, or no whole answer. To be asked once. */
-    std::optional<KeptAnswer> taken();
+    /** What was sent; null where it was long, or no whole answer. To be asked once. */
+    std::shared_ptr<const KeptAnswer> taken();
 
 private:
     Reply &to_;
-    KeptAnswer answer_;
+    std::shared_ptr<KeptAnswer> answer_ = std::make_shared<KeptAnswer>();
     bool isKept_ = false;
 };
 

@@ -45,11 +45,27 @@ void Proofs::add(const Proof &proof, std::uint64_t usersState) {
     byUse_.pop_back();
 }
 
+bool Proofs::reads(const std::string &user, const std::string &database, std::uint64_t usersState) {
+    const std::lock_guard lock(mutex_);
+    enter(usersState);
+    return readers_.contains({user, database});
+}
+
+void Proofs::addReader(const std::string &user, const std::string &database,
+                       std::uint64_t usersState) {
+    const std::lock_guard lock(mutex_);
+    enter(usersState);
+    if (usersState == 0) return;
+    if (readers_.size() >= most_) readers_.clear();
+    readers_.insert({user, database});
+}
+
 void Proofs::enter(std::uint64_t usersState) {
     if (usersState == state_) return;
     state_ = usersState;
     proofs_.clear();
     byUse_.clear();
+    readers_.clear();
 }
 
 }  // namespace zdbs::serve

@@ -1,4 +1,4 @@
-/** Logins that were found right, so that the slow hash of a password is computed once. */
+/** What was found out about users: so the slow hash of a password is computed once. */
 #ifndef ZDBS_SERVE_PROOFS_H
 #define ZDBS_SERVE_PROOFS_H
 
@@ -8,7 +8,10 @@
 #include <list>
 #include <map>
 #include <mutex>
+#include <set>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace zdbs::serve {
 
@@ -30,6 +33,10 @@ public:
     bool holds(const Proof &proof, std::uint64_t usersState);
     void add(const Proof &proof, std::uint64_t usersState);
 
+    /** Was it added in this state of the users that the user may read the database? */
+    bool reads(const std::string &user, const std::string &database, std::uint64_t usersState);
+    void addReader(const std::string &user, const std::string &database, std::uint64_t usersState);
+
 private:
     void enter(std::uint64_t usersState);
 
@@ -39,6 +46,7 @@ private:
     std::uint64_t state_ = 0;
     std::list<Proof> byUse_;  ///< the latest first
     std::map<Proof, std::list<Proof>::iterator> proofs_;
+    std::set<std::pair<std::string, std::string>> readers_;  ///< when they are too many, all go
 };
 
 }  // namespace zdbs::serve

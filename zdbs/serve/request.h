@@ -15,6 +15,7 @@ namespace zdbs::serve {
 
 struct KernelSlot;
 class RequestStop;
+struct Route;
 
 enum class Method : std::uint8_t { get, head, put, post, remove, other };
 
@@ -60,13 +61,23 @@ struct Fields {
     std::string upgrade;
 };
 
+/** What a target stands for. */
+struct Place {
+    bool isThere = false;
+    const Route *route = nullptr;  ///< null where the place has none with this method
+    std::string database;          ///< empty where there is none in it
+    std::string document;          ///< or the file of the page
+};
+
 struct Request {
     Method method = Method::other;
     std::string word;  ///< of the method
     std::string rawTarget;
     Target target;
+    Place place;
     Fields fields;
-    std::string user;  ///< once it has proven who it is
+    std::string user;              ///< once it has proven who it is
+    std::uint64_t usersState = 0;  ///< of the users, as it came
     Body body;
     std::shared_ptr<KernelSlot> kernel;   ///< of its connection
     const RequestStop *stop = nullptr;    ///< of its exchange

@@ -14,9 +14,8 @@ namespace zdbs::serve {
 
 namespace {
 
-std::string timeText() {
+std::string timeText(std::time_t now) {
     std::array<char, 32> text{};
-    const std::time_t now = std::time(nullptr);
     std::tm parts{};
     ::gmtime_r(&now, &parts);
     std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
@@ -55,8 +54,10 @@ void RequestLog::say(std::string_view message) {
 
 /** In one call, so that lines of several writers do not mix. */
 void RequestLog::write(const std::string &line) {
-    const std::string text = timeText() + ' ' + line + '\n';
     const std::lock_guard lock(mutex_);
+    const std::time_t now = std::time(nullptr);
+    if (now != second_) secondText_ = timeText(second_ = now);
+    const std::string text = secondText_ + ' ' + line + '\n';
     const int target = file_ ? file_.get() : STDERR_FILENO;
     [[maybe_unused]] const ssize_t written = ::write(target, text.data(), text.size());
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -42,6 +43,8 @@ private:
     std::string path_;
     std::mutex mutex_;
     FileDescriptor file_;
+    std::time_t second_ = -1;  ///< that the text is of
+    std::string secondText_;
 };
 
 }  // namespace zdbs::serve

@@ -21,12 +21,6 @@ std::vector<std::string_view> stepsOf(std::string_view path) {
     return steps;
 }
 
-/** A path as it fits the steps of a target. */
-struct Fit {
-    std::string database;
-    std::string document;
-};
-
 /** A route, and its path step by step. */
 struct Pattern {
     const Route *route;
@@ -43,72 +37,72 @@ const std::vector<Pattern> &patterns() {
     return all;
 }
 
-std::optional<Fit> fitOf(const std::vector<std::string_view> &wanted,
-                         const std::vector<std::string> &steps) {
+bool fits(const std::vector<std::string_view> &wanted, const std::vector<std::string> &steps) {
     const bool takesRest = !wanted.empty() && wanted.back() == "{document}";
-    if (takesRest ? steps.size() < wanted.size() : steps.size() != wanted.size())
-        return std::nullopt;
-    Fit fit;
+    if (takesRest ? steps.size() < wanted.size() : steps.size() != wanted.size()) return false;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        if (!wanted[i].starts_with('{') && wanted[i] != steps[i]) return false;
+    }
+    return true;
+}
+
+/** Takes from the steps of a target what those of a path that they fit have braces for. */
+void fill(Place &place, const std::vector<std::string_view> &wanted,
+          const std::vector<std::string> &steps) {
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         if (wanted[i] == "{database}")
-            fit.database = steps[i];
+            place.database = steps[i];
         else if (wanted[i] == "{file}")
-            fit.document = steps[i];
-        else if (wanted[i] != "{document}" && wanted[i] != steps[i])
-            return std::nullopt;
+            place.document = steps[i];
     }
-    for (std::size_t i = wanted.size() - 1; takesRest && i < steps.size(); ++i)
-        fit.document += (fit.document.empty() ? "" : "/") + steps[i];
-    return fit;
+    if (wanted.empty() || wanted.back() != "{document}") return;
+    for (std::size_t i = wanted.size() - 1; i < steps.size(); ++i)
+        place.document += (place.document.empty() ? "" : "/") + steps[i];
 }
 
 bool isMethodOf(const Route &route, Method method) {
     return route.method == method || (route.method == Method::get && method == Method::head);
 }
 
-struct Found {
-    const Route *route = nullptr;  ///< null: there is none with this method
-    Fit fit;
-    bool isPlace = false;
-};
-
-Found find(const Request &request) {
-    Found found;
-    for (const auto &[route, steps] : patterns()) {
-        auto fit = fitOf(steps, request.target.steps);
-        if (!fit) continue;
-        found.isPlace = true;
-        if (!isMethodOf(*route, request.method)) continue;
-        found.route = route;
-        found.fit = std::move(*fit);
-        break;
-    }
-    return found;
+Form formOf(const Request &request) {
+    return preferredForm(request.fields.accept, request.place.route->forms).value_or(Form::json);
 }
 
-Form formOf(const Request &request, const Found &found) {
-    return preferredForm(request.fields.accept, found.route->forms).value_or(Form::json);
+/** Whether it takes an answer in one of the forms that there are. */
+bool takesForm(const Request &request) {
+    const std::vector<Form> &forms = request.place.route->forms;
+    return forms.empty() || preferredForm(request.fields.accept, forms);
 }
 
 /** Whether its answer may be one for everybody who may ask. */
-bool mayBeKept(const Service &service, const Request &request, const Found &found) {
-    return service.kept.keepsAny() && found.route->access == Access::readers &&
+bool mayBeKept(const Service &service, const Request &request) {
+    const Route *route = request.place.route;
+    return service.kept.keepsAny() && route != nullptr && route->access == Access::readers &&
            request.method == Method::get && request.fields.ifMatch.empty() &&
            request.fields.ifNoneMatch.empty();
 }
 
 /** What an answer is kept by: the database has to be in the target. */
-std::string questionOf(const Request &request, const Found &found) {
-    return std::string(tagSuffix(formOf(request, found))) + ' ' + request.rawTarget;
+std::string questionOf(const Request &request) {
+    return std::string(tagSuffix(formOf(request))) + ' ' + request.rawTarget;
 }
 
 [[noreturn]] void failUnknown(const std::string &database) {
     throw Problem(Failure(Status::unknownDatabase, {database}));
 }
 
-void requireAccess(const Service &service, const Request &request, const Found &found) {
-    const Access access = found.route->access;
-    const std::string &database = found.fit.database;
+/** Whether it has been told that the user may, as long as the users are in the same state. */
+bool mayRead(const Service &service, const Request &request) {
+    const std::string &database = request.place.database;
+    if (service.proofs.reads(request.user, database, request.usersState)) return true;
+    if (!service.engine.hasDatabase(request.user, database)) return false;
+    service.proofs.addReader(request.user, database, request.usersState);
+    return true;
+}
+
+void requireAccess(const Service &service, const Request &request) {
+    const auto &[isThere, route, database, document] = request.place;
+    const Access access = route->access;
     if (access == Access::everybody || access == Access::users) return;
     if (!service.engine.hasDatabase(request.user, database)) failUnknown(database);
     if (access == Access::writers && !service.engine.mayWrite(request.user, database))
@@ -223,73 +217,73 @@ bool Call::isKnown(ReplyHead head) const {
     return true;
 }
 
-bool isPublic(const Request &request) {
-    const Found found = find(request);
-    return found.route != nullptr && found.route->access == Access::everybody;
+Place placeOf(Method method, const Target &target) {
+    Place place;
+    for (const auto &[route, steps] : patterns()) {
+        if (!fits(steps, target.steps)) continue;
+        const bool isRight = isMethodOf(*route, method);
+        if (place.isThere && !isRight) continue;
+        place = {true, isRight ? route : nullptr, {}, {}};
+        fill(place, steps, target.steps);
+        if (isRight) break;
+    }
+    return place;
 }
 
-std::string placeOf(const Request &request) {
-    const Found found = find(request);
-    if (found.route == nullptr) return {};
-    std::string path = found.route->path;
-    const std::size_t place = path.find("{database}");
+bool isPublic(const Request &request) {
+    const Route *route = request.place.route;
+    return route != nullptr && route->access == Access::everybody;
+}
+
+std::string loggedPath(const Request &request) {
+    if (request.place.route == nullptr) return {};
+    std::string path = request.place.route->path;
     constexpr std::string_view braces = "{database}";
-    if (place != std::string::npos) path.replace(place, braces.size(), found.fit.database);
+    const std::size_t begin = path.find(braces);
+    if (begin != std::string::npos) path.replace(begin, braces.size(), request.place.database);
     return path;
 }
 
 void admit(const Service &service, const Request &request) {
-    const Found found = find(request);
-    if (!found.isPlace) throw Problem(404, "There is nothing at this place.");
-    if (found.route == nullptr) {
+    const auto &[isThere, route, database, document] = request.place;
+    if (!isThere) throw Problem(404, "There is nothing at this place.");
+    if (route == nullptr) {
         // What is not granted is not there, whatever somebody wants to do with it.
-        for (const Pattern &pattern : patterns()) {
-            const auto fit = fitOf(pattern.steps, request.target.steps);
-            if (fit && !fit->database.empty() &&
-                !service.engine.hasDatabase(request.user, fit->database))
-                failUnknown(fit->database);
-        }
+        if (!database.empty() && !service.engine.hasDatabase(request.user, database))
+            failUnknown(database);
         throw Problem(405, "The method is not for this place.");
     }
-    requireAccess(service, request, found);
+    requireAccess(service, request);
     requireSameOrigin(request);
-    requireBodyType(*found.route, request);
-    const std::vector<Form> &forms = found.route->forms;
-    if (!forms.empty() && !preferredForm(request.fields.accept, forms))
+    requireBodyType(*route, request);
+    if (!takesForm(request))
         throw Problem(406, "The answer does not come in the forms of the field Accept.");
 }
 
-bool answerKept(const Service &service, const Request &request, Reply &reply) {
-    const Found found = find(request);
-    if (!mayBeKept(service, request, found)) return false;
-    const auto state = service.sessions.newest(found.fit.database);
-    if (!state) return false;
-    const auto answer = service.kept.find(questionOf(request, found), state);
-    if (!answer) return false;
-    reply.send(answer->head, answer->text);
-    ++service.metrics.keptAnswers;
-    return true;
+std::shared_ptr<const KeptAnswer> keptAnswer(const Service &service, const Request &request) {
+    if (!mayBeKept(service, request) || !takesForm(request) || !mayRead(service, request))
+        return nullptr;
+    // That the database is there still is told by its state.
+    const auto state = service.sessions.newest(request.place.database);
+    if (!state) return nullptr;
+    auto answer = service.kept.find(questionOf(request), state);
+    if (answer) ++service.metrics.keptAnswers;
+    return answer;
 }
 
 void answer(const Service &service, Request &request, Reply &reply) {
     admit(service, request);
-    const Found found = find(request);
-    const bool mayKeep = mayBeKept(service, request, found);
-    const auto before = mayKeep ? service.sessions.newest(found.fit.database) : nullptr;
+    const auto &[isThere, route, database, document] = request.place;
+    const bool mayKeep = mayBeKept(service, request);
+    const auto before = mayKeep ? service.sessions.newest(database) : nullptr;
     KeepingReply keeping(reply);
     Reply &to = before ? keeping : reply;
-    const Call call{service,
-                    request,
-                    to,
-                    *found.route,
-                    found.fit.database,
-                    found.fit.document,
-                    formOf(request, found)};
-    found.route->answer(call);
+    const Call call{service, request, to, *route, database, document, formOf(request)};
+    route->answer(call);
     // Where the same state is the newest before and behind it, the answer is of that one.
-    if (!before || !call.isOfState || service.sessions.newest(found.fit.database) != before) return;
+    if (!before || !call.isOfState || service.sessions.newest(database) != before) return;
     if (auto answer = keeping.taken())
-        service.kept.add(questionOf(request, found), before, std::move(*answer));
+        service.kept.add(questionOf(request), before, std::move(answer));
 }
 
 }  // namespace zdbs::serve

@@ -13,6 +13,7 @@
 #include "zdbs/serve/kept_answers.h"
 #include "zdbs/serve/media_type.h"
 #include "zdbs/serve/metrics.h"
+#include "zdbs/serve/proofs.h"
 #include "zdbs/serve/reply.h"
 #include "zdbs/serve/request.h"
 #include "zdbs/serve/session_pool.h"
@@ -26,6 +27,7 @@ struct Service {
     Administration &home;
     SessionPool &sessions;
     KeptAnswers &kept;
+    Proofs &proofs;
     Metrics &metrics;
     std::function<Gauges()> gauges;
     std::function<std::shared_ptr<const Limits>()> limits;
@@ -71,8 +73,8 @@ struct Call {
     Request &request;
     Reply &reply;
     const Route &route;
-    std::string database;  ///< empty where the route has none
-    std::string document;  ///< or the file of the page
+    const std::string &database;  ///< empty where the route has none
+    const std::string &document;  ///< or the file of the page
     Form form = Form::json;
     mutable bool isOfState = false;  ///< whether all of the answer is told by state and target
 
@@ -102,6 +104,9 @@ struct Call {
     bool isKnown(ReplyHead head) const;
 };
 
+/** What a request with this method and target is for. Its target is empty where it is malformed. */
+Place placeOf(Method method, const Target &target);
+
 /**
  * Whether it can be answered, and to this user: to be asked before a body is read. Throws Problem:
  * 400, 403, 404, 405, 406, 415; what the user may not read is not there.
@@ -112,13 +117,13 @@ void admit(const Service &service, const Request &request);
 bool isPublic(const Request &request);
 
 /** The path of the route, for logs: without names of documents. Empty where there is none. */
-std::string placeOf(const Request &request);
+std::string loggedPath(const Request &request);
 
 /**
- * Sends the answer where it is kept from an earlier request; false where it is not. Takes
- * microseconds. REQUIRES that the request was admitted. Throws Failure.
+ * The answer where it is kept from an earlier request and the user may have it; null otherwise.
+ * Takes microseconds. Throws Failure.
  */
-bool answerKept(const Service &service, const Request &request, Reply &reply);
+std::shared_ptr<const KeptAnswer> keptAnswer(const Service &service, const Request &request);
 
 /** Throws Problem and Failure. */
 void answer(const Service &service, Request &request, Reply &reply);

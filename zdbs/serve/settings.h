@@ -24,7 +24,7 @@ struct Limits {
     std::uint64_t memory = 1024;
     std::uint64_t result = 1024;
     std::uint64_t body = 256;
-    std::uint64_t header = 32;
+    std::uint64_t header = 16;
     std::uint64_t kept = 16;
     std::uint64_t idle = 60;
     std::uint64_t stall = 20;

@@ -8,6 +8,8 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <mutex>
+#include <new>
 #include <utility>
 
 #include "foundation/keyword.h"
@@ -106,6 +108,25 @@ MHD_Result takeHeader(void *framing, MHD_ValueKind, const char *name, std::size_
     }
 }
 
+MHD_Response *bufferOf(const std::string &text) {
+    // It is copied, and not written to.
+    return MHD_create_response_from_buffer(text.size(), const_cast<char *>(text.data()),
+                                           MHD_RESPMEM_MUST_COPY);
+}
+
+void addHeaders(MHD_Response *response, const ReplyHead &head) {
+    if (!head.type.empty())
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, head.type.c_str());
+    MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
+    bool hasPolicy = false;
+    for (const auto &[name, value] : head.fields) {
+        hasPolicy = hasPolicy || name == policyField;
+        MHD_add_response_header(response, name.c_str(), value.c_str());
+    }
+    // Documents are anybody's, and a browser that is shown one must not do what it says.
+    if (!hasPolicy) MHD_add_response_header(response, policyField, documentPolicy);
+}
+
 }  // namespace
 
 Visit::Visit(Front &front, Connection &connection, MHD_Connection *library, std::string target)
@@ -156,6 +177,7 @@ bool Visit::begin(std::string_view method, std::string_view version) {
         auto target = parseTarget(request.rawTarget);
         if (!target) throw Problem(400, "The target of the request is not well formed.");
         request.target = std::move(*target);
+        request.place = placeOf(request.method, request.target);
         if (!front_.identify(exchange_)) {
             stage_ = Stage::proving;
             connection_.expectNothing();
@@ -192,7 +214,8 @@ void Visit::readHeaders(std::string_view version) {
 bool Visit::proceed() {
     connection_.expect(std::chrono::seconds(limits_->stall));
     try {
-        front_.admit(*exchange_);
+        kept_ = front_.keptAnswer(exchange_->request);
+        if (!kept_) front_.admit(*exchange_);
         const Method method = exchange_->request.method;
         const bool takesBody = method == Method::put || method == Method::post;
         if (!takesBody && (isChunked_ || declared_ > 0))
@@ -224,7 +247,8 @@ bool Visit::receive(std::string_view piece) {
 }
 
 bool Visit::finish() {
-    if (isRefused_ || front_.answerAtOnce(*exchange_)) return respond();
+    if (isRefused_) return respond();
+    if (kept_) return respond(*kept_);
     stage_ = Stage::working;
     connection_.expectNothing();
     exchange_->isKernelCall = exchange_->request.fields.contentType == kernelType;
@@ -249,11 +273,11 @@ bool Visit::respond() {
     stage_ = Stage::answered;
     if (exchange_->head().status == MHD_HTTP_SWITCHING_PROTOCOLS) {
         connection_.expectNothing();
-        return queue(MHD_create_response_for_upgrade(goOver, this));
+        return queueOnce(MHD_create_response_for_upgrade(goOver, this));
     }
     connection_.expect(std::chrono::seconds(limits_->stall));
     if (!exchange_->isWhole())
-        return queue(
+        return queueOnce(
             MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, readerBlock, read, this, nullptr));
     std::string text(exchange_->written(), '\0');
     for (std::size_t done = 0; done < text.size();) {
@@ -262,26 +286,33 @@ bool Visit::respond() {
         done += taken.size;
     }
     sent_ = text.size();
-    return queue(MHD_create_response_from_buffer(text.size(), text.data(), MHD_RESPMEM_MUST_COPY));
+    return queueOnce(bufferOf(text));
 }
 
-bool Visit::queue(MHD_Response *response) {
+bool Visit::respond(const KeptAnswer &kept) {
+    stage_ = Stage::answered;
+    connection_.expect(std::chrono::seconds(limits_->stall));
+    std::call_once(kept.isMade, [&] {
+        MHD_Response *response = bufferOf(kept.text);
+        if (response == nullptr) throw std::bad_alloc();  // and is tried with the next
+        addHeaders(response, kept.head);
+        kept.made = {response, MHD_destroy_response};
+    });
+    sent_ = kept.text.size();
+    return queue(static_cast<MHD_Response *>(kept.made.get()), kept.head.status);
+}
+
+bool Visit::queueOnce(MHD_Response *response) {
     if (response == nullptr) return false;
-    const ReplyHead &head = exchange_->head();
-    status_ = head.status;
-    if (!head.type.empty())
-        MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, head.type.c_str());
-    MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
-    bool hasPolicy = false;
-    for (const auto &[name, value] : head.fields) {
-        hasPolicy = hasPolicy || name == policyField;
-        MHD_add_response_header(response, name.c_str(), value.c_str());
-    }
-    // Documents are anybody's, and a browser that is shown one must not do what it says.
-    if (!hasPolicy) MHD_add_response_header(response, policyField, documentPolicy);
-    const MHD_Result queued = MHD_queue_response(library_, head.status, response);
+    addHeaders(response, exchange_->head());
+    const bool isQueued = queue(response, exchange_->head().status);
     MHD_destroy_response(response);
-    return queued == MHD_YES;
+    return isQueued;
+}
+
+bool Visit::queue(MHD_Response *response, unsigned status) {
+    status_ = status;
+    return MHD_queue_response(library_, status, response) == MHD_YES;
 }
 
 /** From here on the connection carries messages, in a thread of its own. */
@@ -325,7 +356,7 @@ ssize_t Visit::read(void *context, std::uint64_t /*position*/, char *buffer, std
 
 std::string Visit::loggedPlace() const {
     const Request &request = exchange_->request;
-    return front_.logsValues ? request.rawTarget : placeOf(request);
+    return front_.logsValues ? request.rawTarget : loggedPath(request);
 }
 
 void Visit::end(bool isComplete) {

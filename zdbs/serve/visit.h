@@ -38,7 +38,9 @@ private:
     bool refuse(const Problem &problem, bool atOnce);
     bool hasLargeBody() const { return isChunked_ || declared_ > longestPassedOver; }
     bool respond();
-    bool queue(MHD_Response *response);
+    bool respond(const KeptAnswer &kept);
+    bool queueOnce(MHD_Response *response);
+    bool queue(MHD_Response *response, unsigned status);
     static void goOver(void *visit, MHD_Connection *library, void *, const char *early,
                        std::size_t earlyBytes, MHD_socket socket,
                        MHD_UpgradeResponseHandle *handle);
@@ -53,6 +55,7 @@ private:
     MHD_Connection *library_;
     std::shared_ptr<Exchange> exchange_ = std::make_shared<Exchange>();
     std::shared_ptr<const Limits> limits_;
+    std::shared_ptr<const KeptAnswer> kept_;  ///< that answers it
     Stage stage_ = Stage::fresh;
     bool isCounted_ = false;  ///< among those that are open
     bool isRefused_ = false;

@@ -15,8 +15,11 @@ StateIdentity state() {
     return std::make_shared<int>();
 }
 
-KeptAnswer answerOf(std::string text) {
-    return {{200, "text/plain"}, std::move(text)};
+std::shared_ptr<const KeptAnswer> answerOf(std::string text) {
+    auto answer = std::make_shared<KeptAnswer>();
+    answer->head.type = "text/plain";
+    answer->text = std::move(text);
+    return answer;
 }
 
 TEST(KeptAnswers, HoldForTheirStateOnly) {
@@ -40,7 +43,7 @@ TEST(KeptAnswers, DoNotHoldTheirState) {
 }
 
 TEST(KeptAnswers, AreThoseThatWereAskedForLast) {
-    KeptAnswers kept(6000);
+    KeptAnswers kept(14000);
     const StateIdentity now = state();
     for (const char *question : {"a", "b", "c"})
         kept.add(question, now, answerOf(std::string(1000, '.')));
