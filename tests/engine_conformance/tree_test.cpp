@@ -1,6 +1,7 @@
 /** The tree of a state: every axis between sets, and facts of whole sets, in both engines alike. */
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "tests/engine_conformance/collection.h"
@@ -121,6 +122,27 @@ TEST_P(Tree, ComparesValuesAsTextsAndAsNumbers) {
     EXPECT_EQ(found({Relation::greater, "2", true}), "11 21 22 ");
     EXPECT_EQ(found({Relation::contains, "."}), "22 ");
     EXPECT_EQ(found({Relation::greaterEqual, "t"}), "3 7 ");
+}
+
+TEST_P(Tree, PartsASetByName) {
+    std::vector<RecordId> together;
+    for (const ResultSetPtr &part : tree_.byName(text_.all())) {
+        const NamesOfNodes names = tree_.names(*part);
+        ASSERT_FALSE(names.which.empty());
+        const auto isFirst = [&](std::uint32_t which) {
+            const NodeName &name = names.distinct[which];
+            const NodeName &first = names.distinct[names.which.front()];
+            return name.prefix == first.prefix && name.local == first.local &&
+                   name.uri == first.uri;
+        };
+        EXPECT_TRUE(std::all_of(names.which.begin(), names.which.end(), isFirst))
+            << text_.of(*part);
+        const std::vector<RecordId> records = tree_.numbers(*part);
+        together.insert(together.end(), records.begin(), records.end());
+    }
+    std::sort(together.begin(), together.end());
+    EXPECT_EQ(text_.of(together), text_.of(text_.all()));
+    EXPECT_TRUE(tree_.byName(*tree_.listed({})).empty());
 }
 
 TEST_P(Tree, TellsElementsWithOneTextAtMost) {

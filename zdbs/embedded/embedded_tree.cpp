@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
+#include <map>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -137,30 +139,71 @@ public:
     }
 
     std::vector<RecordId> numbers(const ResultSet &set) const override {
-        const NodeIds ids = intact(*table_, [&] { return listOf(set)->numbers(); });
-        return {ids.begin(), ids.end()};
+        return intact(*table_, [&] {
+            const NodeIds &ids = numbersOf(listOf(set));
+            return std::vector<RecordId>(ids.begin(), ids.end());
+        });
     }
 
     std::vector<RecordId> parents(const ResultSet &set) const override {
-        return intact(*table_, [&] { return parentsOf(*table_, *listOf(set)); });
+        return intact(*table_, [&] {
+            const NodeListPtr &list = listOf(set);
+            return parentsOf(*table_, *list, numbersOf(list));
+        });
     }
 
     std::vector<RecordId> ends(const ResultSet &set) const override {
-        return intact(*table_, [&] { return endsOf(*table_, *listOf(set)); });
+        return intact(*table_, [&] {
+            const NodeListPtr &list = listOf(set);
+            return endsOf(*table_, *list, numbersOf(list));
+        });
     }
 
     std::vector<std::string_view> values(const ResultSet &set) const override {
-        return intact(*table_, [&] { return valuesOf(*table_, *listOf(set)); });
+        return intact(*table_, [&] {
+            const NodeListPtr &list = listOf(set);
+            return valuesOf(*table_, *list, numbersOf(list));
+        });
     }
 
     NamesOfNodes names(const ResultSet &set) const override {
-        return intact(*table_, [&] { return namesOf(*table_, *listOf(set)); });
+        return intact(*table_, [&] {
+            const NodeListPtr &list = listOf(set);
+            return namesOf(*table_, *list, numbersOf(list));
+        });
+    }
+
+    std::vector<ResultSetPtr> byName(const ResultSet &set) const override {
+        const PathTable *const paths = table_->paths();
+        if (!paths || !paths->summary().irregular().empty()) return NodeTree::byName(set);
+        return intact(*table_, [&] {
+            constexpr auto nameless = std::numeric_limits<std::uint32_t>::max();
+            std::map<std::uint32_t, PathNodes> named;
+            for (const PathPart &part : listOf(set)->byPath(*paths)) {
+                const Path &path = paths->summary()[part.path];
+                const bool hasName = path.kind != NodeKind::text && path.kind != NodeKind::comment;
+                if (!part.rows->isEmpty()) named[hasName ? path.name : nameless].push_back(part);
+            }
+            std::vector<ResultSetPtr> parts;
+            for (auto &[name, nodes] : named)
+                parts.push_back(made(makeList(*paths, std::move(nodes))));
+            return parts;
+        });
     }
 
     void requireIntact() const override { table_->requireIntact(); }
 
 private:
     static const NodeListPtr &listOf(const ResultSet &set) { return nodesOf(set)->nodes(); }
+
+    /** Several facts are asked of one set, mostly. */
+    const NodeIds &numbersOf(const NodeListPtr &list) const {
+        if (list != numbered_) {
+            numbers_ = list->numbers();
+            numbered_ = list;
+        }
+        return numbers_;
+    }
 
     ResultSetPtr made(NodeListPtr list) const {
         return std::make_shared<EmbeddedSet>(
@@ -233,6 +276,8 @@ private:
     const DatabaseState &state_;
     std::vector<DocumentSpan> documents_;
     mutable std::unordered_map<PathId, bool> oneText_;
+    mutable NodeListPtr numbered_;  ///< whose numbers are kept
+    mutable NodeIds numbers_;
 };
 
 }  // namespace

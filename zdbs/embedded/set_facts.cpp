@@ -13,38 +13,36 @@
 namespace zdbs::embedded {
 namespace {
 
-/** Where each node of a list stands in it. */
+/** Finds nodes in a list that has them, in ascending order. */
 class Places {
 public:
-    explicit Places(const NodeIds &ids) : ids_(ids) {
-        if (ids.empty() || (ids.back() - ids.front()) / thin > ids.size()) return;
-        places_.resize(ids.back() - ids.front() + 1);
-        for (std::size_t place = 0; place < ids.size(); ++place)
-            places_[ids[place] - ids.front()] = static_cast<std::uint32_t>(place);
-    }
+    explicit Places(const NodeIds &ids) : ids_(ids) {}
 
-    /** REQUIRES that the list has the node. */
-    std::size_t of(NodeId node) const {
-        if (!places_.empty()) return places_[node - ids_.front()];
-        return static_cast<std::size_t>(std::lower_bound(ids_.begin(), ids_.end(), node) -
-                                        ids_.begin());
+    std::size_t of(NodeId node) {
+        if (ids_[next_] == node) return next_++;
+        std::size_t step = 1;
+        for (; next_ + step < ids_.size() && ids_[next_ + step] < node; step *= 2)
+            next_ += step;
+        const auto begin = ids_.begin() + static_cast<std::ptrdiff_t>(next_);
+        const auto end =
+            ids_.begin() + static_cast<std::ptrdiff_t>(std::min(next_ + step + 1, ids_.size()));
+        next_ = static_cast<std::size_t>(std::lower_bound(begin, end, node) - ids_.begin());
+        return next_++;
     }
 
 private:
-    /** So many numbers a node are not worth a place each. */
-    static constexpr NodeId thin = 32;
-
     const NodeIds &ids_;
-    std::vector<std::uint32_t> places_;  ///< by number; empty: they are looked up
+    std::size_t next_ = 0;
 };
 
 /** Calls `take(place, batch, i)` for each row of each part; `part` with each part before. */
 template <typename Part, typename Take>
-void forRowsOf(const PathTable &table, const NodeList &list, const Places &places, Part part,
+void forRowsOf(const PathTable &table, const NodeList &list, const NodeIds &ids, Part part,
                Take take) {
     std::array<NodeId, RowReader::batchSize> nodes;
     for (const PathPart &each : list.byPath(table)) {
         part(each.path);
+        Places places(ids);
         RowReader reader(table, each.path, *each.rows);
         for (RowBatch batch; reader.next(batch);) {
             readNodes(batch, nodes);
@@ -142,26 +140,22 @@ private:
 
 }  // namespace
 
-std::vector<RecordId> parentsOf(const NodeTable &table, const NodeList &list) {
-    const NodeIds ids = list.numbers();
+std::vector<RecordId> parentsOf(const NodeTable &table, const NodeList &list, const NodeIds &ids) {
     const PathTable *const paths = table.paths();
     if (!paths) return oneByOne<RecordId>(ids, [&](NodeId node) { return table.parent(node); });
-    const Places places(ids);
     std::vector<RecordId> parents(ids.size());
     std::optional<ParentsOfPath> above;
     forRowsOf(
-        *paths, list, places, [&](PathId path) { above.emplace(*paths, path); },
+        *paths, list, ids, [&](PathId path) { above.emplace(*paths, path); },
         [&](std::size_t place, NodeId node, const RowBatch &batch, std::size_t i) {
             parents[place] = above->of(node, batch, i);
         });
     return parents;
 }
 
-std::vector<RecordId> endsOf(const NodeTable &table, const NodeList &list) {
-    const NodeIds ids = list.numbers();
+std::vector<RecordId> endsOf(const NodeTable &table, const NodeList &list, const NodeIds &ids) {
     const PathTable *const paths = table.paths();
     if (!paths) return oneByOne<RecordId>(ids, [&](NodeId node) { return table.lastBelow(node); });
-    const Places places(ids);
     std::vector<RecordId> ends(ids.size());
     PathId path = noPath;
     bool isElement = false;
@@ -169,25 +163,24 @@ std::vector<RecordId> endsOf(const NodeTable &table, const NodeList &list) {
         path = next;
         isElement = paths->summary()[path].kind == NodeKind::element;
     };
-    forRowsOf(*paths, list, places, enter,
+    forRowsOf(*paths, list, ids, enter,
               [&](std::size_t place, NodeId node, const RowBatch &batch, std::size_t i) {
                   ends[place] = isElement ? paths->lastBelow({path, batch.rows[i]}) : node;
               });
     return ends;
 }
 
-std::vector<std::string_view> valuesOf(const NodeTable &table, const NodeList &list) {
-    const NodeIds ids = list.numbers();
+std::vector<std::string_view> valuesOf(const NodeTable &table, const NodeList &list,
+                                       const NodeIds &ids) {
     const PathTable *const paths = table.paths();
     if (!paths)
         return oneByOne<std::string_view>(ids, [&](NodeId node) { return table.value(node); });
-    const Places places(ids);
     std::vector<std::string_view> values(ids.size());
     bool hasValues = false;
     const auto enter = [&](PathId path) {
         hasValues = paths->summary()[path].kind != NodeKind::element;
     };
-    forRowsOf(*paths, list, places, enter,
+    forRowsOf(*paths, list, ids, enter,
               [&](std::size_t place, NodeId, const RowBatch &batch, std::size_t i) {
                   if (!hasValues) return;
                   values[place] = batch.run->values.at(batch.rows[i] - batch.run->firstRow);
@@ -195,8 +188,7 @@ std::vector<std::string_view> valuesOf(const NodeTable &table, const NodeList &l
     return values;
 }
 
-NamesOfNodes namesOf(const NodeTable &table, const NodeList &list) {
-    const NodeIds ids = list.numbers();
+NamesOfNodes namesOf(const NodeTable &table, const NodeList &list, const NodeIds &ids) {
     const PathTable *const paths = table.paths();
     DistinctNames names(ids.size());
     if (!paths) {
@@ -204,10 +196,9 @@ NamesOfNodes namesOf(const NodeTable &table, const NodeList &list) {
             names.add(place, static_cast<std::uint32_t>(place), table.name(ids[place]));
         return names.take();
     }
-    const Places places(ids);
     const Path *path = nullptr;
     forRowsOf(
-        *paths, list, places, [&](PathId next) { path = &paths->summary()[next]; },
+        *paths, list, ids, [&](PathId next) { path = &paths->summary()[next]; },
         [&](std::size_t place, NodeId, const RowBatch &batch, std::size_t i) {
             if (path->kind == NodeKind::text || path->kind == NodeKind::comment) return;
             const auto row = batch.rows[i] - batch.run->firstRow;

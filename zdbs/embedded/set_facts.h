@@ -13,10 +13,11 @@
 namespace zdbs::embedded {
 
 // As NodeTree has them. Throw Failure(homeDamaged).
-std::vector<RecordId> parentsOf(const NodeTable &table, const NodeList &list);
-std::vector<RecordId> endsOf(const NodeTable &table, const NodeList &list);
-std::vector<std::string_view> valuesOf(const NodeTable &table, const NodeList &list);
-NamesOfNodes namesOf(const NodeTable &table, const NodeList &list);
+std::vector<RecordId> parentsOf(const NodeTable &table, const NodeList &list, const NodeIds &ids);
+std::vector<RecordId> endsOf(const NodeTable &table, const NodeList &list, const NodeIds &ids);
+std::vector<std::string_view> valuesOf(const NodeTable &table, const NodeList &list,
+                                       const NodeIds &ids);
+NamesOfNodes namesOf(const NodeTable &table, const NodeList &list, const NodeIds &ids);
 
 }  // namespace zdbs::embedded
 

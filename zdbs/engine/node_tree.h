@@ -102,6 +102,9 @@ public:
     /** Of texts and comments an empty one. */
     virtual NamesOfNodes names(const ResultSet &set) const = 0;
 
+    /** The set in parts whose nodes have one name each; none is empty, two may have the same. */
+    virtual std::vector<ResultSetPtr> byName(const ResultSet &set) const;
+
     /** Before what was told becomes an answer: throws Failure when it was lost meanwhile. */
     virtual void requireIntact() const {}
 

@@ -1,6 +1,7 @@
 #include "zdbs/xpath/collection.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <numeric>
 #include <utility>
@@ -67,6 +68,9 @@ Node Collection::root(std::size_t document) const {
 }
 
 NodeSet Collection::setOf(std::span<const Node> ascending) const {
+    for (const Listed &each : listed_) {
+        if (std::ranges::equal(each.nodes, ascending) && each.set.nodes) return each.set;
+    }
     NodeSet set{tree_->listed(recordsAmong(ascending)), {}};
     for (const Node node : ascending) {
         if (isRoot(node)) set.roots.push_back(static_cast<std::uint32_t>(documentOf(node)));
@@ -86,6 +90,11 @@ Nodes Collection::nodesOf(const NodeSet &set) const {
     }
     for (; nextRoot != set.roots.end(); ++nextRoot)
         nodes.push_back(root(*nextRoot));
+    // Few are found as fast one by one, and many are worked on in batches.
+    constexpr std::size_t few = 64;
+    constexpr std::size_t many = std::size_t{1} << 18U;
+    if (nodes.size() >= few && nodes.size() <= many)
+        listed_[nextListed_++ % listed_.size()] = {set, nodes};
     return nodes;
 }
 
@@ -192,6 +201,26 @@ NodeSet Collection::atPosition(const NodeSet &set, Relation relation, double pla
     return {tree_->atPosition(*set.nodes, relation, place), {}};
 }
 
+std::optional<NodeSet> Collection::placedOnAxis(const NodeSet &contexts, Axis axis,
+                                                const NodeTest &test, Relation relation,
+                                                double place) const {
+    // Neither roots nor attributes are what conditions relate as expressions do.
+    const bool fromRoots = !contexts.roots.empty() && traitsOf(axis).region == Region::below;
+    if (test.kind == NodeTest::Kind::node || fromRoots || !isEmpty(attributesAmong(contexts)))
+        return std::nullopt;
+    const NodeSet among = passing(axis, test);
+    const auto evaluated = [this](Term term, const SetLookup &sets) {
+        Condition condition;
+        condition.conjuncts.emplace_back().push_back({false, std::move(term)});
+        return database_.evaluate(condition, sets);
+    };
+    const ResultSetPtr reached = evaluated(AxisTerm{axis, {1}, {2}, 2}, [&](SetReference set) {
+        return set.number == 1 ? contexts.nodes : among.nodes;
+    });
+    const auto counted = [&](SetReference) { return reached; };
+    return NodeSet{evaluated(PositionTerm{{1}, relation, place}, counted), {}};
+}
+
 NodeSet Collection::containers(const NodeSet &set) const {
     return {tree_->common(*set.nodes, *matching({NodeKind::element})), set.roots};
 }
@@ -219,12 +248,17 @@ Nodes Collection::ends(std::span<const Node> nodes, const NodeSet &set) const {
 
 StringValues Collection::strings(std::span<const Node> nodes, const NodeSet &set) const {
     StringValues result;
-    const std::vector<std::string_view> values = tree_->values(*set.nodes);
-    result.texts.reserve(nodes.size());
-    auto next = values.begin();
-    for (const Node node : nodes)
-        result.texts.push_back(isRoot(node) ? std::string_view() : *next++);
-    addContained(nodes, set, result);
+    const NodeSet containers = this->containers(set);
+    if (sizeOf(containers) == nodes.size()) {
+        result.texts.resize(nodes.size());
+    } else {
+        const std::vector<std::string_view> values = tree_->values(*set.nodes);
+        result.texts.reserve(nodes.size());
+        auto next = values.begin();
+        for (const Node node : nodes)
+            result.texts.push_back(isRoot(node) ? std::string_view() : *next++);
+    }
+    if (!isEmpty(containers)) addContained(nodes, containers, result);
     return result;
 }
 
@@ -241,7 +275,7 @@ public:
     void add(Node text, std::string_view value) {
         for (; next_ < containers_.size() && containers_[next_] < text; ++next_) {
             close(containers_[next_]);
-            open_.push_back({placeIn(nodes_, containers_[next_]), ends_[next_]});
+            open_.push_back({placeOf(containers_[next_]), ends_[next_]});
         }
         close(text);
         for (Open &each : open_)
@@ -254,6 +288,13 @@ private:
         Node end;
         std::string *made = nullptr;
     };
+
+    /** Each is behind the ones before. */
+    std::size_t placeOf(Node container) {
+        while (nodes_[place_] != container)
+            ++place_;
+        return place_;
+    }
 
     void close(Node upTo) {
         while (!open_.empty() && open_.back().end < upTo)
@@ -276,20 +317,29 @@ private:
     const Nodes &ends_;
     StringValues &result_;
     std::size_t next_ = 0;
+    std::size_t place_ = 0;
     std::vector<Open> open_;
 };
 
 }  // namespace
 
-void Collection::addContained(std::span<const Node> nodes, const NodeSet &all,
+void Collection::addContained(std::span<const Node> nodes, const NodeSet &set,
                               StringValues &result) const {
-    const NodeSet set = containers(all);
-    if (isEmpty(set)) return;
-    const Nodes containers = nodesOf(set);
     const NodeTest test{.kind = NodeTest::Kind::text};
     const ResultSetPtr texts = reached(set, Axis::descendant, test).nodes;
     const std::vector<RecordId> numbers = tree_->numbers(*texts);
     const std::vector<std::string_view> values = tree_->values(*texts);
+    if (sizeOf(set) == nodes.size() && sizeOf(withOneText(set)) == nodes.size()) {
+        // Each text is of the last element before it.
+        std::size_t behind = 0;
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            while (behind < nodes.size() && nodes[behind] < nodeOf(numbers[i]))
+                ++behind;
+            result.texts[behind - 1] = values[i];
+        }
+        return;
+    }
+    const Nodes containers = nodesOf(set);
     const Nodes ends = this->ends(containers, set);
     Composer composer(nodes, containers, ends, result);
     StopCounter stop;

@@ -3,6 +3,7 @@
 #ifndef ZDBS_XPATH_COLLECTION_H
 #define ZDBS_XPATH_COLLECTION_H
 
+#include <array>
 #include <deque>
 #include <map>
 #include <memory>
@@ -47,6 +48,7 @@ public:
 
     // Sets.
     const NodeSet &none() const { return none_; }
+    /** Those of nodesOf() that were told lately are the sets that they are of, not lists. */
     NodeSet setOf(std::span<const Node> ascending) const;
     Nodes nodesOf(const NodeSet &set) const;
 
@@ -73,6 +75,13 @@ public:
     /** Those at places among the nodes of the set with the same parent; no roots. */
     NodeSet atPosition(const NodeSet &set, Relation relation, double place) const;
 
+    /**
+     * Those at places on an axis, counted for each context among the nodes that a test lets pass;
+     * nothing where the engine counts otherwise, or other nodes.
+     */
+    std::optional<NodeSet> placedOnAxis(const NodeSet &contexts, Axis axis, const NodeTest &test,
+                                        Relation relation, double place) const;
+
     /** Those whose kind is element, and the roots. */
     NodeSet containers(const NodeSet &set) const;
 
@@ -98,11 +107,18 @@ public:
     NamesOfNodes names(std::span<const Node> nodes, const NodeSet &set) const;
 
 private:
+    /** A set, and the nodes that it has. */
+    struct Listed {
+        NodeSet set;
+        Nodes nodes;
+    };
+
     ResultSetPtr matching(const NodePattern &pattern) const;
     std::vector<std::uint32_t> rootsReached(const NodeSet &contexts, Axis axis) const;
     std::vector<std::uint32_t> documentsOf(const ResultSet &set) const;
     ResultSetPtr atTop(const ResultSet &set) const;
-    void addContained(std::span<const Node> nodes, const NodeSet &all, StringValues &result) const;
+    void addContained(std::span<const Node> nodes, const NodeSet &containers,
+                      StringValues &result) const;
 
     const OpenDatabase &database_;
     std::unique_ptr<NodeTree> tree_;
@@ -110,6 +126,8 @@ private:
     NodeSet roots_;
     NodeSet none_;
     mutable std::map<std::string, ResultSetPtr> matching_;  ///< by kind and name
+    mutable std::array<Listed, 4> listed_;                  ///< the latest, in turn
+    mutable std::size_t nextListed_ = 0;
 };
 
 /** How many nodes of a step are asked for of each context, from one end of the axis on. */

@@ -39,11 +39,23 @@ Value tested(const Joined &joined, Test test) {
     return {std::move(truths), joined.mapping()};
 }
 
+bool haveCommonAmongFew(const NodeColumn &a, std::size_t entryOfA, const NodeColumn &b,
+                        std::size_t entryOfB) {
+    for (std::size_t i = a.groups().begin(entryOfA); i < a.groups().end(entryOfA); ++i) {
+        for (std::size_t j = b.groups().begin(entryOfB); j < b.groups().end(entryOfB); ++j) {
+            if (a.texts()[i] == b.texts()[j]) return true;
+        }
+    }
+    return false;
+}
+
 /** Whether texts of both sides are equal; the smaller side is looked up in the other. */
 bool haveCommonText(const NodeColumn &a, std::size_t entryOfA, const NodeColumn &b,
                     std::size_t entryOfB) {
     if (a.count(entryOfA) > b.count(entryOfB)) return haveCommonText(b, entryOfB, a, entryOfA);
     if (a.count(entryOfA) == 0) return false;
+    constexpr std::uint64_t few = 4;
+    if (b.count(entryOfB) <= few) return haveCommonAmongFew(a, entryOfA, b, entryOfB);
     const TextSet &texts = b.textSet(entryOfB);
     for (std::size_t place = a.groups().begin(entryOfA); place < a.groups().end(entryOfA);
          ++place) {

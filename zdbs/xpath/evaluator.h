@@ -140,6 +140,7 @@ private:
     NodeSet placed(const NodeSet &set, const Expression &predicate);
     NodeSet placedInOrder(const NodeSet &set, const Expression &predicate);
     NodeSet placedOneByOne(const NodeSet &set, const Expression &predicate);
+    std::optional<NodeSet> stepToPlaces(const NodeSet &contexts, const Step &step);
     NodeSet stepByPairs(const NodeSet &contexts, const Step &step);
     Groups ofMany(const Path &path, Groups start);
     Groups step(const Groups &groups, const Step &step);

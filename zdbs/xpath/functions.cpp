@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <unordered_map>
 
@@ -114,7 +116,32 @@ std::unordered_map<char32_t, std::string> translation(const std::string &from,
     return result;
 }
 
+bool isAscii(const std::string &text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char each) { return static_cast<unsigned char>(each) < 0x80; });
+}
+
+/** REQUIRES that what is replaced, and what by, are of one byte each. */
+std::string translatedBytes(const std::string &text, const std::string &from,
+                            const std::string &to) {
+    constexpr std::int16_t gone = -1;
+    std::array<std::int16_t, 256> becomes;
+    std::iota(becomes.begin(), becomes.end(), std::int16_t{0});
+    // From behind, for the first of several counts.
+    for (std::size_t i = from.size(); i-- > 0;)
+        becomes[static_cast<unsigned char>(from[i])] =
+            i < to.size() ? static_cast<std::int16_t>(to[i]) : gone;
+    std::string result;
+    result.reserve(text.size());
+    for (const char each : text) {
+        const std::int16_t byte = becomes[static_cast<unsigned char>(each)];
+        if (byte != gone) result += static_cast<char>(byte);
+    }
+    return result;
+}
+
 std::string translated(const std::string &text, const std::string &from, const std::string &to) {
+    if (isAscii(from) && isAscii(to)) return translatedBytes(text, from, to);
     const auto becomes = translation(from, to);
     std::string result;
     for (std::size_t at = 0; at < text.size();) {

@@ -30,24 +30,16 @@ bool asksNameOnly(const Expression &expression) {
 
 std::optional<NodeSet> Evaluator::byNames(const NodeSet &set, const Expression &predicate) {
     if (!asksNameOnly(predicate)) return std::nullopt;
-    const Nodes nodes = collection_.nodesOf(set);
-    const NamesOfNodes names = collection_.names(nodes, set);
-    std::vector<Node> examples(names.distinct.size(), Node{});
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        Node &example = examples[names.which[i]];
-        if (example == Node{}) example = nodes[i];
+    const auto passes = [&](Node example) {
+        return evaluate(predicate, {.nodes = {&example, 1}}).asTruths().truth(0);
+    };
+    NodeSet left = collection_.none();
+    for (ResultSetPtr &part : collection_.tree().byName(*set.nodes)) {
+        NodeSet named{std::move(part), {}};
+        if (passes(collection_.firstOf(named))) left = collection_.united(left, named);
     }
-    std::vector<char> passes(examples.size());
-    for (std::size_t name = 0; name < examples.size(); ++name) {
-        if (examples[name] == Node{}) continue;
-        const Value value = evaluate(predicate, {.nodes = {&examples[name], 1}}).asTruths();
-        passes[name] = static_cast<char>(value.truth(0));
-    }
-    Nodes left;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        if (passes[names.which[i]] != 0) left.push_back(nodes[i]);
-    }
-    return collection_.setOf(left);
+    if (!set.roots.empty() && passes(collection_.root(set.roots.front()))) left.roots = set.roots;
+    return left;
 }
 
 }  // namespace zdbs::xpath

@@ -170,7 +170,22 @@ NodeSet Evaluator::placedOneByOne(const NodeSet &set, const Expression &predicat
     return collection_.setOf(left);
 }
 
+/** A step whose first predicate asks for places, which the engine counts; nothing for others. */
+std::optional<NodeSet> Evaluator::stepToPlaces(const NodeSet &contexts, const Step &step) {
+    const auto &predicates = step.predicates;
+    const auto asked = askedPlace(*predicates.front());
+    const bool counts = std::any_of(predicates.begin() + 1, predicates.end(),
+                                    [](const ExpressionPtr &each) { return isPositional(*each); });
+    if (!asked || counts) return std::nullopt;
+    auto found =
+        collection_.placedOnAxis(contexts, step.axis, step.test, asked->relation, asked->place);
+    for (std::size_t next = 1; found && next < predicates.size(); ++next)
+        found = filtered(*found, *predicates[next]);
+    return found;
+}
+
 NodeSet Evaluator::stepByPairs(const NodeSet &contexts, const Step &step) {
+    if (auto found = stepToPlaces(contexts, step)) return std::move(*found);
     const Nodes nodes = collection_.nodesOf(contexts);
     NodeSet result = collection_.none();
     const std::size_t batch = limits_.batch;
@@ -191,26 +206,29 @@ Groups Evaluator::ofMany(const Path &path, Groups groups) {
 
 namespace {
 
-/** Whether each group has one node, and they ascend. */
+/** Whether each group has one node. */
 bool isOfEach(const Groups &groups) {
     for (std::size_t group = 0; group < groups.size(); ++group) {
         if (groups.end(group) != group + 1) return false;
     }
-    return isAscending(groups.nodes());
+    return true;
 }
 
 }  // namespace
 
 /** A step from each group: what it leads to from any node of the group. */
 Groups Evaluator::step(const Groups &groups, const Step &step) {
-    if (isOfEach(groups)) return pairs(groups.nodes(), step);
-    const Nodes distinct = distinctNodes(groups);
+    const bool isEachOnce = isAscending(groups.nodes());
+    if (isEachOnce && isOfEach(groups)) return pairs(groups.nodes(), step);
+    const Nodes sorted = isEachOnce ? Nodes() : distinctNodes(groups);
+    const std::span<const Node> distinct = isEachOnce ? groups.nodes() : std::span(sorted);
     const Groups reached = pairs(distinct, step);
     Groups result;
+    result.reserve(groups.size(), reached.nodes().size());
     for (std::size_t group = 0; group < groups.size(); ++group) {
-        for (const Node node : groups[group])
-            result.add(reached[placeIn(distinct, node)]);
-        result.closeSorted();
+        for (std::size_t place = groups.begin(group); place < groups.end(group); ++place)
+            result.add(reached[isEachOnce ? place : placeIn(distinct, groups.nodes()[place])]);
+        groups[group].size() > 1 ? result.closeSorted() : result.close();
         requireFewPairs(result.nodes().size());
     }
     return result;
@@ -235,6 +253,25 @@ Groups Evaluator::pairs(std::span<const Node> contexts, const Step &step) {
     return std::move(*found);
 }
 
+namespace {
+
+Groups atPlace(const Groups &groups, const AskedPlace &asked, bool isReverse) {
+    Groups result;
+    result.reserve(groups.size(), groups.size());
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        const std::size_t size = groups[group].size();
+        for (std::size_t place = 0; place < size; ++place) {
+            const std::size_t position = isReverse ? size - place : place + 1;
+            if (asked.lets(static_cast<double>(position), static_cast<double>(size)))
+                result.add(groups[group][place]);
+        }
+        result.close();
+    }
+    return result;
+}
+
+}  // namespace
+
 Groups Evaluator::filtered(const Groups &groups, const Expression &predicate, bool isReverse) {
     if (isPositional(predicate)) return filteredByPosition(groups, predicate, isReverse);
     const Nodes left =
@@ -251,6 +288,7 @@ Groups Evaluator::filtered(const Groups &groups, const Expression &predicate, bo
 
 Groups Evaluator::filteredByPosition(const Groups &groups, const Expression &predicate,
                                      bool isReverse) {
+    if (const auto asked = askedPlace(predicate)) return atPlace(groups, *asked, isReverse);
     std::vector<std::uint32_t> positions;
     std::vector<std::uint32_t> sizes;
     for (std::size_t group = 0; group < groups.size(); ++group) {
@@ -274,11 +312,6 @@ Groups Evaluator::filteredByPosition(const Groups &groups, const Expression &pre
 /** Whether a predicate lets each context pass: a number is the position that it asks for. */
 std::vector<char> Evaluator::kept(const Expression &predicate, const Contexts &contexts) {
     std::vector<char> keeps(contexts.size());
-    if (const auto asked = askedPlace(predicate)) {
-        for (std::size_t i = 0; i < keeps.size(); ++i)
-            keeps[i] = asked->lets(contexts.positions[i], contexts.sizes[i]) ? 1 : 0;
-        return keeps;
-    }
     const std::size_t batch = limits_.batch;
     for (std::size_t first = 0; first < keeps.size(); first += batch) {
         const std::size_t count = std::min(batch, keeps.size() - first);

@@ -31,25 +31,46 @@ struct Counted {
 
 /** The counts of nodes summed up for their parents. */
 Counted ofParents(const Counted &below, const Nodes &parents) {
+    Counted result;
+    const auto add = [&](Node parent, std::uint64_t count) {
+        if (!result.nodes.empty() && result.nodes.back() == parent) {
+            result.counts.back() += count;
+            return;
+        }
+        result.nodes.push_back(parent);
+        result.counts.push_back(count);
+    };
+    if (std::is_sorted(parents.begin(), parents.end())) {
+        for (std::size_t i = 0; i < parents.size(); ++i)
+            add(parents[i], below.counts[i]);
+        return result;
+    }
     std::vector<std::pair<Node, std::uint64_t>> pairs;
     pairs.reserve(parents.size());
-    for (std::size_t i = 0; i < parents.size(); ++i) {
-        if (!pairs.empty() && pairs.back().first == parents[i])
-            pairs.back().second += below.counts[i];
-        else
-            pairs.emplace_back(parents[i], below.counts[i]);
-    }
+    for (std::size_t i = 0; i < parents.size(); ++i)
+        pairs.emplace_back(parents[i], below.counts[i]);
     std::sort(pairs.begin(), pairs.end());
-    Counted result;
-    for (const auto &[node, count] : pairs) {
-        if (!result.nodes.empty() && result.nodes.back() == node) {
-            result.counts.back() += count;
-            continue;
-        }
-        result.nodes.push_back(node);
-        result.counts.push_back(count);
-    }
+    for (const auto &[parent, count] : pairs)
+        add(parent, count);
     return result;
+}
+
+/** The parents of some nodes of a set; it is faster to ask for those of all than of each. */
+Nodes parentsAmong(const Collection &collection, const Nodes &nodes, const NodeSet &set) {
+    constexpr std::uint64_t aPart = 4;
+    const std::uint64_t size = collection.sizeOf(set);
+    if (size > aPart * nodes.size()) return collection.parents(nodes);
+    const Nodes all = collection.nodesOf(set);
+    Nodes parents = collection.parents(all, set);
+    if (size == nodes.size()) return parents;
+    std::size_t place = 0;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        while (all[place] != nodes[i])
+            ++place;
+        parents[i] = parents[place];
+    }
+    parents.resize(nodes.size());
+    return parents;
 }
 
 }  // namespace
@@ -88,15 +109,13 @@ std::optional<NodeSet> Evaluator::countedOneByOne(const NodeSet &set, const Path
 }
 
 NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTrial &passes) {
-    NodeSet found = set;
+    std::vector<NodeSet> found{set};
     for (const Step &step : path.steps)
-        found = this->step(found, step);
-    Counted counts{collection_.nodesOf(found), {}};
+        found.push_back(this->step(found.back(), step));
+    Counted counts{collection_.nodesOf(found.back()), {}};
     counts.counts.assign(counts.nodes.size(), 1);
-    for (std::size_t level = 0; level < path.steps.size(); ++level) {
-        const bool isFirst = level == 0;
-        counts = ofParents(counts, isFirst ? collection_.parents(counts.nodes, found)
-                                           : collection_.parents(counts.nodes));
+    for (; found.size() > 1; found.pop_back()) {
+        counts = ofParents(counts, parentsAmong(collection_, counts.nodes, found.back()));
     }
     // Those without any node are as many as there are; they are not listed.
     const bool nonePasses = passes(0);

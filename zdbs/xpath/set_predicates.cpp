@@ -96,7 +96,7 @@ NodeSet Evaluator::byEither(const NodeSet &set, const std::vector<ExpressionPtr>
     for (const ExpressionPtr &operand : operands) {
         const NodeSet more = filtered(left, *operand);
         found = collection_.united(found, more);
-        left = collection_.without(left, more);
+        if (&operand != &operands.back()) left = collection_.without(left, more);
     }
     return found;
 }
