@@ -131,7 +131,7 @@ function(vexa_test name)
   if(ARG_SERVER AND VEXA_SQL_ENGINE)
     set(others "-${ARG_SERVER}")
     add_test(NAME ${name}.on_a_server COMMAND ${name} "--gtest_filter=${ARG_SERVER}")
-    set_tests_properties(${name}.on_a_server PROPERTIES TIMEOUT 900 COST 100)
+    set_tests_properties(${name}.on_a_server PROPERTIES TIMEOUT 900 COST 100 LABELS long)
   endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." TEST_FILTER "${others}"
     PROPERTIES TIMEOUT 900 DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
