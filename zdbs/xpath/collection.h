@@ -141,7 +141,13 @@ class StepPairs {
 public:
     /** REQUIRES ascending contexts. Of children and descendants there may be more than asked. */
     StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
-              const NodeTest &test, Reach reach = {});
+              const NodeTest &test, Reach reach = {})
+        : StepPairs(collection, contexts, axis,
+                    collection.reached(collection.setOf(contexts), axis, test), reach) {}
+
+    /** @param found what the step leads to, or those of it that are wanted */
+    StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
+              NodeSet found, Reach reach = {});
 
     /** Nothing where there are more pairs than `most`; a single context has all of its. */
     std::optional<Groups> within(std::size_t most) const;

@@ -68,6 +68,7 @@ Value answered(const Call &call, const Joined &joined) {
     const auto &values = joined.values();
     Answers answers(traitsOf(call.function).result);
     std::vector<Scalar> scalars(values.size());
+    bool areSet = false;  // those that stay
     std::vector<std::string_view> texts(values.size());
     const bool areTexts = std::all_of(values.begin(), values.end(), [](const Value &value) {
         return value.type() == ValueType::string;
@@ -81,8 +82,11 @@ Value answered(const Call &call, const Joined &joined) {
                 continue;
             }
         }
-        for (std::size_t i = 0; i < values.size(); ++i)
-            scalars[i] = scalarAt(values[i], joined.entry(values[i], place));
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (!areSet || !values[i].mapping().isConstant)
+                scalars[i] = scalarAt(values[i], joined.entry(values[i], place));
+        }
+        areSet = true;
         answers.add(xpath::call(call.function, scalars));
     }
     return answers.take(joined.mapping());

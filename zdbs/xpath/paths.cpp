@@ -239,6 +239,10 @@ Groups Evaluator::pairs(std::span<const Node> contexts, const Step &step) {
     if (contexts.empty()) return {};
     if (isContextNode(step)) return Groups::ofEach(contexts);
     heedStop();
+    if (isOfParent(step.axis)) {
+        const NodeSet found = this->step(collection_.setOf(contexts), step);
+        return *StepPairs(collection_, contexts, step.axis, found).within(limits_.pairs);
+    }
     std::optional<Groups> found =
         StepPairs(collection_, contexts, step.axis, step.test, reachOf(step)).within(limits_.pairs);
     if (!found) {

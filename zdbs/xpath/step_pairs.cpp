@@ -54,12 +54,12 @@ private:
 }  // namespace
 
 StepPairs::StepPairs(const Collection &collection, std::span<const Node> contexts, Axis axis,
-                     const NodeTest &test, Reach reach)
+                     NodeSet found, Reach reach)
     : collection_(collection),
       contexts_(contexts),
       axis_(traitsOf(axis)),
       reach_(reach),
-      foundSet_(collection.reached(collection.setOf(contexts), axis, test)),
+      foundSet_(std::move(found)),
       found_(collection.nodesOf(foundSet_)) {}
 
 std::optional<Groups> StepPairs::within(std::size_t most) const {
