@@ -90,6 +90,13 @@ std::string RandomExpressions::literal() {
 }
 
 std::string RandomExpressions::nodes(int depth) {
+    const bool outer = mayBeAttribute_;
+    const std::string text = nodesOfAnyForm(depth);
+    mayBeAttribute_ = outer;
+    return text;
+}
+
+std::string RandomExpressions::nodesOfAnyForm(int depth) {
     if (depth == 0 || below(8) < 5) return path(depth);
     switch (below(6)) {
         case 0:
@@ -117,7 +124,7 @@ std::string RandomExpressions::path(int depth) {
     const std::size_t steps = 1 + below(3);
     for (std::size_t i = 0; i < steps; ++i) {
         if (i > 0) text += oneIn(4) ? "//" : "/";
-        text += text.ends_with("//") ? axisAndTest() + predicates(depth) : step(depth);
+        text += text.ends_with("//") ? stepOfAxis(depth) : step(depth);
     }
     mayBeAttribute_ = outer;
     return text;
@@ -129,6 +136,11 @@ std::string RandomExpressions::step(int depth) {
         mayBeAttribute_ = false;
         return "..";
     }
+    return stepOfAxis(depth);
+}
+
+/** Predicates come behind the test, which says what their context may be. */
+std::string RandomExpressions::stepOfAxis(int depth) {
     const std::string text = axisAndTest();
     return text + predicates(depth);
 }

@@ -52,8 +52,10 @@ private:
     }
 
     std::string nodes(int depth);
+    std::string nodesOfAnyForm(int depth);
     std::string path(int depth);
     std::string step(int depth);
+    std::string stepOfAxis(int depth);
     std::string axisAndTest();
     std::string nameTest(bool isAttribute);
     std::string predicates(int depth);
