@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <optional>
 
 #include "zdbs/serve/problem.h"
 
@@ -91,7 +90,7 @@ std::string questionOf(const Request &request) {
     throw Problem(Failure(Status::unknownDatabase, {database}));
 }
 
-/** Whether it has been told that the user may, as long as the users are in the same state. */
+/** The engine is asked once as long as the users are in the same state; the database may be gone. */
 bool mayRead(const Service &service, const Request &request) {
     const std::string &database = request.place.database;
     if (service.proofs.reads(request.user, database, request.usersState)) return true;
