@@ -90,7 +90,7 @@ std::string questionOf(const Request &request) {
     throw Problem(Failure(Status::unknownDatabase, {database}));
 }
 
-/** The engine is asked once as long as the users are in the same state; the database may be gone. */
+/** The engine is asked once for each state of the users; the database may be gone since. */
 bool mayRead(const Service &service, const Request &request) {
     const std::string &database = request.place.database;
     if (service.proofs.reads(request.user, database, request.usersState)) return true;
