@@ -10,9 +10,7 @@ namespace exhaustive {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int fewerNodes = 2;
-#elif defined(NDEBUG)
+#if defined(NDEBUG)
 constexpr int fewerNodes = 0;
 #else
 constexpr int fewerNodes = 1;
@@ -23,7 +21,7 @@ std::size_t mannersFor(const Share &share, std::size_t keepings) {
     if (share.nodes > 4) return 1;
     const auto smaller = static_cast<unsigned>(4 - share.nodes);
     if (share.way == Way::stored) return std::size_t{1} << smaller;
-    return keepings << (fewerNodes == 2 ? smaller : 2 * smaller);
+    return keepings << (2 * smaller);
 }
 
 }  // namespace

@@ -15,11 +15,7 @@
 namespace robustness {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::int32_t lastGeneration = 40;
-#else
 constexpr std::int32_t lastGeneration = 150;
-#endif
 static_assert(lastGeneration < generationLimit);
 
 constexpr std::int32_t generationsBetweenMeetings = 10;

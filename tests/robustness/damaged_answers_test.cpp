@@ -19,7 +19,7 @@ namespace robustness {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr long fewDamages = 60;
+constexpr long fewDamages = 25;
 #else
 constexpr long fewDamages = 200;
 #endif

@@ -21,11 +21,7 @@
 namespace robustness {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr long fewMoments = 48;  // everything takes several times as long
-#else
 constexpr long fewMoments = 290;
-#endif
 
 /** At how many moments each operation is killed in each of two ways. */
 std::size_t momentsOfEach() {

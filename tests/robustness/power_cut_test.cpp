@@ -16,11 +16,7 @@
 namespace robustness {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr long fewCuts = 24;
-#else
 constexpr long fewCuts = 120;
-#endif
 
 long cutsOfEach() {
     const auto commands = static_cast<long>(writingCommands().size());

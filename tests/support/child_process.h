@@ -16,7 +16,7 @@ namespace support {
 using Clock = std::chrono::steady_clock;
 
 /** How long a driver waits for anything before it gives up: only a hanging program meets it. */
-inline constexpr std::chrono::seconds patience{60};
+inline constexpr std::chrono::seconds patience{300};
 
 struct Command {
     std::string program;
@@ -46,7 +46,7 @@ struct Ending {
 
 Ending exited(int status);
 Ending killedBy(int signal);
-/** "exit status 0", "signal 15", "still running after 60 s". */
+/** "exit status 0", "signal 15", "still running after 300 s". */
 std::string toString(const Ending &ending);
 void PrintTo(const Ending &ending, std::ostream *out);
 
