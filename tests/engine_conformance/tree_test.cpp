@@ -45,14 +45,20 @@ public:
 
     /** About one in `count` of all nodes, the same for each engine. */
     ResultSetPtr some(std::mt19937 &random, std::size_t count) const {
-        std::vector<RecordId> records;
-        for (const RecordId record : numbers_) {
-            if (random() % count == 0) records.push_back(record);
-        }
-        return tree_->listed(records);
+        return tree_->listed(someOf(numbers_, random, count));
+    }
+
+    ResultSetPtr picked(std::mt19937 &random, const ResultSet &set, std::size_t count) const {
+        return tree_->picked(set, someOf(tree_->numbers(set), random, count));
     }
 
 private:
+    static std::vector<RecordId> someOf(std::vector<RecordId> records, std::mt19937 &random,
+                                        std::size_t count) {
+        std::erase_if(records, [&](RecordId) { return random() % count != 0; });
+        return records;
+    }
+
     const OpenDatabase &database_;
     std::unique_ptr<NodeTree> tree_;
     ResultSetPtr all_;
@@ -166,12 +172,14 @@ std::string answersOf(const TreeText &text, unsigned seed) {
     const NodeTree &tree = text.tree();
     const ResultSetPtr a = text.some(random, 1 + seed % 4);
     const ResultSetPtr b = text.some(random, 1 + seed / 4 % 4);
+    const ResultSetPtr ofA = text.picked(random, *a, 1 + seed % 3);
     std::vector<std::uint32_t> roots;
     for (std::uint32_t root = 0; root < tree.documents().size(); ++root) {
         if (random() % 2 == 0) roots.push_back(root);
     }
-    std::string result = factsOf(text, *a) + text.of(*tree.united(*a, *b)) + ";" +
-                         text.of(*tree.common(*a, *b)) + ";" + text.of(*tree.without(*a, *b));
+    std::string result = factsOf(text, *a) + factsOf(text, *ofA) + text.of(*tree.united(*ofA, *b)) +
+                         ";" + text.of(*tree.united(*a, *b)) + ";" + text.of(*tree.common(*a, *b)) +
+                         ";" + text.of(*tree.without(*a, *b));
     for (const double place : {1.0, 2.0, 2.5, -1.0, -2.0}) {
         for (const ComparisonWords &each : comparisonTable)
             result += ";" + text.of(*tree.atPosition(*a, each.relation, place));

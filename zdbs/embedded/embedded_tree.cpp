@@ -59,6 +59,15 @@ public:
         return made(makeList(NodeIds(records.begin(), records.end())));
     }
 
+    ResultSetPtr picked(const ResultSet &set, std::span<const RecordId> records) const override {
+        const PathTable *const paths = table_->paths();
+        if (!paths) return listed(records);
+        return intact(*table_, [&] {
+            const NodeIds nodes(records.begin(), records.end());
+            return made(makeList(*paths, byPathAmong(*paths, nodes, listOf(set)->byPath(*paths))));
+        });
+    }
+
     ResultSetPtr matching(const NodePattern &pattern) const override {
         heedStop();
         if (!state_.summary) return made(makeList(matchingOneByOne(pattern)));

@@ -30,12 +30,13 @@ public:
 
     ResultSetPtr listed(std::span<const RecordId> records) const override {
         return setOfEach([&](const NodeTree &tree, std::size_t part) {
-            const auto first = std::ranges::lower_bound(records, before(part));
-            const auto end = std::ranges::lower_bound(records, before(part + 1));
-            std::vector<RecordId> own(first, end);
-            for (RecordId &record : own)
-                record -= before(part);
-            return tree.listed(own);
+            return tree.listed(recordsOfPart(records, part));
+        });
+    }
+
+    ResultSetPtr picked(const ResultSet &set, std::span<const RecordId> records) const override {
+        return setOfEach([&](const NodeTree &tree, std::size_t part) {
+            return tree.picked(ofPart(set, part), recordsOfPart(records, part));
         });
     }
 
@@ -138,6 +139,17 @@ public:
     }
 
 private:
+    /** As the part numbers them. */
+    static std::vector<RecordId> recordsOfPart(std::span<const RecordId> records,
+                                               std::size_t part) {
+        const auto first = std::ranges::lower_bound(records, before(part));
+        const auto end = std::ranges::lower_bound(records, before(part + 1));
+        std::vector<RecordId> own(first, end);
+        for (RecordId &record : own)
+            record -= before(part);
+        return own;
+    }
+
     static const ResultSet &ofPart(const ResultSet &set, std::size_t part) {
         return *partsOf(set)[part];
     }

@@ -65,6 +65,12 @@ public:
     virtual ResultSetPtr listed(std::span<const RecordId> records) const = 0;
     virtual ResultSetPtr matching(const NodePattern &pattern) const = 0;
 
+    /** As listed(), where it is known what they are of. REQUIRES ascending records of the set. */
+    virtual ResultSetPtr picked(const ResultSet & /*set*/,
+                                std::span<const RecordId> records) const {
+        return listed(records);
+    }
+
     virtual ResultSetPtr united(const ResultSet &a, const ResultSet &b) const = 0;
     virtual ResultSetPtr common(const ResultSet &a, const ResultSet &b) const = 0;
     virtual ResultSetPtr without(const ResultSet &a, const ResultSet &b) const = 0;

@@ -71,11 +71,21 @@ NodeSet Collection::setOf(std::span<const Node> ascending) const {
     for (const Listed &each : listed_) {
         if (std::ranges::equal(each.nodes, ascending) && each.set.nodes) return each.set;
     }
-    NodeSet set{tree_->listed(recordsAmong(ascending)), {}};
-    for (const Node node : ascending) {
-        if (isRoot(node)) set.roots.push_back(static_cast<std::uint32_t>(documentOf(node)));
+    return {tree_->listed(recordsAmong(ascending)), rootsAmong(ascending)};
+}
+
+NodeSet Collection::picked(const NodeSet &set, std::span<const Node> ascending) const {
+    if (ascending.size() == sizeOf(set)) return set;
+    return {tree_->picked(*set.nodes, recordsAmong(ascending)), rootsAmong(ascending)};
+}
+
+/** The places of the documents whose roots are among nodes. */
+std::vector<std::uint32_t> Collection::rootsAmong(std::span<const Node> nodes) const {
+    std::vector<std::uint32_t> roots;
+    for (const Node node : nodes) {
+        if (isRoot(node)) roots.push_back(static_cast<std::uint32_t>(documentOf(node)));
     }
-    return set;
+    return roots;
 }
 
 Nodes Collection::nodesOf(const NodeSet &set) const {

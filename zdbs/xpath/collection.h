@@ -50,6 +50,8 @@ public:
     const NodeSet &none() const { return none_; }
     /** Those of nodesOf() that were told lately are the sets that they are of, not lists. */
     NodeSet setOf(std::span<const Node> ascending) const;
+    /** As setOf(), where it is known what they are of. REQUIRES that they are of the set. */
+    NodeSet picked(const NodeSet &set, std::span<const Node> ascending) const;
     Nodes nodesOf(const NodeSet &set) const;
 
     /** In document order. REQUIRES that it is not empty. */
@@ -114,6 +116,7 @@ private:
     };
 
     ResultSetPtr matching(const NodePattern &pattern) const;
+    std::vector<std::uint32_t> rootsAmong(std::span<const Node> nodes) const;
     std::vector<std::uint32_t> rootsReached(const NodeSet &contexts, Axis axis) const;
     std::vector<std::uint32_t> documentsOf(const ResultSet &set) const;
     ResultSetPtr atTop(const ResultSet &set) const;
@@ -154,6 +157,7 @@ public:
 
 private:
     Groups byParent() const;
+    Groups inOrderOf(const Nodes &parents) const;
     std::optional<Groups> below(std::size_t most) const;
     Groups single() const;
     Groups above() const;

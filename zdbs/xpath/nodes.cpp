@@ -53,11 +53,18 @@ Groups Groups::ofEach(std::span<const Node> nodes) {
     return groups;
 }
 
+Groups Groups::joined(const Groups &outer, Groups inner) {
+    std::vector<std::size_t> ends;
+    ends.reserve(outer.size());
+    for (const std::size_t end : outer.ends_)
+        ends.push_back(end == 0 ? 0 : inner.ends_[end - 1]);
+    inner.ends_ = std::move(ends);
+    return inner;
+}
+
 Groups Groups::ofOne(Nodes nodes) {
-    Groups groups;
-    groups.nodes_ = std::move(nodes);
-    groups.close();
-    return groups;
+    const std::size_t end = nodes.size();
+    return {std::move(nodes), {end}};
 }
 
 Nodes distinctNodes(const Groups &groups) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "zdbs/base/node.h"
@@ -51,6 +52,12 @@ std::size_t placeIn(std::span<const Node> ascending, Node node);
 /** Lists of nodes one behind the other. */
 class Groups {
 public:
+    Groups() = default;
+
+    /** @param ends for each group the place behind its last node; ascending */
+    Groups(Nodes nodes, std::vector<std::size_t> ends)
+        : ends_(std::move(ends)), nodes_(std::move(nodes)) {}
+
     std::size_t size() const { return ends_.size(); }
     std::span<const Node> nodes() const { return nodes_; }
 
@@ -79,6 +86,9 @@ public:
 
     /** A group for each node, with it alone. */
     static Groups ofEach(std::span<const Node> nodes);
+
+    /** One group where another has a node for each of the groups: those of its nodes. */
+    static Groups joined(const Groups &outer, Groups inner);
 
     /** One group. */
     static Groups ofOne(Nodes nodes);

@@ -167,7 +167,7 @@ NodeSet Evaluator::placedOneByOne(const NodeSet &set, const Expression &predicat
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (keeps[i] != 0) left.push_back(nodes[i]);
     }
-    return collection_.setOf(left);
+    return collection_.picked(set, left);
 }
 
 /** A step whose first predicate asks for places, which the engine counts; nothing for others. */
@@ -206,10 +206,9 @@ Groups Evaluator::ofMany(const Path &path, Groups groups) {
 
 namespace {
 
-/** Whether each group has one node. */
-bool isOfEach(const Groups &groups) {
+bool haveOneAtMost(const Groups &groups) {
     for (std::size_t group = 0; group < groups.size(); ++group) {
-        if (groups.end(group) != group + 1) return false;
+        if (groups[group].size() > 1) return false;
     }
     return true;
 }
@@ -219,10 +218,12 @@ bool isOfEach(const Groups &groups) {
 /** A step from each group: what it leads to from any node of the group. */
 Groups Evaluator::step(const Groups &groups, const Step &step) {
     const bool isEachOnce = isAscending(groups.nodes());
-    if (isEachOnce && isOfEach(groups)) return pairs(groups.nodes(), step);
     const Nodes sorted = isEachOnce ? Nodes() : distinctNodes(groups);
     const std::span<const Node> distinct = isEachOnce ? groups.nodes() : std::span(sorted);
-    const Groups reached = pairs(distinct, step);
+    Groups reached = pairs(distinct, step);
+    // Nothing is met twice then, and in order.
+    if (isEachOnce && (isAscending(reached.nodes()) || haveOneAtMost(groups)))
+        return Groups::joined(groups, std::move(reached));
     Groups result;
     result.reserve(groups.size(), reached.nodes().size());
     for (std::size_t group = 0; group < groups.size(); ++group) {

@@ -1,6 +1,6 @@
 #include "zdbs/xpath/ranks.h"
 
-#include <bit>
+#include "foundation/bit_count.h"
 
 namespace zdbs::xpath {
 namespace {
@@ -26,7 +26,7 @@ Ranks::Ranks(std::span<const Node> ascending) : nodes_(ascending) {
     std::uint64_t before = 0;
     for (Word &word : words_) {
         word.before = before;
-        before += static_cast<std::uint64_t>(std::popcount(word.bits));
+        before += bitCount(word.bits);
     }
 }
 
@@ -37,7 +37,7 @@ std::uint64_t Ranks::of(Node node) const {
     const std::uint64_t at = ordinalOf(node) - ordinalOf(nodes_.front());
     const Word &word = words_[at / bitsOfWord];
     const std::uint64_t below = (std::uint64_t{1} << at % bitsOfWord) - 1;
-    return word.before + static_cast<std::uint64_t>(std::popcount(word.bits & below));
+    return word.before + bitCount(word.bits & below);
 }
 
 }  // namespace zdbs::xpath

@@ -28,7 +28,7 @@ NodeSet tried(const Collection &collection, const NodeSet &set, Passes passes) {
             if (passes(strings.texts[i])) left.push_back(some[i]);
         }
     }
-    return collection.setOf(left);
+    return collection.picked(set, left);
 }
 
 /**
@@ -90,7 +90,7 @@ NodeSet mayHaveText(const Collection &collection, const NodeSet &containers,
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (placeIn(all, ends[i]) <= placeIn(all, nodes[i]) + text.size()) left.push_back(nodes[i]);
     }
-    return collection.setOf(left);
+    return collection.picked(above, left);
 }
 
 NodeTrial textTrial(const Collection &collection, std::size_t many, Relation relation,

@@ -105,7 +105,7 @@ std::optional<NodeSet> Evaluator::countedOneByOne(const NodeSet &set, const Path
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (passes((*counts)[i])) left.push_back(nodes[i]);
     }
-    return collection_.setOf(left);
+    return collection_.picked(set, left);
 }
 
 NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTrial &passes) {
@@ -123,7 +123,7 @@ NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTria
     for (std::size_t i = 0; i < counts.nodes.size(); ++i) {
         if (passes(counts.counts[i]) != nonePasses) listed.push_back(counts.nodes[i]);
     }
-    const NodeSet others = collection_.setOf(listed);
+    const NodeSet others = collection_.picked(set, listed);
     return nonePasses ? collection_.without(set, others) : others;
 }
 

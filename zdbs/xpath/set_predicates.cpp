@@ -67,7 +67,7 @@ NodeSet Evaluator::filteredInBatches(const NodeSet &set, const Expression &predi
             if (value.truth(i)) left.push_back(some.nodes[i]);
         }
     }
-    return collection_.setOf(left);
+    return collection_.picked(set, left);
 }
 
 std::optional<NodeSet> Evaluator::bySets(const NodeSet &set, const Expression &predicate) {

@@ -82,11 +82,26 @@ std::optional<Groups> StepPairs::within(std::size_t most) const {
 
 Groups StepPairs::byParent() const {
     const Nodes parents = collection_.parents(found_, foundSet_);
+    // Unless contexts are in each other, their children follow as they do.
+    if (std::is_sorted(parents.begin(), parents.end())) return inOrderOf(parents);
     const Ranks ranks(contexts_);
     Distribution pairs(contexts_.size());
     for (std::size_t i = 0; i < found_.size(); ++i)
         pairs.add(ranks.of(parents[i]), found_[i]);
     return pairs.take();
+}
+
+/** @param parents of found_, ascending */
+Groups StepPairs::inOrderOf(const Nodes &parents) const {
+    std::vector<std::size_t> ends;
+    ends.reserve(contexts_.size());
+    std::size_t next = 0;
+    for (const Node context : contexts_) {
+        while (next < parents.size() && parents[next] == context)
+            ++next;
+        ends.push_back(next);
+    }
+    return {found_, std::move(ends)};
 }
 
 /** What is below a context are the nodes up to its end; an attribute is below none. */

@@ -18,8 +18,12 @@ constexpr std::uint64_t rowsOfLookUp = 100;
 /** So many numbers a node are not worth a bit each. */
 constexpr NodeId thin = 1024;
 
+bool areThin(Nodes nodes) {
+    return (nodes.back() - nodes.front()) / thin > nodes.size();
+}
+
 bool isPassCheaper(const PathTable &table, Nodes nodes) {
-    if ((nodes.back() - nodes.front()) / thin > nodes.size()) return false;
+    if (areThin(nodes)) return false;
     const std::uint64_t most = nodes.size() * rowsOfLookUp;
     std::uint64_t rows = 0;
     for (PathId path = 0; path < table.summary().size() && rows < most; ++path)
@@ -32,9 +36,20 @@ void addPart(const PathTable &table, PathId path, RowCollector &rows, PathNodes 
     if (part) result.push_back({path, std::move(part)});
 }
 
-/** The rows of a path whose nodes are among the marked ones, which begin at `first`. */
-void collectMarked(const PathTable &table, PathId path, RowReader &reader, NodeId first,
-                   const RowBits &marks, PathNodes &result) {
+/** Marks of numbers from the first to the last one. */
+struct Marks {
+    explicit Marks(Nodes nodes) : first(nodes.front()), bits(nodes.back() - first + 1) {
+        for (const NodeId node : nodes)
+            bits.add(node - first);
+    }
+
+    NodeId first;
+    RowBits bits;
+};
+
+/** The rows of a path whose nodes are among the marked ones. REQUIRES that none is outside. */
+void collectMarked(const PathTable &table, PathId path, RowReader &reader, const Marks &marks,
+                   PathNodes &result) {
     RowCollector kept;
     std::array<NodeId, RowReader::batchSize> numbers;
     std::array<RowId, RowReader::batchSize> rows;
@@ -43,24 +58,24 @@ void collectMarked(const PathTable &table, PathId path, RowReader &reader, NodeI
         std::size_t count = 0;
         for (std::size_t i = 0; i < batch.rows.size(); ++i) {
             rows[count] = batch.rows[i];
-            count += marks.has(numbers[i] - first) ? 1 : 0;
+            count += marks.bits.has(numbers[i] - marks.first) ? 1 : 0;
         }
         kept.add(std::span(rows).first(count));
     }
     addPart(table, path, kept, result);
 }
 
+/** The rows of a path from the first node to the last. */
+RowRange rowsAround(const PathTable &table, PathId path, Nodes nodes) {
+    return {table.lowerBound(path, nodes.front()), table.lowerBound(path, nodes.back() + 1)};
+}
+
 PathNodes byPass(const PathTable &table, Nodes nodes) {
-    const NodeId first = nodes.front();
-    RowBits marks(nodes.back() - first + 1);
-    for (NodeId node : nodes)
-        marks.add(node - first);
+    const Marks marks(nodes);
     PathNodes result;
     for (PathId path = 0; path < table.summary().size(); ++path) {
-        RowReader reader(
-            table, path,
-            RowRange{table.lowerBound(path, first), table.lowerBound(path, nodes.back() + 1)});
-        collectMarked(table, path, reader, first, marks, result);
+        RowReader reader(table, path, rowsAround(table, path, nodes));
+        collectMarked(table, path, reader, marks, result);
     }
     return result;
 }
@@ -86,6 +101,19 @@ PathNodes byLookUps(const PathTable &table, Nodes nodes) {
 PathNodes byPath(const PathTable &table, std::span<const NodeId> nodes) {
     if (nodes.empty()) return {};
     return isPassCheaper(table, nodes) ? byPass(table, nodes) : byLookUps(table, nodes);
+}
+
+PathNodes byPathAmong(const PathTable &table, std::span<const NodeId> nodes,
+                      const PathNodes &others) {
+    if (nodes.empty() || areThin(nodes) || sizeOf(others) > nodes.size() * rowsOfLookUp)
+        return byPath(table, nodes);
+    const Marks marks(nodes);
+    PathNodes result;
+    for (const PathPart &part : others) {
+        RowReader reader(table, part.path, *part.rows, rowsAround(table, part.path, nodes));
+        collectMarked(table, part.path, reader, marks, result);
+    }
+    return result;
 }
 
 }  // namespace zdbs::embedded

@@ -72,6 +72,10 @@ private:
 /** Nodes by path. `nodes` ascending, all present. */
 PathNodes byPath(const PathTable &table, std::span<const NodeId> nodes);
 
+/** The same of nodes that are all among others. */
+PathNodes byPathAmong(const PathTable &table, std::span<const NodeId> nodes,
+                      const PathNodes &others);
+
 /** The number at a place in document order, from 0. REQUIRES place < sizeOf(). */
 NodeId nodeAtPlace(const PathTable &table, const PathNodes &nodes, std::uint64_t place);
 
