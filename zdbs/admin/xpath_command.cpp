@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -194,10 +196,17 @@ private:
     bool allRan_ = true;
 };
 
+/** Lists of nodes come and go by the megabyte, and the system would clear each anew. */
+void keepFreeMemory() {
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 512 << 20);
+}
+
 }  // namespace
 
 bool answerXPath(const HomeChoice &home, const XPathRequest &request) {
     checkForms(request.forms);
+    keepFreeMemory();
     const auto database = home.open()->open(request.database);
     XPathRun run(*database, request);
     forEachRequest(request.requests, [&](const std::string &text) { run.answer(text); });

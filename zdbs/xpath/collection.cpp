@@ -76,7 +76,17 @@ NodeSet Collection::setOf(std::span<const Node> ascending) const {
 
 NodeSet Collection::picked(const NodeSet &set, std::span<const Node> ascending) const {
     if (ascending.size() == sizeOf(set)) return set;
-    return {tree_->picked(*set.nodes, recordsAmong(ascending)), rootsAmong(ascending)};
+    NodeSet some{tree_->picked(*set.nodes, recordsAmong(ascending)), rootsAmong(ascending)};
+    remember(some, ascending);
+    return some;
+}
+
+/** Few are found as fast one by one, and many are worked on in batches. */
+void Collection::remember(const NodeSet &set, std::span<const Node> nodes) const {
+    constexpr std::size_t few = 64;
+    constexpr std::size_t many = std::size_t{1} << 18U;
+    if (nodes.size() < few || nodes.size() > many) return;
+    listed_[nextListed_++ % listed_.size()] = {set, Nodes(nodes.begin(), nodes.end())};
 }
 
 /** The places of the documents whose roots are among nodes. */
@@ -100,11 +110,7 @@ Nodes Collection::nodesOf(const NodeSet &set) const {
     }
     for (; nextRoot != set.roots.end(); ++nextRoot)
         nodes.push_back(root(*nextRoot));
-    // Few are found as fast one by one, and many are worked on in batches.
-    constexpr std::size_t few = 64;
-    constexpr std::size_t many = std::size_t{1} << 18U;
-    if (nodes.size() >= few && nodes.size() <= many)
-        listed_[nextListed_++ % listed_.size()] = {set, nodes};
+    remember(set, nodes);
     return nodes;
 }
 

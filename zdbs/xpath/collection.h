@@ -48,7 +48,7 @@ public:
 
     // Sets.
     const NodeSet &none() const { return none_; }
-    /** Those of nodesOf() that were told lately are the sets that they are of, not lists. */
+    /** Those of nodesOf() and picked() lately are the sets that they are of, not lists. */
     NodeSet setOf(std::span<const Node> ascending) const;
     /** As setOf(), where it is known what they are of. REQUIRES that they are of the set. */
     NodeSet picked(const NodeSet &set, std::span<const Node> ascending) const;
@@ -116,6 +116,7 @@ private:
     };
 
     ResultSetPtr matching(const NodePattern &pattern) const;
+    void remember(const NodeSet &set, std::span<const Node> nodes) const;
     std::vector<std::uint32_t> rootsAmong(std::span<const Node> nodes) const;
     std::vector<std::uint32_t> rootsReached(const NodeSet &contexts, Axis axis) const;
     std::vector<std::uint32_t> documentsOf(const ResultSet &set) const;

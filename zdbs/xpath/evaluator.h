@@ -39,7 +39,7 @@ constexpr std::size_t mostPairs = std::size_t{1} << 27U;
 
 /** How much is done at once. */
 struct Limits {
-    std::size_t batch = std::size_t{1} << 16U;  ///< contexts
+    std::size_t batch = std::size_t{1} << 18U;  ///< contexts
     std::size_t pairs = std::size_t{1} << 22U;  ///< of contexts with nodes of a step
     std::size_t many = std::size_t{1} << 15U;   ///< nodes that are searched, not looked at
 };

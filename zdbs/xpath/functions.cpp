@@ -48,23 +48,30 @@ constexpr std::array table{
     FunctionTraits{Function::round, "round", number, 1, 1, number},
 };
 
-const std::string &textOf(const Scalar &value) {
-    return std::get<std::string>(value);
+using Arguments = std::span<const Argument>;
+
+std::string_view textOf(const Argument &value) {
+    return std::get<std::string_view>(value);
 }
 
-std::string substringBefore(const std::string &text, const std::string &mark) {
-    const std::size_t at = text.find(mark);
-    return at == std::string::npos ? std::string() : text.substr(0, at);
+double numberOf(const Argument &value) {
+    return std::get<double>(value);
 }
 
-std::string substringAfter(const std::string &text, const std::string &mark) {
+std::string substringBefore(std::string_view text, std::string_view mark) {
     const std::size_t at = text.find(mark);
-    return at == std::string::npos ? std::string() : text.substr(at + mark.size());
+    return at == std::string_view::npos ? std::string() : std::string(text.substr(0, at));
+}
+
+std::string substringAfter(std::string_view text, std::string_view mark) {
+    const std::size_t at = text.find(mark);
+    return at == std::string_view::npos ? std::string()
+                                        : std::string(text.substr(at + mark.size()));
 }
 
 /** The characters whose position is from round(first) on and before round(first) + round(length).
  */
-std::string substring(const std::string &text, double first, double length) {
+std::string substring(std::string_view text, double first, double length) {
     const double begin = rounded(first);
     const double end = begin + rounded(length);
     std::string result;
@@ -77,16 +84,17 @@ std::string substring(const std::string &text, double first, double length) {
     return result;
 }
 
-std::string substring(std::span<const Scalar> arguments) {
+std::string substring(Arguments arguments) {
     const double length =
-        arguments.size() > 2 ? toNumber(arguments[2]) : std::numeric_limits<double>::infinity();
-    const double first = toNumber(arguments[1]);
+        arguments.size() > 2 ? numberOf(arguments[2]) : std::numeric_limits<double>::infinity();
+    const double first = numberOf(arguments[1]);
     // Without a length only the beginning counts, be it -Infinity.
-    if (arguments.size() == 2 && std::isinf(first)) return first < 0 ? textOf(arguments[0]) : "";
+    if (arguments.size() == 2 && std::isinf(first))
+        return std::string(first < 0 ? textOf(arguments[0]) : std::string_view());
     return substring(textOf(arguments[0]), first, length);
 }
 
-std::string normalizedSpace(const std::string &text) {
+std::string normalizedSpace(std::string_view text) {
     std::string result;
     bool isDue = false;
     for (const char c : text) {
@@ -102,8 +110,7 @@ std::string normalizedSpace(const std::string &text) {
 }
 
 /** What each character becomes; nothing where it is dropped. The first mention of one counts. */
-std::unordered_map<char32_t, std::string> translation(const std::string &from,
-                                                      const std::string &to) {
+std::unordered_map<char32_t, std::string> translation(std::string_view from, std::string_view to) {
     std::unordered_map<char32_t, std::string> result;
     std::size_t target = 0;
     for (std::size_t at = 0; at < from.size();) {
@@ -116,14 +123,13 @@ std::unordered_map<char32_t, std::string> translation(const std::string &from,
     return result;
 }
 
-bool isAscii(const std::string &text) {
+bool isAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](char each) { return static_cast<unsigned char>(each) < 0x80; });
 }
 
 /** REQUIRES that what is replaced, and what by, are of one byte each. */
-std::string translatedBytes(const std::string &text, const std::string &from,
-                            const std::string &to) {
+std::string translatedBytes(std::string_view text, std::string_view from, std::string_view to) {
     constexpr std::int16_t gone = -1;
     std::array<std::int16_t, 256> becomes;
     std::iota(becomes.begin(), becomes.end(), std::int16_t{0});
@@ -131,16 +137,18 @@ std::string translatedBytes(const std::string &text, const std::string &from,
     for (std::size_t i = from.size(); i-- > 0;)
         becomes[static_cast<unsigned char>(from[i])] =
             i < to.size() ? static_cast<std::int16_t>(to[i]) : gone;
-    std::string result;
-    result.reserve(text.size());
+    std::string result(text.size(), '\0');
+    std::size_t size = 0;
     for (const char each : text) {
         const std::int16_t byte = becomes[static_cast<unsigned char>(each)];
-        if (byte != gone) result += static_cast<char>(byte);
+        result[size] = static_cast<char>(byte);
+        size += byte != gone ? 1 : 0;
     }
+    result.resize(size);
     return result;
 }
 
-std::string translated(const std::string &text, const std::string &from, const std::string &to) {
+std::string translated(std::string_view text, std::string_view from, std::string_view to) {
     if (isAscii(from) && isAscii(to)) return translatedBytes(text, from, to);
     const auto becomes = translation(from, to);
     std::string result;
@@ -153,26 +161,16 @@ std::string translated(const std::string &text, const std::string &from, const s
     return result;
 }
 
-std::string concatenated(std::span<const Scalar> arguments) {
+std::string concatenated(Arguments arguments) {
     std::string result;
-    for (const Scalar &argument : arguments)
+    for (const Argument &argument : arguments)
         result += textOf(argument);
     return result;
 }
 
-using Arguments = std::span<const Scalar>;
 using Implementation = Scalar (*)(Arguments);
 
-double numberOf(const Scalar &value) {
-    return std::get<double>(value);
-}
-
-/** What is converted to the type of the result already. */
-Scalar same(Arguments values) {
-    return values[0];
-}
-
-/** In the order of the enumeration; null for those that ask nodes. */
+/** In the order of the enumeration; null for those that ask nodes, and for conversions. */
 constexpr std::array<Implementation, table.size()> implementations{
     nullptr,  // last
     nullptr,  // position
@@ -181,22 +179,22 @@ constexpr std::array<Implementation, table.size()> implementations{
     nullptr,  // local-name
     nullptr,  // namespace-uri
     nullptr,  // name
-    same,     // string
+    nullptr,  // string
     [](Arguments a) -> Scalar { return concatenated(a); },
     [](Arguments a) -> Scalar { return textOf(a[0]).starts_with(textOf(a[1])); },
-    [](Arguments a) -> Scalar { return textOf(a[0]).find(textOf(a[1])) != std::string::npos; },
+    [](Arguments a) -> Scalar { return textOf(a[0]).find(textOf(a[1])) != std::string_view::npos; },
     [](Arguments a) -> Scalar { return substringBefore(textOf(a[0]), textOf(a[1])); },
     [](Arguments a) -> Scalar { return substringAfter(textOf(a[0]), textOf(a[1])); },
     [](Arguments a) -> Scalar { return substring(a); },
     [](Arguments a) -> Scalar { return static_cast<double>(characterCount(textOf(a[0]))); },
     [](Arguments a) -> Scalar { return normalizedSpace(textOf(a[0])); },
     [](Arguments a) -> Scalar { return translated(textOf(a[0]), textOf(a[1]), textOf(a[2])); },
-    same,  // boolean
+    nullptr,  // boolean
     [](Arguments a) -> Scalar { return !std::get<bool>(a[0]); },
     [](Arguments) -> Scalar { return true; },
     [](Arguments) -> Scalar { return false; },
     nullptr,  // lang
-    same,     // number
+    nullptr,  // number
     nullptr,  // sum
     [](Arguments a) -> Scalar { return std::floor(numberOf(a[0])); },
     [](Arguments a) -> Scalar { return std::ceil(numberOf(a[0])); },
@@ -219,7 +217,7 @@ const FunctionTraits *functionNamed(std::string_view name) {
     return found != table.end() ? found : nullptr;
 }
 
-Scalar call(Function function, std::span<const Scalar> arguments) {
+Scalar call(Function function, Arguments arguments) {
     return implementations[static_cast<std::size_t>(function)](arguments);
 }
 

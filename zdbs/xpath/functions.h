@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <variant>
 
 #include "zdbs/xpath/scalar.h"
 
@@ -62,12 +63,15 @@ const FunctionTraits *functionNamed(std::string_view name);
 /** All names, for messages. */
 std::span<const FunctionTraits> functionTable();
 
+/** What a function is given; as Scalar, without a copy of a text. */
+using Argument = std::variant<double, std::string_view, bool>;
+
 /**
  * Calls a function that knows no nodes. REQUIRES that the arguments are of the types that it
  * takes, and that it is none of last, position, count, id, localName, namespaceUri, name, lang,
- * sum.
+ * sum, and no conversion: string, number, boolean.
  */
-Scalar call(Function function, std::span<const Scalar> arguments);
+Scalar call(Function function, std::span<const Argument> arguments);
 
 }  // namespace zdbs::xpath
 

@@ -16,7 +16,7 @@ NodeTest xmlAttribute(const char *local) {
     return {.kind = NodeTest::Kind::name, .local = local, .uri = std::string(xmlNamespace)};
 }
 
-Scalar scalarAt(const Value &value, std::size_t entry) {
+Argument argumentAt(const Value &value, std::size_t entry) {
     switch (value.type()) {
         case ValueType::number:
             return value.numbers()[entry];
@@ -26,15 +26,7 @@ Scalar scalarAt(const Value &value, std::size_t entry) {
         case ValueType::nodeSet:
             break;
     }
-    return std::string(value.texts()[entry]);
-}
-
-/** The functions that ask for something of texts do without copies of them. */
-std::optional<Scalar> answerOfTexts(Function function, std::span<const std::string_view> texts) {
-    if (function == Function::startsWith) return texts[0].starts_with(texts[1]);
-    if (function == Function::contains) return texts[0].find(texts[1]) != std::string_view::npos;
-    if (function == Function::stringLength) return static_cast<double>(characterCount(texts[0]));
-    return std::nullopt;
+    return value.texts()[entry];
 }
 
 /** Takes what a function answers into a column of its type. */
@@ -67,27 +59,11 @@ private:
 Value answered(const Call &call, const Joined &joined) {
     const auto &values = joined.values();
     Answers answers(traitsOf(call.function).result);
-    std::vector<Scalar> scalars(values.size());
-    bool areSet = false;  // those that stay
-    std::vector<std::string_view> texts(values.size());
-    const bool areTexts = std::all_of(values.begin(), values.end(), [](const Value &value) {
-        return value.type() == ValueType::string;
-    });
+    std::vector<Argument> arguments(values.size());
     for (std::size_t place = 0; place < joined.size(); ++place) {
-        if (areTexts) {
-            for (std::size_t i = 0; i < values.size(); ++i)
-                texts[i] = values[i].texts()[joined.entry(values[i], place)];
-            if (auto answer = answerOfTexts(call.function, texts)) {
-                answers.add(std::move(*answer));
-                continue;
-            }
-        }
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            if (!areSet || !values[i].mapping().isConstant)
-                scalars[i] = scalarAt(values[i], joined.entry(values[i], place));
-        }
-        areSet = true;
-        answers.add(xpath::call(call.function, scalars));
+        for (std::size_t i = 0; i < values.size(); ++i)
+            arguments[i] = argumentAt(values[i], joined.entry(values[i], place));
+        answers.add(xpath::call(call.function, arguments));
     }
     return answers.take(joined.mapping());
 }

@@ -191,6 +191,7 @@ NodeSet Evaluator::stepByPairs(const NodeSet &contexts, const Step &step) {
     const std::size_t batch = limits_.batch;
     for (std::size_t first = 0; first < nodes.size(); first += batch) {
         const auto some = std::span(nodes).subspan(first, std::min(batch, nodes.size() - first));
+        collection_.picked(contexts, some);  // a set that is known from here on
         result = collection_.united(result, collection_.setOf(distinctNodes(pairs(some, step))));
     }
     return result;

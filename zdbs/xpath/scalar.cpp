@@ -13,12 +13,6 @@ double toNumber(std::string_view text) {
     return numberOf(text).value_or(std::numeric_limits<double>::quiet_NaN());
 }
 
-double toNumber(const Scalar &value) {
-    if (const auto *number = std::get_if<double>(&value)) return *number;
-    if (const auto *truth = std::get_if<bool>(&value)) return *truth ? 1 : 0;
-    return toNumber(std::string_view(std::get<std::string>(value)));
-}
-
 std::string toText(double number) {
     if (std::isnan(number)) return "NaN";
     if (std::isinf(number)) return number > 0 ? "Infinity" : "-Infinity";

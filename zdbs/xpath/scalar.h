@@ -16,7 +16,6 @@ using Scalar = std::variant<double, std::string, bool>;
 
 /** number(): NaN for what is none. */
 double toNumber(std::string_view text);
-double toNumber(const Scalar &value);
 
 /**
  * string() of a number: NaN, Infinity, an integer without a point; otherwise as few digits behind

@@ -21,9 +21,7 @@ NodeSet tried(const Collection &collection, const NodeSet &set, Passes passes) {
     Nodes left;
     for (std::size_t first = 0; first < nodes.size(); first += batch) {
         const auto some = std::span(nodes).subspan(first, std::min(batch, nodes.size() - first));
-        const bool isAll = some.size() == nodes.size();
-        const StringValues strings =
-            isAll ? collection.strings(some, set) : collection.strings(some);
+        const StringValues strings = collection.strings(some, collection.picked(set, some));
         for (std::size_t i = 0; i < some.size(); ++i) {
             if (passes(strings.texts[i])) left.push_back(some[i]);
         }

@@ -26,7 +26,9 @@ bool goesDown(const Path &path) {
 /** Nodes in document order, and a count of each. */
 struct Counted {
     Nodes nodes;
-    std::vector<std::uint64_t> counts;
+    std::vector<std::uint64_t> counts;  ///< empty: one of each
+
+    std::uint64_t count(std::size_t place) const { return counts.empty() ? 1 : counts[place]; }
 };
 
 /** The counts of nodes summed up for their parents. */
@@ -42,13 +44,13 @@ Counted ofParents(const Counted &below, const Nodes &parents) {
     };
     if (std::is_sorted(parents.begin(), parents.end())) {
         for (std::size_t i = 0; i < parents.size(); ++i)
-            add(parents[i], below.counts[i]);
+            add(parents[i], below.count(i));
         return result;
     }
     std::vector<std::pair<Node, std::uint64_t>> pairs;
     pairs.reserve(parents.size());
     for (std::size_t i = 0; i < parents.size(); ++i)
-        pairs.emplace_back(parents[i], below.counts[i]);
+        pairs.emplace_back(parents[i], below.count(i));
     std::sort(pairs.begin(), pairs.end());
     for (const auto &[parent, count] : pairs)
         add(parent, count);
@@ -60,9 +62,9 @@ Nodes parentsAmong(const Collection &collection, const Nodes &nodes, const NodeS
     constexpr std::uint64_t aPart = 4;
     const std::uint64_t size = collection.sizeOf(set);
     if (size > aPart * nodes.size()) return collection.parents(nodes);
+    if (size == nodes.size()) return collection.parents(nodes, set);
     const Nodes all = collection.nodesOf(set);
     Nodes parents = collection.parents(all, set);
-    if (size == nodes.size()) return parents;
     std::size_t place = 0;
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         while (all[place] != nodes[i])
@@ -113,7 +115,6 @@ NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTria
     for (const Step &step : path.steps)
         found.push_back(this->step(found.back(), step));
     Counted counts{collection_.nodesOf(found.back()), {}};
-    counts.counts.assign(counts.nodes.size(), 1);
     for (; found.size() > 1; found.pop_back()) {
         counts = ofParents(counts, parentsAmong(collection_, counts.nodes, found.back()));
     }
@@ -121,7 +122,7 @@ NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTria
     const bool nonePasses = passes(0);
     Nodes listed;
     for (std::size_t i = 0; i < counts.nodes.size(); ++i) {
-        if (passes(counts.counts[i]) != nonePasses) listed.push_back(counts.nodes[i]);
+        if (passes(counts.count(i)) != nonePasses) listed.push_back(counts.nodes[i]);
     }
     const NodeSet others = collection_.picked(set, listed);
     return nonePasses ? collection_.without(set, others) : others;

@@ -62,6 +62,7 @@ NodeSet Evaluator::filteredInBatches(const NodeSet &set, const Expression &predi
     for (std::size_t first = 0; first < nodes.size(); first += limits_.batch) {
         const Contexts some{.nodes = std::span(nodes).subspan(
                                 first, std::min(limits_.batch, nodes.size() - first))};
+        collection_.picked(set, some.nodes);  // what they are a set of is known from here on
         const Value value = evaluate(predicate, some).asTruths();
         for (std::size_t i = 0; i < some.size(); ++i) {
             if (value.truth(i)) left.push_back(some.nodes[i]);
