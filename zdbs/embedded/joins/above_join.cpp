@@ -230,7 +230,10 @@ private:
     void addPart(const PathPart &low, RowSum &sum) const {
         const std::uint64_t size = low.rows->cardinality();
         const std::uint64_t parents = table_.rowCount(parentOf(low.path));
-        if (size == table_.rowCount(low.path) && size * costs_.pass > parents * 2 * costs_.search) {
+        if (table_.hasRowsOfParent(low.path, size)) {
+            sum.add(*low.rows);
+        } else if (size == table_.rowCount(low.path) &&
+                   size * costs_.pass > parents * 2 * costs_.search) {
             addParentsBySearch(table_, low.path, sum);
         } else {
             RowReader reader(table_, low.path, *low.rows);
@@ -239,7 +242,10 @@ private:
     }
 
     void addSum(PathId path, RowSum &rows, RowSum &sum) const {
-        if (rows.bits() != nullptr) {
+        constexpr std::uint64_t known = 0;  // nobody looks for so few
+        if (table_.hasRowsOfParent(path, known)) {
+            sum.add(rows.rows());
+        } else if (rows.bits() != nullptr) {
             RowReader reader(table_, path, *rows.bits());
             addParents(reader, sum);
         } else {
@@ -292,6 +298,7 @@ PathNodes nodesAbove(const PathTable &table, const PathNodes &high, const PathNo
 }
 
 RowSet parentsOf(const PathTable &table, PathId path, const RowSet &rows) {
+    if (table.hasRowsOfParent(path, rows.cardinality())) return rows;
     RowSum sum(table.rowCount(table.summary()[path].parent));
     RowReader reader(table, path, rows);
     addParents(reader, sum);

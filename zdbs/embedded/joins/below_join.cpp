@@ -237,8 +237,15 @@ private:
     }
 
     RowSetPtr keepByParent(const PathPart &low, const PathPart &high, std::uint64_t size) const {
+        if (table_.hasRowsOfParent(low.path, size)) return keepSameRows(low, *high.rows);
         const RowMembers members(table_.rowCount(high.path), *high.rows, size);
         return keepWithParent(low, members);
+    }
+
+    RowSetPtr keepSameRows(const PathPart &low, const RowSet &parents) const {
+        RowSet rows = *low.rows & parents;
+        if (rows.cardinality() == low.rows->cardinality()) return low.rows;
+        return sharedRows(table_, low.path, std::move(rows));
     }
 
     template <typename Members>

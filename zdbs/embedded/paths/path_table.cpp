@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 
+#include "zdbs/embedded/paths/row_reader.h"
+
 namespace zdbs::embedded {
 
 const PathRun &PathTable::runOf(PathRow row) const {
@@ -33,6 +35,31 @@ RowId PathTable::lowerBound(PathId path, NodeId node) const {
     if (behind == all.begin()) return 0;
     const PathRun &run = *(behind - 1);
     return run.firstRow + run.nodes.lowerBound(node - run.firstNode);
+}
+
+bool PathTable::hasRowsOfParent(PathId path, std::uint64_t rows) const {
+    {
+        const std::lock_guard lock(mutex_);
+        const auto known = rowsOfParent_.find(path);
+        if (known != rowsOfParent_.end()) return known->second;
+    }
+    constexpr std::uint64_t aPart = 4;
+    if (rows * aPart < rowCount(path)) return false;
+    const bool found = findsRowsOfParent(path);
+    const std::lock_guard lock(mutex_);
+    return rowsOfParent_[path] = found;
+}
+
+bool PathTable::findsRowsOfParent(PathId path) const {
+    const RowId count = rowCount(path);
+    if (count != rowCount(summary()[path].parent)) return false;
+    std::array<RowId, RowReader::batchSize> parents;
+    RowReader reader(*this, path, RowRange{0, count});
+    for (RowBatch batch; reader.next(batch);) {
+        readParents(batch, parents);
+        if (!std::equal(batch.rows.begin(), batch.rows.end(), parents.begin())) return false;
+    }
+    return true;
 }
 
 }  // namespace zdbs::embedded

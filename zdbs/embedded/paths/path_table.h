@@ -19,8 +19,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "zdbs/embedded/columns/packed_column.h"
@@ -128,6 +130,20 @@ public:
 
     /** The first row whose node is not less than `node`, or rowCount(). */
     RowId lowerBound(PathId path, NodeId node) const;
+
+    /**
+     * Whether each row of the path above has one below it, which has the same number: what is
+     * above or below some rows then are the same rows. It takes a look at all parents, once;
+     * where so few rows are asked about that it does not pay, the answer is false.
+     * REQUIRES a regular path below the top.
+     */
+    bool hasRowsOfParent(PathId path, std::uint64_t rows) const;
+
+private:
+    bool findsRowsOfParent(PathId path) const;
+
+    mutable std::mutex mutex_;
+    mutable std::unordered_map<PathId, bool> rowsOfParent_;  ///< what was found
 };
 
 }  // namespace zdbs::embedded

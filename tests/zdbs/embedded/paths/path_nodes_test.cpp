@@ -81,6 +81,29 @@ TEST(PathTables, FindTheFirstRowThatIsNotBelowANumber) {
     }
 }
 
+TEST(PathTables, KnowWhereEachParentHasOneRowBelow) {
+    std::size_t paths = 0;
+    std::size_t alike = 0;
+    onRandomTables([&](const MemoryPathTable &table, std::mt19937 &) {
+        for (const PathId id : allPaths(table)) {
+            const Path &path = table.summary()[id];
+            if (!path.isRegular || path.parent == noPath) continue;
+            const RowId count = table.rowCount(id);
+            bool isAlike = count == table.rowCount(path.parent);
+            for (RowId row = 0; row < count && isAlike; ++row)
+                isAlike = table.runOf({id, row}).parentAt(row) == row;
+            const bool isFew = count > 0;
+            EXPECT_EQ(table.hasRowsOfParent(id, 0), isAlike && !isFew);
+            EXPECT_EQ(table.hasRowsOfParent(id, count), isAlike);
+            EXPECT_EQ(table.hasRowsOfParent(id, 0), isAlike);
+            ++paths;
+            alike += isAlike ? 1 : 0;
+        }
+    });
+    EXPECT_GT(alike, 20U);
+    EXPECT_GT(paths, alike + 20);
+}
+
 TEST(PathNodes, ComeFromNodesAndGiveThemBack) {
     onRandomTables([](const MemoryPathTable &table, std::mt19937 &random) {
         for (unsigned oneIn : {1U, 2U, 10U, 500U}) {
