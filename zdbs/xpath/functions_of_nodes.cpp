@@ -34,13 +34,13 @@ class Answers {
 public:
     explicit Answers(ValueType type) : type_(type) {}
 
-    void add(Scalar answer) {
+    void add(const Scalar &answer) {
         if (type_ == ValueType::number)
             numbers_.push_back(std::get<double>(answer));
         else if (type_ == ValueType::boolean)
             truths_.push_back(static_cast<char>(std::get<bool>(answer)));
         else
-            texts_.add(std::move(std::get<std::string>(answer)));
+            texts_.add(std::get<std::string>(answer));
     }
 
     Value take(Mapping mapping) {

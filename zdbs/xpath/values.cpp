@@ -75,9 +75,16 @@ const TextSet &NodeColumn::textSet(std::size_t entry) const {
     return *textSets_[entry];
 }
 
-void TextColumn::add(std::string text) {
+void TextColumn::add(std::string_view text) {
+    constexpr std::size_t most = std::size_t{1} << 16U;
     if (!made) made = std::make_shared<std::deque<std::string>>();
-    texts.push_back(made->emplace_back(std::move(text)));
+    if (made->empty() || made->back().capacity() - made->back().size() < text.size()) {
+        const std::size_t usual = made->empty() ? 0 : std::min(2 * made->back().capacity(), most);
+        made->emplace_back().reserve(std::max(usual, text.size()));
+    }
+    std::string &together = made->back();  // which has room, so that it stays where it is
+    together.append(text);
+    texts.push_back(std::string_view(together).substr(together.size() - text.size()));
 }
 
 Value::Value(Numbers numbers, Mapping mapping)
@@ -102,9 +109,9 @@ Value Value::constant(double number) {
     return {Numbers{number}, Mapping{true, {}}};
 }
 
-Value Value::constant(std::string text) {
+Value Value::constant(std::string_view text) {
     TextColumn column;
-    column.add(std::move(text));
+    column.add(text);
     return {std::move(column), Mapping{true, {}}};
 }
 

@@ -83,9 +83,10 @@ using NodeColumnPtr = std::shared_ptr<const NodeColumn>;
 struct TextColumn {
     std::vector<std::string_view> texts;
     std::shared_ptr<const void> owner;
-    std::shared_ptr<std::deque<std::string>> made;  ///< those that were made one by one
+    std::shared_ptr<std::deque<std::string>> made;  ///< those that were added, many in one
 
-    void add(std::string text);
+    /** A copy of it. */
+    void add(std::string_view text);
 };
 
 /** Which of its entries a column has for a context. */
@@ -112,7 +113,7 @@ public:
 
     /** The same for every context. */
     static Value constant(double number);
-    static Value constant(std::string text);
+    static Value constant(std::string_view text);
     static Value constant(bool truth);
 
     ValueType type() const { return type_; }
