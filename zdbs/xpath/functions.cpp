@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <numeric>
 #include <string>
 #include <unordered_map>
 
@@ -128,11 +127,21 @@ bool isAscii(std::string_view text) {
                        [](char each) { return static_cast<unsigned char>(each) < 0x80; });
 }
 
+/** What each byte becomes; less than 0: nothing. */
+using ByteTable = std::array<std::int16_t, 256>;
+
+constexpr ByteTable unchangedBytes() {
+    ByteTable bytes{};
+    for (std::size_t byte = 0; byte < bytes.size(); ++byte)
+        bytes[byte] = static_cast<std::int16_t>(byte);
+    return bytes;
+}
+
 /** REQUIRES that what is replaced, and what by, are of one byte each. */
 std::string translatedBytes(std::string_view text, std::string_view from, std::string_view to) {
     constexpr std::int16_t gone = -1;
-    std::array<std::int16_t, 256> becomes;
-    std::iota(becomes.begin(), becomes.end(), std::int16_t{0});
+    static constexpr ByteTable unchanged = unchangedBytes();
+    ByteTable becomes = unchanged;
     // From behind, for the first of several counts.
     for (std::size_t i = from.size(); i-- > 0;)
         becomes[static_cast<unsigned char>(from[i])] =
