@@ -21,8 +21,7 @@ inline constexpr std::chrono::seconds patience{300};
 struct Command {
     std::string program;
     std::vector<std::string> arguments;
-    /** Added to an environment of PATH, HOME=/nonexistent, LC_ALL=C, the sanitizers' options and
-     * the mutant that is tried. */
+    /** Added to an environment of PATH, HOME=/nonexistent, LC_ALL=C and the sanitizers' options. */
     std::map<std::string, std::string> environment;
     /** Signals that the program finds ignored, as under nohup. */
     std::set<int> ignoredSignals;

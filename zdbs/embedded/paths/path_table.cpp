@@ -38,23 +38,25 @@ RowId PathTable::lowerBound(PathId path, NodeId node) const {
 }
 
 bool PathTable::hasRowsOfParent(PathId path, std::uint64_t rows) const {
+    const RowId count = rowCount(path);
+    if (count != rowCount(summary()[path].parent)) return false;
+    constexpr RowId few = 64;  // sooner looked at than remembered
+    if (count <= few) return findsRowsOfParent(path);
     {
         const std::lock_guard lock(mutex_);
         const auto known = rowsOfParent_.find(path);
         if (known != rowsOfParent_.end()) return known->second;
     }
     constexpr std::uint64_t aPart = 4;
-    if (rows * aPart < rowCount(path)) return false;
+    if (rows * aPart < count) return false;
     const bool found = findsRowsOfParent(path);
     const std::lock_guard lock(mutex_);
     return rowsOfParent_[path] = found;
 }
 
 bool PathTable::findsRowsOfParent(PathId path) const {
-    const RowId count = rowCount(path);
-    if (count != rowCount(summary()[path].parent)) return false;
     std::array<RowId, RowReader::batchSize> parents;
-    RowReader reader(*this, path, RowRange{0, count});
+    RowReader reader(*this, path, RowRange{0, rowCount(path)});
     for (RowBatch batch; reader.next(batch);) {
         readParents(batch, parents);
         if (!std::equal(batch.rows.begin(), batch.rows.end(), parents.begin())) return false;
