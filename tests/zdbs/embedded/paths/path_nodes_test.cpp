@@ -103,6 +103,35 @@ TEST(PathTables, KnowWhereEachParentHasOneRowBelow) {
     EXPECT_GT(paths, alike + 20);
 }
 
+TEST(PathTables, RememberWhereEachOfManyParentsHasOneRowBelow) {
+    MemoryNodeTable nodes;
+    nodes.startDocument("d");
+    const NodeId top = nodes.startElement({"top"});
+    NodeId one = top;
+    NodeId moved = top;
+    for (int item = 0; item < 200; ++item) {
+        nodes.startElement({"item"});
+        one = nodes.attribute({"one"}, "1");
+        // As many as items, but the first has two and the last none.
+        for (int times = item == 0 ? 2 : item == 199 ? 0 : 1; times > 0; --times) {
+            moved = nodes.startElement({"moved"});
+            nodes.endElement();
+        }
+        nodes.endElement();
+    }
+    nodes.endElement();
+    nodes.endDocument();
+    const MemoryPathTable table(nodes);
+    const PathId alike = table.locate(one).path;
+    EXPECT_FALSE(table.hasRowsOfParent(alike, 0)) << "not looked at for so few";
+    EXPECT_TRUE(table.hasRowsOfParent(alike, 200));
+    EXPECT_TRUE(table.hasRowsOfParent(alike, 0)) << "it is known now";
+    const PathId other = table.locate(moved).path;
+    ASSERT_EQ(table.rowCount(other), 200U);
+    EXPECT_FALSE(table.hasRowsOfParent(other, 200));
+    EXPECT_FALSE(table.hasRowsOfParent(other, 0));
+}
+
 TEST(PathNodes, ComeFromNodesAndGiveThemBack) {
     onRandomTables([](const MemoryPathTable &table, std::mt19937 &random) {
         for (unsigned oneIn : {1U, 2U, 10U, 500U}) {
