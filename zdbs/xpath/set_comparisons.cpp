@@ -9,6 +9,7 @@
 #include "zdbs/xpath/characters.h"
 #include "zdbs/xpath/comparison.h"
 #include "zdbs/xpath/evaluator.h"
+#include "zdbs/xpath/text_search.h"
 
 namespace zdbs::xpath {
 namespace {
@@ -230,14 +231,17 @@ std::optional<NodeSet> Evaluator::bySearch(const NodeSet &set, const Call &call)
     if (!search) return std::nullopt;
     const std::string &text = *search->text;
     const bool isPrefix = call.function == Function::startsWith;
-    const auto contains = [&](std::string_view value) {
-        return value.find(text) != std::string_view::npos;
+    const NodeTrial ofValued = [&](const NodeSet &valued) {
+        return NodeSet{collection_.tree().withValue(*valued.nodes, {Relation::contains, text}), {}};
+    };
+    const NodeTrial ofOthers = [&](const NodeSet &others) {
+        return containing(collection_, others, text, limits_.many);
     };
     const bool isOfChildren = search->path->steps[0].axis == Axis::child;
     const NodeTrial trial = [&](const NodeSet &reached) {
         const NodeSet firsts =
             isOfChildren ? collection_.atPosition(reached, Relation::equal, 1) : reached;
-        const NodeSet holding = found(collection_, firsts, {Relation::contains, text}, contains);
+        const NodeSet holding = split(collection_, firsts, ofValued, ofOthers, false);
         if (!isPrefix) return holding;
         return tried(collection_, holding,
                      [&](std::string_view value) { return value.starts_with(text); });
