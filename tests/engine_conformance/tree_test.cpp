@@ -197,7 +197,7 @@ std::string answersOf(const TreeText &text, unsigned seed) {
 class TreeOfAnEngine : public ::testing::TestWithParam<EngineUnderTest> {
 protected:
     /** Each statement of a server takes its time. */
-    unsigned most() const { return GetParam().name == embeddedEngine().name ? 16 : 6; }
+    unsigned most() const { return GetParam().name == embeddedEngine().name ? 16 : 5; }
 };
 
 TEST_P(TreeOfAnEngine, RelatesRandomSetsAsTheNaiveOneDoes) {

@@ -15,7 +15,7 @@ namespace robustness {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr long fewFailures = 24;
+constexpr long fewFailures = 12;
 #else
 constexpr long fewFailures = 168;
 #endif

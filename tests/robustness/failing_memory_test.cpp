@@ -20,7 +20,7 @@ namespace robustness {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr long fewPlaces = 4;  // of these operator new only
+constexpr long fewPlaces = 2;  // of these operator new only
 #else
 constexpr long fewPlaces = 10;
 #endif
