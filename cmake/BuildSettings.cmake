@@ -104,8 +104,8 @@ endfunction()
 
 # vexa_test(NAME SOURCES... [SEPARATE SOURCES...] LINK LIBRARIES... [MANY] [SERVER PATTERN]): a
 # GoogleTest program, one ctest entry a test. SEPARATE ones have names that others have, too, and are
-# compiled by themselves. One of MANY short tests is one entry where it is sanitized, as starting it
-# takes longer than they. Those of a pattern start a server of databases, and are one entry, too.
+# compiled by themselves. One of MANY short tests is three entries where it is sanitized, as starting
+# it takes longer than they. Those of a pattern start a server of databases, and are one entry, too.
 function(vexa_test name)
   cmake_parse_arguments(ARG "MANY" "SERVER" "SEPARATE;LINK" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS} ${ARG_SEPARATE})
@@ -123,7 +123,15 @@ function(vexa_test name)
     target_precompile_headers(${name} REUSE_FROM vexa_headers_tests)
   endif()
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-  if((ARG_MANY AND VEXA_SANITIZE) OR ARG_SERVER STREQUAL "*")
+  if(ARG_MANY AND VEXA_SANITIZE)
+    foreach(share 0 1 2)
+      add_test(NAME ${name}.share_${share} COMMAND ${name})
+      set_tests_properties(${name}.share_${share} PROPERTIES TIMEOUT 900 COST 100
+        ENVIRONMENT "GTEST_TOTAL_SHARDS=3;GTEST_SHARD_INDEX=${share}")
+    endforeach()
+    return()
+  endif()
+  if(ARG_SERVER STREQUAL "*")
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 900 COST 100)  # first: it may be long
     return()
