@@ -39,7 +39,7 @@ private:
     int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
 
     std::string text(int length) {
-        constexpr const char *each[] = {"a", "b", "\u00e4", "\u20ac", "a"};
+        constexpr const char *each[] = {"a", "b", "\u00e4", "\u20ac", " "};
         std::string text;
         for (int i = 0; i < length; ++i) {
             characters_.push_back(each[below(5)]);

@@ -1,8 +1,12 @@
 #include "zdbs/xpath/text_search.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <string_view>
 #include <utility>
+
+#include "zdbs/xpath/characters.h"
 
 namespace zdbs::xpath {
 namespace {
@@ -22,6 +26,10 @@ struct Crossings {
     Nodes begins;
     Nodes ends;
 };
+
+NodeSet textsBelow(const Collection &collection, const NodeSet &containers) {
+    return collection.reached(containers, Axis::descendant, {.kind = NodeTest::Kind::text});
+}
 
 /** Where characters begin, and the end. */
 std::vector<std::size_t> charactersOf(std::string_view text) {
@@ -46,8 +54,16 @@ public:
         const std::size_t length = characters.size() - 1;
         const std::size_t size = std::min(length, longestPiece);
         begin_ = (length - size) / 2;
-        half_ = begin_ + size / 2;
         end_ = begin_ + size;
+        half_ = begin_ + size / 2;
+        for (std::size_t off = 0; off + 2 <= size / 2; ++off) {
+            for (const std::size_t place : {begin_ + size / 2 + off, begin_ + size / 2 - off}) {
+                if (isInWord(place)) {
+                    half_ = place;
+                    return;
+                }
+            }
+        }
     }
 
     /** What one of the texts passes. */
@@ -74,6 +90,11 @@ public:
     }
 
 private:
+    /** Many a text between elements is white space alone. */
+    bool isInWord(std::size_t place) const {
+        return !isSpace(text_[characters_[place - 1]]) && !isSpace(text_[characters_[place]]);
+    }
+
     std::string part(std::size_t begin, std::size_t end) const {
         return std::string(text_.substr(characters_[begin], characters_[end] - characters_[begin]));
     }
@@ -85,71 +106,82 @@ private:
     std::size_t end_;
 };
 
+/** Those of the texts that may be one of several that a piece lies across; nothing where it is as
+ * well to look at all. */
+std::optional<Nodes> havingPiece(const Collection &collection, const NodeSet &texts,
+                                 const Piece &piece) {
+    NodeSet having = collection.none();
+    for (const ValuePattern &pattern : piece.patterns()) {
+        having.nodes = collection.tree().united(
+            *having.nodes, *collection.tree().withValue(*texts.nodes, pattern));
+    }
+    if (collection.sizeOf(having) > collection.sizeOf(texts) / 4) return std::nullopt;
+    const Nodes nodes = collection.nodesOf(having);
+    const std::vector<std::string_view> values = collection.tree().values(*having.nodes);
+    Nodes left;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (piece.mayBeOf(values[i])) left.push_back(nodes[i]);
+    }
+    return left;
+}
+
+/** Looks for a text across the borders of others. */
 class AcrossTexts {
 public:
-    /** @param many texts of which those with pieces are searched, fewer are read as they come */
-    AcrossTexts(const Collection &collection, NodeSet texts, const std::string &text,
-                std::size_t many)
+    /** @param reach in how many texts before and behind one it can lie, too: each has a character
+     */
+    AcrossTexts(const Collection &collection, const NodeSet &texts, const std::string &text,
+                std::size_t reach)
         : collection_(collection),
-          texts_(std::move(texts)),
-          all_(collection.nodesOf(texts_)),
+          texts_(texts),
+          all_(collection.nodesOf(texts)),
           text_(text),
-          characters_(charactersOf(text)) {
-        constexpr std::size_t shortest = 4;  // pieces of less are almost everywhere
-        const std::size_t length = characters_.size() - 1;
-        if (length < 2) return;
-        if (all_.size() <= many || length < shortest || !searchAroundPieces()) searchEverywhere();
+          reach_(reach) {}
+
+    Crossings everywhere() {
+        for (std::size_t begin = 0; begin < all_.size(); begin += readAtOnce) {
+            const std::size_t lastBegin = begin + std::min(all_.size() - begin, readAtOnce);
+            const std::size_t end = lastBegin + std::min(all_.size() - lastBegin, reach_);
+            const Run run{begin, end, lastBegin};
+            search({&run, 1}, nullptr);
+        }
+        return std::move(found_);
     }
 
-    const Crossings &found() const { return found_; }
+    /** Where some of the texts have a part of it. */
+    Crossings around(const Nodes &some) {
+        std::vector<Run> runs;
+        for (const Node node : some) {
+            const std::size_t place = placeIn(all_, node);
+            if (place < all_.size()) addAround({place, place + 1, place + 1}, 1, runs);
+        }
+        std::vector<Run> longer;
+        searchInBatches(runs, &longer);
+        if (longer.empty()) return std::move(found_);
+        searchInBatches(longer, nullptr);
+        return inOrder();
+    }
 
 private:
-    /** In how many texts before and behind one it can lie, too: each has a character. */
-    std::size_t reach() const { return characters_.size() - 2; }
+    /** With so many texts more on both sides. */
+    void addAround(const Run &run, std::size_t reach, std::vector<Run> &runs) const {
+        const std::size_t begin = run.begin - std::min(run.begin, reach);
+        const std::size_t end = run.end + std::min(all_.size() - run.end, reach);
+        if (runs.empty() || begin > runs.back().end) runs.push_back({begin, begin, begin});
+        runs.back().end = runs.back().lastBegin = end;
+    }
 
-    /** False where it is as well to read all. */
-    bool searchAroundPieces() {
-        const Piece piece(text_, characters_);
-        NodeSet having = collection_.none();
-        for (const ValuePattern &pattern : piece.patterns()) {
-            having.nodes = collection_.tree().united(
-                *having.nodes, *collection_.tree().withValue(*texts_.nodes, pattern));
-        }
-        const std::size_t most = all_.size() / 4;
-        if (collection_.sizeOf(having) > most) return false;
-        const Nodes nodes = collection_.nodesOf(having);
-        const std::vector<std::string_view> values = collection_.tree().values(*having.nodes);
-        std::vector<Run> runs;
-        std::size_t size = 0;
-        for (std::size_t i = 0; i < nodes.size() && size <= most; ++i) {
-            if (!piece.mayBeOf(values[i])) continue;
-            const std::size_t place = placeIn(all_, nodes[i]);
-            const std::size_t begin = place - std::min(place, reach());
-            const std::size_t end = place + std::min(all_.size() - place, reach() + 1);
-            if (runs.empty() || begin > runs.back().end) runs.push_back({begin, begin, begin});
-            size += end - runs.back().end;
-            runs.back().end = runs.back().lastBegin = end;
-        }
-        if (size > most) return false;
+    void searchInBatches(const std::vector<Run> &runs, std::vector<Run> *longer) {
         for (std::size_t first = 0, last = 0; first < runs.size(); first = last) {
             std::size_t texts = 0;
             for (; last < runs.size() && texts < readAtOnce; ++last)
                 texts += runs[last].end - runs[last].begin;
-            search({runs.data() + first, last - first});
-        }
-        return true;
-    }
-
-    void searchEverywhere() {
-        for (std::size_t begin = 0; begin < all_.size(); begin += readAtOnce) {
-            const std::size_t lastBegin = begin + std::min(all_.size() - begin, readAtOnce);
-            const std::size_t end = lastBegin + std::min(all_.size() - lastBegin, reach());
-            const Run run{begin, end, lastBegin};
-            search({&run, 1});
+            search({runs.data() + first, last - first}, longer);
         }
     }
 
-    void search(std::span<const Run> runs) {
+    /** Those that it may go beyond are added to `longer` ones, if there are to be any. */
+    void search(std::span<const Run> runs, std::vector<Run> *longer) {
         Nodes read;
         for (const Run &run : runs)
             read.insert(read.end(), all_.begin() + static_cast<std::ptrdiff_t>(run.begin),
@@ -158,9 +190,21 @@ private:
         const std::vector<std::string_view> values = collection_.tree().values(*set.nodes);
         std::size_t first = 0;
         for (const Run &run : runs) {
-            search(run, std::span(values).subspan(first, run.end - run.begin));
-            first += run.end - run.begin;
+            const auto ofRun = std::span(values).subspan(first, run.end - run.begin);
+            first += ofRun.size();
+            if (longer && goesBeyond(run, ofRun)) {
+                addAround(run, reach_, *longer);
+            } else {
+                search(run, ofRun);
+            }
         }
+    }
+
+    /** Whether what has a part between the ends of a run may begin before or end behind it. */
+    bool goesBeyond(const Run &run, std::span<const std::string_view> values) const {
+        const std::size_t enough = text_.size() - 1;
+        return (run.begin > 0 && values.front().size() < enough) ||
+               (run.end < all_.size() && values.back().size() < enough);
     }
 
     void search(const Run &run, std::span<const std::string_view> values) {
@@ -185,38 +229,64 @@ private:
         }
     }
 
+    /** Longer runs come behind the others, and may have some of theirs, too. */
+    Crossings inOrder() const {
+        std::map<Node, Node> endOf;
+        for (std::size_t i = 0; i < found_.begins.size(); ++i)
+            endOf.emplace(found_.begins[i], found_.ends[i]);
+        Crossings sorted;
+        for (const auto &[begin, end] : endOf) {
+            sorted.begins.push_back(begin);
+            sorted.ends.push_back(end);
+        }
+        return sorted;
+    }
+
     const Collection &collection_;
-    const NodeSet texts_;
+    const NodeSet &texts_;
     const Nodes all_;
     const std::string &text_;
-    const std::vector<std::size_t> characters_;
+    const std::size_t reach_;
     Crossings found_;
 };
+
+/** Those of a set that have a beginning and its end below them. */
+NodeSet around(const Collection &collection, const NodeSet &containers, const NodeSet &texts,
+               const Crossings &crossings) {
+    const NodeSet above = collection.leading(containers, Axis::descendant,
+                                             collection.picked(texts, crossings.begins));
+    const Nodes nodes = collection.nodesOf(above);
+    const Nodes ends = collection.ends(nodes, above);
+    Nodes left;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (crossings.ends[placeIn(crossings.begins, nodes[i])] <= ends[i])
+            left.push_back(nodes[i]);
+    }
+    return collection.picked(above, left);
+}
 
 }  // namespace
 
 NodeSet containing(const Collection &collection, const NodeSet &containers, const std::string &text,
                    std::size_t many) {
-    const auto textsBelow = [&](const NodeSet &set) {
-        return collection.reached(set, Axis::descendant, {.kind = NodeTest::Kind::text});
-    };
-    const NodeSet holding{
-        collection.tree().withValue(*textsBelow(containers).nodes, {Relation::contains, text}), {}};
-    const NodeSet within = collection.leading(containers, Axis::descendant, holding);
-    const NodeSet others = collection.without(containers, within);
-    const NodeSet texts = textsBelow(others);
-    const Crossings crossings = AcrossTexts(collection, texts, text, many).found();
-    if (crossings.begins.empty()) return within;
-    const NodeSet above =
-        collection.leading(others, Axis::descendant, collection.picked(texts, crossings.begins));
-    const Nodes nodes = collection.nodesOf(above);
-    const Nodes ends = collection.ends(nodes, above);
-    Nodes around;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        if (crossings.ends[placeIn(crossings.begins, nodes[i])] <= ends[i])
-            around.push_back(nodes[i]);
-    }
-    return collection.united(within, collection.picked(above, around));
+    NodeSet texts = textsBelow(collection, containers);
+    const NodeSet having{collection.tree().withValue(*texts.nodes, {Relation::contains, text}), {}};
+    const NodeSet within = collection.leading(containers, Axis::descendant, having);
+    const std::vector<std::size_t> characters = charactersOf(text);
+    const std::size_t length = characters.size() - 1;
+    if (length < 2) return within;
+    NodeSet others = collection.without(containers, within);
+    constexpr std::size_t shortest = 4;  // pieces of less are almost everywhere
+    std::optional<Nodes> some;
+    if (collection.sizeOf(texts) > many && length >= shortest)
+        some = havingPiece(collection, texts, Piece(text, characters));
+    if (some)
+        others = collection.leading(others, Axis::descendant, collection.picked(texts, *some));
+    if (collection.isEmpty(others)) return within;
+    texts = textsBelow(collection, others);
+    AcrossTexts across(collection, texts, text, length - 1);
+    const Crossings crossings = some ? across.around(*some) : across.everywhere();
+    return collection.united(within, around(collection, others, texts, crossings));
 }
 
 }  // namespace zdbs::xpath
