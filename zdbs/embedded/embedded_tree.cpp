@@ -147,6 +147,15 @@ public:
         });
     }
 
+    bool isKeptTogether(const ResultSet &set) const override {
+        const PathTable *const paths = table_->paths();
+        if (!paths) return false;
+        return intact(*table_, [&] {
+            return std::ranges::all_of(listOf(set)->byPath(*paths),
+                                       [&](const PathPart &part) { return isWhole(*paths, part); });
+        });
+    }
+
     std::vector<RecordId> numbers(const ResultSet &set) const override {
         return intact(*table_, [&] {
             const NodeIds &ids = numbersOf(listOf(set));

@@ -105,6 +105,13 @@ public:
         });
     }
 
+    bool isKeptTogether(const ResultSet &set) const override {
+        for (std::size_t part = 0; part < parts_.size(); ++part) {
+            if (!parts_[part]->isKeptTogether(ofPart(set, part))) return false;
+        }
+        return true;
+    }
+
     std::vector<RecordId> numbers(const ResultSet &set) const override {
         return recordsOfEach(set, &NodeTree::numbers);
     }

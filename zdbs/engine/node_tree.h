@@ -119,6 +119,12 @@ public:
      * the element. An engine tells those that it knows without a look at each; others are missing.
      */
     virtual ResultSetPtr withOneText(const ResultSet &elements) const = 0;
+
+    /**
+     * Whether steps down from a set cost little for each node, as it is all of what the engine
+     * keeps together. A hint for plans.
+     */
+    virtual bool isKeptTogether(const ResultSet &) const { return false; }
 };
 
 }  // namespace zdbs

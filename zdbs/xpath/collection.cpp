@@ -179,9 +179,31 @@ NodeSet Collection::passing(Axis axis, const NodeTest &test) const {
 
 NodeSet Collection::reached(const NodeSet &contexts, Axis axis, const NodeTest &test) const {
     const NodeSet among = passing(axis, test);
-    NodeSet result{tree_->reached(axis, contexts, *among.nodes), {}};
+    NodeSet result;
+    if (leadsToAll(contexts, axis, test)) {
+        const bool isOfAnyKind = test.kind == NodeTest::Kind::node;
+        result.nodes = isOfAnyKind ? contained() : among.nodes;
+    } else {
+        result.nodes = tree_->reached(axis, contexts, *among.nodes);
+    }
     if (test.kind == NodeTest::Kind::node) result.roots = rootsReached(contexts, axis);
     return result;
+}
+
+/** Whether whatever the test lets pass is below the contexts, which have all roots among them. */
+bool Collection::leadsToAll(const NodeSet &contexts, Axis axis, const NodeTest &test) const {
+    const AxisTraits &traits = traitsOf(axis);
+    if (traits.region != Region::below || contexts.roots.size() != documentCount()) return false;
+    if (traits.toAttributes && test.kind != NodeTest::Kind::name) return false;
+    // Of other contexts there may be attributes, which lead to themselves.
+    const bool isDeep = !traits.isDirect && (!traits.withSelf || contexts.nodes->size() == 0);
+    return isDeep || contexts.nodes == contained_;
+}
+
+/** Every node but attributes. */
+const ResultSetPtr &Collection::contained() const {
+    if (!contained_) contained_ = tree_->without(*everything_, *matching({NodeKind::attribute}));
+    return contained_;
 }
 
 std::vector<std::uint32_t> Collection::rootsReached(const NodeSet &contexts, Axis axis) const {

@@ -94,6 +94,9 @@ public:
         return {tree_->withOneText(*containers.nodes), {}};
     }
 
+    /** Whether steps down from a set cost little for each node. */
+    bool isKeptTogether(const NodeSet &set) const { return tree_->isKeptTogether(*set.nodes); }
+
     // Facts of nodes. REQUIRES ascending ones. Where the set is at hand that they are of, the
     // engine need not find out where each of them is.
     /** Of a root: itself. */
@@ -118,6 +121,8 @@ private:
     ResultSetPtr matching(const NodePattern &pattern) const;
     void remember(const NodeSet &set, std::span<const Node> nodes) const;
     std::vector<std::uint32_t> rootsAmong(std::span<const Node> nodes) const;
+    bool leadsToAll(const NodeSet &contexts, Axis axis, const NodeTest &test) const;
+    const ResultSetPtr &contained() const;
     std::vector<std::uint32_t> rootsReached(const NodeSet &contexts, Axis axis) const;
     std::vector<std::uint32_t> documentsOf(const ResultSet &set) const;
     ResultSetPtr atTop(const ResultSet &set) const;
@@ -130,6 +135,7 @@ private:
     NodeSet roots_;
     NodeSet none_;
     mutable std::map<std::string, ResultSetPtr> matching_;  ///< by kind and name
+    mutable ResultSetPtr contained_;                        ///< once it is asked for
     mutable std::array<Listed, 4> listed_;                  ///< the latest, in turn
     mutable std::size_t nextListed_ = 0;
 };

@@ -114,9 +114,9 @@ std::optional<NodeSet> Evaluator::byCall(const NodeSet &set, const Call &call) {
  * REQUIRES pathThatCanBeGoneBack().
  */
 NodeSet Evaluator::leadingTo(const NodeSet &set, const Path &path, const NodeTrial *trial) {
-    // Going back from all nodes of a name is cheaper than going forth first, unless something
-    // has to be tried on what is found there.
-    const bool isDirect = isPlain(path) && !trial;
+    // Going back from all nodes of a name is cheaper than going forth first, unless that costs
+    // little or something has to be tried on what is found there.
+    const bool isDirect = isPlain(path) && !trial && !collection_.isKeptTogether(set);
     std::vector<NodeSet> reached{set};
     for (const Step &step : path.steps)
         reached.push_back(isDirect ? collection_.passing(step.axis, step.test)
