@@ -167,6 +167,8 @@ private:
 
     // set_counts.cpp
     std::optional<NodeSet> byCount(const NodeSet &set, const Operation &operation);
+    std::optional<NodeSet> countedByPlaces(const NodeSet &set, const Path &path, Relation relation,
+                                           double number);
     NodeSet counted(const NodeSet &set, const Path &path, const CountTrial &passes);
     std::optional<NodeSet> countedOneByOne(const NodeSet &set, const Path &path,
                                            const CountTrial &passes);

@@ -1,7 +1,8 @@
-// Comparisons of count(path) with what is the same for all nodes. Where each node that the path
-// finds has one context: counted from the nodes found, of those without any nothing is asked.
-// Otherwise the last step is counted for all contexts at once.
+// Comparisons of count(path) with what is the same for all nodes. Of children by their places.
+// Where each node that the path finds has one context: counted from the nodes found, of those
+// without any nothing is asked. Otherwise the last step is counted for all contexts at once.
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "zdbs/xpath/comparison.h"
@@ -92,7 +93,10 @@ std::optional<NodeSet> Evaluator::byCount(const NodeSet &set, const Operation &o
                                                   : holds(relation, value, number);
         };
         const Path *below = pathThatCanBeGoneBack(*nodes);
-        if (below && goesDown(*below)) return counted(set, *below, passes);
+        if (below && goesDown(*below)) {
+            if (auto found = countedByPlaces(set, *below, relation, number)) return found;
+            return counted(set, *below, passes);
+        }
         if (const Path *path = countablePath(*nodes)) return countedOneByOne(set, *path, passes);
     }
     return std::nullopt;
@@ -108,6 +112,40 @@ std::optional<NodeSet> Evaluator::countedOneByOne(const NodeSet &set, const Path
         if (passes((*counts)[i])) left.push_back(nodes[i]);
     }
     return collection_.picked(set, left);
+}
+
+/** Who has a child at a place has as many at least, or more. */
+std::optional<NodeSet> Evaluator::countedByPlaces(const NodeSet &set, const Path &path,
+                                                  Relation relation, double number) {
+    constexpr double most = 1e9;
+    const bool isPlace = number >= 1 && number <= most && std::floor(number) == number;
+    if (!isPlace || path.steps.size() != 1 || path.steps[0].axis != Axis::child)
+        return std::nullopt;
+    const NodeSet found = step(set, path.steps[0]);
+    const auto having = [&](double count) {
+        const NodeSet there = collection_.atPosition(found, Relation::equal, count);
+        return collection_.leading(set, Axis::child, there);
+    };
+    const auto exactly = [&] { return collection_.without(having(number), having(number + 1)); };
+    switch (relation) {
+        case Relation::equal:
+            return exactly();
+        case Relation::notEqual:
+            return collection_.without(set, exactly());
+        case Relation::less:
+            return collection_.without(set, having(number));
+        case Relation::lessEqual:
+            return collection_.without(set, having(number + 1));
+        case Relation::greater:
+            return having(number + 1);
+        case Relation::greaterEqual:
+            return having(number);
+        case Relation::contains:
+        case Relation::notEmpty:
+        case Relation::any:
+            break;
+    }
+    return std::nullopt;
 }
 
 NodeSet Evaluator::counted(const NodeSet &set, const Path &path, const CountTrial &passes) {
