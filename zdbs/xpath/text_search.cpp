@@ -106,8 +106,10 @@ private:
     std::size_t end_;
 };
 
-/** Those of the texts that may be one of several that a piece lies across; nothing where it is as
- * well to look at all. */
+/**
+ * Those of the texts that may be one of several that a piece lies across; nothing where it is as
+ * well to look at all.
+ */
 std::optional<Nodes> havingPiece(const Collection &collection, const NodeSet &texts,
                                  const Piece &piece) {
     NodeSet having = collection.none();

@@ -208,7 +208,7 @@ TEST(AxisPositions, AreThoseOfTheDefinitionOnSmallForests) {
     }
 }
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__)  // the definitions take minutes then
 constexpr unsigned seeds = 2;
 #else
 constexpr unsigned seeds = 8;
