@@ -133,7 +133,7 @@ struct Candidate {
 };
 
 /** So few are put in order instead of being halved further. */
-constexpr std::uint64_t few = 512;
+constexpr std::uint64_t fewCandidates = 512;
 
 /** Finds the node at a place by halving the numbers between which it lies. */
 class PlaceSearch {
@@ -149,7 +149,7 @@ public:
 
     NodeId find(std::uint64_t place) {
         assert(place < count_);
-        while (count_ > few && candidates_.size() > 1) {
+        while (count_ > fewCandidates && candidates_.size() > 1) {
             const NodeId middle = numbers_.first + (numbers_.last - numbers_.first) / 2;
             std::vector<std::uint64_t> ends = ranksAfter(middle);
             std::uint64_t before = 0;
