@@ -18,8 +18,8 @@ namespace {
 
 std::map<std::string, std::string> completeEnvironment(const Command &command) {
     std::map<std::string, std::string> all = {{"HOME", "/nonexistent"}, {"LC_ALL", "C"}};
-    for (const char *kept :
-         {"PATH", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "TMPDIR"}) {
+    for (const char *kept : {"PATH", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS",
+                             "TSAN_OPTIONS", "TMPDIR", "VEXA_MUTANT"}) {
         if (const char *value = std::getenv(kept)) all[kept] = value;
     }
     for (const auto &[name, value] : command.environment)
