@@ -178,7 +178,8 @@ void CStringBuffer::format(const char *fmt, ...) {
 }
 
 void CStringBuffer::vformat(const char *fmt, std::va_list args) {
-    char printed[formatSize] = "";
+    char printed[formatSize];
+    printed[0] = '\0';
     clear();
     const int n = std::vsnprintf(printed, sizeof printed, fmt, args);
     set(printed, std::clamp(n, 0, static_cast<int>(formatSize) - 1));

@@ -7,7 +7,7 @@
 namespace zdbs {
 namespace {
 
-thread_local const Stop *heeded = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local const Stop *heeded = nullptr;
 
 }  // namespace
 

@@ -24,6 +24,9 @@ public:
      */
     static const Charset &ofProcess();
 
+    /** Whether texts are UTF-8 already. */
+    bool isTransparent() const { return isTransparent_; }
+
     std::string toUtf8(std::string_view text) const;
 
     /** A UTF-8 text in this set, cut between characters to `size` bytes. */

@@ -47,10 +47,26 @@ void require(const void *argument, std::string_view name) {
     if (argument == nullptr) throw Failure(Status::nullArgument, {name});
 }
 
-/** A text of the caller; inside a nested request texts are UTF-8 already. */
-std::string received(const Process &process, const char *text) {
-    return process.session().isNested() ? std::string(text) : Charset::ofProcess().toUtf8(text);
-}
+/** A text of the caller in UTF-8, as it is where it is that already. Must not outlive the text. */
+class Received {
+public:
+    /** Inside a nested request texts are UTF-8. */
+    Received(const KernelSession &session, const char *text) : text_(text) {
+        if (session.isNested()) return;
+        const Charset &charset = Charset::ofProcess();
+        if (charset.isTransparent()) return;
+        converted_ = charset.toUtf8(text_);
+        text_ = converted_;
+    }
+    Received(const Received &) = delete;
+    Received &operator=(const Received &) = delete;
+
+    std::string_view text() const { return text_; }
+
+private:
+    std::string converted_;
+    std::string_view text_;
+};
 
 /** Whether the texts of this call are UTF-8, whatever the process has. */
 bool isNested() {
@@ -126,7 +142,7 @@ void tellBaseInfo(const Process &process, const char *database, std::int32_t ite
     require(database, "database");
     KernelSession &session = process.session();
     if (item != ZDB_BASE_IS_XML) throw Failure(Status::unknownItem, {std::to_string(item)});
-    if (!session.hasDatabase(received(process, database))) return;
+    if (!session.hasDatabase(Received(session, database).text())) return;
     *result = 1;
     if (info != nullptr) copyOut("XML", info, infoSize);
 }
@@ -222,7 +238,8 @@ std::int32_t ZdbExecuteCcl(const char *command, std::int32_t *out) {
         // Whoever runs a request inside the kernel has said what stops it.
         std::optional<HeldInterrupt> stopsIt;
         if (!isNested()) stopsIt.emplace();
-        process.session().execute(received(process, command));
+        KernelSession &session = process.session();
+        session.execute(Received(session, command).text());
     });
 }
 

@@ -2,8 +2,6 @@
 #ifndef ZDBS_BOUNDARY_HELD_INTERRUPT_H
 #define ZDBS_BOUNDARY_HELD_INTERRUPT_H
 
-#include <optional>
-
 #include "zdbs/base/stop.h"
 
 namespace zdbs {
@@ -11,12 +9,11 @@ namespace zdbs {
 /**
  * While it lives, a SIGINT that waits because the calling thread holds it back stops what that
  * thread does: the boundary has no call for stopping one. The signal goes on waiting; whoever holds
- * it back takes it. A thread that does not is left alone.
+ * it back takes it. A thread that does not is left alone, and is looked at once more when the
+ * coarse clock has moved on, some milliseconds later: a call of the system costs what a command
+ * may.
  */
 class HeldInterrupt {
-public:
-    HeldInterrupt();
-
 private:
     class Waiting : public Stop {
     public:
@@ -25,7 +22,7 @@ private:
     };
 
     Waiting stop_;
-    std::optional<StopScope> scope_;
+    StopScope scope_{stop_};
 };
 
 }  // namespace zdbs

@@ -50,7 +50,7 @@ Command parseDefine(Cursor &cursor) {
     std::string_view word = cursor.peekWord();
     bool isHits = sameWord(word, "HITS");
     if (!isHits && !sameWord(word, "FIND")) cursor.fail("HITS or FIND");
-    cursor.takeWord();
+    cursor.take(word);
     if (isHits) return DefineHitsCommand{};
     return parseDefineFind(cursor);
 }
@@ -71,7 +71,7 @@ constexpr std::array commandWords{
 Command parseCommand(std::string_view text) {
     Cursor cursor(text);
     if (cursor.atEnd()) throw Failure(Status::emptyCommand);
-    std::size_t column = cursor.column();
+    const std::size_t place = cursor.place();
     std::string_view word = cursor.takeWord();
     if (word.empty()) word = cursor.takeUntil("");
     for (const CommandWord &known : commandWords) {
@@ -80,7 +80,7 @@ Command parseCommand(std::string_view text) {
         if (cursor.atEnd()) return result;
         throw Failure(Status::trailingText, {std::to_string(cursor.column())});
     }
-    throw Failure(Status::unknownCommand, {shown(word), std::to_string(column)});
+    throw Failure(Status::unknownCommand, {shown(word), std::to_string(cursor.columnOf(place))});
 }
 
 }  // namespace zdbs

@@ -43,17 +43,19 @@ private:
     // condition = conjunct { OR conjunct }
     Condition condition() {
         Condition result;
-        result.conjuncts.push_back(conjunct());
-        while (sameWord(cursor_.peekWord(), "OR")) {
-            cursor_.takeWord();
+        std::string_view word;
+        do {
+            cursor_.take(word);
             result.conjuncts.push_back(conjunct());
-        }
+            word = cursor_.peekWord();
+        } while (sameWord(word, "OR"));
         return result;
     }
 
     // conjunct = term { (AND | AND.T | AND.R | NOT | NOT.T) term }
     Conjunct conjunct() {
         Conjunct result;
+        result.reserve(3);  // what steps of a path have
         result.push_back({false, term()});
         while (std::optional<bool> negated = connective())
             result.push_back({*negated, term()});
@@ -63,10 +65,11 @@ private:
     /** Takes AND or NOT in one of their forms, and tells which. */
     std::optional<bool> connective() {
         std::string_view word = cursor_.peekWord();
+        if (word.empty()) return std::nullopt;
         bool isAnd = sameWord(word, "AND") || sameWord(word, "AND.T") || sameWord(word, "AND.R");
         bool isNot = sameWord(word, "NOT") || sameWord(word, "NOT.T");
         if (!isAnd && !isNot) return std::nullopt;
-        cursor_.takeWord();
+        cursor_.take(word);
         return isNot;
     }
 
@@ -95,7 +98,7 @@ private:
 
     // XPATH(axis,a,b,dir) | XPATH(SELF,n,n,1,op,k)
     Term structural() {
-        const std::size_t column = cursor_.column();
+        const std::size_t place = cursor_.placeOfNext();
         cursor_.takeWord();
         cursor_.expect('(');
         AxisTerm result;
@@ -105,37 +108,39 @@ private:
         cursor_.expect(',');
         result.second = parseSetNumber(cursor_);
         cursor_.expect(',');
-        std::size_t directionColumn = cursor_.column();
+        const std::size_t directionPlace = cursor_.placeOfNext();
         result.direction = direction();
         if (cursor_.take(')')) return result;
         if (result.axis != Axis::self) cursor_.fail("')'");
-        positionColumn_ = column;
-        return position(result, directionColumn);
+        positionColumn_ = cursor_.columnOf(place);
+        return position(result, directionPlace);
     }
 
     Axis axis() {
-        std::string column = std::to_string(cursor_.column());
+        const std::size_t place = cursor_.placeOfNext();
         std::string_view word = cursor_.takeWord();
         std::optional<Axis> axis = axisOf(word);
-        if (!axis) throw Failure(Status::unknownAxis, {shown(word), column});
+        if (!axis) throw Failure(Status::unknownAxis, {shown(word), columnOf(place)});
         return *axis;
     }
 
     int direction() {
-        std::string column = std::to_string(cursor_.column());
+        const std::size_t place = cursor_.placeOfNext();
         std::string_view word = cursor_.takeUntil(",()");
         if (word == "1" || word == "2") return word[0] - '0';
-        throw Failure(Status::syntaxError, {column, "direction 1 or 2"});
+        throw Failure(Status::syntaxError, {columnOf(place), "direction 1 or 2"});
     }
 
-    Term position(const AxisTerm &self, std::size_t directionColumn) {
+    std::string columnOf(std::size_t place) { return std::to_string(cursor_.columnOf(place)); }
+
+    Term position(const AxisTerm &self, std::size_t directionPlace) {
         if (self.first.number != self.second.number) {
             throw Failure(Status::positionOfTwoSets,
                           {std::to_string(self.first.number), std::to_string(self.second.number),
                            std::to_string(self.first.column)});
         }
         if (self.direction != 1) {
-            throw Failure(Status::syntaxError, {std::to_string(directionColumn), "direction 1"});
+            throw Failure(Status::syntaxError, {columnOf(directionPlace), "direction 1"});
         }
         PositionTerm result;
         result.set = self.first;
@@ -148,12 +153,12 @@ private:
     }
 
     Relation comparison() {
-        std::string column = std::to_string(cursor_.column());
+        const std::size_t place = cursor_.placeOfNext();
         std::string_view word = cursor_.takeWord();
         for (const ComparisonWords &known : comparisonTable) {
             if (sameWord(known.word, word)) return known.relation;
         }
-        throw Failure(Status::unknownOperator, {shown(word), column});
+        throw Failure(Status::unknownOperator, {shown(word), columnOf(place)});
     }
 
     /** A decimal, in parentheses when the request had it so. */
@@ -161,10 +166,10 @@ private:
         int open = 0;
         while (cursor_.take('('))
             ++open;
-        std::string column = std::to_string(cursor_.column());
+        const std::size_t begin = cursor_.placeOfNext();
         std::string_view word = cursor_.takeUntil(",()");
         std::optional<double> number = numberOf(word);
-        if (!number) throw Failure(Status::badNumber, {shown(word), column});
+        if (!number) throw Failure(Status::badNumber, {shown(word), columnOf(begin)});
         for (; open > 0; --open)
             cursor_.expect(')');
         return *number;

@@ -59,8 +59,12 @@ std::size_t Cursor::columnOf(std::size_t place) {
 }
 
 std::size_t Cursor::column() {
+    return columnOf(placeOfNext());
+}
+
+std::size_t Cursor::placeOfNext() {
     skipBlanks();
-    return columnOf(place_);
+    return place_;
 }
 
 void Cursor::skipBlanks() {
@@ -97,27 +101,29 @@ std::string_view Cursor::peekWord() {
 
 std::string_view Cursor::takeWord() {
     std::string_view word = peekWord();
-    place_ += word.size();
+    take(word);
     return word;
 }
 
 std::string_view Cursor::takeUntil(std::string_view ends) {
     skipBlanks();
-    std::size_t begin = place_;
-    while (place_ < text_.size() && !isBlank(text_[place_]) &&
-           ends.find(text_[place_]) == std::string_view::npos) {
-        ++place_;
-    }
-    return text_.substr(begin, place_ - begin);
+    const auto isEnd = [ends](char c) {
+        return isBlank(c) || std::find(ends.begin(), ends.end(), c) != ends.end();
+    };
+    const std::string_view remaining = rest();
+    const auto end = std::find_if(remaining.begin(), remaining.end(), isEnd);
+    const auto length = static_cast<std::size_t>(end - remaining.begin());
+    place_ += length;
+    return remaining.substr(0, length);
 }
 
 std::int32_t Cursor::takeInteger() {
-    std::size_t at = column();
+    const std::size_t at = placeOfNext();
     std::string_view word = takeUntil(",()");
     std::int32_t number = 0;
     auto result = std::from_chars(word.data(), word.data() + word.size(), number);
     if (result.ec != std::errc() || result.ptr != word.data() + word.size()) {
-        throw Failure(Status::badNumber, {shown(word), std::to_string(at)});
+        throw Failure(Status::badNumber, {shown(word), std::to_string(columnOf(at))});
     }
     return number;
 }

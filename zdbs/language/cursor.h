@@ -34,6 +34,9 @@ public:
     /** Column of the next character that is no blank. */
     std::size_t column();
 
+    /** Place of the next character that is no blank: a column is counted where one is told. */
+    std::size_t placeOfNext();
+
     void skipBlanks();
     bool atEnd();
 
@@ -52,6 +55,9 @@ public:
 
     /** Takes the word that comes next; empty when there is none. */
     std::string_view takeWord();
+
+    /** Takes a word that peekWord() has answered. */
+    void take(std::string_view word) { place_ += word.size(); }
 
     /** Takes everything up to the next blank or one of `ends`. */
     std::string_view takeUntil(std::string_view ends);

@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "zdbs/base/number.h"
 #include "zdbs/base/status.h"
@@ -31,26 +32,27 @@ public:
         readSign();
         readText();
         checkNumber();
-        return term_;
+        return std::move(term_);
     }
 
 private:
     void readField() {
-        std::string column = std::to_string(cursor_.column());
+        const std::size_t place = cursor_.placeOfNext();
         fieldName_ = cursor_.takeWord();
         for (const FieldName &known : fieldNames) {
             if (!sameWord(known.name, fieldName_)) continue;
             term_.field = known.field;
             return;
         }
-        throw Failure(Status::unknownField, {shown(fieldName_), column});
+        throw Failure(Status::unknownField, {shown(fieldName_), columnOf(place)});
     }
 
     void readSign() {
-        signColumn_ = cursor_.column();
+        signPlace_ = cursor_.placeOfNext();
+        const char first = cursor_.peek();
         for (const ComparisonWords &words : comparisonTable) {
-            if (!cursor_.rest().starts_with(words.sign)) continue;
-            cursor_.moveTo(cursor_.place() + words.sign.size());
+            if (words.sign.front() != first || !cursor_.rest().starts_with(words.sign)) continue;
+            cursor_.take(words.sign);
             term_.relation = words.relation;
             sign_ = words.sign;
             return;
@@ -60,7 +62,7 @@ private:
 
     // =word | =n | ="text" | =&text& | =$ | =$text$; after the other signs word, n, "text", &text&
     void readText() {
-        textColumn_ = cursor_.column();
+        textPlace_ = cursor_.placeOfNext();
         char c = cursor_.peek();
         if (c == '$') {
             readDollar();
@@ -86,7 +88,7 @@ private:
 
     /** `$` alone is "not empty"; what stands between two is contained. */
     void readDollar() {
-        if (term_.relation != Relation::equal) failRelation(sign_ + "$");
+        if (term_.relation != Relation::equal) failRelation(std::string(sign_) + "$");
         std::size_t end = isNumeric() ? std::string_view::npos : endOfText('$');
         if (end != std::string_view::npos) {
             takeText(end);
@@ -129,27 +131,29 @@ private:
 
     bool isNumeric() const { return term_.field == Field::id || term_.field == Field::parent; }
 
-    void checkNumber() const {
+    void checkNumber() {
         if (!isNumeric() || term_.relation == Relation::notEmpty) return;
         if (numberOf(term_.text)) return;
-        throw Failure(Status::badNumber, {shown(term_.text), std::to_string(textColumn_)});
+        throw Failure(Status::badNumber, {shown(term_.text), columnOf(textPlace_)});
     }
 
-    [[noreturn]] void failRelation(const std::string &relation) const {
-        throw Failure(Status::badRelation, {relation, std::to_string(signColumn_), fieldName_});
+    std::string columnOf(std::size_t place) { return std::to_string(cursor_.columnOf(place)); }
+
+    [[noreturn]] void failRelation(const std::string &relation) {
+        throw Failure(Status::badRelation, {relation, columnOf(signPlace_), fieldName_});
     }
 
-    [[noreturn]] void failUnterminated(char delimiter) const {
+    [[noreturn]] void failUnterminated(char delimiter) {
         throw Failure(Status::unterminatedText,
-                      {std::to_string(textColumn_), std::string_view(&delimiter, 1)});
+                      {columnOf(textPlace_), std::string_view(&delimiter, 1)});
     }
 
     Cursor &cursor_;
     FieldTerm term_;
     std::string_view fieldName_;
-    std::string sign_;
-    std::size_t signColumn_ = 0;
-    std::size_t textColumn_ = 0;
+    std::string_view sign_;
+    std::size_t signPlace_ = 0;
+    std::size_t textPlace_ = 0;
 };
 
 }  // namespace

@@ -3,7 +3,7 @@
 namespace zdbs {
 namespace {
 
-thread_local Session *active = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local Session *active = nullptr;
 
 }  // namespace
 

@@ -6,7 +6,6 @@
 #include <variant>
 
 #include "zdbs/base/status.h"
-#include "zdbs/language/command_parser.h"
 #include "zdbs/session/nested_scope.h"
 
 namespace zdbs {
@@ -66,16 +65,16 @@ std::unique_ptr<Session> Session::ofOwner(std::unique_ptr<OpenDatabase> database
 }
 
 void Session::execute(std::string_view text) {
-    Command command = parseCommand(text);
+    const std::shared_ptr<const Command> command = parsed_.parse(text);
     std::visit(Overloaded{
                    [&](const BaseCommand &base_) { base(base_.database); },
-                   [&](const FindCommand &find_) { find(find_.condition, afterFirstWord(text)); },
+                   [&](const FindCommand &find_) { find(find_.condition, text); },
                    [&](const DeleteCommand &delete_) { state_.sets.remove(delete_.sets); },
                    [&](const RenumberCommand &) { state_.sets.renumber(); },
                    [&](const DefineHitsCommand &) { state_.settings.hits = true; },
                    [&](const DefineFindMinCommand &min) { state_.settings.findMin = min.minimum; },
                },
-               command);
+               *command);
 }
 
 void Session::base(const std::string &name) {
@@ -92,10 +91,10 @@ void Session::base(const std::string &name) {
     isStale_ = false;
 }
 
-void Session::find(const Condition &condition, std::string_view text) {
+void Session::find(const Condition &condition, std::string_view command) {
     if (isStale_) refresh();
     if (observer_)
-        findObserved(condition, text);
+        findObserved(condition, afterFirstWord(command));
     else
         keep(evaluate(condition));
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "zdbs/engine/engine.h"
+#include "zdbs/language/parsed_commands.h"
 #include "zdbs/session/set_table.h"
 
 namespace zdbs {
@@ -123,7 +124,7 @@ private:
     Session() = default;
 
     void base(const std::string &name);
-    void find(const Condition &condition, std::string_view text);
+    void find(const Condition &condition, std::string_view command);
     void findObserved(const Condition &condition, std::string_view text);
     ResultSetPtr evaluate(const Condition &condition) const;
     void keep(ResultSetPtr set);
@@ -133,6 +134,7 @@ private:
     std::shared_ptr<const Engine> engine_;
     std::string user_;
     std::unique_ptr<OpenDatabase> database_;
+    ParsedCommands parsed_;
     State state_;
     NestedScope *nested_ = nullptr;
     std::function<void(const ExecutedFind &)> observer_;

@@ -69,9 +69,9 @@ bool FieldTest::holdsOf(NodeId node) const {
 }
 
 void NodeFilter::add(const FieldTerm &term, bool negated) {
-    FieldTest test{
-        term.field, negated, textTest(term), term.relation, numberOf(term.text).value_or(0),
-        before_};
+    const bool isOfNumber = term.field == Field::id || term.field == Field::parent;
+    const double number = isOfNumber ? numberOf(term.text).value_or(0) : 0;
+    FieldTest test{term.field, negated, textTest(term), term.relation, number, before_};
     auto later =
         std::upper_bound(tests_.begin(), tests_.end(), costOf(term.field),
                          [](int cost, const FieldTest &t) { return cost < costOf(t.field); });

@@ -370,6 +370,37 @@ std::optional<std::vector<const PathPart *>> childParts(const PathSummary &summa
     return result;
 }
 
+/**
+ * The nodes of `low` that are below whole paths, in one pass through the summary: a path comes
+ * behind its parent, and is below them where that is, or is one of them.
+ */
+PathNodes nodesBelowWhole(const PathSummary &summary, const PathNodes &high, const PathNodes &low,
+                          LowKinds kinds) {
+    std::vector<std::uint8_t> isAbove(summary.size());
+    for (const PathPart &part : high)
+        isAbove[part.path] = 1;
+    PathNodes result;
+    result.reserve(low.size());
+    PathId each = 0;
+    for (const PathPart &part : low) {
+        bool isBelow = false;
+        for (; each <= part.path; ++each) {
+            const PathId parent = summary[each].parent;
+            isBelow = parent != noPath && isAbove[parent] != 0;
+            if (isBelow) isAbove[each] = 1;
+        }
+        if (isBelow && isTaken(summary[part.path].kind, kinds)) result.push_back(part);
+    }
+    return result;
+}
+
+/** Whether most paths are asked about, and only whole ones are above. */
+bool isBelowWhole(const PathTable &table, const PathNodes &high, const PathNodes &low) {
+    return low.size() >= table.summary().size() / 2 &&
+           std::all_of(high.begin(), high.end(),
+                       [&](const PathPart &part) { return isWhole(table, part); });
+}
+
 }  // namespace
 
 PathNodes nodesBelow(const PathTable &table, const PathNodes &high, const PathNodes &low,
@@ -377,6 +408,9 @@ PathNodes nodesBelow(const PathTable &table, const PathNodes &high, const PathNo
     PathNodes result;
     if (high.empty()) return result;
     const PathSummary &summary = table.summary();
+    if (depth == Depth::any && isBelowWhole(table, high, low)) {
+        return nodesBelowWhole(summary, high, low, kinds);
+    }
     const auto keep = [&](BelowJoin &join, const PathPart &part) {
         if (!isTaken(summary[part.path].kind, kinds)) return;
         if (RowSetPtr rows = join.keep(part)) result.push_back({part.path, std::move(rows)});

@@ -22,8 +22,7 @@ SearchSet *ZXProcessorMain::ProcessPath(XPathPath *path, std::int32_t context) {
     SearchSet *first = nullptr;   // the set of the first step
     SearchSet *newest = nullptr;  // the newest set that stands for the path so far
     for (int i = 0; i < path->GetSize(); ++i) {
-        SearchSet *stepSet = ProcessNode(path->Get(i), 0);
-        stepSet->Execute();
+        SearchSet *stepSet = ProcessStepOf(path, i);
         if (i == 0) first = stepSet;
         // The second step always joins the bare first step, also when that has predicates: meant.
         SearchSet *parent = i == 1 ? first : newest;
@@ -32,6 +31,14 @@ SearchSet *ZXProcessorMain::ProcessPath(XPathPath *path, std::int32_t context) {
         if (filtered != nullptr) newest = filtered;
     }
     return context > 0 && newest != nullptr ? RestrictToContext(newest, context) : newest;
+}
+
+// A step is no other kind of node, so that it need not be told from them.
+SearchSet *ZXProcessorMain::ProcessStepOf(XPathPath *path, int place) {
+    XPathLocationStep *step = path->Get(place);
+    SearchSet *set = step != nullptr ? ProcessStep(step, 0) : ProcessNode(nullptr, 0);
+    set->Execute();
+    return set;
 }
 
 SearchSet *ZXProcessorMain::JoinStep(SearchSet *parent, SearchSet *stepSet,
@@ -59,8 +66,7 @@ SearchSet *ZXProcessorMain::ProcessLocPath(XPathPath *path, SearchSet *set, EAxi
     SearchSet *current = set;
     const int nearest = path->GetSize() - 2;
     for (int k = nearest; k >= 0; --k) {
-        SearchSet *stepSet = ProcessNode(path->Get(k), 0);
-        stepSet->Execute();
+        SearchSet *stepSet = ProcessStepOf(path, k);
         if (k == nearest && indexOut != nullptr) *indexOut = GetSearchSetCount() - 1;
         if (current == nullptr) {
             current = stepSet;

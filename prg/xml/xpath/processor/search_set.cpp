@@ -32,10 +32,9 @@ void SearchSet::CreateCondition() {}
 void SearchSet::Execute() {
     if (m_nSearchNumber > 0) return;
     const ShellSymbol find("FIN");
-    CStringBuffer condition(256);
-    GetCondition(condition);
+    if (!HasCondition()) CreateCondition();
     std::string command(find.GetWord());
-    command.append(" ").append(BufferView(condition));
+    command.append(" ").append(BufferView(m_strCondition));
     LogText("SearchSet::Execute", "Executing", command.c_str());
     RunCommand(command);
     TakeMostRecentSet();

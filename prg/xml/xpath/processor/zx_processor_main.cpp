@@ -1,6 +1,8 @@
 #include "prg/xml/xpath/processor/zx_processor_main.h"
 
+#include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "kernel/zdbs.h"
@@ -98,12 +100,13 @@ void ZXProcessorMain::End() noexcept {
 
 void ZXProcessorMain::DeleteIntermediateSets(const ShellSymbol &remove,
                                              const ShellSymbol &setPrefix) noexcept {
+    char command[64];  // two words of 16 characters at the most, and a number
+    const int length =
+        std::snprintf(command, sizeof command, "%s %s=", remove.GetWord(), setPrefix.GetWord());
     for (std::int32_t i = 0; i < GetSearchSetCount() - 1; ++i) {
         const std::int32_t number = LateNumber(*GetSearchSet(i));
         if (number < 1) continue;
-        char command[64];  // two words of 16 characters at the most, and a number
-        std::snprintf(command, sizeof command, "%s %s=%d", remove.GetWord(), setPrefix.GetWord(),
-                      static_cast<int>(number));
+        *std::to_chars(command + length, std::end(command) - 1, number).ptr = '\0';
         RunIgnoringResult(command);
     }
 }

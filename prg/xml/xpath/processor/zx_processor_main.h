@@ -120,6 +120,9 @@ private:
 
     // Steps
     SearchSet *ProcessStep(XPathLocationStep *node, std::int32_t context);
+
+    // The executed set of a step by itself.
+    SearchSet *ProcessStepOf(XPathPath *path, int place);
     SearchSet *ProcessAxisStep(XPathAxisLocationStep *step, bool isRoot, std::int32_t context);
     SearchSet *ProcessDownStep(XPathAxisLocationStep *step, bool isRoot, std::int32_t context);
     SearchSet *ProcessSideStep(XPathAxisLocationStep *step, std::int32_t context);
