@@ -7,7 +7,7 @@
 namespace zdbs {
 namespace {
 
-[[gnu::tls_model("initial-exec")]] thread_local const Stop *heeded = nullptr;
+thread_local const Stop *heeded = nullptr;
 
 }  // namespace
 

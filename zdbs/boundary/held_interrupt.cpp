@@ -7,7 +7,7 @@ namespace zdbs {
 namespace {
 
 /** When the calling thread was last seen to let the signal in; the clock is read without a call. */
-[[gnu::tls_model("initial-exec")]] thread_local timespec seenLetIn = {};
+thread_local timespec seenLetIn = {};
 
 bool isHeld() noexcept {
     timespec now = {};

@@ -3,7 +3,7 @@
 namespace zdbs {
 namespace {
 
-[[gnu::tls_model("initial-exec")]] thread_local Session *active = nullptr;
+thread_local Session *active = nullptr;
 
 }  // namespace
 
