@@ -603,6 +603,27 @@ static void testHeldInterruptsStopWhatIsDone(void) {
     EXPECT_TEXT(lastSearch(), "3 2 2");
 }
 
+/* A thread that lets the signal in is looked at now and then, not with each command. */
+static void testInterruptsHeldLaterStopWhatIsDoneSoon(void) {
+    const int32_t stopped = 36;
+    const int most = 10000000;
+    const sigset_t interrupt = interruptAlone();
+    int32_t status = 1;
+    int tries = 0;
+    logIn();
+    EXPECT_OK(execute("BASE plays"));
+    EXPECT_OK(execute("FIND N_NAME=title"));
+    EXPECT_OK(execute("DELETE S=2"));
+    sigprocmask(SIG_BLOCK, &interrupt, NULL);
+    raise(SIGINT);
+    for (; tries < most && (status & 1) != 0; ++tries) {
+        status = execute("FIND N_NAME=line");
+        if ((status & 1) != 0) EXPECT_OK(execute("DELETE S=2"));
+    }
+    EXPECT_NUMBER(status, stopped);
+    EXPECT_TEXT(lastSearch(), "1 12 12");
+}
+
 /* What a filter hands out, "" for nothing. */
 static const char *list(const char *filter, const char *arguments) {
     static char text[4096];
@@ -659,6 +680,7 @@ static const struct Test tests[] = {
     {"KeywordsAreTheSameInEveryLocale", testKeywordsAreTheSameInEveryLocale},
     {"CommandsAreTakenAsUtf8InTheLocaleC", testCommandsAreTakenAsUtf8InTheLocaleC},
     {"HeldInterruptsStopWhatIsDone", testHeldInterruptsStopWhatIsDone},
+    {"InterruptsHeldLaterStopWhatIsDoneSoon", testInterruptsHeldLaterStopWhatIsDoneSoon},
     {"ListsAreOfferedToWhoeverIsTyping", testListsAreOfferedToWhoeverIsTyping},
 };
 

@@ -38,6 +38,7 @@ const std::set<std::string> &knownTests() {
                                              "KeywordsAreTheSameInEveryLocale",
                                              "CommandsAreTakenAsUtf8InTheLocaleC",
                                              "HeldInterruptsStopWhatIsDone",
+                                             "InterruptsHeldLaterStopWhatIsDoneSoon",
                                              "ListsAreOfferedToWhoeverIsTyping"};
     return names;
 }
